@@ -1,0 +1,142 @@
+#include "model/contentformat.h"
+
+#include "store/pathops.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <iostream>
+
+DataJsonItemArr toLinktext(const DataJsonItemArr &items) {
+    DataJsonItemArr result;
+    QString text;
+    auto flush = [&] {
+        if (!text.isEmpty()) {
+            result.append(makeJsonItem(DataJsonItem::Text, text));
+            text.clear();
+        }
+    };
+    for (const DataJsonItemPtr &item : items) {
+        if (!item)
+            continue;
+        if (item->type == DataJsonItem::Image) {
+            flush();
+            result.append(item);
+        } else if (item->type == DataJsonItem::Text) {
+            text += item->value;
+        }
+    }
+    flush();
+    return result;
+}
+
+QString toJsonValue(const DataJsonItemArr &items) {
+    QJsonArray array;
+    for (const DataJsonItemPtr &item : toLinktext(items)) {
+        QJsonObject o;
+        o.insert(QLatin1String("type"), qint64(item->type));
+        o.insert(QLatin1String("value"), toFilename(item->value));
+        array.append(o);
+    }
+    const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
+    if (json.isEmpty()) {
+        std::cout << "ERROR=====>错误 X00JSON jsonValue 转换失败！" << std::endl;
+        return {};
+    }
+    return QString::fromUtf8(json);
+}
+
+std::optional<QString> getStringValue(const DataJsonItemArr &items) {
+    QString text;
+    for (const DataJsonItemPtr &item : items)
+        if (item && item->type == DataJsonItem::Text)
+            text += item->value;
+    if (text.isEmpty())
+        return std::nullopt;
+    return text;
+}
+
+std::optional<QStringList> getImagenameArr(const DataJsonItemArr &items) {
+    QString seen;
+    QStringList result;
+    for (const DataJsonItemPtr &item : items) {
+        if (!item || item->type != DataJsonItem::Image)
+            continue;
+        if (!seen.contains(item->value))
+            result.append(item->value);
+        seen += item->value;
+    }
+    if (result.isEmpty())
+        return std::nullopt;
+    return result;
+}
+
+std::optional<QStringList> getImagenameArrAll(const DataJsonItemArr &items) {
+    QStringList result;
+    for (const DataJsonItemPtr &item : items)
+        if (item && item->type == DataJsonItem::Image && !item->value.isEmpty())
+            result.append(item->value);
+    if (result.isEmpty())
+        return std::nullopt;
+    return result;
+}
+
+std::optional<DataJsonItemArr> toDataJsonItemArr(const QString &jsonValue) {
+    QJsonParseError error{};
+    const QJsonDocument doc = QJsonDocument::fromJson(jsonValue.toUtf8(), &error);
+    if (error.error != QJsonParseError::NoError || !doc.isArray())
+        return std::nullopt;
+    DataJsonItemArr items;
+    const QJsonArray array = doc.array();
+    items.reserve(array.size());
+    for (const QJsonValue &element : array) {
+        if (!element.isObject())
+            continue;
+        const QJsonObject o = element.toObject();
+        auto item = std::make_shared<DataJsonItem>();
+        if (o.value(QLatin1String("type")).isDouble())
+            item->type = long(o.value(QLatin1String("type")).toInteger());
+        if (o.value(QLatin1String("value")).isString())
+            item->value = o.value(QLatin1String("value")).toString();
+        items.append(item);
+    }
+    return items;
+}
+
+QString removeAllNull(const QString &s) {
+    QString r = s;
+    r.remove(QLatin1Char(' '));
+    r.remove(QLatin1Char('\n'));
+    r.remove(QLatin1Char('\r'));
+    return r;
+}
+
+QStringList split(const QString &s, const QString &separator) {
+    return s.split(separator, Qt::KeepEmptyParts);
+}
+
+QString replace(const QString &s, const QString &keyString, const QString &newValue) {
+    QString r = s;
+    return r.replace(keyString, newValue);
+}
+
+QString jsonStringToString(const QString &jsonString) {
+    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    if (!items)
+        return {};
+    return getStringValue(*items).value_or(QString());
+}
+
+QString jsonStringToImageString(const QString &jsonString) {
+    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    QString column;
+    if (!items)
+        return column;
+    for (const DataJsonItemPtr &item : *items) {
+        if (!item || item->type != DataJsonItem::Image || item->value.isEmpty())
+            continue;
+        if (!column.contains(item->value))
+            column += item->value + QLatin1Char('|');
+    }
+    return column;
+}

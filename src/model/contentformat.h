@@ -1,0 +1,33 @@
+#pragma once
+
+#include "model/datajsonitem.h"
+
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+// Operations of the phrase content format (jsonValue: a compact JSON array of {"type","value"}).
+
+// Normalised pieces: adjacent texts merged, empty texts dropped, picture items kept as the same objects.
+DataJsonItemArr toLinktext(const DataJsonItemArr &items);
+// Canonical jsonValue text; every value passes through toFilename, text runs included.
+QString toJsonValue(const DataJsonItemArr &items);
+// All text joined; absent when empty.
+std::optional<QString> getStringValue(const DataJsonItemArr &items);
+// Picture names, a name skipped when it occurs inside the concatenation of earlier names.
+std::optional<QStringList> getImagenameArr(const DataJsonItemArr &items);
+// Every non-empty picture name, repeats kept.
+std::optional<QStringList> getImagenameArrAll(const DataJsonItemArr &items);
+
+// Parses a jsonValue; absent when the text is not a JSON array. Non-object elements are skipped.
+std::optional<DataJsonItemArr> toDataJsonItemArr(const QString &jsonValue);
+
+// The string with every space, line feed and carriage return removed.
+QString removeAllNull(const QString &s);
+// A plain split at a separator, empty pieces kept.
+QStringList split(const QString &s, const QString &separator);
+QString replace(const QString &s, const QString &keyString, const QString &newValue);
+
+// The derived texts and images columns of a stored phrase.
+QString jsonStringToString(const QString &jsonString);
+QString jsonStringToImageString(const QString &jsonString);

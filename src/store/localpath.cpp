@@ -1,0 +1,45 @@
+#include "store/localpath.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <iostream>
+
+QString LocalPath::home() {
+    const QByteArray overridden = qgetenv("QUILLORA_HOME");
+    QString dir = overridden.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+                                       : QString::fromLocal8Bit(overridden);
+    while (dir.size() > 1 && dir.endsWith(QLatin1Char('/')))
+        dir.chop(1);
+    return dir;
+}
+
+const QString &LocalPath::imageDir() {
+    static const QString dir = home() + QStringLiteral("/appData/image");
+    return dir;
+}
+
+const QString &LocalPath::sqliteDir() {
+    static const QString dir = home() + QStringLiteral("/appData/database");
+    return dir;
+}
+
+const QString &LocalPath::tempDir() {
+    static const QString dir = home() + QStringLiteral("/appData/temp");
+    return dir;
+}
+
+void LocalPath::iniitDir() {
+    createDir(imageDir());
+    createDir(sqliteDir());
+    createDir(tempDir());
+}
+
+void LocalPath::createDir(const QString &dirPath) {
+    if (QFileInfo(dirPath).isDir())
+        return;
+    if (QDir().mkpath(dirPath))
+        std::cout << "Succes to create folder" << std::endl;
+    else
+        std::cout << "Error to create folder" << std::endl;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+
+#include "testenv.h"
+
+// Tests using QUILLORA_X11_TEST_MAIN include <QApplication> and <QtTest>.
+
+// A private X display (Xvfb) with the openbox window manager, for tests that need a desktop.
+// Start it before the QApplication: it sets DISPLAY and QT_QPA_PLATFORM=xcb for this process.
+class XvfbSession {
+public:
+    XvfbSession() = default;
+    ~XvfbSession();
+
+    bool start(bool withWindowManager = true);
+    void stop();
+    QString display() const { return display_; }
+
+private:
+    QProcess xvfb_;
+    QProcess wm_;
+    QString display_;
+};
+
+// main() for a Qt Test class that needs an X display: isolates user data, starts Xvfb and openbox,
+// then runs the tests in a QApplication on that display.
+#define QUILLORA_X11_TEST_MAIN(TestObject)                                                                   \
+    int main(int argc, char **argv) {                                                                        \
+        TestEnv env;                                                                                         \
+        XvfbSession x11;                                                                                     \
+        if (!x11.start())                                                                                    \
+            qFatal("could not start Xvfb");                                                                  \
+        QApplication app(argc, argv);                                                                        \
+        app.setAttribute(Qt::AA_Use96Dpi, true);                                                             \
+        TestObject tc;                                                                                       \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                           \
+        return QTest::qExec(&tc, argc, argv);                                                                \
+    }
