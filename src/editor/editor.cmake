@@ -1,0 +1,7 @@
+target_sources(quillora-ui PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/edittextview.cpp ${CMAKE_CURRENT_LIST_DIR}/edittextview.h)
+target_sources(quillora-ui PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/cell_emoji.cpp ${CMAKE_CURRENT_LIST_DIR}/cell_emoji.h
+  ${CMAKE_CURRENT_LIST_DIR}/cell_emoji_delegate.h
+  ${CMAKE_CURRENT_LIST_DIR}/control_emojis.cpp ${CMAKE_CURRENT_LIST_DIR}/control_emojis.h
+  ${CMAKE_CURRENT_LIST_DIR}/control_emojis_delegate.h)
