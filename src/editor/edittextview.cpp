@@ -37,6 +37,11 @@ bool isBlank(const QString &text) {
 EditTextView::EditTextView(QWidget *parent) : QTextEdit(parent), imageDir_(LocalPath::imageDir()) {
     // Other programs' rich text would bring pictures that are not in the image folder.
     setAcceptRichText(false);
+    // Chinese text and colour emoji come from their own fonts before any other fallback.
+    QFont f = font();
+    f.setFamilies({f.family(), QStringLiteral("Noto Sans CJK SC"), QStringLiteral("Noto Color Emoji")});
+    setFont(f);
+    document()->setDocumentMargin(8);
 }
 
 QSize EditTextView::displaySize(const QSize &imageSize) {
