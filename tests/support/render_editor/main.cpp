@@ -11,6 +11,7 @@
 #include "model/app.h"
 #include "model/contentformat.h"
 #include "store/localpath.h"
+#include "ui/messagebox.h"
 
 #include "testenv.h"
 #include "xvfbsession.h"
@@ -23,6 +24,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QLinearGradient>
+#include <QMessageBox>
 #include <QPainter>
 #include <QProgressBar>
 #include <QTest>
@@ -115,6 +117,15 @@ int main(int argc, char **argv) {
         QTest::qWait(300);
         failures += !save(dialog.emojiPicker()->parentWidget(), QStringLiteral("editor-emoji.png"));
         dialog.emojiPicker()->parentWidget()->hide();
+
+        MessageBox::show(QStringLiteral("图片类型不正确"), QStringLiteral("上传图片失败"), &dialog);
+        QTest::qWait(400);
+        if (auto *box = dialog.findChild<QMessageBox *>()) {
+            failures += !save(box, QStringLiteral("editor-message.png"));
+            box->accept();
+        } else {
+            ++failures;
+        }
 
         dialog.button_openImageFileClick();
         QTest::qWait(400);
