@@ -1,5 +1,6 @@
 #include "store/db_base.h"
 
+#include "store/likematch.h"
 #include "store/localpath.h"
 
 #include <SQLiteCpp/Exception.h>
@@ -20,6 +21,7 @@ QString &openErrorText() {
 // - synchronous=NORMAL drops the fsync on each commit (a power cut may lose the last commits, never
 //   corrupt the file); the service holds the master copy and start-up sync rewrites the library;
 // - a larger page cache and memory-mapped reads make the full-table LIKE scans of search cheaper;
+// - LIKE is our own matcher with the built-in results; it turns "%word%" into a substring search;
 // - a short busy timeout rides out a second instance holding the write lock for a moment.
 void tune(SQLite::Database &db) {
     db.tryExec("PRAGMA journal_mode=WAL");
@@ -27,6 +29,7 @@ void tune(SQLite::Database &db) {
     db.tryExec("PRAGMA cache_size=-32768");
     db.tryExec("PRAGMA mmap_size=268435456");
     db.setBusyTimeout(2000);
+    installLike(db.getHandle());
 }
 
 void createTable(const char *sql) {

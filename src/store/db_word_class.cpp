@@ -99,7 +99,7 @@ std::optional<DataWordClass> db_word_class::getData(const QString &sign) {
 
 QList<DataWordClass> db_word_class::getLikeAll(const QString &keyText, const QString &username) {
     // "%" and "_" in the key stay wildcards: the pattern is not escaped
-    return query(WORD_CLASS_COLUMNS "WHERE label LIKE ? AND username = ?", [&](SQLite::Statement &s) {
+    return query(WORD_CLASS_COLUMNS "WHERE username = ?2 AND label LIKE ?1", [&](SQLite::Statement &s) {
         bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
         bindText(s, 2, username);
     });

@@ -2,6 +2,7 @@
 
 #include "model/contentformat.h"
 
+#include <QSet>
 #include <SQLiteCpp/Transaction.h>
 #include <iostream>
 
@@ -106,6 +107,7 @@ QString db_word_list::getCount(const QString &username, const QString &parentSig
 
 QStringList db_word_list::getImagenameAll(const QString &username) {
     QStringList names;
+    QSet<QString> seen; // the same equality test as a search of names, without its quadratic cost
     SQLite::Database *db = connection();
     if (!db)
         return names;
@@ -116,8 +118,13 @@ QStringList db_word_list::getImagenameAll(const QString &username) {
             const QString images = textAt(select, 0);
             for (const QStringView piece : QStringView(images).split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
                 // names of two characters or fewer are never real picture names
-                if (piece.size() > 2 && !names.contains(piece))
-                    names.append(piece.toString());
+                if (piece.size() <= 2)
+                    continue;
+                const QString name = piece.toString();
+                if (!seen.contains(name)) {
+                    seen.insert(name);
+                    names.append(name);
+                }
             }
         }
     } catch (const std::exception &e) {
@@ -137,7 +144,7 @@ std::optional<DataWordList> db_word_list::getData(const QString &sign) {
 
 QList<DataWordList> db_word_list::getLikeAll(const QString &keyText, const QString &username) {
     // "%" and "_" in the key stay wildcards: the pattern is not escaped
-    return query(WORD_LIST_COLUMNS "WHERE (label LIKE ?1 OR texts LIKE ?1) AND username = ?2",
+    return query(WORD_LIST_COLUMNS "WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
                  [&](SQLite::Statement &s) {
                      bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
                      bindText(s, 2, username);
