@@ -2,6 +2,7 @@
 
 #include "accounts.h"
 #include "contentrules.h"
+#include "passwordhash.h"
 #include "secrets.h"
 #include "storage.h"
 
@@ -108,6 +109,9 @@ int AdminCommands::demo(Storage &storage) {
                   content({{1, "请按下图操作：\n"}, {2, pictureName}, {1, "\n如有疑问请随时联系我们。"}}), 1);
         addPhrase(storage, user->id, billing, "开发票",
                   content({{1, "发票将在订单完成后三个工作日内开具。"}}), 0);
+    } else if (const auto user = storage.findUser(key);
+               PasswordHash::verify(user->passwordHash, demoPassword)) {
+        // Already usable: leave its sessions alone.
     } else if (const auto problem = Accounts::setPassword(storage, demoName, demoPassword, 1)) {
         std::cerr << "demo: " << *problem << std::endl;
         return 1;

@@ -69,10 +69,11 @@ void send(httplib::Response &res, const std::string &body) {
     res.set_content(body, "application/json; charset=utf-8");
 }
 
-std::optional<std::string> param(const httplib::Request &req, const char *name) {
-    if (!req.has_param(name))
+std::optional<std::string> param(const httplib::Params &form, const char *name) {
+    const auto it = form.find(name);
+    if (it == form.end())
         return std::nullopt;
-    return req.get_param_value(name);
+    return it->second;
 }
 
 std::optional<std::int64_t> integer(const std::string &text) {
@@ -186,18 +187,37 @@ void ApiServer::stop() {
 }
 
 void ApiServer::post(const std::string &path, Handler handler) {
-    server_->Post(path, [handler = std::move(handler)](const httplib::Request &req, httplib::Response &res) {
+    // The body is read here rather than by the library, whose own form parsing stops at 8 KiB.
+    server_->Post(path, [handler = std::move(handler)](const httplib::Request &req, httplib::Response &res,
+                                                       const httplib::ContentReader &reader) {
         Json reply;
         try {
-            if (!req.is_multipart_form_data() && req.body.size() > formBodyMax)
+            std::string body;
+            bool tooLarge = false;
+            const bool complete = reader([&](const char *data, std::size_t n) {
+                if (body.size() + n > formBodyMax) {
+                    tooLarge = true;
+                    return false;
+                }
+                body.append(data, n);
+                return true;
+            });
+            // A read cut short is the payload limit at work (or a peer gone, who hears nothing).
+            if (tooLarge || !complete) {
                 reply = refused(msg::bodyTooLarge);
-            else
-                reply = handler(req);
+                res.status = 413;
+                res.set_content(reply.dump(), "application/json; charset=utf-8");
+                return;
+            }
+            httplib::Params form;
+            httplib::detail::parse_query_text(body, form);
+            reply = handler(req, form, res);
         } catch (const std::exception &e) {
             std::fprintf(stderr, "quillora-cloud: %s failed: %s\n", req.path.c_str(), e.what());
             reply = refused(msg::internal);
         }
-        send(res, reply.dump());
+        if (!reply.is_null())
+            send(res, reply.dump());
     });
 }
 
@@ -213,17 +233,19 @@ std::optional<UserRecord> ApiServer::sessionUser(const httplib::Request &req) {
 }
 
 void ApiServer::postLibrary(const std::string &path, UserHandler handler) {
-    post(path, [this, handler = std::move(handler)](const httplib::Request &req) -> Json {
-        const auto user = sessionUser(req);
-        if (!user)
-            return refused(msg::deadSession);
-        const auto dbname = param(req, "dbname");
-        if (!dbname)
-            return refused(msg::badParameter);
-        if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
-            return refused(msg::forbidden);
-        return handler(req, *user);
-    });
+    post(path,
+         [this, handler = std::move(handler)](const httplib::Request &req, const Form &form,
+                                              httplib::Response &) -> Json {
+             const auto user = sessionUser(req);
+             if (!user)
+                 return refused(msg::deadSession);
+             const auto dbname = param(form, "dbname");
+             if (!dbname)
+                 return refused(msg::badParameter);
+             if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
+                 return refused(msg::forbidden);
+             return handler(form, *user);
+         });
 }
 
 void ApiServer::routes() {
@@ -241,28 +263,21 @@ void ApiServer::routes() {
         res.set_content(refused(text).dump(), "application/json; charset=utf-8");
     });
 
-    post("/api/util/osx/getVersionForm", [this](const httplib::Request &) {
+    post("/api/util/osx/getVersionForm", [this](const httplib::Request &, const Form &, httplib::Response &) {
         auto reply = ok();
         reply["version"] = config_.minVersion;
         reply["url"] = config_.downloadUrl.empty() ? baseUrl() + "/" : config_.downloadUrl;
         return reply;
     });
-    post("/api/ios/getIsTourist", [this](const httplib::Request &req) {
+    post("/api/ios/getIsTourist", [this](const httplib::Request &req, const Form &, httplib::Response &) {
         auto reply = ok();
         reply["re"] = sessionUser(req) ? 0 : 1;
         return reply;
     });
-    server_->Post("/api/osx/login", [this](const httplib::Request &req, httplib::Response &res) {
-        Json reply;
-        try {
-            reply = login(req, res);
-        } catch (const std::exception &e) {
-            std::fprintf(stderr, "quillora-cloud: login failed: %s\n", e.what());
-            reply = refused(msg::internal);
-        }
-        send(res, reply.dump());
+    post("/api/osx/login", [this](const httplib::Request &, const Form &form, httplib::Response &res) {
+        return login(form, res);
     });
-    post("/api/user/getUserInfo", [this](const httplib::Request &req) {
+    post("/api/user/getUserInfo", [this](const httplib::Request &req, const Form &, httplib::Response &) {
         const auto user = sessionUser(req);
         if (!user)
             return refused(msg::deadSession);
@@ -270,16 +285,16 @@ void ApiServer::routes() {
         reply["username"] = user->name;
         return reply;
     });
-    post("/api/user/SyncCheckOSX", [this](const httplib::Request &req) {
+    post("/api/user/SyncCheckOSX", [this](const httplib::Request &req, const Form &, httplib::Response &) {
         return sessionUser(req) ? ok() : refused(msg::deadSession, -1);
     });
 
     // Classes.
-    postLibrary("/api/word/class/create", [this](const httplib::Request &req, const UserRecord &user) {
-        const auto label = param(req, "label");
+    postLibrary("/api/word/class/create", [this](const Form &form, const UserRecord &user) {
+        const auto label = param(form, "label");
         if (auto problem = labelProblem(label); !problem.empty())
             return refused(problem);
-        const auto position = integer(param(req, "position").value_or(""));
+        const auto position = integer(param(form, "position").value_or(""));
         if (!position)
             return refused(msg::badParameter);
         const auto sign = Secrets::randomHex128();
@@ -288,53 +303,53 @@ void ApiServer::routes() {
         reply["sign"] = sign;
         return reply;
     });
-    postLibrary("/api/word/class/del", [this](const httplib::Request &req, const UserRecord &user) {
-        const auto signs = signList(param(req, "sign").value_or(""));
+    postLibrary("/api/word/class/del", [this](const Form &form, const UserRecord &user) {
+        const auto signs = signList(param(form, "sign").value_or(""));
         if (signs.empty())
             return refused(msg::badParameter);
         return statusReply(storage_.deleteClasses(user.id, signs), msg::noClass);
     });
-    postLibrary("/api/word/class/upLabel", [this](const httplib::Request &req, const UserRecord &user) {
-        const auto sign = param(req, "sign");
-        const auto label = param(req, "newLabel");
+    postLibrary("/api/word/class/upLabel", [this](const Form &form, const UserRecord &user) {
+        const auto sign = param(form, "sign");
+        const auto label = param(form, "newLabel");
         if (!sign)
             return refused(msg::badParameter);
         if (auto problem = labelProblem(label); !problem.empty())
             return refused(problem);
         return statusReply(storage_.setClassLabel(user.id, *sign, *label), msg::noClass);
     });
-    postLibrary("/api/word/class/swapPosition", [this](const httplib::Request &req, const UserRecord &user) {
-        const auto a = param(req, "sign1"), b = param(req, "sign2");
+    postLibrary("/api/word/class/swapPosition", [this](const Form &form, const UserRecord &user) {
+        const auto a = param(form, "sign1"), b = param(form, "sign2");
         if (!a || !b)
             return refused(msg::badParameter);
         return statusReply(storage_.swapClasses(user.id, *a, *b), msg::noClass);
     });
-    server_->Post("/api/word/class/getAll", [this](const httplib::Request &req, httplib::Response &res) {
-        libraryRead(req, res, LibraryCache::Kind::Classes);
-    });
+    post("/api/word/class/getAll",
+         [this](const httplib::Request &req, const Form &form, httplib::Response &res) {
+             return libraryRead(req, form, res, LibraryCache::Kind::Classes);
+         });
 
     // Phrases ("swapPostion" is the path the client uses).
-    postLibrary("/api/word/list/create", [this](const httplib::Request &req, const UserRecord &user) {
-        return createPhrase(req, user);
-    });
-    postLibrary("/api/word/list/del", [this](const httplib::Request &req, const UserRecord &user) {
-        const auto signs = signList(param(req, "sign").value_or(""));
+    postLibrary("/api/word/list/create",
+                [this](const Form &form, const UserRecord &user) { return createPhrase(form, user); });
+    postLibrary("/api/word/list/del", [this](const Form &form, const UserRecord &user) {
+        const auto signs = signList(param(form, "sign").value_or(""));
         if (signs.empty())
             return refused(msg::badParameter);
         return statusReply(storage_.deletePhrases(user.id, signs), msg::noPhrase);
     });
-    postLibrary("/api/word/list/upValue", [this](const httplib::Request &req, const UserRecord &user) {
-        return updatePhrase(req, user);
-    });
-    postLibrary("/api/word/list/swapPostion", [this](const httplib::Request &req, const UserRecord &user) {
-        const auto a = param(req, "sign1"), b = param(req, "sign2");
+    postLibrary("/api/word/list/upValue",
+                [this](const Form &form, const UserRecord &user) { return updatePhrase(form, user); });
+    postLibrary("/api/word/list/swapPostion", [this](const Form &form, const UserRecord &user) {
+        const auto a = param(form, "sign1"), b = param(form, "sign2");
         if (!a || !b)
             return refused(msg::badParameter);
         return statusReply(storage_.swapPhrases(user.id, *a, *b), msg::noPhrase);
     });
-    server_->Post("/api/word/list/getAll", [this](const httplib::Request &req, httplib::Response &res) {
-        libraryRead(req, res, LibraryCache::Kind::Phrases);
-    });
+    post("/api/word/list/getAll",
+         [this](const httplib::Request &req, const Form &form, httplib::Response &res) {
+             return libraryRead(req, form, res, LibraryCache::Kind::Phrases);
+         });
 
     // Pictures.
     server_->Get(R"(/api/resource/word/getImage64/(.*))",
@@ -348,71 +363,83 @@ void ApiServer::routes() {
                      }
                      send(res, reply.dump());
                  });
-    post("/api/word/image/imageNameExist", [this](const httplib::Request &req) {
-        const auto name = param(req, "fileName");
-        if (!name || !PictureName::isPlain(*name))
-            return refused(msg::badPictureName);
-        return storage_.pictureExists(*name) ? ok() : refused(msg::noPicture);
+    post("/api/word/image/imageNameExist",
+         [this](const httplib::Request &, const Form &form, httplib::Response &) {
+             const auto name = param(form, "fileName");
+             if (!name || !PictureName::isPlain(*name))
+                 return refused(msg::badPictureName);
+             return storage_.pictureExists(*name) ? ok() : refused(msg::noPicture);
+         });
+    server_->Post("/api/word/image/uploadImage", [this](const httplib::Request &req, httplib::Response &res) {
+        Json reply;
+        try {
+            reply = uploadPicture(req);
+        } catch (const std::exception &e) {
+            std::fprintf(stderr, "quillora-cloud: upload failed: %s\n", e.what());
+            reply = refused(msg::internal);
+        }
+        send(res, reply.dump());
     });
-    post("/api/word/image/uploadImage", [this](const httplib::Request &req) { return uploadPicture(req); });
 
     // Web pages for registration and password change.
     server_->Get("/", [](const httplib::Request &, httplib::Response &res) {
         res.set_content(WebPages::index(), "text/html; charset=utf-8");
     });
-    post("/api/web/register", [this](const httplib::Request &req) { return webRegister(req); });
-    post("/api/web/reset", [this](const httplib::Request &req) { return webReset(req); });
+    post("/api/web/register", [this](const httplib::Request &, const Form &form, httplib::Response &) {
+        return webRegister(form);
+    });
+    post("/api/web/reset",
+         [this](const httplib::Request &, const Form &form, httplib::Response &) { return webReset(form); });
 }
 
-void ApiServer::libraryRead(const httplib::Request &req, httplib::Response &res, LibraryCache::Kind kind) {
-    try {
-        const auto user = sessionUser(req);
-        const auto dbname = param(req, "dbname");
-        if (!user)
-            return send(res, refused(msg::deadSession).dump());
-        if (!dbname)
-            return send(res, refused(msg::badParameter).dump());
-        if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
-            return send(res, refused(msg::forbidden).dump());
-        const auto version = storage_.libraryVersion(user->id);
-        if (auto cached = cache_.find(user->id, kind, version))
-            return send(res, *cached);
-        auto reply = ok();
-        auto &data = reply["data"] = Json::array();
-        if (kind == LibraryCache::Kind::Classes) {
-            for (const auto &c : storage_.classes(user->id))
-                data.push_back(Json{{"id", c.id},
-                                    {"sign", c.sign},
-                                    {"label", c.label},
-                                    {"position", c.position},
-                                    {"username", user->name}});
-        } else {
-            for (const auto &p : storage_.phrases(user->id))
-                data.push_back(Json{{"id", p.id},
-                                    {"parentSign", p.parentSign},
-                                    {"sign", p.sign},
-                                    {"label", p.label},
-                                    {"jsonValue", p.jsonValue},
-                                    {"texts", p.texts},
-                                    {"images", p.images},
-                                    {"position", p.position},
-                                    {"username", user->name},
-                                    {"keycode", ""},
-                                    {"bgColor", ""}});
-        }
-        auto body =
-            std::make_shared<const std::string>(reply.dump(-1, ' ', false, Json::error_handler_t::replace));
-        cache_.store(user->id, kind, version, body);
-        send(res, *body);
-    } catch (const std::exception &e) {
-        std::fprintf(stderr, "quillora-cloud: %s failed: %s\n", req.path.c_str(), e.what());
-        send(res, refused(msg::internal).dump());
+Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httplib::Response &res,
+                            LibraryCache::Kind kind) {
+    const auto user = sessionUser(req);
+    const auto dbname = param(form, "dbname");
+    if (!user)
+        return refused(msg::deadSession);
+    if (!dbname)
+        return refused(msg::badParameter);
+    if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
+        return refused(msg::forbidden);
+    const auto version = storage_.libraryVersion(user->id);
+    if (auto cached = cache_.find(user->id, kind, version)) {
+        send(res, *cached);
+        return Json();
     }
+    auto reply = ok();
+    auto &data = reply["data"] = Json::array();
+    if (kind == LibraryCache::Kind::Classes) {
+        for (const auto &c : storage_.classes(user->id))
+            data.push_back(Json{{"id", c.id},
+                                {"sign", c.sign},
+                                {"label", c.label},
+                                {"position", c.position},
+                                {"username", user->name}});
+    } else {
+        for (const auto &p : storage_.phrases(user->id))
+            data.push_back(Json{{"id", p.id},
+                                {"parentSign", p.parentSign},
+                                {"sign", p.sign},
+                                {"label", p.label},
+                                {"jsonValue", p.jsonValue},
+                                {"texts", p.texts},
+                                {"images", p.images},
+                                {"position", p.position},
+                                {"username", user->name},
+                                {"keycode", ""},
+                                {"bgColor", ""}});
+    }
+    auto body =
+        std::make_shared<const std::string>(reply.dump(-1, ' ', false, Json::error_handler_t::replace));
+    cache_.store(user->id, kind, version, body);
+    send(res, *body);
+    return Json();
 }
 
-Json ApiServer::login(const httplib::Request &req, httplib::Response &res) {
-    const auto name = param(req, "usernames");
-    auto cipher = param(req, "password");
+Json ApiServer::login(const Form &form, httplib::Response &res) {
+    const auto name = param(form, "usernames");
+    auto cipher = param(form, "password");
     if (!name || !cipher)
         return refused(msg::badParameter);
     // A client that leaves "+" unescaped in the form has it decoded as a blank.
@@ -446,16 +473,16 @@ Json ApiServer::login(const httplib::Request &req, httplib::Response &res) {
     return reply;
 }
 
-Json ApiServer::createPhrase(const httplib::Request &req, const UserRecord &user) {
-    const auto parent = param(req, "parentSign");
-    const auto label = param(req, "label");
-    const auto position = integer(param(req, "position").value_or(""));
+Json ApiServer::createPhrase(const Form &form, const UserRecord &user) {
+    const auto parent = param(form, "parentSign");
+    const auto label = param(form, "label");
+    const auto position = integer(param(form, "position").value_or(""));
     if (!parent || !position)
         return refused(msg::badParameter);
     if (auto problem = labelProblem(label); !problem.empty())
         return refused(problem);
     ContentRules::Derived derived;
-    const auto jsonValue = param(req, "jsonValue");
+    const auto jsonValue = param(form, "jsonValue");
     if (auto problem = contentProblem(jsonValue, derived); !problem.empty())
         return refused(problem);
     PhraseRecord record;
@@ -474,16 +501,16 @@ Json ApiServer::createPhrase(const httplib::Request &req, const UserRecord &user
     return reply;
 }
 
-Json ApiServer::updatePhrase(const httplib::Request &req, const UserRecord &user) {
-    const auto sign = param(req, "sign");
-    const auto parent = param(req, "newParentSign");
-    const auto label = param(req, "newLabel");
+Json ApiServer::updatePhrase(const Form &form, const UserRecord &user) {
+    const auto sign = param(form, "sign");
+    const auto parent = param(form, "newParentSign");
+    const auto label = param(form, "newLabel");
     if (!sign || !parent)
         return refused(msg::badParameter);
     if (auto problem = labelProblem(label); !problem.empty())
         return refused(problem);
     ContentRules::Derived derived;
-    const auto jsonValue = param(req, "newJsonValue");
+    const auto jsonValue = param(form, "newJsonValue");
     if (auto problem = contentProblem(jsonValue, derived); !problem.empty())
         return refused(problem);
     PhraseRecord record;
@@ -542,9 +569,9 @@ Json ApiServer::picture(const std::string &encodedName) {
     return reply;
 }
 
-Json ApiServer::webRegister(const httplib::Request &req) {
-    const auto name = param(req, "username");
-    const auto password = param(req, "password");
+Json ApiServer::webRegister(const Form &form) {
+    const auto name = param(form, "username");
+    const auto password = param(form, "password");
     if (!name || !password)
         return refused(msg::badParameter);
     if (const auto problem = Accounts::create(storage_, *name, *password, 6))
@@ -552,10 +579,10 @@ Json ApiServer::webRegister(const httplib::Request &req) {
     return ok();
 }
 
-Json ApiServer::webReset(const httplib::Request &req) {
-    const auto name = param(req, "username");
-    const auto oldPassword = param(req, "oldPassword");
-    const auto newPassword = param(req, "newPassword");
+Json ApiServer::webReset(const Form &form) {
+    const auto name = param(form, "username");
+    const auto oldPassword = param(form, "oldPassword");
+    const auto newPassword = param(form, "newPassword");
     if (!name || !oldPassword || !newPassword)
         return refused(msg::badParameter);
     if (const auto problem = Accounts::checkPassword(*newPassword, 6))

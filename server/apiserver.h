@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include <map>
+
 namespace httplib {
 class Server;
 struct Request;
@@ -30,8 +32,10 @@ public:
 
 private:
     using Json = nlohmann::json;
-    using Handler = std::function<Json(const httplib::Request &)>;
-    using UserHandler = std::function<Json(const httplib::Request &, const UserRecord &)>;
+    using Form = std::multimap<std::string, std::string>;
+    // A handler returns the reply, or null when it has written the response itself.
+    using Handler = std::function<Json(const httplib::Request &, const Form &, httplib::Response &)>;
+    using UserHandler = std::function<Json(const Form &, const UserRecord &)>;
 
     void routes();
     void post(const std::string &path, Handler handler);
@@ -41,14 +45,15 @@ private:
     std::optional<UserRecord> sessionUser(const httplib::Request &req);
     std::string baseUrl() const;
 
-    Json login(const httplib::Request &req, httplib::Response &res);
-    void libraryRead(const httplib::Request &req, httplib::Response &res, LibraryCache::Kind kind);
-    Json createPhrase(const httplib::Request &req, const UserRecord &user);
-    Json updatePhrase(const httplib::Request &req, const UserRecord &user);
+    Json login(const Form &form, httplib::Response &res);
+    Json libraryRead(const httplib::Request &req, const Form &form, httplib::Response &res,
+                     LibraryCache::Kind kind);
+    Json createPhrase(const Form &form, const UserRecord &user);
+    Json updatePhrase(const Form &form, const UserRecord &user);
     Json uploadPicture(const httplib::Request &req);
     Json picture(const std::string &encodedName);
-    Json webRegister(const httplib::Request &req);
-    Json webReset(const httplib::Request &req);
+    Json webRegister(const Form &form);
+    Json webReset(const Form &form);
 
     ServerConfig config_;
     Storage &storage_;
