@@ -72,7 +72,8 @@ bool save(QWidget *w, const QString &name) {
 
 void showAndWait(QWidget *w) {
     w->show();
-    QTest::qWaitForWindowExposed(w);
+    if (!QTest::qWaitForWindowExposed(w))
+        std::cerr << "window not exposed; the picture may be incomplete" << std::endl;
     QTest::qWait(200);
 }
 
