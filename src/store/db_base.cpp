@@ -49,6 +49,9 @@ db_base::db_base() {
     const QString path = databasePath();
     try {
         dbConnection.emplace(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        // opening is lazy: read the schema now so that a file that is not a database is reported here
+        dbConnection->execAndGet("SELECT count(*) FROM sqlite_master");
+        tune(*dbConnection);
     } catch (const std::exception &e) {
         dbConnection.reset();
         openErrorText() = QStringLiteral("无法打开数据库 %1：%2").arg(path, QString::fromUtf8(e.what()));
@@ -56,7 +59,6 @@ db_base::db_base() {
         return;
     }
     openErrorText().clear();
-    tune(*dbConnection);
     createTable_wordClass();
     createTable_wordList();
 }

@@ -121,6 +121,18 @@ private Q_SLOTS:
                  QStringLiteral("ab.png|c.jpg|"));
     }
 
+    void columnsFromOneParse() {
+        for (const char *json : {"not json", "[]",
+                                 "[{'type':1,'value':'a'},{'type':2,'value':'ab.png'},"
+                                 "{'type':2,'value':'b.png'},{'type':1,'value':'c'}]"}) {
+            const DerivedColumns columns = jsonStringToColumns(js(json));
+            QCOMPARE(columns.texts, jsonStringToString(js(json)));
+            QCOMPARE(columns.images, jsonStringToImageString(js(json)));
+        }
+        QCOMPARE(jsonStringToColumns(js("[{'type':2,'value':'x.png'},{'type':1,'value':'t'}]")).images,
+                 QStringLiteral("x.png|"));
+    }
+
     void stringOperations() {
         QCOMPARE(removeAllNull(QStringLiteral("a \n\r \r\nb")), QStringLiteral("ab"));
         QCOMPARE(removeAllNull(QStringLiteral("a\tb")), QStringLiteral("a\tb"));

@@ -40,8 +40,24 @@ private Q_SLOTS:
         QVERIFY(!classes.getData(QStringLiteral("c")));
     }
 
-    void existingTablesAreKept() {
+    void notADatabase() {
         QVERIFY(QDir().mkpath(LocalPath::sqliteDir()));
+        const QString path = LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(8192, 'x'));
+        file.close();
+        CoutCapture out;
+        db_word_class classes;
+        QVERIFY(!db_base::connection());
+        QVERIFY(db_base::openError().contains(path));
+        QVERIFY(out.text().contains(db_base::openError()));
+        QVERIFY(!classes.create(QStringLiteral("c"), QStringLiteral("l"), 0, QStringLiteral("u")));
+        QCOMPARE(QFileInfo(path).size(), 8192); // left as it was
+        QVERIFY(file.remove());
+    }
+
+    void existingTablesAreKept() {
         {
             // a library left by an earlier run
             SQLite::Database db((LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3")).toStdString(),
