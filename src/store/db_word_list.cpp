@@ -28,9 +28,10 @@ bool db_word_list::create(const QString &parenSign, const QString &sign, const Q
         bindText(insert, 1, parenSign);
         bindText(insert, 2, sign);
         bindText(insert, 3, label);
+        const DerivedColumns derived = jsonStringToColumns(jsonValue);
         bindText(insert, 4, jsonValue);
-        bindText(insert, 5, jsonStringToString(jsonValue));
-        bindText(insert, 6, jsonStringToImageString(jsonValue));
+        bindText(insert, 5, derived.texts);
+        bindText(insert, 6, derived.images);
         insert.bind(7, int64_t(position));
         bindText(insert, 8, username);
         insert.exec();
@@ -66,8 +67,9 @@ bool db_word_list::setValue(const QString &newParentSign, const QString &sign, c
                     bindText(s, 1, newParentSign);
                     bindText(s, 2, newLabel);
                     bindText(s, 3, newJsonValue);
-                    bindText(s, 4, jsonStringToString(newJsonValue));
-                    bindText(s, 5, jsonStringToImageString(newJsonValue));
+                    const DerivedColumns derived = jsonStringToColumns(newJsonValue);
+                    bindText(s, 4, derived.texts);
+                    bindText(s, 5, derived.images);
                     bindText(s, 6, sign);
                 });
     std::cout << "修改数据List 影响 " << n << " 行" << std::endl;
@@ -184,9 +186,10 @@ bool db_word_list::replaceAll(const QString &username, const QList<DataWordList>
             bindText(insert, 1, row.parentSign);
             bindText(insert, 2, row.sign);
             bindText(insert, 3, row.label);
+            const DerivedColumns derived = jsonStringToColumns(row.jsonValue);
             bindText(insert, 4, row.jsonValue);
-            bindText(insert, 5, jsonStringToString(row.jsonValue));
-            bindText(insert, 6, jsonStringToImageString(row.jsonValue));
+            bindText(insert, 5, derived.texts);
+            bindText(insert, 6, derived.images);
             insert.bind(7, int64_t(row.position));
             insert.exec();
             insert.reset();
