@@ -235,6 +235,13 @@ private Q_SLOTS:
         QCOMPARE(App::setting().cookie, QStringLiteral(" Path=/;sid=abc;"));
         // (A leading blank of a header value is not part of it in HTTP.)
         QCOMPARE(responder.requestsTo("/plain").value(0).header("Cookie"), QByteArray("Path=/;sid=abc;"));
+
+        // Once our cookie is emptied nothing is sent, even though the service had set one.
+        App::setting().setCookie(QString());
+        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/plain")), {},
+                          [&](const mHttpJsonResult &) { ++replies; });
+        QTRY_COMPARE_WITH_TIMEOUT(replies, 3, 20000);
+        QVERIFY(!responder.requestsTo("/plain").value(1).hasHeader("Cookie"));
     }
 
     void bodiesThatAreNotJsonFailWhateverTheStatus() {
