@@ -95,7 +95,7 @@ private:
     // Brings the target to the front and lets the tracker see it, then clicks back into this
     // program, which must not become the target.
     void makeTargetThenFocusOwn(const Target &t) {
-        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 60000);
         QTRY_VERIFY_WITH_TIMEOUT(Win32ApiWindow::setForeguangd(*applicationOf(t.pid)) && frontPid() == t.pid,
                                  10000);
         QTRY_COMPARE_WITH_TIMEOUT(targetPid(), t.pid, 10000);
@@ -139,7 +139,9 @@ private Q_SLOTS:
         own_.setWindowTitle(QStringLiteral("own window"));
         own_.resize(300, 60);
         own_.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&own_, 20000));
+        // The first window of a fresh display can take long on a loaded machine (fonts, the
+        // window manager still starting).
+        QVERIFY(QTest::qWaitForWindowExposed(&own_, 60000));
     }
 
     void cleanupTestCase() {
@@ -152,7 +154,7 @@ private Q_SLOTS:
     void describesWindowsOfOtherPrograms() {
         Target &t = startTarget({QStringLiteral("--class"), QStringLiteral("PasteTargetA"),
                                  QStringLiteral("--title"), QStringLiteral("Chat A")});
-        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 60000);
         const RunningApplication app = *applicationOf(t.pid);
         QCOMPARE(app.bundleIdentifier, std::optional<QString>(QStringLiteral("PasteTargetA")));
         QCOMPARE(app.localizedName, QStringLiteral("Chat A"));
