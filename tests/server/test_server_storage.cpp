@@ -1,4 +1,5 @@
 #include "fairmutex.h"
+#include "librarycache.h"
 #include "loginguard.h"
 #include "secrets.h"
 #include "sqlitestorage.h"
@@ -114,6 +115,29 @@ private Q_SLOTS:
         for (auto &t : threads)
             t.join();
         QCOMPARE(storage_->phrases(userId_).size(), std::size_t(400));
+    }
+
+    void libraryCacheFollowsVersionsAndKeepsToItsBudget() {
+        LibraryCache cache(100);
+        const auto reply = [](std::size_t n) {
+            auto r = std::make_shared<LibraryCache::Reply>();
+            r->plain.assign(n, 'x');
+            return std::shared_ptr<const LibraryCache::Reply>(r);
+        };
+        using K = LibraryCache::Kind;
+        cache.store(1, K::Phrases, 5, reply(40));
+        QVERIFY(cache.find(1, K::Phrases, 5));
+        QVERIFY(!cache.find(1, K::Phrases, 6)); // the library changed since
+        QVERIFY(!cache.find(1, K::Classes, 5));
+        cache.store(1, K::Phrases, 4, reply(10)); // a slower, older build does not win
+        QCOMPARE(cache.find(1, K::Phrases, 5)->plain.size(), std::size_t(40));
+        cache.store(2, K::Phrases, 1, reply(40));
+        cache.store(3, K::Phrases, 1, reply(40)); // 120 bytes: the oldest entry goes
+        QVERIFY(!cache.find(1, K::Phrases, 5));
+        QVERIFY(cache.find(2, K::Phrases, 1) && cache.find(3, K::Phrases, 1));
+        cache.store(2, K::Phrases, 2, reply(10)); // replacing frees its old bytes
+        cache.store(4, K::Classes, 1, reply(40));
+        QVERIFY(cache.find(2, K::Phrases, 2) && cache.find(3, K::Phrases, 1) && cache.find(4, K::Classes, 1));
     }
 
     void fairMutexExcludes() {
