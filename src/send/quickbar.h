@@ -34,7 +34,7 @@ public:
     void setListSource(ListSource list, RowSelector select);
     // The window a tap brings forward (the home window).
     void setHomeWindow(QWidget *window);
-    // Global shortcuts: the modifiers ("Ctrl+Alt", "Super", "None" for bare keys) with F1 .. F12.
+    // Global shortcuts: the modifiers ("Ctrl+Shift", "Super", "None" for bare keys) with F1 .. F12.
     // An empty text turns them off. False, with the reason on standard output, when not all are set.
     bool setShortcutModifiers(const QString &modifiers);
 

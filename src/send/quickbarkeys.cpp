@@ -65,6 +65,10 @@ std::optional<unsigned> QuickBarKeys::parseModifiers(const QString &text) {
         else
             return std::nullopt;
     }
+    // The keyboard map gives Ctrl+Alt with a function key to the server (console switching), so such
+    // a shortcut would never arrive.
+    if ((mask & ControlMask) && (mask & Mod1Mask))
+        return std::nullopt;
     return mask;
 }
 
@@ -94,7 +98,9 @@ bool QuickBarKeys::setModifiers(const QString &text) {
     const std::optional<unsigned> modifiers = parseModifiers(text);
     if (!modifiers) {
         std::cout << "quick bar shortcuts: cannot read the modifiers \"" << text.toStdString()
-                  << "\" (use names such as Ctrl+Alt, Shift+Super or None)" << std::endl;
+                  << "\" (use names such as Ctrl+Shift, Shift+Super or None; Ctrl+Alt with a function key "
+                     "switches the console)"
+                  << std::endl;
         return false;
     }
     if (!display) {

@@ -14,8 +14,8 @@ public:
     explicit QuickBarKeys(QObject *parent = nullptr);
     ~QuickBarKeys() override;
 
-    // X modifier mask of a text such as "Ctrl+Alt", "Shift+Super" or "None" (bare function keys);
-    // absent for an empty text or an unknown name.
+    // X modifier mask of a text such as "Ctrl+Shift", "Shift+Super" or "None" (bare function keys);
+    // absent for an empty text, an unknown name, or Ctrl with Alt (taken by the server).
     static std::optional<unsigned> parseModifiers(const QString &text);
 
     // Grabs the modifiers with F1 .. F12, replacing an earlier set; an empty text releases them.
