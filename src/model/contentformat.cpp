@@ -127,16 +127,31 @@ QString jsonStringToString(const QString &jsonString) {
     return getStringValue(*items).value_or(QString());
 }
 
-QString jsonStringToImageString(const QString &jsonString) {
-    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+namespace {
+
+QString imageStringOf(const DataJsonItemArr &items) {
     QString column;
-    if (!items)
-        return column;
-    for (const DataJsonItemPtr &item : *items) {
+    for (const DataJsonItemPtr &item : items) {
         if (!item || item->type != DataJsonItem::Image || item->value.isEmpty())
             continue;
         if (!column.contains(item->value))
             column += item->value + QLatin1Char('|');
     }
     return column;
+}
+
+} // namespace
+
+QString jsonStringToImageString(const QString &jsonString) {
+    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    if (!items)
+        return {};
+    return imageStringOf(*items);
+}
+
+DerivedColumns jsonStringToColumns(const QString &jsonString) {
+    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    if (!items)
+        return {};
+    return {getStringValue(*items).value_or(QString()), imageStringOf(*items)};
 }

@@ -31,3 +31,9 @@ QString replace(const QString &s, const QString &keyString, const QString &newVa
 // The derived texts and images columns of a stored phrase.
 QString jsonStringToString(const QString &jsonString);
 QString jsonStringToImageString(const QString &jsonString);
+// Both columns from one parse (what a store writes for every phrase).
+struct DerivedColumns {
+    QString texts;
+    QString images;
+};
+DerivedColumns jsonStringToColumns(const QString &jsonString);

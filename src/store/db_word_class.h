@@ -21,6 +21,11 @@ public:
     std::optional<DataWordClass> getData(const QString &sign);
     QList<DataWordClass> getLikeAll(const QString &keyText, const QString &username);
 
-    // Deletes every class of the user and inserts these, in one transaction: all or nothing.
+    // Deletes every class of the user and inserts these under that user, in one transaction: all or
+    // nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<DataWordClass> &rows);
+
+private:
+    static DataWordClass fromRow(const SQLite::Statement &row);
+    static QList<DataWordClass> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
 };

@@ -26,6 +26,12 @@ public:
     QList<DataWordList> getLikeAll(const QString &keyText, const QString &username);
     qint64 getMaxPosition(const QString &parentSign);
 
-    // Deletes every phrase of the user and inserts these (texts and images derived), in one transaction.
+    // Deletes every phrase of the user and inserts these under that user (texts and images derived
+    // from jsonValue), in one transaction: all or nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<DataWordList> &rows);
+
+private:
+    static DataWordList fromRow(const SQLite::Statement &row);
+    static QList<DataWordList> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    static QString countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
 };

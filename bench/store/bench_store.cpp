@@ -1,0 +1,270 @@
+// Local database figures on a realistic library: labels and ~120-character texts of mixed Chinese and
+// ASCII, a third of the phrases with one or two pictures. The database lives in a temporary folder.
+#include "store/db_word_list.h"
+#include "store/localpath.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <iostream>
+#include <optional>
+#include <random>
+#include <sstream>
+
+namespace {
+
+const QString user = QStringLiteral("bench");
+
+const char *const fragments[] = {
+    "您好",
+    "亲",
+    "请稍等",
+    "马上为您查询",
+    "退款",
+    "已经发货",
+    "快递单号",
+    "预计三天内送达",
+    "感谢您的耐心等待",
+    "订单",
+    "优惠券",
+    "满减活动",
+    "七天无理由退换",
+    "售后服务",
+    "请提供订单号",
+    "地址",
+    "修改",
+    "尺码",
+    "颜色",
+    "库存",
+    "补发",
+    "客服",
+    "工作时间",
+    "周末",
+    "节假日",
+    "包邮",
+    "运费险",
+    "发票",
+    "电子发票",
+    "开具",
+    "质量问题",
+    "拍照",
+    "上传",
+    "审核",
+    "通过",
+    "退货地址",
+    "顺丰",
+    "圆通",
+    "中通",
+    "申通",
+    "物流",
+    "签收",
+    "hello",
+    "order",
+    "refund",
+    "shipping",
+    "tracking",
+    "VIP",
+    "SKU",
+    "size M",
+    "size XL",
+    "OK",
+    "thanks",
+    "please",
+    "sorry",
+    "link",
+    "http://shop.example.com/item",
+    "APP",
+    "iPhone",
+    "Android",
+    "2024",
+    "48h",
+    "¥99",
+    "No.",
+    "，",
+    "。",
+    "！",
+    "？",
+    "：",
+    "~",
+    " ",
+    "😊",
+    "👍",
+};
+constexpr int fragmentCount = int(sizeof(fragments) / sizeof(fragments[0]));
+
+QString pictureName(std::mt19937 &rng) {
+    const QByteArray seed = QByteArray::number(quint64(rng()));
+    return QString::fromLatin1(QCryptographicHash::hash(seed, QCryptographicHash::Md5).toHex()) +
+           QStringLiteral(".png");
+}
+
+QList<DataWordList> makeRows(int count) {
+    std::mt19937 rng(20240611);
+    std::uniform_int_distribution<int> pick(0, fragmentCount - 1);
+    QList<DataWordList> rows;
+    rows.reserve(count);
+    for (int i = 0; i < count; ++i) {
+        QString label;
+        while (label.size() < 6)
+            label += QString::fromUtf8(fragments[pick(rng)]);
+        QString text;
+        while (text.size() < 120)
+            text += QString::fromUtf8(fragments[pick(rng)]);
+        QJsonArray content;
+        content.append(QJsonObject{{"type", 1}, {"value", text}});
+        if (i % 3 == 0) {
+            content.append(QJsonObject{{"type", 2}, {"value", pictureName(rng)}});
+            if (i % 6 == 0)
+                content.append(QJsonObject{{"type", 2}, {"value", pictureName(rng)}});
+        }
+        DataWordList row;
+        row.parentSign = QStringLiteral("class%1").arg(i % 40);
+        row.sign = QStringLiteral("sign%1").arg(i);
+        row.label = label;
+        row.jsonValue = QString::fromUtf8(QJsonDocument(content).toJson(QJsonDocument::Compact));
+        row.position = i / 40;
+        row.username = user;
+        rows << row;
+    }
+    return rows;
+}
+
+// Keeps exactly `count` phrases in the table, all of the benchmark user.
+void fillLibrary(int count) {
+    static int filled = -1;
+    if (filled == count)
+        return;
+    db_word_list store;
+    db_base::connection()->exec("DELETE FROM word_list");
+    if (!store.replaceAll(user, makeRows(count)))
+        std::abort();
+    filled = count;
+}
+
+// Log lines go to a sink while measuring, so the figures are not those of the terminal.
+struct QuietCout {
+    std::ostringstream sink;
+    std::streambuf *previous = std::cout.rdbuf(sink.rdbuf());
+    ~QuietCout() { std::cout.rdbuf(previous); }
+};
+
+void BM_CreateOne(benchmark::State &state) {
+    db_word_list store;
+    const QList<DataWordList> rows = makeRows(1);
+    QuietCout quiet;
+    int i = 0;
+    for (auto _ : state) {
+        const DataWordList &r = rows.first();
+        ++i;
+        benchmark::DoNotOptimize(store.create(r.parentSign, QStringLiteral("one%1").arg(i), r.label,
+                                              r.jsonValue, i, QStringLiteral("c")));
+        quiet.sink.str({});
+    }
+    store.deleteAll(QStringLiteral("c"));
+}
+
+void BM_ReplaceAll(benchmark::State &state) {
+    db_word_list store;
+    const QList<DataWordList> rows = makeRows(int(state.range(0)));
+    QuietCout quiet;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(store.replaceAll(QStringLiteral("replace"), rows));
+    store.deleteAll(QStringLiteral("replace"));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void likeBenchmark(benchmark::State &state, const QString &key) {
+    fillLibrary(int(state.range(0)));
+    db_word_list store;
+    qsizetype found = 0;
+    for (auto _ : state) {
+        const QList<DataWordList> rows = store.getLikeAll(key, user);
+        found = rows.size();
+        benchmark::DoNotOptimize(rows.constData());
+    }
+    state.counters["matches"] = double(found);
+}
+
+void BM_GetLikeAll_Common(benchmark::State &state) {
+    likeBenchmark(state, QStringLiteral("退款"));
+}
+
+void BM_GetLikeAll_Rare(benchmark::State &state) {
+    likeBenchmark(state, QStringLiteral("sorry顺丰"));
+}
+
+void BM_GetLikeAll_None(benchmark::State &state) {
+    likeBenchmark(state, QStringLiteral("不存在的词"));
+}
+
+// The bare scan of search, counting matches, on the store's connection (our LIKE, range(1) = 1) or on
+// a second connection with the built-in LIKE (range(1) = 0): what the faster matcher is worth.
+void BM_LikeScan(benchmark::State &state) {
+    fillLibrary(int(state.range(0)));
+    std::optional<SQLite::Database> plain;
+    SQLite::Database *db = db_base::connection();
+    if (state.range(1) == 0) {
+        plain.emplace(db_base::databasePath().toStdString(), SQLite::OPEN_READONLY);
+        plain->exec("PRAGMA mmap_size=268435456");
+        plain->exec("PRAGMA cache_size=-32768");
+        db = &*plain;
+    }
+    SQLite::Statement scan(*db, "SELECT count(*) FROM word_list WHERE username = ?2 AND (label LIKE ?1 OR "
+                                "texts LIKE ?1)");
+    scan.bind(1, "%不存在的词%");
+    scan.bind(2, user.toStdString());
+    for (auto _ : state) {
+        scan.reset();
+        scan.executeStep();
+        benchmark::DoNotOptimize(scan.getColumn(0).getInt());
+    }
+    state.SetLabel(state.range(1) ? "store LIKE" : "built-in LIKE");
+}
+
+void BM_GetImagenameAll(benchmark::State &state) {
+    fillLibrary(int(state.range(0)));
+    db_word_list store;
+    qsizetype names = 0;
+    for (auto _ : state) {
+        const QStringList all = store.getImagenameAll(user);
+        names = all.size();
+        benchmark::DoNotOptimize(all.constData());
+    }
+    state.counters["names"] = double(names);
+}
+
+} // namespace
+
+BENCHMARK(BM_CreateOne)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ReplaceAll)->Arg(10000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetLikeAll_Common)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetLikeAll_Rare)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetLikeAll_None)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LikeScan)->Args({100000, 0})->Args({100000, 1})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetImagenameAll)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+int main(int argc, char **argv) {
+    QTemporaryDir home;
+    qputenv("QUILLORA_HOME", home.path().toLocal8Bit());
+    QCoreApplication app(argc, argv);
+    {
+        QuietCout quiet;
+        LocalPath::iniitDir();
+        db_word_list open;
+    }
+    if (!db_base::connection()) {
+        std::cerr << db_base::openError().toStdString() << std::endl;
+        return 1;
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,93 @@
+#include "admincommands.h"
+#include "apiserver.h"
+#include "secrets.h"
+#include "serverconfig.h"
+#include "sqlitestorage.h"
+
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <pthread.h>
+#include <thread>
+
+namespace {
+
+const char *const usage =
+    "usage: quillora-cloud serve [--listen ADDR] [--port N] [--data DIR] [--tls-cert F --tls-key F]\n"
+    "                            [--min-version N] [--download-url URL] [--single-session]\n"
+    "                            [--max-picture-mib N] [--threads N]\n"
+    "       quillora-cloud adduser NAME [--data DIR]   (password on the first line of standard input)\n"
+    "       quillora-cloud passwd NAME [--data DIR]    (password on the first line of standard input)\n"
+    "       quillora-cloud demo [--data DIR]\n";
+
+int serve(const ServerConfig &config, Storage &storage) {
+    // Termination signals are taken by one thread that stops the server cleanly.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    ApiServer server(config, storage);
+    std::thread waiter([&] {
+        int received = 0;
+        sigwait(&signals, &received);
+        if (received != 0)
+            server.stop();
+    });
+    const int status = server.run();
+    pthread_kill(waiter.native_handle(), SIGTERM); // wakes the waiter when run() ended on its own
+    waiter.join();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    std::vector<std::string> args(argv + 1, argv + argc);
+    if (args.empty() || args[0] == "--help" || args[0] == "-h") {
+        std::cout << usage;
+        return args.empty() ? 2 : 0;
+    }
+    const std::string command = args[0];
+    std::vector<std::string> positional;
+    std::string error;
+    const ServerConfig config = ServerConfig::parse({args.begin() + 1, args.end()}, positional, error);
+    if (!error.empty()) {
+        std::cerr << "quillora-cloud: " << error << "\n" << usage;
+        return 2;
+    }
+    const bool takesName = command == "adduser" || command == "passwd";
+    if ((command != "serve" && command != "demo" && !takesName) ||
+        positional.size() != (takesName ? 1u : 0u)) {
+        std::cerr << usage;
+        return 2;
+    }
+    if (!Secrets::init()) {
+        std::cerr << "quillora-cloud: cannot initialise libsodium" << std::endl;
+        return 1;
+    }
+    std::unique_ptr<SqliteStorage> storage;
+    try {
+        std::filesystem::create_directories(config.dataDir);
+        storage = std::make_unique<SqliteStorage>(config.databasePath());
+    } catch (const std::exception &e) {
+        std::cerr << "quillora-cloud: cannot open data folder " << config.dataDir << ": " << e.what()
+                  << std::endl;
+        return 1;
+    }
+    try {
+        if (command == "serve")
+            return serve(config, *storage);
+        if (command == "adduser")
+            return AdminCommands::addUser(*storage, positional[0], std::cin);
+        if (command == "passwd")
+            return AdminCommands::changePassword(*storage, positional[0], std::cin);
+        return AdminCommands::demo(*storage);
+    } catch (const std::exception &e) {
+        std::cerr << "quillora-cloud: " << e.what() << std::endl;
+        return 1;
+    }
+}

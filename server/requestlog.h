@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+// One line per request on standard error: method, path, status, milliseconds. Bodies, headers
+// and query strings never reach it, so neither passwords nor cookies nor pictures do.
+class RequestLog {
+public:
+    static void markStart();
+    static void write(const std::string &method, const std::string &path, int status);
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// Options of `quillora-cloud serve` (and the --data of the other commands).
+class ServerConfig {
+public:
+    std::string listen = "127.0.0.1";
+    int port = 8765;
+    std::string dataDir;
+    std::string tlsCert;
+    std::string tlsKey;
+    std::int64_t minVersion = 1;
+    std::string downloadUrl; // empty: the service's own root page
+    bool singleSession = false;
+    std::size_t maxPictureBytes = 10u * 1024 * 1024;
+    std::size_t threads = 96;
+
+    bool tls() const { return !tlsCert.empty(); }
+    std::string databasePath() const;
+
+    // Parses the words after the command name. Unknown options or bad values fill `error`;
+    // words that are not options go to `positional`.
+    static ServerConfig parse(const std::vector<std::string> &args, std::vector<std::string> &positional,
+                              std::string &error);
+    // $XDG_DATA_HOME/quillora-cloud, else ~/.local/share/quillora-cloud.
+    static std::string defaultDataDir();
+};

@@ -1,0 +1,474 @@
+#include "sqlitestorage.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <atomic>
+#include <set>
+#include <unordered_map>
+
+namespace {
+
+std::atomic<std::uint64_t> nextInstance{1};
+
+// Request threads live as long as the server; each keeps its own connection per storage.
+thread_local std::unordered_map<std::uint64_t, std::unique_ptr<SQLite::Database>> connections;
+
+constexpr int schemaVersion = 1;
+
+void bumpVersion(SQLite::Database &db, std::int64_t userId) {
+    SQLite::Statement q(db, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
+    q.bind(1, userId);
+    q.exec();
+}
+
+std::optional<std::int64_t> classId(SQLite::Database &db, std::int64_t userId, const std::string &sign) {
+    SQLite::Statement q(db, "SELECT id FROM word_class WHERE sign = ? AND user_id = ?");
+    q.bind(1, sign);
+    q.bind(2, userId);
+    if (!q.executeStep())
+        return std::nullopt;
+    return q.getColumn(0).getInt64();
+}
+
+std::set<std::string> distinct(const std::vector<std::string> &signs) {
+    return {signs.begin(), signs.end()};
+}
+
+} // namespace
+
+SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {
+    migrate();
+}
+
+SqliteStorage::~SqliteStorage() {
+    connections.erase(instance_);
+}
+
+std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
+    auto db = std::make_unique<SQLite::Database>(path_, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE |
+                                                            SQLite::OPEN_NOMUTEX);
+    db->setBusyTimeout(10000);
+    db->exec("PRAGMA journal_mode = WAL");
+    db->exec("PRAGMA synchronous = NORMAL");
+    db->exec("PRAGMA foreign_keys = ON");
+    return db;
+}
+
+SQLite::Database &SqliteStorage::db() {
+    auto &slot = connections[instance_];
+    if (!slot)
+        slot = open();
+    return *slot;
+}
+
+void SqliteStorage::migrate() {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    const int version = d.execAndGet("PRAGMA user_version").getInt();
+    if (version >= schemaVersion)
+        return;
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    d.exec(R"(
+CREATE TABLE IF NOT EXISTS users (
+  id INTEGER PRIMARY KEY,
+  name TEXT NOT NULL,
+  name_key TEXT NOT NULL UNIQUE,
+  password_hash TEXT NOT NULL,
+  library_version INTEGER NOT NULL DEFAULT 0);
+CREATE TABLE IF NOT EXISTS sessions (
+  token_digest TEXT PRIMARY KEY,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  created_at INTEGER NOT NULL,
+  last_used INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS sessions_user ON sessions(user_id);
+CREATE TABLE IF NOT EXISTS login_guard (
+  name_key TEXT PRIMARY KEY,
+  failures INTEGER NOT NULL,
+  window_start INTEGER NOT NULL,
+  locked_until INTEGER NOT NULL);
+CREATE TABLE IF NOT EXISTS word_class (
+  id INTEGER PRIMARY KEY,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  sign TEXT NOT NULL UNIQUE,
+  label TEXT NOT NULL,
+  position INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS word_class_user ON word_class(user_id, position);
+CREATE TABLE IF NOT EXISTS word_list (
+  id INTEGER PRIMARY KEY,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  class_id INTEGER NOT NULL REFERENCES word_class(id) ON DELETE CASCADE,
+  sign TEXT NOT NULL UNIQUE,
+  label TEXT NOT NULL,
+  json_value TEXT NOT NULL,
+  texts TEXT NOT NULL,
+  images TEXT NOT NULL,
+  position INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS word_list_user ON word_list(user_id);
+CREATE INDEX IF NOT EXISTS word_list_class ON word_list(class_id, position);
+CREATE TABLE IF NOT EXISTS pictures (
+  name TEXT PRIMARY KEY,
+  data BLOB NOT NULL,
+  created_at INTEGER NOT NULL);
+)");
+    d.exec("PRAGMA user_version = " + std::to_string(schemaVersion));
+    t.commit();
+}
+
+StoreStatus SqliteStorage::createUser(const std::string &name, const std::string &nameKey,
+                                      const std::string &passwordHash, const std::string &firstClassSign,
+                                      const std::string &firstClassLabel) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
+    exists.bind(1, nameKey);
+    if (exists.executeStep())
+        return StoreStatus::Exists;
+    SQLite::Statement ins(d, "INSERT INTO users(name, name_key, password_hash) VALUES(?, ?, ?)");
+    ins.bind(1, name);
+    ins.bind(2, nameKey);
+    ins.bind(3, passwordHash);
+    ins.exec();
+    const std::int64_t userId = d.getLastInsertRowid();
+    SQLite::Statement cls(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
+    cls.bind(1, userId);
+    cls.bind(2, firstClassSign);
+    cls.bind(3, firstClassLabel);
+    cls.exec();
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+std::optional<UserRecord> SqliteStorage::findUser(const std::string &nameKey) {
+    SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ?");
+    q.bind(1, nameKey);
+    if (!q.executeStep())
+        return std::nullopt;
+    return UserRecord{q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString()};
+}
+
+bool SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
+    up.bind(1, passwordHash);
+    up.bind(2, userId);
+    if (up.exec() != 1)
+        return false;
+    SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
+    del.bind(1, userId);
+    del.exec();
+    t.commit();
+    return true;
+}
+
+LoginGuardState SqliteStorage::loginGuard(const std::string &nameKey) {
+    SQLite::Statement q(db(),
+                        "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = ?");
+    q.bind(1, nameKey);
+    if (!q.executeStep())
+        return {};
+    return {q.getColumn(0).getInt64(), q.getColumn(1).getInt64(), q.getColumn(2).getInt64()};
+}
+
+void SqliteStorage::setLoginGuard(const std::string &nameKey, const LoginGuardState &state) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    if (state.failures == 0 && state.lockedUntil == 0) {
+        SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
+        del.bind(1, nameKey);
+        del.exec();
+        return;
+    }
+    SQLite::Statement up(d,
+                         "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, locked_until) "
+                         "VALUES(?, ?, ?, ?)");
+    up.bind(1, nameKey);
+    up.bind(2, state.failures);
+    up.bind(3, state.windowStart);
+    up.bind(4, state.lockedUntil);
+    up.exec();
+}
+
+void SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
+                                  bool revokeOthers) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    if (revokeOthers) {
+        SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
+        del.bind(1, userId);
+        del.exec();
+    }
+    SQLite::Statement ins(
+        d, "INSERT INTO sessions(token_digest, user_id, created_at, last_used) VALUES(?, ?, ?, ?)");
+    ins.bind(1, tokenDigest);
+    ins.bind(2, userId);
+    ins.bind(3, now);
+    ins.bind(4, now);
+    ins.exec();
+    t.commit();
+}
+
+std::optional<UserRecord> SqliteStorage::sessionUser(const std::string &tokenDigest, std::int64_t now,
+                                                     std::int64_t maxIdle) {
+    auto &d = db();
+    SQLite::Statement q(d,
+                        "SELECT u.id, u.name, s.last_used FROM sessions s JOIN users u ON u.id = s.user_id "
+                        "WHERE s.token_digest = ?");
+    q.bind(1, tokenDigest);
+    if (!q.executeStep())
+        return std::nullopt;
+    UserRecord user{q.getColumn(0).getInt64(), q.getColumn(1).getString(), {}};
+    const std::int64_t lastUsed = q.getColumn(2).getInt64();
+    q.reset();
+    if (now - lastUsed > maxIdle) {
+        deleteSession(tokenDigest);
+        return std::nullopt;
+    }
+    // Refreshing at most once a minute keeps reads from turning into writes.
+    if (now - lastUsed >= 60) {
+        std::lock_guard lock(writeMutex_);
+        SQLite::Statement up(d, "UPDATE sessions SET last_used = ? WHERE token_digest = ?");
+        up.bind(1, now);
+        up.bind(2, tokenDigest);
+        up.exec();
+    }
+    return user;
+}
+
+void SqliteStorage::deleteSession(const std::string &tokenDigest) {
+    std::lock_guard lock(writeMutex_);
+    SQLite::Statement del(db(), "DELETE FROM sessions WHERE token_digest = ?");
+    del.bind(1, tokenDigest);
+    del.exec();
+}
+
+std::int64_t SqliteStorage::libraryVersion(std::int64_t userId) {
+    SQLite::Statement q(db(), "SELECT library_version FROM users WHERE id = ?");
+    q.bind(1, userId);
+    return q.executeStep() ? q.getColumn(0).getInt64() : -1;
+}
+
+std::vector<ClassRecord> SqliteStorage::classes(std::int64_t userId) {
+    SQLite::Statement q(db(), "SELECT id, sign, label, position FROM word_class WHERE user_id = ? "
+                              "ORDER BY position, id");
+    q.bind(1, userId);
+    std::vector<ClassRecord> out;
+    while (q.executeStep())
+        out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                       q.getColumn(3).getInt64()});
+    return out;
+}
+
+std::vector<PhraseRecord> SqliteStorage::phrases(std::int64_t userId) {
+    SQLite::Statement q(db(),
+                        "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
+                        "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
+                        "ORDER BY c.position, c.id, l.position, l.id");
+    q.bind(1, userId);
+    std::vector<PhraseRecord> out;
+    while (q.executeStep())
+        out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                       q.getColumn(3).getString(), q.getColumn(4).getString(), q.getColumn(5).getString(),
+                       q.getColumn(6).getString(), q.getColumn(7).getInt64()});
+    return out;
+}
+
+StoreStatus SqliteStorage::createClass(std::int64_t userId, const std::string &sign, const std::string &label,
+                                       std::int64_t position) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement ins(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
+    ins.bind(1, userId);
+    ins.bind(2, sign);
+    ins.bind(3, label);
+    ins.bind(4, position);
+    ins.exec();
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    const auto unique = distinct(signs);
+    std::vector<std::int64_t> ids;
+    for (const auto &sign : unique) {
+        const auto id = classId(d, userId, sign);
+        if (!id)
+            return StoreStatus::NotFound;
+        ids.push_back(*id);
+    }
+    SQLite::Statement count(d, "SELECT COUNT(*) FROM word_class WHERE user_id = ?");
+    count.bind(1, userId);
+    count.executeStep();
+    if (count.getColumn(0).getInt64() <= std::int64_t(ids.size()))
+        return StoreStatus::LastClass;
+    count.reset();
+    SQLite::Statement del(d, "DELETE FROM word_class WHERE id = ?");
+    for (const auto id : ids) {
+        del.bind(1, id);
+        del.exec();
+        del.reset();
+    }
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::setClassLabel(std::int64_t userId, const std::string &sign,
+                                         const std::string &label) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement up(d, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
+    up.bind(1, label);
+    up.bind(2, sign);
+    up.bind(3, userId);
+    if (up.exec() != 1)
+        return StoreStatus::NotFound;
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::swapRows(const char *table, std::int64_t userId, const std::string &sign1,
+                                    const std::string &sign2) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    const std::string select =
+        std::string("SELECT position FROM ") + table + " WHERE sign = ? AND user_id = ?";
+    std::int64_t positions[2];
+    const std::string *signs[2] = {&sign1, &sign2};
+    for (int i = 0; i < 2; ++i) {
+        SQLite::Statement q(d, select);
+        q.bind(1, *signs[i]);
+        q.bind(2, userId);
+        if (!q.executeStep())
+            return StoreStatus::NotFound;
+        positions[i] = q.getColumn(0).getInt64();
+    }
+    SQLite::Statement up(d,
+                         std::string("UPDATE ") + table + " SET position = ? WHERE sign = ? AND user_id = ?");
+    for (int i = 0; i < 2; ++i) {
+        up.bind(1, positions[1 - i]);
+        up.bind(2, *signs[i]);
+        up.bind(3, userId);
+        up.exec();
+        up.reset();
+    }
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::swapClasses(std::int64_t userId, const std::string &sign1,
+                                       const std::string &sign2) {
+    return swapRows("word_class", userId, sign1, sign2);
+}
+
+StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    const auto parent = classId(d, userId, record.parentSign);
+    if (!parent)
+        return StoreStatus::NotFound;
+    SQLite::Statement ins(d,
+                          "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
+                          "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+    ins.bind(1, userId);
+    ins.bind(2, *parent);
+    ins.bind(3, record.sign);
+    ins.bind(4, record.label);
+    ins.bind(5, record.jsonValue);
+    ins.bind(6, record.texts);
+    ins.bind(7, record.images);
+    ins.bind(8, record.position);
+    ins.exec();
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement del(d, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
+    for (const auto &sign : distinct(signs)) {
+        del.bind(1, sign);
+        del.bind(2, userId);
+        if (del.exec() != 1)
+            return StoreStatus::NotFound; // rolled back with the transaction
+        del.reset();
+    }
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    const auto parent = classId(d, userId, record.parentSign);
+    if (!parent)
+        return StoreStatus::NotFound;
+    SQLite::Statement up(
+        d, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, images = ? "
+           "WHERE sign = ? AND user_id = ?");
+    up.bind(1, *parent);
+    up.bind(2, record.label);
+    up.bind(3, record.jsonValue);
+    up.bind(4, record.texts);
+    up.bind(5, record.images);
+    up.bind(6, record.sign);
+    up.bind(7, userId);
+    if (up.exec() != 1)
+        return StoreStatus::NotFound;
+    bumpVersion(d, userId);
+    t.commit();
+    return StoreStatus::Ok;
+}
+
+StoreStatus SqliteStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
+                                       const std::string &sign2) {
+    return swapRows("word_list", userId, sign1, sign2);
+}
+
+bool SqliteStorage::pictureExists(const std::string &name) {
+    SQLite::Statement q(db(), "SELECT 1 FROM pictures WHERE name = ?");
+    q.bind(1, name);
+    return q.executeStep();
+}
+
+std::optional<std::string> SqliteStorage::picture(const std::string &name) {
+    SQLite::Statement q(db(), "SELECT data FROM pictures WHERE name = ?");
+    q.bind(1, name);
+    if (!q.executeStep())
+        return std::nullopt;
+    const auto column = q.getColumn(0);
+    return std::string(static_cast<const char *>(column.getBlob()), std::size_t(column.getBytes()));
+}
+
+StoreStatus SqliteStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    if (const auto existing = picture(name))
+        return *existing == bytes ? StoreStatus::Exists : StoreStatus::DifferentBytes;
+    SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
+    ins.bind(1, name);
+    ins.bind(2, bytes.data(), int(bytes.size()));
+    ins.bind(3, now);
+    ins.exec();
+    t.commit();
+    return StoreStatus::Ok;
+}

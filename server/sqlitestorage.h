@@ -1,0 +1,67 @@
+#pragma once
+
+#include "storage.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace SQLite {
+class Database;
+}
+
+// Embedded SQLite back-end: one file in WAL mode, one connection per request thread. Writers
+// queue on an in-process mutex first so they never spin in SQLite's busy handler.
+class SqliteStorage : public Storage {
+public:
+    // Opens (creating when needed) the database file and brings its schema up to date.
+    // Throws SQLite::Exception when the file cannot be opened.
+    explicit SqliteStorage(std::string path);
+    ~SqliteStorage() override;
+
+    StoreStatus createUser(const std::string &name, const std::string &nameKey,
+                           const std::string &passwordHash, const std::string &firstClassSign,
+                           const std::string &firstClassLabel) override;
+    std::optional<UserRecord> findUser(const std::string &nameKey) override;
+    bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) override;
+
+    LoginGuardState loginGuard(const std::string &nameKey) override;
+    void setLoginGuard(const std::string &nameKey, const LoginGuardState &state) override;
+
+    void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
+                       bool revokeOthers) override;
+    std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
+                                          std::int64_t maxIdle) override;
+    void deleteSession(const std::string &tokenDigest) override;
+
+    std::int64_t libraryVersion(std::int64_t userId) override;
+    std::vector<ClassRecord> classes(std::int64_t userId) override;
+    std::vector<PhraseRecord> phrases(std::int64_t userId) override;
+
+    StoreStatus createClass(std::int64_t userId, const std::string &sign, const std::string &label,
+                            std::int64_t position) override;
+    StoreStatus deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) override;
+    StoreStatus setClassLabel(std::int64_t userId, const std::string &sign,
+                              const std::string &label) override;
+    StoreStatus swapClasses(std::int64_t userId, const std::string &sign1, const std::string &sign2) override;
+
+    StoreStatus createPhrase(std::int64_t userId, const PhraseRecord &record) override;
+    StoreStatus deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) override;
+    StoreStatus updatePhrase(std::int64_t userId, const PhraseRecord &record) override;
+    StoreStatus swapPhrases(std::int64_t userId, const std::string &sign1, const std::string &sign2) override;
+
+    bool pictureExists(const std::string &name) override;
+    std::optional<std::string> picture(const std::string &name) override;
+    StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now) override;
+
+private:
+    SQLite::Database &db();
+    std::unique_ptr<SQLite::Database> open() const;
+    void migrate();
+    StoreStatus swapRows(const char *table, std::int64_t userId, const std::string &sign1,
+                         const std::string &sign2);
+
+    std::string path_;
+    std::uint64_t instance_;
+    std::mutex writeMutex_;
+};

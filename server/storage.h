@@ -1,0 +1,60 @@
+#pragma once
+
+#include "storagerecords.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+// Everything the endpoints need from persistence. SQLite is the one back-end today; another
+// (a shared database server) only has to implement this. Every method is safe to call from any
+// request thread; each change is one transaction. Times are Unix seconds.
+class Storage {
+public:
+    virtual ~Storage() = default;
+
+    // Accounts. Names are matched by nameKey (ASCII lower case). A new account gets one class.
+    virtual StoreStatus createUser(const std::string &name, const std::string &nameKey,
+                                   const std::string &passwordHash, const std::string &firstClassSign,
+                                   const std::string &firstClassLabel) = 0;
+    virtual std::optional<UserRecord> findUser(const std::string &nameKey) = 0;
+    // Replaces the hash and ends every session of the user.
+    virtual bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) = 0;
+
+    virtual LoginGuardState loginGuard(const std::string &nameKey) = 0;
+    virtual void setLoginGuard(const std::string &nameKey, const LoginGuardState &state) = 0;
+
+    // Sessions are stored by a digest of the token, never the token itself.
+    virtual void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
+                               bool revokeOthers) = 0;
+    // The session's user when it was used within maxIdle seconds; refreshes its last use.
+    virtual std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
+                                                  std::int64_t maxIdle) = 0;
+    virtual void deleteSession(const std::string &tokenDigest) = 0;
+
+    // Library. Every change bumps the user's library version.
+    virtual std::int64_t libraryVersion(std::int64_t userId) = 0;
+    virtual std::vector<ClassRecord> classes(std::int64_t userId) = 0;
+    virtual std::vector<PhraseRecord> phrases(std::int64_t userId) = 0;
+
+    virtual StoreStatus createClass(std::int64_t userId, const std::string &sign, const std::string &label,
+                                    std::int64_t position) = 0;
+    virtual StoreStatus deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) = 0;
+    virtual StoreStatus setClassLabel(std::int64_t userId, const std::string &sign,
+                                      const std::string &label) = 0;
+    virtual StoreStatus swapClasses(std::int64_t userId, const std::string &sign1,
+                                    const std::string &sign2) = 0;
+
+    // record.sign is the new sign; record.parentSign must be one of the user's classes.
+    virtual StoreStatus createPhrase(std::int64_t userId, const PhraseRecord &record) = 0;
+    virtual StoreStatus deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) = 0;
+    // Changes parent, label and content; the position stays.
+    virtual StoreStatus updatePhrase(std::int64_t userId, const PhraseRecord &record) = 0;
+    virtual StoreStatus swapPhrases(std::int64_t userId, const std::string &sign1,
+                                    const std::string &sign2) = 0;
+
+    // Pictures are shared by all users and never overwritten.
+    virtual bool pictureExists(const std::string &name) = 0;
+    virtual std::optional<std::string> picture(const std::string &name) = 0;
+    virtual StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now) = 0;
+};

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "cloud/apiresultbase.h"
+#include "cloud/apiresultcreate.h"
+#include "cloud/apiresultwordclasgetall.h"
+#include "cloud/mhttpjsonresult.h"
+
+#include <QString>
+
+// The class endpoints of the service; dbname names the user's library there.
+class api_word_class {
+public:
+    api_word_class() = delete;
+
+    static void create(const QString &label, const QString &position, const QString &dbname,
+                       apiResultCreateHandler resultHandler);
+    // `delete` is a keyword; delete_ is the nearest legal name.
+    static void delete_(const QString &sign, const QString &dbname, ApiResultBaseHandler resultHandler);
+    static void upLabel(const QString &sign, const QString &newLabel, const QString &dbname,
+                        ApiResultBaseHandler resultHandler);
+    static void swapPostion(const QString &sign1, const QString &sign2, const QString &dbname,
+                            ApiResultBaseHandler resultHandler);
+    // A library without classes cannot be fetched: an empty list ends the program.
+    static void getAll(const QString &dbname, apiResultWordClasGetAllHandler resultHandler);
+
+    // Shared by both endpoint groups: "state" 1 is ok, else the reply's "msg"; transport text as it is.
+    static ApiResultBase toResultBase(const mHttpJsonResult &r);
+    static apiResultCreate toResultCreate(const mHttpJsonResult &r);
+};

@@ -1,0 +1,122 @@
+#include "store/db_base.h"
+
+#include "store/likematch.h"
+#include "store/localpath.h"
+
+#include <SQLiteCpp/Exception.h>
+#include <iostream>
+
+std::optional<SQLite::Database> db_base::dbConnection;
+
+namespace {
+
+QString &openErrorText() {
+    static QString text;
+    return text;
+}
+
+// Tuning that leaves every result unchanged:
+// - WAL lets a write commit with one append instead of rewriting a rollback journal, and readers
+//   never block on a writer;
+// - synchronous=NORMAL drops the fsync on each commit (a power cut may lose the last commits, never
+//   corrupt the file); the service holds the master copy and start-up sync rewrites the library;
+// - a larger page cache and memory-mapped reads make the full-table LIKE scans of search cheaper;
+// - LIKE is our own matcher with the built-in results; it turns "%word%" into a substring search;
+// - a short busy timeout rides out a second instance holding the write lock for a moment.
+void tune(SQLite::Database &db) {
+    db.tryExec("PRAGMA journal_mode=WAL");
+    db.tryExec("PRAGMA synchronous=NORMAL");
+    db.tryExec("PRAGMA cache_size=-32768");
+    db.tryExec("PRAGMA mmap_size=268435456");
+    db.setBusyTimeout(2000);
+    installLike(db.getHandle());
+}
+
+void createTable(const char *sql) {
+    try {
+        db_base::connection()->exec(sql);
+        std::cout << "创建表 TABLE_LAMP 成功" << std::endl;
+    } catch (const std::exception &e) {
+        std::cout << "创建表失败：" << e.what() << std::endl;
+    }
+}
+
+} // namespace
+
+db_base::db_base() {
+    if (dbConnection)
+        return;
+    const QString path = databasePath();
+    try {
+        dbConnection.emplace(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        // opening is lazy: read the schema now so that a file that is not a database is reported here
+        dbConnection->execAndGet("SELECT count(*) FROM sqlite_master");
+        tune(*dbConnection);
+    } catch (const std::exception &e) {
+        dbConnection.reset();
+        openErrorText() = QStringLiteral("无法打开数据库 %1：%2").arg(path, QString::fromUtf8(e.what()));
+        std::cout << openErrorText().toStdString() << std::endl;
+        return;
+    }
+    openErrorText().clear();
+    createTable_wordClass();
+    createTable_wordList();
+}
+
+SQLite::Database *db_base::connection() {
+    return dbConnection ? &*dbConnection : nullptr;
+}
+
+QString db_base::openError() {
+    return openErrorText();
+}
+
+QString db_base::databasePath() {
+    return LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3");
+}
+
+void db_base::createTable_wordClass() {
+    createTable("CREATE TABLE IF NOT EXISTS \"word_class\" ("
+                "\"id\" INTEGER PRIMARY KEY NOT NULL, "
+                "\"sign\" TEXT NOT NULL, "
+                "\"label\" TEXT NOT NULL, "
+                "\"position\" INTEGER NOT NULL, "
+                "\"username\" TEXT NOT NULL)");
+}
+
+void db_base::createTable_wordList() {
+    createTable("CREATE TABLE IF NOT EXISTS \"Word_list\" ("
+                "\"id\" INTEGER PRIMARY KEY NOT NULL, "
+                "\"parentSign\" TEXT NOT NULL, "
+                "\"sign\" TEXT NOT NULL, "
+                "\"label\" TEXT NOT NULL, "
+                "\"texts\" TEXT NOT NULL, "
+                "\"images\" TEXT NOT NULL, "
+                "\"jsonValue\" TEXT NOT NULL, "
+                "\"position\" INTEGER NOT NULL, "
+                "\"username\" TEXT NOT NULL)");
+}
+
+int db_base::changes(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return 0;
+    try {
+        SQLite::Statement statement(*db, sql);
+        bind(statement);
+        return statement.exec();
+    } catch (const std::exception &e) {
+        std::cout << "执行失败：" << e.what() << std::endl;
+        return 0;
+    }
+}
+
+void db_base::bindText(SQLite::Statement &statement, int index, const QString &value) {
+    statement.bind(index, value.toStdString()); // bound as TEXT (UTF-8), never as a blob
+}
+
+QString db_base::textAt(const SQLite::Statement &statement, int index) {
+    const SQLite::Column column = statement.getColumn(index);
+    const char *text = column.getText();
+    return QString::fromUtf8(text, column.getBytes());
+}

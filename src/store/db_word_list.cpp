@@ -1,0 +1,253 @@
+#include "store/db_word_list.h"
+
+#include "model/contentformat.h"
+
+#include <QSet>
+#include <SQLiteCpp/Transaction.h>
+#include <iostream>
+
+#define WORD_LIST_COLUMNS                                                                                    \
+    "SELECT id, parentSign, sign, label, jsonValue, texts, images, position, username FROM word_list "
+
+namespace {
+
+const char *const insertSql = "INSERT INTO Word_list (parentSign, sign, label, jsonValue, texts, images, "
+                              "position, username) VALUES (?, ?, ?, ?, ?, ?, ?, ?)";
+
+} // namespace
+
+bool db_word_list::create(const QString &parenSign, const QString &sign, const QString &label,
+                          const QString &jsonValue, qint64 position, const QString &username) {
+    SQLite::Database *db = connection();
+    if (!db) {
+        std::cout << "插入失败" << std::endl;
+        return false;
+    }
+    try {
+        SQLite::Statement insert(*db, insertSql);
+        bindText(insert, 1, parenSign);
+        bindText(insert, 2, sign);
+        bindText(insert, 3, label);
+        const DerivedColumns derived = jsonStringToColumns(jsonValue);
+        bindText(insert, 4, jsonValue);
+        bindText(insert, 5, derived.texts);
+        bindText(insert, 6, derived.images);
+        insert.bind(7, int64_t(position));
+        bindText(insert, 8, username);
+        insert.exec();
+        std::cout << "插入成功：" << db->getLastInsertRowid() << " sign = " << sign.toStdString()
+                  << std::endl;
+        return true;
+    } catch (const std::exception &e) {
+        std::cout << "插入失败：" << e.what() << std::endl;
+        return false;
+    }
+}
+
+bool db_word_list::delete_(const QString &sign) {
+    const int n = changes("DELETE FROM word_list WHERE sign = (?)",
+                          [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+    std::cout << "删除完毕 影响 " << n << " 行" << std::endl;
+    return n > 0;
+}
+
+bool db_word_list::deleteAll(const QString &username) {
+    const int n = changes("DELETE FROM word_list WHERE username = (?)",
+                          [&](SQLite::Statement &s) { bindText(s, 1, username); });
+    std::cout << "删除完毕 影响 " << n << " 行" << std::endl;
+    return n > 0;
+}
+
+bool db_word_list::setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
+                            const QString &newJsonValue) {
+    const int n =
+        changes("UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
+                "(?) WHERE sign = (?)",
+                [&](SQLite::Statement &s) {
+                    bindText(s, 1, newParentSign);
+                    bindText(s, 2, newLabel);
+                    bindText(s, 3, newJsonValue);
+                    const DerivedColumns derived = jsonStringToColumns(newJsonValue);
+                    bindText(s, 4, derived.texts);
+                    bindText(s, 5, derived.images);
+                    bindText(s, 6, sign);
+                });
+    std::cout << "修改数据List 影响 " << n << " 行" << std::endl;
+    return n > 0;
+}
+
+bool db_word_list::setPosition(const QString &sign, qint64 newPosition) {
+    const int n = changes("UPDATE word_list SET position = (?) WHERE sign = (?)", [&](SQLite::Statement &s) {
+        s.bind(1, int64_t(newPosition));
+        bindText(s, 2, sign);
+    });
+    std::cout << "修改数据class_upcount 影响 " << n << " 行" << std::endl;
+    return n > 0;
+}
+
+QList<DataWordList> db_word_list::getAll(const QString &parenSign, const QString &username) {
+    // id breaks ties between equal positions so the order is stable
+    return query(WORD_LIST_COLUMNS "WHERE username = ? AND parentSign = ? ORDER BY position ASC, id ASC",
+                 [&](SQLite::Statement &s) {
+                     bindText(s, 1, username);
+                     bindText(s, 2, parenSign);
+                 });
+}
+
+QString db_word_list::getAllCount(const QString &username) {
+    return countOf("select count(id) from word_list where username = (?)",
+                   [&](SQLite::Statement &s) { bindText(s, 1, username); });
+}
+
+QString db_word_list::getCount(const QString &username, const QString &parentSign) {
+    return countOf("select count(id) from word_list where username = (?) and parentSign = (?)",
+                   [&](SQLite::Statement &s) {
+                       bindText(s, 1, username);
+                       bindText(s, 2, parentSign);
+                   });
+}
+
+QStringList db_word_list::getImagenameAll(const QString &username) {
+    QStringList names;
+    QSet<QString> seen; // the same equality test as a search of names, without its quadratic cost
+    SQLite::Database *db = connection();
+    if (!db)
+        return names;
+    try {
+        SQLite::Statement select(*db, "SELECT images FROM word_list WHERE username = ?");
+        bindText(select, 1, username);
+        while (select.executeStep()) {
+            const QString images = textAt(select, 0);
+            for (const QStringView piece : QStringView(images).split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
+                // names of two characters or fewer are never real picture names
+                if (piece.size() <= 2)
+                    continue;
+                const QString name = piece.toString();
+                if (!seen.contains(name)) {
+                    seen.insert(name);
+                    names.append(name);
+                }
+            }
+        }
+    } catch (const std::exception &e) {
+        std::cout << "查询失败：" << e.what() << std::endl;
+        names.clear();
+    }
+    return names;
+}
+
+std::optional<DataWordList> db_word_list::getData(const QString &sign) {
+    const QList<DataWordList> rows = query(WORD_LIST_COLUMNS "WHERE sign = ? LIMIT 1",
+                                           [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+    if (rows.isEmpty())
+        return std::nullopt;
+    return rows.first();
+}
+
+QList<DataWordList> db_word_list::getLikeAll(const QString &keyText, const QString &username) {
+    // "%" and "_" in the key stay wildcards: the pattern is not escaped
+    return query(WORD_LIST_COLUMNS "WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
+                 [&](SQLite::Statement &s) {
+                     bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
+                     bindText(s, 2, username);
+                 });
+}
+
+qint64 db_word_list::getMaxPosition(const QString &parentSign) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return 0;
+    try {
+        SQLite::Statement max(*db, "SELECT max(position) FROM word_list WHERE parentSign = (?)");
+        bindText(max, 1, parentSign);
+        if (!max.executeStep() || max.getColumn(0).isNull())
+            return 0;
+        return max.getColumn(0).getInt64() + 1;
+    } catch (const std::exception &e) {
+        std::cout << "查询失败：" << e.what() << std::endl;
+        return 0;
+    }
+}
+
+bool db_word_list::replaceAll(const QString &username, const QList<DataWordList> &rows) {
+    SQLite::Database *db = connection();
+    if (!db) {
+        std::cout << "插入失败" << std::endl;
+        return false;
+    }
+    try {
+        SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement remove(*db, "DELETE FROM word_list WHERE username = (?)");
+        bindText(remove, 1, username);
+        remove.exec();
+        SQLite::Statement insert(*db, insertSql);
+        bindText(insert, 8, username);
+        for (const DataWordList &row : rows) {
+            bindText(insert, 1, row.parentSign);
+            bindText(insert, 2, row.sign);
+            bindText(insert, 3, row.label);
+            const DerivedColumns derived = jsonStringToColumns(row.jsonValue);
+            bindText(insert, 4, row.jsonValue);
+            bindText(insert, 5, derived.texts);
+            bindText(insert, 6, derived.images);
+            insert.bind(7, int64_t(row.position));
+            insert.exec();
+            insert.reset();
+        }
+        transaction.commit();
+        std::cout << "批量写入 word_list 成功：" << rows.size() << " 行 username = " << username.toStdString()
+                  << std::endl;
+        return true;
+    } catch (const std::exception &e) {
+        std::cout << "批量写入 word_list 失败：" << e.what() << std::endl;
+        return false;
+    }
+}
+
+DataWordList db_word_list::fromRow(const SQLite::Statement &row) {
+    DataWordList d;
+    d.id = row.getColumn(0).getInt64();
+    d.parentSign = textAt(row, 1);
+    d.sign = textAt(row, 2);
+    d.label = textAt(row, 3);
+    d.jsonValue = textAt(row, 4);
+    d.texts = textAt(row, 5);
+    d.images = textAt(row, 6);
+    d.position = row.getColumn(7).getInt64();
+    d.username = textAt(row, 8);
+    return d;
+}
+
+QList<DataWordList> db_word_list::query(const char *sql,
+                                        const std::function<void(SQLite::Statement &)> &bind) {
+    QList<DataWordList> result;
+    SQLite::Database *db = connection();
+    if (!db)
+        return result;
+    try {
+        SQLite::Statement select(*db, sql);
+        bind(select);
+        while (select.executeStep())
+            result.append(fromRow(select));
+    } catch (const std::exception &e) {
+        std::cout << "查询失败：" << e.what() << std::endl;
+        result.clear();
+    }
+    return result;
+}
+
+QString db_word_list::countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return QStringLiteral("---");
+    try {
+        SQLite::Statement count(*db, sql);
+        bind(count);
+        if (!count.executeStep())
+            return QStringLiteral("---");
+        return QString::number(count.getColumn(0).getInt64());
+    } catch (const std::exception &e) {
+        std::cout << "查询失败：" << e.what() << std::endl;
+        return QStringLiteral("---");
+    }
+}

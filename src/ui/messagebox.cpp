@@ -1,0 +1,114 @@
+#include "ui/messagebox.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QPointer>
+#include <QPushButton>
+#include <QWidget>
+
+namespace {
+
+MessageBox::AnswerProvider &provider() {
+    static MessageBox::AnswerProvider p;
+    return p;
+}
+
+QList<MessageBox::Request> &record() {
+    static QList<MessageBox::Request> r;
+    return r;
+}
+
+} // namespace
+
+void MessageBox::setAnswerProvider(AnswerProvider p) {
+    provider() = std::move(p);
+}
+
+const QList<MessageBox::Request> &MessageBox::shown() {
+    return record();
+}
+
+void MessageBox::clearShown() {
+    record().clear();
+}
+
+bool MessageBox::answered(const Request &request, bool *answer) {
+    if (!provider())
+        return false;
+    record().append(request);
+    *answer = provider()(request);
+    return true;
+}
+
+QMessageBox *MessageBox::make(const QString &title, const QString &value, QWidget *window,
+                              QMessageBox::Icon style, bool twoButtons, QAbstractButton **okButton) {
+    // A sheet belongs to the top-level window, not to the button that asked for it.
+    QWidget *parent = window ? window->window() : nullptr;
+    auto *box = new QMessageBox(parent);
+    box->setIcon(style);
+    box->setWindowTitle(title);
+    box->setText(title);
+    box->setInformativeText(value);
+    QPushButton *ok = box->addButton(QStringLiteral("确认"), QMessageBox::AcceptRole);
+    if (twoButtons) {
+        QPushButton *cancel = box->addButton(QStringLiteral("取消"), QMessageBox::RejectRole);
+        box->setEscapeButton(cancel);
+    } else {
+        box->setEscapeButton(ok);
+    }
+    box->setDefaultButton(ok);
+    *okButton = ok;
+    return box;
+}
+
+bool MessageBox::showIsOk(const QString &title, const QString &value, QMessageBox::Icon style) {
+    bool answer = false;
+    if (answered({title, value, style, true, false}, &answer))
+        return answer;
+    QAbstractButton *ok = nullptr;
+    QMessageBox *box = make(title, value, nullptr, style, true, &ok);
+    box->exec();
+    answer = box->clickedButton() == ok;
+    delete box;
+    return answer;
+}
+
+void MessageBox::showIsOk(const QString &title, const QString &value, QWidget *window,
+                          QMessageBox::Icon style, std::function<void(bool)> callback) {
+    bool answer = false;
+    if (answered({title, value, style, true, window != nullptr}, &answer)) {
+        if (callback)
+            callback(answer);
+        return;
+    }
+    QAbstractButton *ok = nullptr;
+    QMessageBox *box = make(title, value, window, style, true, &ok);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    QPointer<QAbstractButton> okGuard(ok);
+    QObject::connect(box, &QMessageBox::finished, box, [box, okGuard, callback = std::move(callback)] {
+        const bool isOk = okGuard && box->clickedButton() == okGuard;
+        if (callback)
+            callback(isOk);
+    });
+    box->open();
+}
+
+void MessageBox::show(const QString &title, const QString &value, QWidget *window, QMessageBox::Icon style,
+                      std::function<void()> callback) {
+    bool answer = false;
+    if (answered({title, value, style, false, window != nullptr}, &answer)) {
+        if (callback)
+            callback();
+        return;
+    }
+    QAbstractButton *ok = nullptr;
+    QMessageBox *box = make(title, value, window, style, false, &ok);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
+    QObject::connect(box, &QMessageBox::finished, box, [callback = std::move(callback)] {
+        if (callback)
+            callback();
+    });
+    box->open();
+}

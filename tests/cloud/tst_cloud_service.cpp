@@ -1,0 +1,478 @@
+// The cloud client against the real quillora-cloud on an ephemeral port: sign-in, version gate,
+// library operations through the controllers, full synchronisation, picture upload, heartbeat.
+#include "cloud/api_base.h"
+#include "cloud/api_user.h"
+#include "cloud/api_word_class.h"
+#include "cloud/api_word_image.h"
+#include "cloud/api_word_list.h"
+#include "cloud/appsetting.h"
+#include "cloud/controller_cloud.h"
+#include "cloud/controller_synccheck.h"
+#include "cloud/imageutil.h"
+#include "cloud/uploadprocedure.h"
+#include "cloud/versiongate.h"
+#include "library/controller_word_class.h"
+#include "library/controller_word_list.h"
+#include "model/app.h"
+#include "store/appfileutil.h"
+#include "store/localpath.h"
+
+#include "cloudservice.h"
+#include "testenv.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <iostream>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+// The password's enciphered form holds "+", "/" and "=": the form encoding must keep them.
+const QString kUser = QStringLiteral("alice");
+const QString kPassword = QStringLiteral("pwhaaaa");
+
+// Collects what the code under test writes to std::cout while it lives.
+class CoutCapture {
+public:
+    CoutCapture() : previous_(std::cout.rdbuf(buffer_.rdbuf())) {}
+    ~CoutCapture() { std::cout.rdbuf(previous_); }
+    QString text() const { return QString::fromStdString(buffer_.str()); }
+
+private:
+    std::ostringstream buffer_;
+    std::streambuf *previous_;
+};
+
+// Records the order of completions and change notices.
+class Listener : public controller_word_class_delegate, public controller_word_list_delegate {
+public:
+    QStringList *events;
+    explicit Listener(QStringList *e) : events(e) {}
+    void onChange() override { events->append(QStringLiteral("class-change")); }
+    void onDataChange() override { events->append(QStringLiteral("list-change")); }
+};
+
+QByteArray pngBytes(char seed) {
+    QByteArray b("\x89PNG\r\n\x1a\n", 8);
+    b += QByteArray(2048, seed);
+    return b;
+}
+
+QString pictureContent(const QStringList &names) {
+    QJsonArray items{QJsonObject{{"type", 1}, {"value", "看图"}}};
+    for (const QString &n : names)
+        items.append(QJsonObject{{"type", 2}, {"value", n}});
+    return QString::fromUtf8(QJsonDocument(items).toJson(QJsonDocument::Compact));
+}
+
+} // namespace
+
+class tst_cloud_service : public QObject {
+    Q_OBJECT
+
+    CloudService service;
+    QStringList events;
+    Listener listener{&events};
+
+    template <typename Fn> DataResult await(Fn start) {
+        std::optional<DataResult> result;
+        start([&](const DataResult &r) { result = r; });
+        if (!QTest::qWaitFor([&]() { return result.has_value(); }, 30000))
+            return DataResult::error(QStringLiteral("no completion"));
+        return *result;
+    }
+
+    void signIn() {
+        std::optional<ApiLoginResult> login;
+        api_user::login(kUser, kPassword, [&](const ApiLoginResult &r) { login = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(login.has_value(), 30000);
+        QVERIFY2(login->isOk(), qPrintable(login->msg()));
+        App::userInfo().username = login->username();
+    }
+
+    QStringList serviceClassLabels() {
+        std::optional<apiResultWordClasGetAll> all;
+        api_word_class::getAll(kUser, [&](const apiResultWordClasGetAll &r) { all = r; });
+        if (!QTest::qWaitFor([&]() { return all.has_value(); }, 30000) || !all->isSuccess())
+            return {QStringLiteral("<fetch failed>")};
+        QStringList labels;
+        for (const DataWordClass &c : all->data())
+            labels.append(c.label);
+        return labels;
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(service.start());
+        QVERIFY(service.addUser(kUser, kPassword));
+        qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
+        LocalPath::iniitDir();
+        controller_word_class::sourceChangeDelegate = &listener;
+        controller_word_list::delegate = &listener;
+    }
+
+    void cleanupTestCase() {
+        controller_word_class::sourceChangeDelegate = nullptr;
+        controller_word_list::delegate = nullptr;
+    }
+
+    void versionGateAndSignIn() {
+        std::optional<std::optional<QJsonValue>> version;
+        api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(version.has_value(), 30000);
+        QCOMPARE(VersionGate::judge(*version).kind(), VersionGate::Kind::Ready);
+
+        // A refused sign-in carries the service's own text.
+        std::optional<ApiLoginResult> wrong;
+        api_user::login(kUser, QStringLiteral("not-the-password"),
+                        [&](const ApiLoginResult &r) { wrong = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(wrong.has_value(), 30000);
+        QVERIFY(!wrong->isOk());
+        QVERIFY(!wrong->msg().isEmpty());
+        QVERIFY(wrong->msg() != QStringLiteral("网络连接失败:"));
+
+        QList<bool> tourist;
+        api_base::getISTourist([&](bool t) { tourist.append(t); });
+        QTRY_VERIFY_WITH_TIMEOUT(tourist.size() >= 2, 30000);
+        QCOMPARE(tourist, (QList<bool>{true, false}));
+
+        signIn();
+        QCOMPARE(App::userInfo().username, kUser);
+        QVERIFY(!App::setting().cookie.isEmpty());
+
+        tourist.clear();
+        api_base::getISTourist([&](bool t) { tourist.append(t); });
+        QTRY_VERIFY_WITH_TIMEOUT(!tourist.isEmpty(), 30000);
+        QTest::qWait(300);
+        QCOMPARE(tourist, QList<bool>{false});
+
+        App::userInfo().username = QStringLiteral("someone");
+        std::optional<ApiResultBase> info;
+        api_user::getUserInfo([&](const ApiResultBase &r) { info = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(info.has_value(), 30000);
+        QVERIFY(info->isOk());
+        QCOMPARE(App::userInfo().username, kUser);
+    }
+
+    void outdatedBuildIsSentToTheDownloadPage() {
+        CloudService newer({QStringLiteral("--min-version"), QStringLiteral("2"),
+                            QStringLiteral("--download-url"),
+                            QStringLiteral("https://downloads.example.org/quillora")});
+        QVERIFY(newer.start());
+        qputenv("QUILLORA_SERVICE_URL", newer.baseUrl().toUtf8());
+        std::optional<std::optional<QJsonValue>> version;
+        api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(version.has_value(), 30000);
+        qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
+        const VersionGate gate = VersionGate::judge(*version);
+        QCOMPARE(gate.kind(), VersionGate::Kind::UpdateRequired);
+        QCOMPARE(gate.url(), QUrl(QStringLiteral("https://downloads.example.org/quillora")));
+    }
+
+    void heartbeatOfAValidSession() {
+        CoutCapture out;
+        controller_synccheck::start();
+        QTRY_VERIFY_WITH_TIMEOUT(out.text().contains(QStringLiteral("心跳结果 state = 1")), 30000);
+    }
+
+    void classOperationsReachTheStoreOnlyAfterTheService() {
+        auto &db = controller_word_class::db();
+        const qint64 before = db.getAll(kUser).size();
+
+        events.clear();
+        DataResult r = await(
+            [](DataResultCallback cb) { controller_word_class::create(QStringLiteral("售后"), kUser, cb); });
+        QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
+        QCOMPARE(events, QStringList{QStringLiteral("class-change")});
+        r = await(
+            [](DataResultCallback cb) { controller_word_class::create(QStringLiteral("物流"), kUser, cb); });
+        QVERIFY(r.isSuccess());
+        QList<DataWordClass> local = db.getAll(kUser);
+        QCOMPARE(local.size(), before + 2);
+
+        // A refused create (label far too long) stores nothing and reports the service's message.
+        events.clear();
+        r = await([](DataResultCallback cb) {
+            controller_word_class::create(QString(5000, QLatin1Char('x')), kUser, cb);
+        });
+        QVERIFY(r.isError());
+        QVERIFY(!r.msg().isEmpty());
+        QVERIFY(events.isEmpty());
+        QCOMPARE(db.getAll(kUser).size(), before + 2);
+
+        // Signs come from the service: the local rows match what the service lists.
+        QStringList labels = serviceClassLabels();
+        QVERIFY(labels.contains(QStringLiteral("售后")));
+        QVERIFY(labels.contains(QStringLiteral("物流")));
+        std::optional<DataWordClass> a, b;
+        for (const DataWordClass &c : db.getAll(kUser)) {
+            if (c.label == QStringLiteral("售后"))
+                a = c;
+            if (c.label == QStringLiteral("物流"))
+                b = c;
+        }
+        QVERIFY(a && b);
+        QVERIFY(a->sign.size() >= 16);
+
+        events.clear();
+        controller_word_class::setLabel(a->sign, QStringLiteral("售后服务"), kUser);
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
+        QCOMPARE(db.getData(a->sign)->label, QStringLiteral("售后服务"));
+        QVERIFY(serviceClassLabels().contains(QStringLiteral("售后服务")));
+
+        events.clear();
+        controller_word_class::swapPostion(a->sign, b->sign, kUser);
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
+        QCOMPARE(db.getData(a->sign)->position, b->position);
+        QCOMPARE(db.getData(b->sign)->position, a->position);
+
+        // A rename the service refuses (unknown sign) changes nothing and notifies nobody.
+        events.clear();
+        controller_word_class::setLabel(QStringLiteral("no-such-sign"), QStringLiteral("x"), kUser);
+        controller_word_class::delete_(a->sign + QLatin1Char('|') + b->sign + QLatin1Char('|'), kUser);
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
+        QVERIFY(!db.getData(a->sign).has_value());
+        QVERIFY(!db.getData(b->sign).has_value());
+        labels = serviceClassLabels();
+        QVERIFY(!labels.contains(QStringLiteral("售后服务")));
+        QVERIFY(!labels.contains(QStringLiteral("物流")));
+    }
+
+    void phraseOperationsReachTheStoreOnlyAfterTheService() {
+        auto &classes = controller_word_class::db();
+        for (const char *label : {"甲", "乙"}) {
+            const DataResult r = await([label](DataResultCallback cb) {
+                controller_word_class::create(QString::fromUtf8(label), kUser, cb);
+            });
+            QVERIFY(r.isSuccess());
+        }
+        QString c1, c2;
+        for (const DataWordClass &c : classes.getAll(kUser)) {
+            if (c.label == QStringLiteral("甲"))
+                c1 = c.sign;
+            if (c.label == QStringLiteral("乙"))
+                c2 = c.sign;
+        }
+        QVERIFY(!c1.isEmpty() && !c2.isEmpty());
+
+        auto &db = controller_word_list::db();
+        const QString content = pictureContent({});
+        events.clear();
+        // The completion comes before the change notice for a phrase create.
+        DataResult r = await([&](DataResultCallback cb) {
+            controller_word_list::create(c1, QStringLiteral("你好"), content, kUser,
+                                         [&, cb](const DataResult &res) {
+                                             events.append(QStringLiteral("completion"));
+                                             cb(res);
+                                         });
+        });
+        QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 2, 30000);
+        QCOMPARE(events, (QStringList{QStringLiteral("completion"), QStringLiteral("list-change")}));
+        for (const char *label : {"再见", "稍等"})
+            QVERIFY(await([&](DataResultCallback cb) {
+                        controller_word_list::create(c1, QString::fromUtf8(label), content, kUser, cb);
+                    }).isSuccess());
+        // Each class counts positions on its own.
+        QVERIFY(await([&](DataResultCallback cb) {
+                    controller_word_list::create(c2, QStringLiteral("别处"), content, kUser, cb);
+                }).isSuccess());
+        const QList<DataWordList> inC1 = db.getAll(c1, kUser);
+        QCOMPARE(inC1.size(), 3);
+        QCOMPARE(db.getAll(c2, kUser).size(), 1);
+        QCOMPARE(db.getAll(c2, kUser).at(0).position, db.getMaxPosition(QStringLiteral("never")));
+
+        // Refused: an unknown class. Nothing stored, the service's text reported.
+        const QString before = db.getAllCount(kUser);
+        r = await([&](DataResultCallback cb) {
+            controller_word_list::create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, kUser,
+                                         cb);
+        });
+        QVERIFY(r.isError());
+        QVERIFY(!r.msg().isEmpty());
+        QCOMPARE(db.getAllCount(kUser), before);
+
+        // Edit moves a phrase to the other class, with "+" "&" "=" in its text intact.
+        const DataWordList first = inC1.at(0);
+        const QString edited = QStringLiteral("[{\"type\":1,\"value\":\"a+b&c=d 100%\"}]");
+        r = await([&](DataResultCallback cb) {
+            controller_word_list::udValue(c2, first.sign, QStringLiteral("改"), edited, kUser, cb);
+        });
+        QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
+        const DataWordList moved = db.getData(first.sign).value();
+        QCOMPARE(moved.parentSign, c2);
+        QCOMPARE(moved.jsonValue, edited);
+
+        const DataWordList x = db.getData(inC1.at(1).sign).value();
+        const DataWordList y = db.getData(inC1.at(2).sign).value();
+        events.clear();
+        controller_word_list::swapPostion(x.sign, y.sign, kUser);
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
+        QCOMPARE(db.getData(x.sign)->position, y.position);
+        QCOMPARE(db.getData(y.sign)->position, x.position);
+
+        // Removed locally meanwhile: the service swaps, no local position changes, views still reload.
+        QVERIFY(db.delete_(y.sign));
+        events.clear();
+        controller_word_list::swapPostion(x.sign, y.sign, kUser);
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
+        QCOMPARE(db.getData(x.sign)->position, y.position);
+
+        events.clear();
+        controller_word_list::delete_(x.sign + QLatin1Char('|') + moved.sign + QLatin1Char('|'), kUser);
+        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
+        QVERIFY(!db.getData(x.sign).has_value());
+        QVERIFY(!db.getData(moved.sign).has_value());
+    }
+
+    void uploadProcedureSettlesEveryPicture() {
+        const QByteArray one = pngBytes('a'), two = pngBytes('b');
+        const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
+        QVERIFY(AppFileUtil::saveImage(one, n1));
+        QVERIFY(AppFileUtil::saveImage(two, n2));
+
+        UploadProcedure up(pictureContent({n1, n2}));
+        QCOMPARE(up.filenameArr(), (QStringList{n1, n2}));
+        QSignalSpy labels(&up, &UploadProcedure::labelChanged);
+        QSignalSpy progress(&up, &UploadProcedure::progressChanged);
+        std::optional<DataResult> result;
+        connect(&up, &UploadProcedure::finished, this, [&](const DataResult &r) { result = r; });
+        up.start();
+        QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
+        QVERIFY2(result->isSuccess(), qPrintable(result->msg()));
+        QCOMPARE(labels.size(), 2);
+        QVERIFY(labels.at(1).at(0).toString().contains(n2));
+        QVERIFY(!progress.isEmpty());
+        QCOMPARE(progress.last().at(0).toInt(), 100);
+
+        // Known names are not sent again.
+        UploadProcedure again(pictureContent({n1}));
+        QSignalSpy againProgress(&again, &UploadProcedure::progressChanged);
+        result.reset();
+        connect(&again, &UploadProcedure::finished, this, [&](const DataResult &r) { result = r; });
+        again.start();
+        QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
+        QVERIFY(result->isSuccess());
+        QVERIFY(againProgress.isEmpty());
+
+        // A name that does not belong to its bytes is refused; a missing file fails too. The first
+        // failure is the one reported, and the good picture in between still goes up.
+        const QByteArray three = pngBytes('c');
+        const QString n3 = ImageUtil::getImageRealFilename(three);
+        const QString wrongName = QStringLiteral("0123456789abcdef0123456789abcdef.png");
+        QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
+        QVERIFY(AppFileUtil::saveImage(three, n3));
+        UploadProcedure bad(
+            pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}));
+        result.reset();
+        connect(&bad, &UploadProcedure::finished, this, [&](const DataResult &r) { result = r; });
+        bad.start();
+        QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
+        QVERIFY(result->isError());
+        QVERIFY(!result->msg().isEmpty());
+        QVERIFY(!result->msg().startsWith(QStringLiteral("上传失败:")));
+        std::optional<bool> known;
+        api_word_image::exist(n3, [&](bool k) { known = k; });
+        QTRY_VERIFY_WITH_TIMEOUT(known.has_value(), 30000);
+        QVERIFY(*known);
+    }
+
+    void fullSynchronisationReplacesTheLibraryAndFetchesMissingPictures() {
+        // On the service: one phrase with two pictures, both uploaded above.
+        const QByteArray one = pngBytes('a'), two = pngBytes('b');
+        const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
+        QString c;
+        for (const DataWordClass &k : controller_word_class::db().getAll(kUser))
+            if (k.label == QStringLiteral("甲"))
+                c = k.sign;
+        QVERIFY(!c.isEmpty());
+        QVERIFY(
+            await([&](DataResultCallback cb) {
+                controller_word_list::create(c, QStringLiteral("图文"), pictureContent({n1, n2}), kUser, cb);
+            }).isSuccess());
+
+        // Locally: a stray class and phrase the service never had, and the second picture gone.
+        QVERIFY(
+            controller_word_class::db().create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
+        QVERIFY(controller_word_list::db().create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
+                                                  QStringLiteral("[]"), 0, kUser));
+        QVERIFY(QFile::remove(LocalPath::imageDir() + QLatin1Char('/') + n2));
+
+        QStringList order;
+        struct Observer : controller_cloud_delegate {
+            QStringList *order;
+            void onCloudStart() override { order->append(QStringLiteral("start")); }
+            void onCloudStop() override { order->append(QStringLiteral("stop")); }
+        } observer;
+        observer.order = &order;
+        controller_cloud::delegate = &observer;
+        CoutCapture out;
+        bool done = false;
+        controller_cloud::cloudAll([&]() { done = true; });
+        QTRY_VERIFY_WITH_TIMEOUT(done, 60000);
+        controller_cloud::delegate = nullptr;
+        const QString log = out.text();
+
+        QCOMPARE(order, (QStringList{QStringLiteral("start"), QStringLiteral("stop")}));
+        QVERIFY(log.contains(QStringLiteral("==================同步完毕")));
+        QVERIFY(log.contains(n1 + QStringLiteral(" - 无需下载")));
+        QVERIFY(log.contains(QStringLiteral("============下载结果 ") + n2 + QStringLiteral("=>下载完毕")));
+        QCOMPARE(AppFileUtil::readImage(n2).value_or(QByteArray()), two);
+        // The stages ran in order: classes, phrases, pictures.
+        const qsizetype classes = log.indexOf(QStringLiteral("XXCCCCCCCC"));
+        const qsizetype phrases = log.indexOf(QStringLiteral("---->图文<"));
+        const qsizetype pictures = log.indexOf(QStringLiteral("==========下载云图片。数量 "));
+        QVERIFY(classes >= 0 && phrases > classes && pictures > phrases);
+
+        QVERIFY(!controller_word_class::db().getData(QStringLiteral("stray")).has_value());
+        QVERIFY(!controller_word_list::db().getData(QStringLiteral("stray-p")).has_value());
+        QStringList localLabels;
+        for (const DataWordClass &k : controller_word_class::db().getAll(kUser))
+            localLabels.append(k.label);
+        QStringList remote = serviceClassLabels();
+        localLabels.sort();
+        remote.sort();
+        QCOMPARE(localLabels, remote);
+    }
+
+    void revokedSessionEndsTheProcess() {
+        QVERIFY(!App::setting().cookie.isEmpty());
+        // The password change ends every session of the account.
+        QCOMPARE(service.run({QStringLiteral("passwd"), kUser}, "another-password\n"), 0);
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QUILLORA_SERVICE_URL"), service.baseUrl());
+        env.insert(QStringLiteral("QUILLORA_TEST_COOKIE"), App::setting().cookie);
+        p.setProcessEnvironment(env);
+        p.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--child-heartbeat")});
+        QVERIFY(p.waitForStarted(20000));
+        QTRY_COMPARE_WITH_TIMEOUT(p.state(), QProcess::NotRunning, 60000);
+        QCOMPARE(p.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(p.exitCode(), 1);
+    }
+};
+
+int main(int argc, char **argv) {
+    TestEnv env;
+    QCoreApplication app(argc, argv);
+    if (argc >= 2 && QLatin1String(argv[1]) == QLatin1String("--child-heartbeat")) {
+        // The signed-in session of the parent, now revoked.
+        App::userInfo().username = kUser;
+        App::setting().setCookie(qEnvironmentVariable("QUILLORA_TEST_COOKIE"));
+        QTimer::singleShot(45000, []() { std::_Exit(3); });
+        controller_synccheck::start();
+        return QCoreApplication::exec();
+    }
+    tst_cloud_service test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_cloud_service.moc"

@@ -1,0 +1,585 @@
+#include "serviceclient.h"
+
+#include "cloudservice.h"
+#include "secrets.h"
+#include "testenv.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+using nlohmann::json;
+
+namespace {
+
+int state(const ServiceClient::Reply &r) {
+    return r.json.is_object() ? r.json.value("state", -99) : -99;
+}
+
+std::string msgOf(const ServiceClient::Reply &r) {
+    return r.json.is_object() ? r.json.value("msg", std::string("<none>")) : std::string("<not json>");
+}
+
+QByteArray describe(const ServiceClient::Reply &r) {
+    return QByteArray::number(r.status) + " " + QByteArray::fromStdString(r.json.dump());
+}
+
+#define EXPECT_OK(reply)                                                                                     \
+    do {                                                                                                     \
+        const auto r_ = (reply);                                                                             \
+        QVERIFY2(state(r_) == 1 && r_.json.value("msg", std::string("x")).empty(),                           \
+                 describe(r_).constData());                                                                  \
+    } while (0)
+
+#define EXPECT_REFUSED(reply, text)                                                                          \
+    do {                                                                                                     \
+        const auto r_ = (reply);                                                                             \
+        QVERIFY2(state(r_) == 0, describe(r_).constData());                                                  \
+        QCOMPARE(QString::fromStdString(msgOf(r_)), QStringLiteral(text));                                   \
+    } while (0)
+
+std::string content(std::initializer_list<std::pair<int, std::string>> items) {
+    json a = json::array();
+    for (const auto &[t, v] : items)
+        a.push_back({{"type", t}, {"value", v}});
+    return a.dump();
+}
+
+} // namespace
+
+class TestServerApi : public QObject {
+    Q_OBJECT
+
+    CloudService service_;
+    std::unique_ptr<ServiceClient> alice_; // signed in once, shared by the cases
+    std::unique_ptr<ServiceClient> bob_;
+
+    std::string url() const { return service_.baseUrl().toStdString(); }
+
+    json getAll(ServiceClient &c, const char *what) {
+        const auto r = c.post(std::string("/api/word/") + what + "/getAll", {{"dbname", c.username}});
+        return state(r) == 1 ? r.json["data"] : json();
+    }
+    std::string createClass(ServiceClient &c, const std::string &label, int position) {
+        const auto r =
+            c.post("/api/word/class/create",
+                   {{"label", label}, {"position", std::to_string(position)}, {"dbname", c.username}});
+        return state(r) == 1 ? r.json.value("sign", "") : "";
+    }
+    std::string createPhrase(ServiceClient &c, const std::string &parent, const std::string &label,
+                             const std::string &jsonValue, int position) {
+        const auto r = c.post("/api/word/list/create", {{"parentSign", parent},
+                                                        {"label", label},
+                                                        {"jsonValue", jsonValue},
+                                                        {"position", std::to_string(position)},
+                                                        {"dbname", c.username}});
+        return state(r) == 1 ? r.json.value("sign", "") : "";
+    }
+    static std::vector<std::string> field(const json &data, const char *key) {
+        std::vector<std::string> out;
+        for (const auto &item : data)
+            out.push_back(item.value(key, ""));
+        return out;
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(Secrets::init());
+        QVERIFY(service_.start());
+        QVERIFY(service_.addUser("Alice", "alice-pw"));
+        QVERIFY(service_.addUser("bob", "bob-pw"));
+        QVERIFY(!service_.addUser("ALICE", "other")); // names ignore ASCII case
+        alice_ = std::make_unique<ServiceClient>(url());
+        bob_ = std::make_unique<ServiceClient>(url());
+        EXPECT_OK(alice_->login("alice", "alice-pw"));
+        EXPECT_OK(bob_->login("BOB", "bob-pw"));
+    }
+
+    void versionTouristAndSession() {
+        ServiceClient anon(url());
+        const auto version = anon.post("/api/util/osx/getVersionForm", {{"version", "1"}});
+        EXPECT_OK(version);
+        QCOMPARE(version.json.value("version", 0), 1);
+        QVERIFY(version.json.value("url", "").rfind("http://", 0) == 0);
+
+        QCOMPARE(anon.post("/api/ios/getIsTourist", {{"version", "1"}}).json.value("re", -1), 1);
+        QCOMPARE(alice_->post("/api/ios/getIsTourist", {{"version", "1"}}).json.value("re", -1), 0);
+
+        // The reply carries the stored spelling, whatever was typed; the cookie is a 128-bit token.
+        QCOMPARE(alice_->username, std::string("Alice"));
+        QVERIFY(QRegularExpression("quillora_session=[0-9a-f]{32};")
+                    .match(QString::fromStdString(alice_->cookie))
+                    .hasMatch());
+        QVERIFY(QString::fromStdString(alice_->cookie).contains(" Path=/;"));
+        const auto info = alice_->post("/api/user/getUserInfo", {{"token", ""}});
+        EXPECT_OK(info);
+        QCOMPARE(info.json.value("username", ""), std::string("Alice"));
+        EXPECT_OK(alice_->post("/api/user/SyncCheckOSX", {{"version", "1"}}));
+
+        QCOMPARE(state(anon.post("/api/user/SyncCheckOSX", {{"version", "1"}})), -1);
+        EXPECT_REFUSED(anon.post("/api/user/getUserInfo", {}), "登录已失效，请重新登录");
+        anon.cookie = "quillora_session=00000000000000000000000000000000;";
+        QCOMPARE(state(anon.post("/api/user/SyncCheckOSX", {{"version", "1"}})), -1);
+        // The "username" form field never decides who is asking.
+        anon.username = "Alice";
+        EXPECT_REFUSED(anon.post("/api/word/class/getAll", {{"dbname", "Alice"}}), "登录已失效，请重新登录");
+    }
+
+    void wrongLoginsAreRefusedThenLocked() {
+        QVERIFY(service_.addUser("carol", "carol-pw"));
+        ServiceClient c(url());
+        EXPECT_REFUSED(c.login("nobody", "x"), "用户名或密码错误");
+        EXPECT_REFUSED(c.post("/api/osx/login", {{"usernames", "carol"}}), "参数错误");
+        EXPECT_REFUSED(c.post("/api/osx/login", {{"usernames", "carol"}, {"password", "***"}}), "参数错误");
+        for (int i = 0; i < 4; ++i)
+            EXPECT_REFUSED(c.login("carol", "wrong"), "用户名或密码错误");
+        const auto fifth = c.login("Carol", "wrong");
+        QCOMPARE(state(fifth), 0);
+        QVERIFY2(QString::fromStdString(msgOf(fifth)).contains("15分钟"), msgOf(fifth).c_str());
+        // Locked: even the right password is turned away, and no cookie is handed out.
+        const auto locked = c.login("carol", "carol-pw");
+        QCOMPARE(state(locked), 0);
+        QVERIFY(QString::fromStdString(msgOf(locked)).contains("分钟后再试"));
+        QVERIFY(locked.setCookie.empty());
+        QVERIFY(c.cookie.empty());
+    }
+
+    void newAccountStartsWithOneClassThatCannotBeDeleted() {
+        const auto classes = getAll(*bob_, "class");
+        QCOMPARE(classes.size(), std::size_t(1));
+        QCOMPARE(classes[0].value("label", ""), std::string("默认分类"));
+        QCOMPARE(classes[0].value("username", ""), std::string("bob"));
+        EXPECT_REFUSED(bob_->post("/api/word/class/del",
+                                  {{"sign", classes[0].value("sign", "") + "|"}, {"dbname", "bob"}}),
+                       "至少需要保留一个分类，不能删除全部分类");
+        QCOMPARE(getAll(*bob_, "class").size(), std::size_t(1));
+        QVERIFY(getAll(*bob_, "list").empty());
+    }
+
+    void classesCreateRenameSwapDelete() {
+        auto &c = *alice_;
+        const auto a = createClass(c, "售前", 1);
+        const auto b = createClass(c, "售后", 2);
+        QCOMPARE(a.size(), std::size_t(32));
+        QVERIFY(a != b);
+        auto labels = field(getAll(c, "class"), "label");
+        QCOMPARE(labels, (std::vector<std::string>{"默认分类", "售前", "售后"}));
+
+        EXPECT_OK(
+            c.post("/api/word/class/upLabel", {{"sign", a}, {"newLabel", "售前咨询"}, {"dbname", "Alice"}}));
+        EXPECT_OK(c.post("/api/word/class/swapPosition", {{"sign1", a}, {"sign2", b}, {"dbname", "alice"}}));
+        const auto data = getAll(c, "class");
+        QCOMPARE(field(data, "label"), (std::vector<std::string>{"默认分类", "售后", "售前咨询"}));
+        QCOMPARE(data[1].value("position", -1), 1);
+        QCOMPARE(data[2].value("position", -1), 2);
+
+        EXPECT_REFUSED(
+            c.post("/api/word/class/upLabel", {{"sign", "nope"}, {"newLabel", "x"}, {"dbname", "Alice"}}),
+            "分类不存在");
+        EXPECT_REFUSED(
+            c.post("/api/word/class/swapPosition", {{"sign1", a}, {"sign2", "nope"}, {"dbname", "Alice"}}),
+            "分类不存在");
+        EXPECT_REFUSED(
+            c.post("/api/word/class/create", {{"label", "x"}, {"position", "1.5"}, {"dbname", "Alice"}}),
+            "参数错误");
+        EXPECT_REFUSED(c.post("/api/word/class/create", {{"position", "1"}, {"dbname", "Alice"}}),
+                       "参数错误");
+        EXPECT_REFUSED(c.post("/api/word/class/create", {{"label", "x"}, {"position", "1"}}), "参数错误");
+        EXPECT_REFUSED(c.post("/api/word/class/create",
+                              {{"label", std::string(201, 'x')}, {"position", "1"}, {"dbname", "Alice"}}),
+                       "名称不能超过200个字");
+        std::string twoHundred;
+        for (int i = 0; i < 200; ++i)
+            twoHundred += "字";
+        const auto longOne = createClass(c, twoHundred, 3);
+        QVERIFY(!longOne.empty());
+
+        // A deletion naming one unknown sign changes nothing at all.
+        EXPECT_REFUSED(c.post("/api/word/class/del", {{"sign", b + "|nope|"}, {"dbname", "Alice"}}),
+                       "分类不存在");
+        QCOMPARE(getAll(c, "class").size(), std::size_t(4));
+        EXPECT_OK(c.post("/api/word/class/del", {{"sign", longOne}, {"dbname", "Alice"}}));
+        QCOMPARE(getAll(c, "class").size(), std::size_t(3));
+        EXPECT_REFUSED(c.post("/api/word/class/del", {{"sign", "|"}, {"dbname", "Alice"}}), "参数错误");
+    }
+
+    void phrasesDeriveColumnsAndKeepOrder() {
+        auto &c = *alice_;
+        const auto classes = getAll(c, "class");
+        const auto first = classes[0].value("sign", ""), second = classes[1].value("sign", "");
+        // Created out of order across two classes: the reply sorts by class, then position.
+        const auto p3 = createPhrase(c, second, "三", content({{1, "three"}}), 0);
+        const auto p2 = createPhrase(c, first, "二", content({{1, "two"}}), 5);
+        const auto p1 =
+            createPhrase(c, first, "一",
+                         content({{1, "Hi "}, {2, "ab.png"}, {1, "there"}, {2, "b.png"}, {2, "c.gif"}}), 1);
+        QVERIFY(!p1.empty() && !p2.empty() && !p3.empty());
+        auto data = getAll(c, "list");
+        QCOMPARE(field(data, "sign"), (std::vector<std::string>{p1, p2, p3}));
+        const auto &one = data[0];
+        QCOMPARE(one.value("texts", ""), std::string("Hi there"));
+        QCOMPARE(one.value("images", ""), std::string("ab.png|c.gif|"));
+        QCOMPARE(one.value("parentSign", ""), first);
+        QCOMPARE(one.value("username", ""), std::string("Alice"));
+        QCOMPARE(one.value("position", -1), 1);
+        for (const char *key : {"id", "keycode", "bgColor", "jsonValue", "label"})
+            QVERIFY2(one.contains(key), key);
+        QCOMPARE(one.value("keycode", "x"), std::string());
+        QCOMPARE(one.value("bgColor", "x"), std::string());
+
+        // Editing moves the phrase and derives its columns again; its position stays.
+        EXPECT_OK(c.post("/api/word/list/upValue", {{"sign", p1},
+                                                    {"newParentSign", second},
+                                                    {"newLabel", "一改"},
+                                                    {"newJsonValue", content({{2, "x.png"}})},
+                                                    {"dbname", "Alice"}}));
+        EXPECT_OK(c.post("/api/word/list/swapPostion", {{"sign1", p3}, {"sign2", p1}, {"dbname", "Alice"}}));
+        data = getAll(c, "list");
+        QCOMPARE(field(data, "sign"), (std::vector<std::string>{p2, p1, p3}));
+        QCOMPARE(data[1].value("label", ""), std::string("一改"));
+        QCOMPARE(data[1].value("texts", "x"), std::string());
+        QCOMPARE(data[1].value("images", ""), std::string("x.png|"));
+        QCOMPARE(data[1].value("position", -1), 0);
+
+        EXPECT_REFUSED(c.post("/api/word/list/upValue", {{"sign", p1},
+                                                         {"newParentSign", "nope"},
+                                                         {"newLabel", "a"},
+                                                         {"newJsonValue", "[]"},
+                                                         {"dbname", "Alice"}}),
+                       "所属分类不存在");
+        EXPECT_REFUSED(c.post("/api/word/list/upValue", {{"sign", "nope"},
+                                                         {"newParentSign", first},
+                                                         {"newLabel", "a"},
+                                                         {"newJsonValue", "[]"},
+                                                         {"dbname", "Alice"}}),
+                       "话术不存在");
+
+        // Several signs at once, atomically; an unknown one spoils the whole request.
+        EXPECT_REFUSED(
+            c.post("/api/word/list/del", {{"sign", p2 + "|" + p3 + "|nope|"}, {"dbname", "Alice"}}),
+            "话术不存在");
+        QCOMPARE(getAll(c, "list").size(), std::size_t(3));
+        EXPECT_OK(c.post("/api/word/list/del", {{"sign", p2 + "|" + p3 + "|"}, {"dbname", "Alice"}}));
+        QCOMPARE(field(getAll(c, "list"), "sign"), std::vector<std::string>{p1});
+
+        // Deleting a class takes its phrases with it.
+        const auto doomed = createClass(c, "临时", 9);
+        createPhrase(c, doomed, "temp", content({{1, "t"}}), 0);
+        QCOMPARE(getAll(c, "list").size(), std::size_t(2));
+        EXPECT_OK(c.post("/api/word/class/del", {{"sign", doomed + "|"}, {"dbname", "Alice"}}));
+        QCOMPARE(field(getAll(c, "list"), "sign"), std::vector<std::string>{p1});
+    }
+
+    void malformedPhrasesAreRefused() {
+        auto &c = *alice_;
+        const auto parent = getAll(c, "class")[0].value("sign", "");
+        const auto before = getAll(c, "list").size();
+        const auto create = [&](const std::string &jsonValue) {
+            return c.post("/api/word/list/create", {{"parentSign", parent},
+                                                    {"label", "l"},
+                                                    {"jsonValue", jsonValue},
+                                                    {"position", "0"},
+                                                    {"dbname", "Alice"}});
+        };
+        for (const char *bad : {"", "text", "{\"type\":1,\"value\":\"a\"}", "[{\"type\":3,\"value\":\"a\"}]",
+                                "[{\"type\":1}]", "[{\"type\":\"1\",\"value\":\"a\"}]"})
+            EXPECT_REFUSED(create(bad), "话术内容格式错误");
+        // Well past the library's own 8 KiB form limit, yet within ours.
+        const auto large = std::string(300 * 1024, 'a') + "字\n&=+%";
+        const auto largeSign = createPhrase(c, parent, "large", content({{1, large}}), 0);
+        QVERIFY(!largeSign.empty());
+        bool seen = false;
+        for (const auto &p : getAll(c, "list"))
+            seen = seen || (p.value("sign", "") == largeSign && p.value("texts", "") == large);
+        QVERIFY(seen);
+        EXPECT_OK(c.post("/api/word/list/del", {{"sign", largeSign}, {"dbname", "Alice"}}));
+        std::string huge = content({{1, std::string(1024 * 1024, 'a')}});
+        EXPECT_REFUSED(create(huge), "话术内容过长（最多1MB）");
+        EXPECT_REFUSED(c.post("/api/word/list/create", {{"parentSign", "nope"},
+                                                        {"label", "l"},
+                                                        {"jsonValue", "[]"},
+                                                        {"position", "0"},
+                                                        {"dbname", "Alice"}}),
+                       "所属分类不存在");
+        EXPECT_REFUSED(
+            c.post("/api/word/list/create",
+                   {{"parentSign", parent}, {"label", "l"}, {"jsonValue", "[]"}, {"dbname", "Alice"}}),
+            "参数错误");
+        QCOMPARE(getAll(c, "list").size(), before);
+    }
+
+    void usersCannotTouchEachOther() {
+        auto &a = *alice_;
+        auto &b = *bob_;
+        const auto aliceClass = getAll(a, "class")[0].value("sign", "");
+        const auto alicePhrase = createPhrase(a, aliceClass, "mine", content({{1, "secret"}}), 7);
+        const auto classesBefore = getAll(a, "class").dump();
+        const auto phrasesBefore = getAll(a, "list").dump();
+
+        // Naming Alice's library from Bob's session.
+        const std::vector<std::pair<std::string, httplib::Params>> calls = {
+            {"/api/word/class/getAll", {}},
+            {"/api/word/list/getAll", {}},
+            {"/api/word/class/create", {{"label", "x"}, {"position", "1"}}},
+            {"/api/word/class/del", {{"sign", aliceClass}}},
+            {"/api/word/class/upLabel", {{"sign", aliceClass}, {"newLabel", "x"}}},
+            {"/api/word/class/swapPosition", {{"sign1", aliceClass}, {"sign2", aliceClass}}},
+            {"/api/word/list/create",
+             {{"parentSign", aliceClass}, {"label", "x"}, {"jsonValue", "[]"}, {"position", "1"}}},
+            {"/api/word/list/del", {{"sign", alicePhrase}}},
+            {"/api/word/list/upValue",
+             {{"sign", alicePhrase},
+              {"newParentSign", aliceClass},
+              {"newLabel", "x"},
+              {"newJsonValue", "[]"}}},
+            {"/api/word/list/swapPostion", {{"sign1", alicePhrase}, {"sign2", alicePhrase}}},
+        };
+        for (auto [path, params] : calls) {
+            params.emplace("dbname", "Alice");
+            const auto r = b.post(path, params);
+            QVERIFY2(state(r) == 0 && msgOf(r) == "无权访问", (path + " " + r.json.dump()).c_str());
+        }
+        // Alice's signs inside Bob's own library do not exist.
+        const auto bobClass = getAll(b, "class")[0].value("sign", "");
+        EXPECT_REFUSED(b.post("/api/word/list/del", {{"sign", alicePhrase}, {"dbname", "bob"}}),
+                       "话术不存在");
+        EXPECT_REFUSED(b.post("/api/word/class/del", {{"sign", aliceClass}, {"dbname", "bob"}}),
+                       "分类不存在");
+        EXPECT_REFUSED(
+            b.post("/api/word/class/upLabel", {{"sign", aliceClass}, {"newLabel", "x"}, {"dbname", "bob"}}),
+            "分类不存在");
+        EXPECT_REFUSED(b.post("/api/word/class/swapPosition",
+                              {{"sign1", bobClass}, {"sign2", aliceClass}, {"dbname", "bob"}}),
+                       "分类不存在");
+        EXPECT_REFUSED(b.post("/api/word/list/create", {{"parentSign", aliceClass},
+                                                        {"label", "x"},
+                                                        {"jsonValue", "[]"},
+                                                        {"position", "1"},
+                                                        {"dbname", "bob"}}),
+                       "所属分类不存在");
+        EXPECT_REFUSED(b.post("/api/word/list/upValue", {{"sign", alicePhrase},
+                                                         {"newParentSign", bobClass},
+                                                         {"newLabel", "x"},
+                                                         {"newJsonValue", "[]"},
+                                                         {"dbname", "bob"}}),
+                       "话术不存在");
+        QCOMPARE(getAll(a, "class").dump(), classesBefore);
+        QCOMPARE(getAll(a, "list").dump(), phrasesBefore);
+        QVERIFY(getAll(b, "list").empty());
+    }
+
+    void picturesAreContentAddressedAndShared() {
+        auto &a = *alice_;
+        const std::string png = "\x89PNG\r\n\x1a\n picture bytes";
+        const auto name = Secrets::md5Hex(png) + ".png";
+        ServiceClient anon(url());
+        EXPECT_REFUSED(anon.post("/api/word/image/imageNameExist", {{"fileName", name}}), "图片不存在");
+        EXPECT_REFUSED(anon.upload("Alice", name, png), "登录已失效，请重新登录");
+        EXPECT_REFUSED(bob_->upload("Alice", name, png), "无权访问");
+        EXPECT_REFUSED(a.upload("Alice", name, png + "tampered"), "图片内容与名称不符");
+        EXPECT_REFUSED(a.upload("Alice", name, ""), "图片内容为空");
+        for (const char *bad : {"../x.png", "a/b.png", "..", "a\\b"})
+            EXPECT_REFUSED(a.upload("Alice", bad, png), "图片名称不合法");
+        EXPECT_REFUSED(a.upload("Alice", std::string(65, 'p'), png), "图片名称不合法");
+        EXPECT_OK(a.upload("Alice", name, png));
+        EXPECT_OK(a.upload("Alice", name, png)); // same bytes again: nothing to do
+
+        // Anyone may ask; the download needs no cookie.
+        EXPECT_OK(anon.post("/api/word/image/imageNameExist", {{"fileName", name}}));
+        const auto got = anon.get("/api/resource/word/getImage64/" + Secrets::toBase64(name));
+        EXPECT_OK(got);
+        QCOMPARE(Secrets::fromBase64(got.json.value("base64", "")).value_or(""), png);
+
+        // A free name is never overwritten; its encoded form may hold "/".
+        const std::string freeName = "ab?.png";
+        const auto encoded = Secrets::toBase64(freeName);
+        QVERIFY(encoded.find('/') != std::string::npos);
+        EXPECT_OK(bob_->upload("bob", freeName, "first"));
+        EXPECT_REFUSED(a.upload("Alice", freeName, "second"), "同名图片已存在");
+        QCOMPARE(
+            Secrets::fromBase64(anon.get("/api/resource/word/getImage64/" + encoded).json.value("base64", ""))
+                .value_or(""),
+            std::string("first"));
+
+        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/" + Secrets::toBase64("missing.png")),
+                       "图片不存在");
+        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/%25%25%25"), "图片名称不合法");
+        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/" + Secrets::toBase64("../etc/passwd")),
+                       "图片名称不合法");
+        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/"), "图片名称不合法");
+    }
+
+    void oversizedRequestsGetAClearRefusal() {
+        CloudService small({"--max-picture-mib", "1"});
+        QVERIFY(small.start());
+        QVERIFY(small.addUser("dora", "dora-pw"));
+        ServiceClient c(small.baseUrl().toStdString());
+        EXPECT_OK(c.login("dora", "dora-pw"));
+        EXPECT_REFUSED(c.upload("dora", "big.gif", std::string(1024 * 1024 + 1, 'g')), "图片过大（最多1MB）");
+        EXPECT_OK(c.upload("dora", "fits.gif", std::string(1024 * 1024, 'g')));
+        // Beyond the body cap the request is cut off before any handler runs.
+        const auto r =
+            c.post("/api/word/class/create",
+                   {{"label", std::string(5 * 1024 * 1024, 'x')}, {"position", "1"}, {"dbname", "dora"}});
+        QCOMPARE(r.status, 413);
+        EXPECT_REFUSED(r, "请求内容过大");
+        EXPECT_REFUSED(c.post("/api/no/such/endpoint", {}), "接口不存在");
+        QCOMPARE(getAll(c, "class").size(), std::size_t(1));
+    }
+
+    void singleSessionRevokesOnlyTheUsersOtherSessions() {
+        CloudService single(
+            {"--single-session", "--min-version", "3", "--download-url", "https://example.org/get"});
+        QVERIFY(single.start());
+        QVERIFY(single.addUser("erin", "erin-pw"));
+        QVERIFY(single.addUser("finn", "finn-pw"));
+        const auto base = single.baseUrl().toStdString();
+        ServiceClient first(base), second(base), other(base);
+        const auto version = first.post("/api/util/osx/getVersionForm", {{"version", "1"}});
+        QCOMPARE(version.json.value("version", 0), 3);
+        QCOMPARE(version.json.value("url", ""), std::string("https://example.org/get"));
+        EXPECT_OK(first.login("erin", "erin-pw"));
+        EXPECT_OK(other.login("finn", "finn-pw"));
+        EXPECT_OK(second.login("erin", "erin-pw"));
+        QCOMPARE(state(first.post("/api/user/SyncCheckOSX", {})), -1);
+        EXPECT_OK(second.post("/api/user/SyncCheckOSX", {}));
+        EXPECT_OK(other.post("/api/user/SyncCheckOSX", {}));
+    }
+
+    void webPagesRegisterAndChangePasswords() {
+        ServiceClient web(url());
+        const auto page = web.get("/");
+        QCOMPARE(page.status, 200);
+        httplib::Client raw(url());
+        const auto html = raw.Get("/");
+        QVERIFY(html && html->body.find("mobile_register") != std::string::npos &&
+                html->body.find("mobile_reset") != std::string::npos);
+
+        EXPECT_REFUSED(web.postForm("/api/web/register", {{"username", "g"}, {"password", "gggggg"}}),
+                       "用户名需为2到32个字符");
+        EXPECT_REFUSED(web.postForm("/api/web/register", {{"username", "g h"}, {"password", "gggggg"}}),
+                       "用户名不能包含空格或特殊符号");
+        EXPECT_REFUSED(web.postForm("/api/web/register", {{"username", "gina"}, {"password", "short"}}),
+                       "密码至少需要6个字符");
+        EXPECT_REFUSED(web.postForm("/api/web/register", {{"username", "ALICE"}, {"password", "whatever1"}}),
+                       "用户名已存在");
+        EXPECT_OK(web.postForm("/api/web/register", {{"username", "Gina"}, {"password", "gina-pw1"}}));
+
+        ServiceClient app(url());
+        EXPECT_OK(app.login("gina", "gina-pw1"));
+        QCOMPARE(getAll(app, "class").size(), std::size_t(1));
+        EXPECT_REFUSED(
+            web.postForm("/api/web/reset",
+                         {{"username", "gina"}, {"oldPassword", "bad"}, {"newPassword", "gina-pw2"}}),
+            "用户名或原密码错误");
+        EXPECT_OK(
+            web.postForm("/api/web/reset",
+                         {{"username", "gina"}, {"oldPassword", "gina-pw1"}, {"newPassword", "gina-pw2"}}));
+        // A new password ends the sessions signed in with the old one.
+        QCOMPARE(state(app.post("/api/user/SyncCheckOSX", {})), -1);
+        EXPECT_REFUSED(ServiceClient(url()).login("gina", "gina-pw1"), "用户名或密码错误");
+        EXPECT_OK(app.login("gina", "gina-pw2"));
+    }
+
+    void commandLineAccountsAndDemo() {
+        QTemporaryDir dir;
+        CloudService svc;
+        QVERIFY(svc.start(dir.path()));
+        QByteArray out;
+        QCOMPARE(svc.run({"adduser", "hal"}, "", &out), 1); // an empty password is refused
+        QCOMPARE(svc.run({"passwd", "nobody"}, "pw\n", &out), 1);
+        QCOMPARE(svc.run({"adduser"}, "pw\n", &out), 2);
+        QVERIFY(svc.addUser("hal", "hal-pw"));
+        ServiceClient c(svc.baseUrl().toStdString());
+        EXPECT_OK(c.login("hal", "hal-pw"));
+        QCOMPARE(svc.run({"passwd", "HAL"}, "hal-new\r\n", &out), 0);
+        QCOMPARE(state(c.post("/api/user/SyncCheckOSX", {})), -1);
+        EXPECT_OK(c.login("hal", "hal-new"));
+
+        QCOMPARE(svc.run({"demo"}, "", &out), 0);
+        const auto match =
+            QRegularExpression("username: (\\S+)\\s+password: (\\S+)").match(QString::fromUtf8(out));
+        QVERIFY2(match.hasMatch(), out.constData());
+        ServiceClient demo(svc.baseUrl().toStdString());
+        EXPECT_OK(demo.login(match.captured(1).toStdString(), match.captured(2).toStdString()));
+        QVERIFY(getAll(demo, "class").size() >= 2);
+        const auto phrases = getAll(demo, "list");
+        QVERIFY(phrases.size() >= 3);
+        std::string picture;
+        for (const auto &p : phrases)
+            if (!p.value("images", "").empty())
+                picture = p.value("images", "");
+        QVERIFY(!picture.empty() && picture.back() == '|');
+        picture.pop_back();
+        const auto got = demo.get("/api/resource/word/getImage64/" + Secrets::toBase64(picture));
+        EXPECT_OK(got);
+        QCOMPARE(Secrets::md5Hex(Secrets::fromBase64(got.json.value("base64", "")).value_or("")) + ".png",
+                 picture);
+        // Running it again keeps one demo library.
+        QCOMPARE(svc.run({"demo"}, "", &out), 0);
+        QCOMPARE(getAll(demo, "list").size(), phrases.size());
+    }
+
+    void restartLosesNothing() {
+        QTemporaryDir dir;
+        auto svc = std::make_unique<CloudService>();
+        QVERIFY(svc->start(dir.path()));
+        QVERIFY(svc->addUser("ivy", "ivy-pw"));
+        ServiceClient c(svc->baseUrl().toStdString());
+        EXPECT_OK(c.login("ivy", "ivy-pw"));
+        const auto cls = createClass(c, "保留", 1);
+        createPhrase(c, cls, "p", content({{1, "kept"}, {2, "k.png"}}), 0);
+        EXPECT_OK(c.upload("ivy", "k.png", "kbytes"));
+        const auto classes = getAll(c, "class").dump();
+        const auto phrases = getAll(c, "list").dump();
+        svc->stop();
+
+        CloudService again;
+        QVERIFY(again.start(dir.path()));
+        ServiceClient back(again.baseUrl().toStdString());
+        back.cookie = c.cookie; // the session itself survives
+        back.username = c.username;
+        EXPECT_OK(back.post("/api/user/SyncCheckOSX", {}));
+        QCOMPARE(getAll(back, "class").dump(), classes);
+        QCOMPARE(getAll(back, "list").dump(), phrases);
+        EXPECT_OK(back.post("/api/word/image/imageNameExist", {{"fileName", "k.png"}}));
+    }
+
+    void servesHttpsWithAGeneratedCertificate() {
+        QTemporaryDir dir;
+        const QString cert = dir.filePath("cert.pem"), key = dir.filePath("key.pem");
+        QProcess openssl;
+        openssl.start("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "1", "-subj",
+                                  "/CN=127.0.0.1", "-keyout", key, "-out", cert});
+        QVERIFY(openssl.waitForFinished(60000));
+        QCOMPARE(openssl.exitCode(), 0);
+
+        CloudService tls({"--tls-cert", cert, "--tls-key", key});
+        QVERIFY(tls.start());
+        QVERIFY(tls.baseUrl().startsWith("https://"));
+        QVERIFY(tls.addUser("jay", "jay-pw"));
+        ServiceClient c(tls.baseUrl().toStdString());
+        const auto login = c.login("jay", "jay-pw");
+        EXPECT_OK(login);
+        QVERIFY(QString::fromStdString(login.setCookie).contains("Secure"));
+        QCOMPARE(getAll(c, "class").size(), std::size_t(1));
+        QVERIFY(getAll(c, "class")[0].value("label", "") == "默认分类");
+
+        // Plain HTTP is not answered on that port.
+        httplib::Client plain("http://127.0.0.1:" + std::to_string(tls.port()));
+        plain.set_read_timeout(5);
+        const auto r = plain.Post("/api/util/osx/getVersionForm", "", "application/x-www-form-urlencoded");
+        QVERIFY(!r || r->status != 200);
+    }
+
+    void cleanupTestCase() { service_.stop(); }
+};
+
+int main(int argc, char **argv) {
+    TestEnv env;
+    QCoreApplication app(argc, argv);
+    TestServerApi test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "test_server_api.moc"

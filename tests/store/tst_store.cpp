@@ -1,0 +1,354 @@
+#include "coutcapture.h"
+#include "testenv.h"
+
+#include "store/db_word_class.h"
+#include "store/db_word_list.h"
+#include "store/localpath.h"
+
+#include <QCoreApplication>
+#include <QTest>
+#include <SQLiteCpp/Database.h>
+
+namespace {
+
+QString images(std::initializer_list<const char *> names) {
+    QString json = QStringLiteral("[");
+    for (const char *name : names) {
+        if (json.size() > 1)
+            json += QLatin1Char(',');
+        json += QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(QString::fromUtf8(name));
+    }
+    return json + QLatin1Char(']');
+}
+
+QString text(const QString &t) {
+    return QStringLiteral("[{\"type\":1,\"value\":\"%1\"}]").arg(t);
+}
+
+QStringList signsOf(const QList<DataWordList> &rows) {
+    QStringList signs;
+    for (const DataWordList &r : rows)
+        signs << r.sign;
+    return signs;
+}
+
+QStringList signsOf(const QList<DataWordClass> &rows) {
+    QStringList signs;
+    for (const DataWordClass &r : rows)
+        signs << r.sign;
+    return signs;
+}
+
+// A second connection to the same file, for what the store itself never does (triggers, schema).
+SQLite::Database side() {
+    return SQLite::Database((LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3")).toStdString(),
+                            SQLite::OPEN_READWRITE);
+}
+
+} // namespace
+
+class TestStore : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() {
+        LocalPath::iniitDir();
+        CoutCapture out;
+        db_word_class classes;
+        db_word_list phrases;
+        QVERIFY(db_base::connection());
+        QVERIFY(db_base::openError().isEmpty());
+        QCOMPARE(out.text().count(QStringLiteral("创建表 TABLE_LAMP 成功\n")), 2);
+        out.clear();
+        db_word_list again;
+        QCOMPARE(out.text(), QString()); // later objects reuse the connection
+    }
+
+    void init() {
+        db_word_class().deleteAll();
+        SQLite::Database db = side();
+        db.exec("DELETE FROM word_list");
+    }
+
+    void schema() {
+        SQLite::Database db = side();
+        SQLite::Statement tables(db, "SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name");
+        QStringList names;
+        while (tables.executeStep())
+            names << QString::fromStdString(tables.getColumn(0).getString());
+        QCOMPARE(names, QStringList({QStringLiteral("Word_list"), QStringLiteral("word_class")}));
+
+        auto columns = [&](const char *table) {
+            SQLite::Statement info(db, std::string("PRAGMA table_info(") + table + ")");
+            QStringList cols;
+            while (info.executeStep())
+                cols << QString::fromStdString(
+                    info.getColumn(1).getString() + " " + info.getColumn(2).getString() +
+                    (info.getColumn(3).getInt() ? " NN" : "") + (info.getColumn(5).getInt() ? " PK" : ""));
+            return cols.join(QLatin1Char(','));
+        };
+        QCOMPARE(columns("word_class"),
+                 QStringLiteral(
+                     "id INTEGER NN PK,sign TEXT NN,label TEXT NN,position INTEGER NN,username TEXT NN"));
+        QCOMPARE(columns("word_list"),
+                 QStringLiteral("id INTEGER NN PK,parentSign TEXT NN,sign TEXT NN,label TEXT "
+                                "NN,texts TEXT NN,images TEXT NN,jsonValue TEXT "
+                                "NN,position INTEGER NN,username TEXT NN"));
+        SQLite::Statement indexes(db, "SELECT count(*) FROM sqlite_master WHERE type = 'index'");
+        QVERIFY(indexes.executeStep());
+        QCOMPARE(indexes.getColumn(0).getInt(), 0);
+    }
+
+    void classOperations() {
+        db_word_class store;
+        QCOMPARE(store.getMaxPosition(QStringLiteral("u")), 0);
+
+        CoutCapture out;
+        QVERIFY(store.create(QStringLiteral("c2"), QStringLiteral("售后"), 2, QStringLiteral("u")));
+        const qint64 id = db_base::connection()->getLastInsertRowid();
+        QCOMPARE(out.text(), QStringLiteral("插入成功：%1 sign = c2\n").arg(id));
+        QVERIFY(store.create(QStringLiteral("c0"), QStringLiteral("问候 hello"), 0, QStringLiteral("u")));
+        QVERIFY(store.create(QStringLiteral("c1"), QStringLiteral("退款"), 1, QStringLiteral("u")));
+        QVERIFY(store.create(QStringLiteral("x0"), QStringLiteral("other"), 7, QStringLiteral("v")));
+
+        QCOMPARE(signsOf(store.getAll(QStringLiteral("u"))), QStringList({"c0", "c1", "c2"}));
+        QCOMPARE(store.getMaxPosition(QStringLiteral("u")), 3);
+        QCOMPARE(store.getMaxPosition(QStringLiteral("v")), 8);
+
+        const std::optional<DataWordClass> c2 = store.getData(QStringLiteral("c2"));
+        QVERIFY(c2);
+        QCOMPARE(*c2,
+                 DataWordClass(id, QStringLiteral("c2"), QStringLiteral("售后"), 2, QStringLiteral("u")));
+        QVERIFY(!store.getData(QStringLiteral("nope")));
+
+        out.clear();
+        QVERIFY(store.setLabel(QStringLiteral("c2"), QStringLiteral("售后 2")));
+        QVERIFY(!store.setLabel(QStringLiteral("nope"), QStringLiteral("x")));
+        QVERIFY(store.setPosition(QStringLiteral("c2"), -1));
+        QVERIFY(!store.setPosition(QStringLiteral("nope"), 4));
+        QCOMPARE(out.text(),
+                 QStringLiteral("修改数据class_update 影响 1 行\n修改数据class_update 影响 0 行\n"
+                                "修改数据class_upcount 影响 1 行\n修改数据class_upcount 影响 0 行\n"));
+        QCOMPARE(signsOf(store.getAll(QStringLiteral("u"))), QStringList({"c2", "c0", "c1"}));
+        QCOMPARE(store.getData(QStringLiteral("c2"))->label, QStringLiteral("售后 2"));
+
+        out.clear();
+        QVERIFY(store.delete_(QStringLiteral("c1")));
+        QVERIFY(!store.delete_(QStringLiteral("c1")));
+        QCOMPARE(out.text(), QStringLiteral("删除完毕 影响 1 行\n删除完毕 影响 0 行\n"));
+
+        QVERIFY(store.deleteAll(QStringLiteral("u")));
+        QVERIFY(store.getAll(QStringLiteral("u")).isEmpty());
+        QCOMPARE(store.getAll(QStringLiteral("v")).size(), 1);
+        QVERIFY(!store.deleteAll(QStringLiteral("u")));
+        QVERIFY(store.deleteAll());
+        QVERIFY(store.getAll(QStringLiteral("v")).isEmpty());
+    }
+
+    void classSearch() {
+        db_word_class store;
+        store.create(QStringLiteral("a"), QStringLiteral("abc"), 2, QStringLiteral("u"));
+        store.create(QStringLiteral("b"), QStringLiteral("ABC 大"), 1, QStringLiteral("u"));
+        store.create(QStringLiteral("c"), QStringLiteral("a%c"), 0, QStringLiteral("u"));
+        store.create(QStringLiteral("d"), QStringLiteral("abc"), 0, QStringLiteral("v"));
+        // table order, not position order; other users never show
+        QCOMPARE(signsOf(store.getLikeAll(QStringLiteral("abc"), QStringLiteral("u"))),
+                 QStringList({"a", "b"}));
+        QCOMPARE(signsOf(store.getLikeAll(QStringLiteral("a_c"), QStringLiteral("u"))),
+                 QStringList({"a", "b", "c"}));
+        QCOMPARE(signsOf(store.getLikeAll(QStringLiteral("%"), QStringLiteral("u"))),
+                 QStringList({"a", "b", "c"}));
+        QCOMPARE(signsOf(store.getLikeAll(QStringLiteral("大"), QStringLiteral("u"))), QStringList({"b"}));
+        QCOMPARE(signsOf(store.getLikeAll(QString(), QStringLiteral("u"))), QStringList({"a", "b", "c"}));
+    }
+
+    void phraseOperations() {
+        db_word_list store;
+        QCOMPARE(store.getMaxPosition(QStringLiteral("p")), 0);
+        QCOMPARE(store.getAllCount(QStringLiteral("u")), QStringLiteral("0"));
+        QCOMPARE(store.getCount(QStringLiteral("u"), QStringLiteral("p")), QStringLiteral("0"));
+
+        const QString content =
+            QStringLiteral("[{\"type\":1,\"value\":\"您好，\"},{\"type\":2,\"value\":\"a1.png\"},{\"type\":1,"
+                           "\"value\":\"稍等\"},"
+                           "{\"type\":2,\"value\":\"a1.png\"},{\"type\":2,\"value\":\"b2.jpg\"}]");
+        CoutCapture out;
+        QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s1"), QStringLiteral("问候"), content, 1,
+                             QStringLiteral("u")));
+        QVERIFY(out.text().startsWith(QStringLiteral("插入成功：")));
+        QVERIFY(out.text().endsWith(QStringLiteral(" sign = s1\n")));
+        QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s0"), QStringLiteral("first"),
+                             QStringLiteral("bad"), 0, QStringLiteral("u")));
+        QVERIFY(store.create(QStringLiteral("q"), QStringLiteral("s2"), QStringLiteral("other class"),
+                             text("x"), 0, QStringLiteral("u")));
+        QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s3"), QStringLiteral("other user"),
+                             text("x"), 5, QStringLiteral("v")));
+
+        const std::optional<DataWordList> s1 = store.getData(QStringLiteral("s1"));
+        QVERIFY(s1);
+        QCOMPARE(s1->parentSign, QStringLiteral("p"));
+        QCOMPARE(s1->label, QStringLiteral("问候"));
+        QCOMPARE(s1->jsonValue, content);
+        QCOMPARE(s1->texts, QStringLiteral("您好，稍等"));
+        QCOMPARE(s1->images, QStringLiteral("a1.png|b2.jpg|"));
+        QCOMPARE(s1->position, 1);
+        QCOMPARE(s1->username, QStringLiteral("u"));
+        QVERIFY(s1->id > 0);
+        QCOMPARE(store.getData(QStringLiteral("s0"))->texts, QString());
+        QCOMPARE(store.getData(QStringLiteral("s0"))->images, QString());
+
+        QCOMPARE(signsOf(store.getAll(QStringLiteral("p"), QStringLiteral("u"))), QStringList({"s0", "s1"}));
+        QCOMPARE(store.getAllCount(QStringLiteral("u")), QStringLiteral("3"));
+        QCOMPARE(store.getCount(QStringLiteral("u"), QStringLiteral("p")), QStringLiteral("2"));
+        // the next position of a class counts every user's phrases in it
+        QCOMPARE(store.getMaxPosition(QStringLiteral("p")), 6);
+
+        out.clear();
+        QVERIFY(store.setValue(QStringLiteral("q"), QStringLiteral("s1"), QStringLiteral("新"),
+                               images({"c.gif"})));
+        QVERIFY(
+            !store.setValue(QStringLiteral("q"), QStringLiteral("nope"), QStringLiteral("新"), text("t")));
+        QVERIFY(store.setPosition(QStringLiteral("s1"), 9));
+        QCOMPARE(out.text(), QStringLiteral("修改数据List 影响 1 行\n修改数据List 影响 0 行\n"
+                                            "修改数据class_upcount 影响 1 行\n"));
+        const DataWordList moved = *store.getData(QStringLiteral("s1"));
+        QCOMPARE(moved.parentSign, QStringLiteral("q"));
+        QCOMPARE(moved.texts, QString());
+        QCOMPARE(moved.images, QStringLiteral("c.gif|"));
+        QCOMPARE(signsOf(store.getAll(QStringLiteral("q"), QStringLiteral("u"))), QStringList({"s2", "s1"}));
+
+        out.clear();
+        QVERIFY(!store.delete_(QStringLiteral("nope")));
+        QVERIFY(store.delete_(QStringLiteral("s2")));
+        QVERIFY(store.deleteAll(QStringLiteral("u")));
+        QCOMPARE(out.text(), QStringLiteral("删除完毕 影响 0 行\n删除完毕 影响 1 行\n删除完毕 影响 2 行\n"));
+        QCOMPARE(store.getAllCount(QStringLiteral("v")), QStringLiteral("1"));
+    }
+
+    void phraseSearch() {
+        db_word_list store;
+        store.create(QStringLiteral("p"), QStringLiteral("a"), QStringLiteral("Refund"),
+                     text(QStringLiteral("请稍等")), 3, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("b"), QStringLiteral("问候"),
+                     text(QStringLiteral("HELLO 50% off")), 2, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("c"), QStringLiteral("Ärger"),
+                     images({"refund.png"}), 1, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("d"), QStringLiteral("refund"), text(QString()), 0,
+                     QStringLiteral("v"));
+        auto like = [&](const QString &key) { return signsOf(store.getLikeAll(key, QStringLiteral("u"))); };
+        QCOMPARE(like(QStringLiteral("REFUND")), QStringList({"a"})); // picture names are not searched
+        QCOMPARE(like(QStringLiteral("hello")), QStringList({"b"}));
+        QCOMPARE(like(QStringLiteral("稍")), QStringList({"a"}));
+        QCOMPARE(like(QStringLiteral("ärger")), QStringList()); // case folding is ASCII only
+        QCOMPARE(like(QStringLiteral("Ärger")), QStringList({"c"}));
+        QCOMPARE(like(QStringLiteral("0%o")), QStringList({"b"}));
+        QCOMPARE(like(QStringLiteral("R_f")), QStringList({"a"}));
+        QCOMPARE(like(QStringLiteral("_")), QStringList({"a", "b", "c"}));
+        QCOMPARE(like(QStringLiteral("x'); DROP TABLE word_list; --")), QStringList());
+        QCOMPARE(store.getAllCount(QStringLiteral("u")), QStringLiteral("3"));
+    }
+
+    void imageNames() {
+        db_word_list store;
+        store.create(QStringLiteral("p"), QStringLiteral("1"), QStringLiteral("l"),
+                     images({"a1.png", "b2.png"}), 0, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("2"), QStringLiteral("l"), text(QStringLiteral("t")),
+                     1, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("3"), QStringLiteral("l"),
+                     images({"ab", "b2.png", "c3.png"}), 2, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("4"), QStringLiteral("l"), images({"z9.png"}), 3,
+                     QStringLiteral("v"));
+        QCOMPARE(store.getImagenameAll(QStringLiteral("u")), QStringList({"a1.png", "b2.png", "c3.png"}));
+        QCOMPARE(store.getImagenameAll(QStringLiteral("w")), QStringList());
+    }
+
+    void replaceAllIsAtomic() {
+        db_word_list phrases;
+        db_word_class classes;
+        phrases.create(QStringLiteral("p"), QStringLiteral("old1"), QStringLiteral("l"), text("a"), 0,
+                       QStringLiteral("u"));
+        phrases.create(QStringLiteral("p"), QStringLiteral("old2"), QStringLiteral("l"), text("b"), 1,
+                       QStringLiteral("u"));
+        phrases.create(QStringLiteral("p"), QStringLiteral("keep"), QStringLiteral("l"), text("c"), 0,
+                       QStringLiteral("v"));
+        classes.create(QStringLiteral("oldc"), QStringLiteral("l"), 0, QStringLiteral("u"));
+        classes.create(QStringLiteral("keepc"), QStringLiteral("l"), 0, QStringLiteral("v"));
+
+        QList<DataWordList> rows;
+        QList<DataWordClass> classRows;
+        for (int i = 0; i < 50; ++i) {
+            DataWordList row;
+            row.parentSign = QStringLiteral("p");
+            row.sign = i == 25 ? QStringLiteral("bad") : QStringLiteral("new%1").arg(i);
+            row.label = QStringLiteral("L%1").arg(i);
+            row.jsonValue =
+                QStringLiteral("[{\"type\":1,\"value\":\"t%1\"},{\"type\":2,\"value\":\"i%1.png\"}]").arg(i);
+            row.texts = QStringLiteral("ignored");
+            row.position = 49 - i;
+            row.username = QStringLiteral("someone else");
+            rows << row;
+            classRows << DataWordClass(0, row.sign, row.label, i, QStringLiteral("someone else"));
+        }
+        {
+            SQLite::Database db = side();
+            db.exec("CREATE TRIGGER refuse_list BEFORE INSERT ON word_list WHEN NEW.sign = 'bad' "
+                    "BEGIN SELECT RAISE(ABORT, 'refused row'); END");
+            db.exec("CREATE TRIGGER refuse_class BEFORE INSERT ON word_class WHEN NEW.sign = 'bad' "
+                    "BEGIN SELECT RAISE(ABORT, 'refused row'); END");
+        }
+        CoutCapture out;
+        QVERIFY(!phrases.replaceAll(QStringLiteral("u"), rows));
+        QVERIFY(!classes.replaceAll(QStringLiteral("u"), classRows));
+        QVERIFY(out.text().contains(QStringLiteral("refused row")));
+        QCOMPARE(signsOf(phrases.getAll(QStringLiteral("p"), QStringLiteral("u"))),
+                 QStringList({"old1", "old2"}));
+        QCOMPARE(signsOf(classes.getAll(QStringLiteral("u"))), QStringList({"oldc"}));
+
+        // a failing single insert reports false and the reason, the connection stays usable
+        out.clear();
+        QVERIFY(!classes.create(QStringLiteral("bad"), QStringLiteral("l"), 0, QStringLiteral("u")));
+        QVERIFY(out.text().startsWith(QStringLiteral("插入失败")));
+        QVERIFY(out.text().contains(QStringLiteral("refused row")));
+        {
+            SQLite::Database db = side();
+            db.exec("DROP TRIGGER refuse_list");
+            db.exec("DROP TRIGGER refuse_class");
+        }
+
+        QVERIFY(phrases.replaceAll(QStringLiteral("u"), rows));
+        QVERIFY(classes.replaceAll(QStringLiteral("u"), classRows));
+        const QList<DataWordList> stored = phrases.getAll(QStringLiteral("p"), QStringLiteral("u"));
+        QCOMPARE(stored.size(), 50);
+        QCOMPARE(stored.first().sign, QStringLiteral("new49"));
+        QCOMPARE(stored.first().texts, QStringLiteral("t49"));
+        QCOMPARE(stored.first().images, QStringLiteral("i49.png|"));
+        QCOMPARE(stored.first().username, QStringLiteral("u"));
+        QCOMPARE(classes.getAll(QStringLiteral("u")).size(), 50);
+        QCOMPARE(classes.getAll(QStringLiteral("u")).first().username, QStringLiteral("u"));
+        QCOMPARE(signsOf(phrases.getAll(QStringLiteral("p"), QStringLiteral("v"))), QStringList({"keep"}));
+        QCOMPARE(signsOf(classes.getAll(QStringLiteral("v"))), QStringList({"keepc"}));
+
+        QVERIFY(phrases.replaceAll(QStringLiteral("u"), {}));
+        QCOMPARE(phrases.getAllCount(QStringLiteral("u")), QStringLiteral("0"));
+        QCOMPARE(phrases.getAllCount(QStringLiteral("v")), QStringLiteral("1"));
+    }
+
+    void textRoundTrip() {
+        db_word_list store;
+        const QString label = QStringLiteral("emoji 😀 \"quote\" 'single' \\ 中文");
+        QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("r"), label,
+                             text(QStringLiteral("line\\nnext")), 0, QStringLiteral("u")));
+        const DataWordList r = *store.getData(QStringLiteral("r"));
+        QCOMPARE(r.label, label);
+        QCOMPARE(r.texts, QStringLiteral("line\nnext"));
+    }
+};
+
+int main(int argc, char **argv) {
+    TestEnv env;
+    QCoreApplication app(argc, argv);
+    TestStore test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_store.moc"
