@@ -90,6 +90,8 @@ QuickBar::QuickBar(QWidget *parent)
     : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                           Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint) {
     setAttribute(Qt::WA_ShowWithoutActivating);
+    // The bar is never the active window, and tooltips are otherwise only shown in that one.
+    setAttribute(Qt::WA_AlwaysShowToolTips);
     setFocusPolicy(Qt::NoFocus);
     setWindowTitle(QStringLiteral("Quillora"));
 
