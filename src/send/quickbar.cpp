@@ -92,6 +92,8 @@ QuickBar::QuickBar(QWidget *parent)
     setAttribute(Qt::WA_ShowWithoutActivating);
     // The bar is never the active window, and tooltips are otherwise only shown in that one.
     setAttribute(Qt::WA_AlwaysShowToolTips);
+    // A bar left on screen must not keep the program running, nor hold it up.
+    setAttribute(Qt::WA_QuitOnClose, false);
     setFocusPolicy(Qt::NoFocus);
     setWindowTitle(QStringLiteral("Quillora"));
 
@@ -114,7 +116,7 @@ QuickBar::QuickBar(QWidget *parent)
 
     row->addSpacing(6);
     search_ = sideButton(this, searchIcon(), QStringLiteral("搜索"), sideButtonWidth);
-    connect(search_, &QToolButton::clicked, this, &QuickBar::searchClick);
+    connect(search_, &QToolButton::clicked, this, &QuickBar::TouchBar_SearchClick);
     row->addWidget(search_);
 
     setFixedSize(sizeHint());
@@ -129,6 +131,23 @@ void QuickBar::setListSource(ListSource list, RowSelector select) {
 
 void QuickBar::setHomeWindow(QWidget *window) {
     homeWindow_ = window;
+}
+
+void QuickBar::setSearchField(QWidget *field) {
+    searchField_ = field;
+}
+
+void QuickBar::TouchBar_SearchClick() {
+    if (homeWindow_) {
+        // Here the program does take the focus: the agent is about to type a search.
+        homeWindow_->close();
+        homeWindow_->show();
+        homeWindow_->raise();
+        homeWindow_->activateWindow();
+    }
+    if (searchField_)
+        searchField_->setFocus(Qt::OtherFocusReason);
+    Q_EMIT searchClick();
 }
 
 bool QuickBar::setShortcutModifiers(const QString &modifiers) {

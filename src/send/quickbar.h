@@ -32,14 +32,12 @@ public:
     ~QuickBar() override;
 
     void setListSource(ListSource list, RowSelector select);
-    // The window a tap brings forward (the home window).
+    // The window a tap brings forward (the home window), and its search field.
     void setHomeWindow(QWidget *window);
+    void setSearchField(QWidget *field);
     // Global shortcuts: the modifiers ("Ctrl+Shift", "Super", "None" for bare keys) with F1 .. F12.
     // An empty text turns them off. False, with the reason on standard output, when not all are set.
     bool setShortcutModifiers(const QString &modifiers);
-
-    // Shows the bar above other windows without taking the keyboard focus.
-    void present();
 
     NSScrubberButtonItemView *item(int index) const { return items_.value(index); }
     QToolButton *searchButton() const { return search_; }
@@ -48,10 +46,14 @@ public:
     int selectedIndex() const;
 
 public Q_SLOTS:
+    // Shows the bar above other windows without taking the keyboard focus.
+    void present();
     // The pointer is over slot n: select phrase n of the shown list, if there is one.
     void didHighlightItemAt(int index);
     // Slot n was tapped: send phrase n of the shown list with Enter, if there is one.
     void didSelectItemAt(int index);
+    // The search button: the home window in front and active, typing into its search field.
+    void TouchBar_SearchClick();
 
 Q_SIGNALS:
     void highlighted(int index);
@@ -74,6 +76,7 @@ private:
     ListSource list_;
     RowSelector select_;
     QPointer<QWidget> homeWindow_;
+    QPointer<QWidget> searchField_;
     QuickBarKeys *keys_ = nullptr;
     bool placed_ = false;
     std::optional<QPoint> dragOffset_;
