@@ -14,6 +14,8 @@
 #include <QToolButton>
 #include <iostream>
 
+#include <X11/Xlib.h>
+
 namespace {
 
 constexpr int margin = 6;
@@ -82,6 +84,38 @@ QString preview(const DataWordList &word) {
     if (text.isEmpty())
         return QStringLiteral("[图]");
     return text.size() > 80 ? text.left(79) + QChar(0x2026) : text;
+}
+
+// Asks the window manager to keep the strip on every workspace and out of task lists. Qt writes the
+// window's state itself when mapping it, so the request goes to the manager once it is shown.
+void askForDockLikeState(WId window) {
+    Display *display = XOpenDisplay(nullptr);
+    if (!display)
+        return;
+    const Window root = DefaultRootWindow(display);
+    for (const char *name :
+         {"_NET_WM_STATE_STICKY", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"}) {
+        XEvent event{};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = Window(window);
+        event.xclient.message_type = XInternAtom(display, "_NET_WM_STATE", False);
+        event.xclient.format = 32;
+        event.xclient.data.l[0] = 1; // add
+        event.xclient.data.l[1] = long(XInternAtom(display, name, False));
+        event.xclient.data.l[3] = 1; // from an application
+        XSendEvent(display, root, False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    }
+    // Managers without the sticky state put a window on every workspace through its desktop number.
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = Window(window);
+    event.xclient.message_type = XInternAtom(display, "_NET_WM_DESKTOP", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = 0xFFFFFFFFL;
+    event.xclient.data.l[1] = 1;
+    XSendEvent(display, root, False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    XSync(display, False);
+    XCloseDisplay(display);
 }
 
 } // namespace
@@ -166,8 +200,11 @@ bool QuickBar::setShortcutModifiers(const QString &modifiers) {
 void QuickBar::present() {
     if (!placed_)
         placeOnScreen();
+    const bool mapping = !isVisible();
     show();
     raise();
+    if (mapping && QGuiApplication::platformName() == QLatin1String("xcb"))
+        askForDockLikeState(winId());
 }
 
 void QuickBar::placeOnScreen() {

@@ -55,6 +55,60 @@ qint64 windowPid(Window window) {
     return window ? qint64(windowProperty(window, "_NET_WM_PID", XA_CARDINAL)) : 0;
 }
 
+// The managed top-level window of a process, or 0.
+Window managedWindowOf(qint64 pid) {
+    Atom actual = 0;
+    int format = 0;
+    unsigned long count = 0, after = 0;
+    unsigned char *data = nullptr;
+    Window found = 0;
+    if (XGetWindowProperty(display(), DefaultRootWindow(display()),
+                           XInternAtom(display(), "_NET_CLIENT_LIST", False), 0, 1024, False, XA_WINDOW,
+                           &actual, &format, &count, &after, &data) == Success &&
+        data) {
+        const auto *windows = reinterpret_cast<const unsigned long *>(data);
+        for (unsigned long i = 0; i < count && !found; ++i)
+            if (windowPid(windows[i]) == pid)
+                found = windows[i];
+    }
+    if (data)
+        XFree(data);
+    return found;
+}
+
+void requestActivation(Window window) {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display(), "_NET_ACTIVE_WINDOW", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = 2; // as a pager would, on the user's behalf
+    XSendEvent(display(), DefaultRootWindow(display()), False,
+               SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    XSync(display(), False);
+}
+
+QSet<QByteArray> netWmState(WId window) {
+    QSet<QByteArray> names;
+    Atom actual = 0;
+    int format = 0;
+    unsigned long count = 0, after = 0;
+    unsigned char *data = nullptr;
+    if (XGetWindowProperty(display(), Window(window), XInternAtom(display(), "_NET_WM_STATE", False), 0, 32,
+                           False, XA_ATOM, &actual, &format, &count, &after, &data) == Success &&
+        data) {
+        const auto *atoms = reinterpret_cast<const Atom *>(data);
+        for (unsigned long i = 0; i < count; ++i) {
+            char *name = XGetAtomName(display(), atoms[i]);
+            names.insert(QByteArray(name));
+            XFree(name);
+        }
+    }
+    if (data)
+        XFree(data);
+    return names;
+}
+
 void pointerTo(QPoint at) {
     XTestFakeMotionEvent(display(), -1, at.x(), at.y(), CurrentTime);
     XSync(display(), False);
@@ -151,14 +205,20 @@ private Q_SLOTS:
         XTestFakeKeyEvent(display(), shift, False, CurrentTime);
         XSync(display(), False);
 
+        // The window manager must own the screen before the target maps, or nobody focuses it.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            windowProperty(DefaultRootWindow(display()), "_NET_SUPPORTING_WM_CHECK", XA_WINDOW), 30000);
         target_.start(QStringLiteral(PASTETARGET_BINARY),
                       {QStringLiteral("--log"), log_, QStringLiteral("--title"), QStringLiteral("客服对话")});
         QVERIFY(target_.waitForStarted(10000));
         // A first start on a fresh machine may build font caches for a while.
         QByteArray said;
         QTRY_VERIFY_WITH_TIMEOUT((said += target_.readAllStandardOutput()).contains("ready"), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT(windowPid(activeWindow()) == target_.processId(), 30000);
-        targetWindow_ = activeWindow();
+        QTRY_VERIFY_WITH_TIMEOUT((targetWindow_ = managedWindowOf(target_.processId())) != 0, 30000);
+        // As if the agent clicked into the chat program, should the manager not have focused it.
+        if (activeWindow() != targetWindow_)
+            requestActivation(targetWindow_);
+        QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), targetWindow_, 30000);
         // Beside the strip, so that the picture of the two tells the story.
         XMoveResizeWindow(display(), targetWindow_, 380, 470, 520, 120);
         XSync(display(), False);
@@ -179,7 +239,12 @@ private Q_SLOTS:
         shown_ = greetings_;
         bar_->present();
         QVERIFY(QTest::qWaitForWindowExposed(bar_));
-        QTest::qWait(300);
+        // On every workspace, above the others, out of task lists.
+        QTRY_VERIFY(
+            netWmState(bar_->winId())
+                .contains({"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"}));
+        QTRY_COMPARE(quint32(windowProperty(Window(bar_->winId()), "_NET_WM_DESKTOP", XA_CARDINAL)),
+                     0xFFFFFFFFu);
         QCOMPARE(activeWindow(), targetWindow_);
     }
 
