@@ -3,6 +3,7 @@
 #include "accounts.h"
 #include "contentrules.h"
 #include "cookiereader.h"
+#include "gzip.h"
 #include "loginguard.h"
 #include "passwordhash.h"
 #include "picturename.h"
@@ -13,6 +14,9 @@
 #include "webpages.h"
 
 #include <httplib.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 #include <charconv>
 #include <chrono>
@@ -67,6 +71,24 @@ Json refused(const std::string &text, int state = 0) {
 void send(httplib::Response &res, const std::string &body) {
     res.status = 200;
     res.set_content(body, "application/json; charset=utf-8");
+}
+
+// Libraries run to hundreds of kilobytes: the cached text is written out without a copy, and
+// compressed once when the caller takes gzip (the desktop client's HTTP stack does).
+void sendShared(const httplib::Request &req, httplib::Response &res,
+                std::shared_ptr<const LibraryCache::Reply> reply) {
+    res.status = 200;
+    const bool gzip =
+        !reply->gzip.empty() && req.get_header_value("Accept-Encoding").find("gzip") != std::string::npos;
+    const std::string &body = gzip ? reply->gzip : reply->plain;
+    if (gzip)
+        res.set_header("Content-Encoding", "gzip");
+    res.set_header("Vary", "Accept-Encoding");
+    res.set_content_provider(body.size(), "application/json; charset=utf-8",
+                             [reply = std::move(reply), data = body.data()](
+                                 std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                                 return sink.write(data + offset, length);
+                             });
 }
 
 std::optional<std::string> param(const httplib::Params &form, const char *name) {
@@ -141,6 +163,29 @@ std::string lockMessage(std::int64_t seconds) {
     return "登录失败次数过多，请" + std::to_string((seconds + 59) / 60) + "分钟后再试";
 }
 
+// The HTTP library listens with a backlog of 5, fixed when it was built; a burst of clients connecting
+// at once would then wait for SYN retries. Find our listening socket and listen again with a real
+// backlog (Linux updates the backlog of a socket that already listens).
+void widenBacklog(int port) {
+    for (int fd = 0; fd < 1024; ++fd) {
+        int listening = 0;
+        socklen_t len = sizeof listening;
+        if (getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &len) != 0 || !listening)
+            continue;
+        sockaddr_storage addr{};
+        socklen_t addrLen = sizeof addr;
+        if (getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &addrLen) != 0)
+            continue;
+        int boundPort = -1;
+        if (addr.ss_family == AF_INET)
+            boundPort = ntohs(reinterpret_cast<sockaddr_in *>(&addr)->sin_port);
+        else if (addr.ss_family == AF_INET6)
+            boundPort = ntohs(reinterpret_cast<sockaddr_in6 *>(&addr)->sin6_port);
+        if (boundPort == port)
+            ::listen(fd, SOMAXCONN);
+    }
+}
+
 } // namespace
 
 ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(config)), storage_(storage) {
@@ -150,6 +195,7 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
         server_ = std::make_unique<httplib::Server>();
     const std::size_t threads = config_.threads;
     server_->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
+    server_->set_tcp_nodelay(true);
     server_->set_keep_alive_max_count(100000);
     server_->set_keep_alive_timeout(10);
     server_->set_read_timeout(30);
@@ -161,8 +207,9 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
 ApiServer::~ApiServer() = default;
 
 std::string ApiServer::baseUrl() const {
-    return std::string(config_.tls() ? "https" : "http") + "://" + config_.listen + ":" +
-           std::to_string(boundPort_);
+    const bool v6 = config_.listen.find(':') != std::string::npos;
+    const std::string host = v6 ? "[" + config_.listen + "]" : config_.listen;
+    return std::string(config_.tls() ? "https" : "http") + "://" + host + ":" + std::to_string(boundPort_);
 }
 
 int ApiServer::run() {
@@ -178,6 +225,7 @@ int ApiServer::run() {
                   << std::endl;
         return 1;
     }
+    widenBacklog(boundPort_);
     std::cout << "quillora-cloud listening on " << baseUrl() << std::endl;
     return server_->listen_after_bind() ? 0 : 1;
 }
@@ -404,7 +452,7 @@ Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httpl
         return refused(msg::forbidden);
     const auto version = storage_.libraryVersion(user->id);
     if (auto cached = cache_.find(user->id, kind, version)) {
-        send(res, *cached);
+        sendShared(req, res, std::move(cached));
         return Json();
     }
     auto reply = ok();
@@ -430,10 +478,12 @@ Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httpl
                                 {"keycode", ""},
                                 {"bgColor", ""}});
     }
-    auto body =
-        std::make_shared<const std::string>(reply.dump(-1, ' ', false, Json::error_handler_t::replace));
-    cache_.store(user->id, kind, version, body);
-    send(res, *body);
+    auto built = std::make_shared<LibraryCache::Reply>();
+    built->plain = reply.dump(-1, ' ', false, Json::error_handler_t::replace);
+    built->gzip = Gzip::compress(built->plain).value_or(std::string());
+    std::shared_ptr<const LibraryCache::Reply> shared = std::move(built);
+    cache_.store(user->id, kind, version, shared);
+    sendShared(req, res, std::move(shared));
     return Json();
 }
 

@@ -13,13 +13,18 @@ class LibraryCache {
 public:
     enum class Kind { Classes, Phrases };
 
-    std::shared_ptr<const std::string> find(std::int64_t userId, Kind kind, std::int64_t version) const;
-    void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const std::string> body);
+    struct Reply {
+        std::string plain;
+        std::string gzip; // empty when compression failed
+    };
+
+    std::shared_ptr<const Reply> find(std::int64_t userId, Kind kind, std::int64_t version) const;
+    void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const Reply> reply);
 
 private:
     struct Entry {
         std::int64_t version = -1;
-        std::shared_ptr<const std::string> body;
+        std::shared_ptr<const Reply> reply;
     };
     mutable std::mutex mutex_;
     std::map<std::pair<std::int64_t, Kind>, Entry> entries_;

@@ -271,6 +271,32 @@ private Q_SLOTS:
         QCOMPARE(field(getAll(c, "list"), "sign"), std::vector<std::string>{p1});
     }
 
+    void librariesAreSentCompressedToCallersThatAcceptIt() {
+        const auto expected = getAll(*alice_, "list");
+        QVERIFY(!expected.empty());
+        httplib::Client raw(url());
+        raw.set_decompress(false);
+        const httplib::Params form{{"dbname", "Alice"}, {"username", "Alice"}};
+        const auto plain = raw.Post("/api/word/list/getAll", {{"Cookie", alice_->cookie}}, form);
+        QVERIFY(plain && plain->status == 200);
+        QVERIFY(!plain->has_header("Content-Encoding"));
+        QVERIFY(json::parse(plain->body)["data"] == expected);
+
+        const auto packed =
+            raw.Post("/api/word/list/getAll",
+                     {{"Cookie", alice_->cookie}, {"Accept-Encoding", "gzip, deflate"}}, form);
+        QVERIFY(packed && packed->status == 200);
+        QCOMPARE(packed->get_header_value("Content-Encoding"), std::string("gzip"));
+        QVERIFY(packed->body.size() > 2 && uint8_t(packed->body[0]) == 0x1f &&
+                uint8_t(packed->body[1]) == 0x8b);
+        // The default client inflates it again and sees the same library.
+        httplib::Client inflating(url());
+        const auto again = inflating.Post("/api/word/list/getAll",
+                                          {{"Cookie", alice_->cookie}, {"Accept-Encoding", "gzip"}}, form);
+        QVERIFY(again && again->status == 200);
+        QCOMPARE(again->body, plain->body);
+    }
+
     void malformedPhrasesAreRefused() {
         auto &c = *alice_;
         const auto parent = getAll(c, "class")[0].value("sign", "");
