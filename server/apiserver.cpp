@@ -197,7 +197,8 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
     server_->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
     server_->set_tcp_nodelay(true);
     server_->set_keep_alive_max_count(100000);
-    server_->set_keep_alive_timeout(10);
+    // Every open connection holds a request thread; idle ones give it back soon.
+    server_->set_keep_alive_timeout(5);
     server_->set_read_timeout(30);
     server_->set_write_timeout(30);
     server_->set_payload_max_length(std::max(formBodyMax, config_.maxPictureBytes + 64 * 1024));
