@@ -243,12 +243,12 @@ void ApiServer::post(const std::string &path, Handler handler) {
         try {
             std::string body;
             bool tooLarge = false;
+            // Past the cap the rest is read and dropped (the payload limit bounds it), so the caller
+            // can finish sending and hear the refusal.
             const bool complete = reader([&](const char *data, std::size_t n) {
-                if (body.size() + n > formBodyMax) {
-                    tooLarge = true;
-                    return false;
-                }
-                body.append(data, n);
+                tooLarge = tooLarge || body.size() + n > formBodyMax;
+                if (!tooLarge)
+                    body.append(data, n);
                 return true;
             });
             // A read cut short is the payload limit at work (or a peer gone, who hears nothing).

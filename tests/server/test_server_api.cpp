@@ -451,6 +451,13 @@ private Q_SLOTS:
         QCOMPARE(r.status, 413);
         EXPECT_REFUSED(r, "请求内容过大");
         EXPECT_REFUSED(c.post("/api/no/such/endpoint", {}), "接口不存在");
+        // Under the picture limit but over the form limit: read up to the cap, then refused.
+        const auto form = alice_->post(
+            "/api/word/class/create",
+            {{"label", std::string(6 * 1024 * 1024, 'x')}, {"position", "1"}, {"dbname", "Alice"}});
+        QCOMPARE(form.status, 413);
+        EXPECT_REFUSED(form, "请求内容过大");
+        EXPECT_OK(alice_->post("/api/user/SyncCheckOSX", {}));
         QCOMPARE(getAll(c, "class").size(), std::size_t(1));
     }
 
