@@ -1,5 +1,6 @@
 #include "send/quickbar.h"
 
+#include "cloud/appsetting.h"
 #include "model/contentformat.h"
 #include "send/nsscrubberbuttonitemview.h"
 #include "send/quickbarkeys.h"
@@ -195,6 +196,10 @@ bool QuickBar::setShortcutModifiers(const QString &modifiers) {
         connect(keys_, &QuickBarKeys::pressed, this, &QuickBar::didSelectItemAt);
     }
     return keys_->setModifiers(modifiers);
+}
+
+bool QuickBar::applyShortcutSetting() {
+    return setShortcutModifiers(AppSetting::getString(shortcutsKey));
 }
 
 void QuickBar::present() {

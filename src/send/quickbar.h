@@ -38,6 +38,9 @@ public:
     // Global shortcuts: the modifiers ("Ctrl+Shift", "Super", "None" for bare keys) with F1 .. F12.
     // An empty text turns them off. False, with the reason on standard output, when not all are set.
     bool setShortcutModifiers(const QString &modifiers);
+    // The settings key that holds those modifiers; absent or empty, the default, means no shortcuts.
+    static inline const QString shortcutsKey = QStringLiteral("quickBarShortcuts");
+    bool applyShortcutSetting();
 
     NSScrubberButtonItemView *item(int index) const { return items_.value(index); }
     QToolButton *searchButton() const { return search_; }
