@@ -588,6 +588,10 @@ private Q_SLOTS:
         QVERIFY(openssl.waitForFinished(60000));
         QCOMPARE(openssl.exitCode(), 0);
 
+        // A missing key stops it before it listens.
+        CloudService broken({"--tls-cert", cert, "--tls-key", dir.filePath("missing.pem")});
+        QVERIFY(!broken.start());
+
         CloudService tls({"--tls-cert", cert, "--tls-key", key});
         QVERIFY(tls.start());
         QVERIFY(tls.baseUrl().startsWith("https://"));
