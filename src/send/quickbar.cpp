@@ -213,6 +213,18 @@ void QuickBar::present() {
 }
 
 void QuickBar::placeOnScreen() {
+    const QStringList saved = AppSetting::getString(positionKey).split(QLatin1Char(','));
+    if (saved.size() == 2) {
+        const QPoint at(saved[0].toInt(), saved[1].toInt());
+        // Only where it is still fully on a screen (a monitor may have gone since).
+        for (QScreen *screen : QGuiApplication::screens()) {
+            if (screen->availableGeometry().contains(QRect(at, size()))) {
+                move(at);
+                placed_ = true;
+                return;
+            }
+        }
+    }
     QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
@@ -284,17 +296,21 @@ void QuickBar::paintEvent(QPaintEvent *) {
 
 // The strip has no frame: it is moved by dragging its background.
 void QuickBar::mousePressEvent(QMouseEvent *event) {
-    if (event->button() == Qt::LeftButton)
+    if (event->button() == Qt::LeftButton) {
         dragOffset_ = event->globalPosition().toPoint() - frameGeometry().topLeft();
+        moved_ = false;
+    }
 }
 
 void QuickBar::mouseMoveEvent(QMouseEvent *event) {
     if (dragOffset_ && (event->buttons() & Qt::LeftButton)) {
         move(event->globalPosition().toPoint() - *dragOffset_);
-        placed_ = true;
+        moved_ = true;
     }
 }
 
 void QuickBar::mouseReleaseEvent(QMouseEvent *) {
+    if (dragOffset_ && moved_)
+        AppSetting::setString(positionKey, QStringLiteral("%1,%2").arg(x()).arg(y()));
     dragOffset_.reset();
 }

@@ -41,6 +41,8 @@ public:
     // The settings key that holds those modifiers; absent or empty, the default, means no shortcuts.
     static inline const QString shortcutsKey = QStringLiteral("quickBarShortcuts");
     bool applyShortcutSetting();
+    // Where the agent last dragged the strip to ("x,y" of its top-left corner).
+    static inline const QString positionKey = QStringLiteral("quickBarPosition");
 
     NSScrubberButtonItemView *item(int index) const { return items_.value(index); }
     QToolButton *searchButton() const { return search_; }
@@ -82,5 +84,6 @@ private:
     QPointer<QWidget> searchField_;
     QuickBarKeys *keys_ = nullptr;
     bool placed_ = false;
+    bool moved_ = false;
     std::optional<QPoint> dragOffset_;
 };

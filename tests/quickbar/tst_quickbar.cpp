@@ -396,6 +396,36 @@ private Q_SLOTS:
         QCOMPARE(pasted().size(), before + 1);
     }
 
+    void theStripStaysWhereItWasDragged() {
+        const QPoint start = bar_->pos();
+        const QPoint grip = bar_->mapToGlobal(QPoint(3, 3));
+        pointerTo(grip);
+        QTest::qWait(100);
+        XTestFakeButtonEvent(display(), 1, True, CurrentTime);
+        XSync(display(), False);
+        for (int step = 1; step <= 5; ++step) {
+            QTest::qWait(60);
+            pointerTo(grip + QPoint(-30, -40) * step);
+        }
+        QTest::qWait(100);
+        XTestFakeButtonEvent(display(), 1, False, CurrentTime);
+        XSync(display(), False);
+        QTRY_COMPARE(bar_->pos(), start + QPoint(-150, -200));
+        QCOMPARE(activeWindow(), targetWindow_);
+        // The next bar, after a restart, comes up there.
+        QTRY_VERIFY(!AppSetting::getString(QuickBar::positionKey).isEmpty());
+        {
+            QuickBar next;
+            next.present();
+            QCOMPARE(next.pos(), bar_->pos());
+        }
+        // Unless that place is no longer on any screen.
+        AppSetting::setString(QuickBar::positionKey, QStringLiteral("5000,40"));
+        QuickBar next;
+        next.present();
+        QCOMPARE(next.pos(), start);
+    }
+
     void shortcutsTakenElsewhereAreReported() {
         // Another program already holds Ctrl+Shift+F4.
         Display *other = XOpenDisplay(nullptr);
