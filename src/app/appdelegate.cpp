@@ -1,0 +1,50 @@
+#include "app/appdelegate.h"
+
+#include "app/loginviewcontroller.h"
+#include "app/mainwindowcontroller.h"
+#include "model/app.h"
+
+#include <QApplication>
+#include <QMetaObject>
+#include <iostream>
+
+AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    window_ = new MainWindowController;
+    window_->setAttribute(Qt::WA_DeleteOnClose, false);
+    auto *login = new LoginViewController(window_);
+    window_->setContentView(login);
+    window_->resize(LoginViewController::windowSize);
+    window_->show();
+}
+
+void AppDelegate::IconButtonClick() {
+    if (App::wordTouchBar)
+        QMetaObject::invokeMethod(App::wordTouchBar, "show", Qt::DirectConnection);
+    QWidget *w = window_;
+    if (!w)
+        return;
+    if (!w->isActiveWindow() || !w->isVisible()) {
+        w->close();
+        w->show();
+        w->raise();
+        w->activateWindow();
+    } else {
+        w->close();
+    }
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
+    std::cout << "flag = " << (hasVisibleWindows ? "true" : "false") << std::endl;
+    if (!hasVisibleWindows && window_) {
+        // Closing before showing is how it has always been done.
+        window_->close();
+        window_->show();
+        window_->raise();
+        window_->activateWindow();
+    }
+    return true;
+}
+
+void AppDelegate::applicationWillTerminate() {}
