@@ -14,6 +14,9 @@
 
 #include <httplib.h>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -67,6 +70,17 @@ Json refused(const std::string &text, int state = 0) {
 void send(httplib::Response &res, const std::string &body) {
     res.status = 200;
     res.set_content(body, "application/json; charset=utf-8");
+}
+
+// Libraries run to hundreds of kilobytes; the cached text is written out without a copy.
+void sendShared(httplib::Response &res, std::shared_ptr<const std::string> body) {
+    res.status = 200;
+    const auto size = body->size();
+    res.set_content_provider(
+        size, "application/json; charset=utf-8",
+        [body = std::move(body)](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+            return sink.write(body->data() + offset, length);
+        });
 }
 
 std::optional<std::string> param(const httplib::Params &form, const char *name) {
@@ -141,6 +155,29 @@ std::string lockMessage(std::int64_t seconds) {
     return "登录失败次数过多，请" + std::to_string((seconds + 59) / 60) + "分钟后再试";
 }
 
+// The HTTP library listens with a backlog of 5, fixed when it was built; a burst of clients connecting
+// at once would then wait for SYN retries. Find our listening socket and listen again with a real
+// backlog (Linux updates the backlog of a socket that already listens).
+void widenBacklog(int port) {
+    for (int fd = 0; fd < 1024; ++fd) {
+        int listening = 0;
+        socklen_t len = sizeof listening;
+        if (getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &len) != 0 || !listening)
+            continue;
+        sockaddr_storage addr{};
+        socklen_t addrLen = sizeof addr;
+        if (getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &addrLen) != 0)
+            continue;
+        int boundPort = -1;
+        if (addr.ss_family == AF_INET)
+            boundPort = ntohs(reinterpret_cast<sockaddr_in *>(&addr)->sin_port);
+        else if (addr.ss_family == AF_INET6)
+            boundPort = ntohs(reinterpret_cast<sockaddr_in6 *>(&addr)->sin6_port);
+        if (boundPort == port)
+            ::listen(fd, SOMAXCONN);
+    }
+}
+
 } // namespace
 
 ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(config)), storage_(storage) {
@@ -150,6 +187,7 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
         server_ = std::make_unique<httplib::Server>();
     const std::size_t threads = config_.threads;
     server_->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
+    server_->set_tcp_nodelay(true);
     server_->set_keep_alive_max_count(100000);
     server_->set_keep_alive_timeout(10);
     server_->set_read_timeout(30);
@@ -178,6 +216,7 @@ int ApiServer::run() {
                   << std::endl;
         return 1;
     }
+    widenBacklog(boundPort_);
     std::cout << "quillora-cloud listening on " << baseUrl() << std::endl;
     return server_->listen_after_bind() ? 0 : 1;
 }
@@ -404,7 +443,7 @@ Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httpl
         return refused(msg::forbidden);
     const auto version = storage_.libraryVersion(user->id);
     if (auto cached = cache_.find(user->id, kind, version)) {
-        send(res, *cached);
+        sendShared(res, std::move(cached));
         return Json();
     }
     auto reply = ok();
@@ -433,7 +472,7 @@ Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httpl
     auto body =
         std::make_shared<const std::string>(reply.dump(-1, ' ', false, Json::error_handler_t::replace));
     cache_.store(user->id, kind, version, body);
-    send(res, *body);
+    sendShared(res, std::move(body));
     return Json();
 }
 

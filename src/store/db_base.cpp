@@ -44,8 +44,11 @@ void createTable(const char *sql) {
 } // namespace
 
 db_base::db_base() {
-    if (dbConnection)
-        return;
+    if (!dbConnection)
+        open();
+}
+
+void db_base::open() {
     const QString path = databasePath();
     try {
         dbConnection.emplace(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
@@ -54,8 +57,10 @@ db_base::db_base() {
         tune(*dbConnection);
     } catch (const std::exception &e) {
         dbConnection.reset();
-        openErrorText() = QStringLiteral("无法打开数据库 %1：%2").arg(path, QString::fromUtf8(e.what()));
-        std::cout << openErrorText().toStdString() << std::endl;
+        const QString error = QStringLiteral("无法打开数据库 %1：%2").arg(path, QString::fromUtf8(e.what()));
+        if (error != openErrorText()) // a retry that fails the same way says nothing new
+            std::cout << error.toStdString() << std::endl;
+        openErrorText() = error;
         return;
     }
     openErrorText().clear();
@@ -64,6 +69,9 @@ db_base::db_base() {
 }
 
 SQLite::Database *db_base::connection() {
+    // A store object made before the data folders existed opens the database on its next use.
+    if (!dbConnection)
+        open();
     return dbConnection ? &*dbConnection : nullptr;
 }
 

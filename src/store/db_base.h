@@ -11,7 +11,7 @@ class db_base {
 public:
     db_base();
 
-    // Absent when the database could not be opened.
+    // Absent when the database could not be opened (each call tries again until it opens).
     static SQLite::Database *connection();
     // Why opening failed, with the path; empty when it opened.
     static QString openError();
@@ -32,6 +32,7 @@ protected:
     static QString textAt(const SQLite::Statement &statement, int index);
 
 private:
+    static void open();
     static void createTable_wordClass();
     static void createTable_wordList();
 };

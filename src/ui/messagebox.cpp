@@ -2,6 +2,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QLabel>
 #include <QPointer>
 #include <QPushButton>
 #include <QWidget>
@@ -49,6 +50,15 @@ QMessageBox *MessageBox::make(const QString &title, const QString &value, QWidge
     box->setWindowTitle(title);
     box->setText(title);
     box->setInformativeText(value);
+    box->setTextFormat(Qt::PlainText);
+    // The title reads as a heading; short texts should not make a cramped box.
+    if (auto *heading = box->findChild<QLabel *>(QStringLiteral("qt_msgbox_label"))) {
+        QFont font = heading->font();
+        font.setBold(true);
+        heading->setFont(font);
+    }
+    box->setStyleSheet(
+        QStringLiteral("QLabel#qt_msgbox_label, QLabel#qt_msgbox_informativelabel { min-width: 260px; }"));
     QPushButton *ok = box->addButton(QStringLiteral("确认"), QMessageBox::AcceptRole);
     if (twoButtons) {
         QPushButton *cancel = box->addButton(QStringLiteral("取消"), QMessageBox::RejectRole);

@@ -1,3 +1,6 @@
+#include "editor/cell_emoji.h"
+#include "editor/control_emojis.h"
+#include "editor/control_emojis_delegate.h"
 #include "ui/hoverview.h"
 #include "ui/messagebox.h"
 
@@ -7,6 +10,15 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QtTest>
+
+namespace {
+
+struct PickedEmoji : control_emojis_delegate {
+    QStringList picked;
+    void onItemClick(const QString &value) override { picked.append(value); }
+};
+
+} // namespace
 
 class TestEditorWidgets : public QObject {
     Q_OBJECT
@@ -116,6 +128,63 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(view->isMouseOver(), 5000);
         view->hide();
         QVERIFY(!view->isMouseOver());
+    }
+
+    void emojiTableSplitsByUserPerceivedCharacter() {
+        const QStringList table = control_emojis::emojiTable();
+        QCOMPARE(table.size(), 163);
+        QCOMPARE(table.first(), QStringLiteral("😃"));
+        QCOMPARE(table.last(), QStringLiteral("💀"));
+        QVERIFY(table.contains(QStringLiteral("♨️")));
+        QVERIFY(!table.contains(QStringLiteral("♨")));
+        // A variation selector never stands alone, and every item is one character to the user.
+        for (const QString &item : table) {
+            QVERIFY2(!item.startsWith(QChar(0xFE0F)), qPrintable(item));
+            QCOMPARE(control_emojis::splitGraphemes(item).size(), 1);
+        }
+        QCOMPARE(control_emojis::splitGraphemes(QStringLiteral("a♨️b✌️")),
+                 (QStringList{"a", "♨️", "b", "✌️"}));
+        control_emojis picker;
+        QCOMPARE(picker.emojiDataSource, table);
+        QCOMPARE(picker.cells().size(), 163);
+    }
+
+    void gridColumnsFollowTheWidth() {
+        QCOMPARE(control_emojis::maxColumns(200), 5);
+        QCOMPARE(control_emojis::maxColumns(239), 5);
+        QCOMPARE(control_emojis::maxColumns(240), 6);
+        QCOMPARE(control_emojis::maxColumns(39), 0);
+
+        control_emojis picker;
+        for (int width : {200, 239, 420, 30}) {
+            picker.resize(width, 5000); // tall enough for no scroll bar
+            picker.generalLayout();     // a hidden widget gets its resize event only when shown
+            QVERIFY(picker.columnCount() >= 1);
+            QVERIFY(picker.columnCount() <= std::max(1, control_emojis::maxColumns(width)));
+            // Cells never overlap and stay inside the width.
+            const QRect last = picker.cells()[picker.columnCount() - 1]->geometry();
+            QVERIFY(width < 40 || last.right() < width);
+            QCOMPARE(picker.cells()[1]->x() - picker.cells()[0]->x() >= 40, picker.columnCount() > 1);
+        }
+        picker.resize(420, 5000);
+        picker.generalLayout();
+        QCOMPARE(picker.columnCount(), 10);
+        QCOMPARE(picker.cells()[10]->pos(), QPoint(0, 42));
+    }
+
+    void clickOnACellReachesTheDelegate() {
+        control_emojis picker;
+        PickedEmoji sink;
+        picker.resize(300, 200);
+        picker.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&picker));
+        QTest::mouseClick(picker.cells()[3], Qt::LeftButton, {}, QPoint(20, 20));
+        QVERIFY(sink.picked.isEmpty());
+        picker.delegate = &sink;
+        QTest::mouseClick(picker.cells()[3], Qt::LeftButton, {}, QPoint(20, 20));
+        QTest::mouseClick(picker.cells()[38], Qt::LeftButton, {}, QPoint(5, 35));
+        QTest::mouseClick(picker.cells()[38], Qt::RightButton, {}, QPoint(5, 35));
+        QCOMPARE(sink.picked, (QStringList{QStringLiteral("😂"), QStringLiteral("♨️")}));
     }
 };
 

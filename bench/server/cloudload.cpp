@@ -1,0 +1,222 @@
+// Drives a running quillora-cloud over loopback the way the desktop client does and prints
+// requests per second and latency percentiles. Usage:
+//   cloudload URL [--users N] [--phrases N] [--seconds S]
+#include "rc4cipher.h"
+#include "secrets.h"
+
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Json = nlohmann::json;
+
+struct Session {
+    std::string name;
+    std::string cookie;
+    std::string classSign;
+};
+
+double ms(Clock::duration d) {
+    return std::chrono::duration<double, std::milli>(d).count();
+}
+
+double percentile(std::vector<double> v, double p) {
+    if (v.empty())
+        return 0;
+    std::sort(v.begin(), v.end());
+    return v[std::min(v.size() - 1, std::size_t(p * double(v.size())))];
+}
+
+int stateOf(const httplib::Result &r) {
+    if (!r || r->status != 200)
+        return -99;
+    const auto j = Json::parse(r->body, nullptr, false);
+    return j.is_object() ? j.value("state", -99) : -99;
+}
+
+httplib::Params form(const Session &s, httplib::Params p) {
+    p.emplace("username", s.name);
+    p.emplace("dbname", s.name);
+    return p;
+}
+
+// Runs `threads` workers for `seconds`; each repeats `step` and records its latency.
+template <typename Step>
+void measure(const char *what, int threads, double seconds, const std::vector<Session> &sessions,
+             const std::string &url, Step step) {
+    std::vector<std::vector<double>> latencies(static_cast<std::size_t>(threads));
+    std::atomic<long> errors{0};
+    const auto start = Clock::now();
+    const auto end =
+        start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    std::vector<std::thread> pool;
+    for (int t = 0; t < threads; ++t)
+        pool.emplace_back([&, t] {
+            httplib::Client client(url);
+            client.set_keep_alive(true);
+            client.set_tcp_nodelay(true);
+            client.set_read_timeout(30);
+            const Session &s = sessions[std::size_t(t) % sessions.size()];
+            while (Clock::now() < end) {
+                const auto before = Clock::now();
+                if (!step(client, s))
+                    ++errors;
+                latencies[std::size_t(t)].push_back(ms(Clock::now() - before));
+            }
+        });
+    for (auto &th : pool)
+        th.join();
+    const double elapsed = std::chrono::duration<double>(Clock::now() - start).count();
+    std::vector<double> all;
+    for (const auto &l : latencies)
+        all.insert(all.end(), l.begin(), l.end());
+    std::printf("%-28s %3d conn  %8.0f /s  p50 %7.2f ms  p99 %7.2f ms  errors %ld  (%zu in %.1f s)\n", what,
+                threads, double(all.size()) / elapsed, percentile(all, 0.50), percentile(all, 0.99),
+                errors.load(), all.size(), elapsed);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: cloudload URL [--users N] [--phrases N] [--seconds S]\n");
+        return 2;
+    }
+    const std::string url = argv[1];
+    int users = 64, phrases = 1000;
+    double seconds = 5;
+    for (int i = 2; i + 1 < argc; i += 2) {
+        const std::string a = argv[i];
+        if (a == "--users")
+            users = std::max(1, std::atoi(argv[i + 1]));
+        else if (a == "--phrases")
+            phrases = std::max(1, std::atoi(argv[i + 1]));
+        else if (a == "--seconds")
+            seconds = std::max(0.5, std::atof(argv[i + 1]));
+    }
+    if (!Secrets::init())
+        return 1;
+
+    // Accounts through the registration endpoint, then one sign-in each (timed).
+    std::vector<Session> sessions(static_cast<std::size_t>(users));
+    std::vector<double> loginMs(static_cast<std::size_t>(users));
+    std::atomic<int> failures{0};
+    std::atomic<int> next{0};
+    const auto run = [&](int workers, auto fn) {
+        std::vector<std::thread> pool;
+        for (int w = 0; w < workers; ++w)
+            pool.emplace_back([&] {
+                httplib::Client client(url);
+                client.set_keep_alive(true);
+                client.set_tcp_nodelay(true);
+                client.set_read_timeout(60);
+                for (int i; (i = next++) < users;)
+                    fn(client, std::size_t(i));
+            });
+        for (auto &t : pool)
+            t.join();
+        next = 0;
+    };
+    const std::string password = "load-password";
+    const auto cipher = Secrets::toBase64(Rc4Cipher::apply(password, Rc4Cipher::passwordKey()));
+    run(8, [&](httplib::Client &c, std::size_t i) {
+        char name[32];
+        std::snprintf(name, sizeof name, "load%03zu", i);
+        sessions[i].name = name;
+        c.Post("/api/web/register", httplib::Params{{"username", name}, {"password", password}});
+    });
+    // Sign-ins one at a time: the cost of one Argon2id verification plus the request.
+    run(1, [&](httplib::Client &c, std::size_t i) {
+        auto &s = sessions[i];
+        const auto before = Clock::now();
+        const auto r =
+            c.Post("/api/osx/login",
+                   httplib::Params{{"usernames", s.name}, {"password", cipher}, {"username", "123"}});
+        loginMs[i] = ms(Clock::now() - before);
+        if (stateOf(r) != 1) {
+            ++failures;
+            return;
+        }
+        const auto cookie = r->get_header_value("Set-Cookie");
+        s.cookie = cookie.substr(0, cookie.find(';')) + ";";
+        httplib::Headers h{{"Cookie", s.cookie}};
+        const auto classes = c.Post("/api/word/class/getAll", h, form(s, {}));
+        const auto j = Json::parse(classes ? classes->body : "", nullptr, false);
+        if (j.is_object() && j.contains("data") && !j["data"].empty())
+            s.classSign = j["data"][0].value("sign", "");
+    });
+    if (failures) {
+        std::fprintf(stderr, "cloudload: %d sign-ins failed\n", failures.load());
+        return 1;
+    }
+    std::printf(
+        "login (Argon2id, one at a time)  mean %.1f ms  p50 %.1f ms  max %.1f ms  over %d sign-ins\n",
+        [&] {
+            double sum = 0;
+            for (double v : loginMs)
+                sum += v;
+            return sum / double(loginMs.size());
+        }(),
+        percentile(loginMs, 0.5), percentile(loginMs, 1.0), users);
+
+    // Seeding: every user's library gets the same number of phrases.
+    const auto seedStart = Clock::now();
+    const std::string body =
+        Json::array({{{"type", 1}, {"value", "您好，您的订单已发货，预计两天内送达，请注意查收。"}},
+                     {{"type", 2}, {"value", "0123456789abcdef0123456789abcdef.png"}},
+                     {{"type", 1}, {"value", "如有其他问题，请随时联系我们！"}}})
+            .dump();
+    run(std::min(users, 16), [&](httplib::Client &c, std::size_t i) {
+        const auto &s = sessions[i];
+        httplib::Headers h{{"Cookie", s.cookie}};
+        for (int p = 0; p < phrases; ++p) {
+            const auto r = c.Post("/api/word/list/create", h,
+                                  form(s, {{"parentSign", s.classSign},
+                                           {"label", "话术 " + std::to_string(p)},
+                                           {"jsonValue", body},
+                                           {"position", std::to_string(p)}}));
+            if (stateOf(r) != 1)
+                ++failures;
+        }
+    });
+    std::printf("seeded %d libraries of %d phrases in %.1f s (%d failures)\n", users, phrases,
+                std::chrono::duration<double>(Clock::now() - seedStart).count(), failures.load());
+    std::fflush(stdout);
+
+    const auto getAll = [&](httplib::Client &c, const Session &s) {
+        const auto r = c.Post("/api/word/list/getAll", httplib::Headers{{"Cookie", s.cookie}}, form(s, {}));
+        // Checking the tail keeps the load process from parsing 300 KB per reply.
+        return r && r->status == 200 && r->body.size() > std::size_t(phrases) * 100 &&
+               r->body.compare(r->body.size() - 10, 10, "\"state\":1}") == 0;
+    };
+    const auto createDelete = [&](httplib::Client &c, const Session &s) {
+        httplib::Headers h{{"Cookie", s.cookie}};
+        const auto created = c.Post("/api/word/list/create", h,
+                                    form(s, {{"parentSign", s.classSign},
+                                             {"label", "临时"},
+                                             {"jsonValue", body},
+                                             {"position", "100000"}}));
+        const auto j = Json::parse(created ? created->body : "", nullptr, false);
+        if (!j.is_object() || j.value("state", 0) != 1)
+            return false;
+        const auto removed = c.Post("/api/word/list/del", h, form(s, {{"sign", j.value("sign", "") + "|"}}));
+        return stateOf(removed) == 1;
+    };
+    for (const int conns : {1, users}) {
+        measure("getAll (phrases)", conns, seconds, sessions, url, getAll);
+        measure("create+delete (pairs)", conns, seconds, sessions, url, createDelete);
+    }
+    return 0;
+}

@@ -1,0 +1,312 @@
+#include "cloud/api_user.h"
+#include "cloud/api_word_image.h"
+#include "cloud/api_word_list.h"
+#include "cloud/appsetting.h"
+#include "editor/cell_emoji.h"
+#include "editor/control_emojis.h"
+#include "editor/control_upimage.h"
+#include "editor/createlistviewcontrollel.h"
+#include "editor/editclassviewcontroller.h"
+#include "editor/editlistviewcontroller.h"
+#include "editor/edittextview.h"
+#include "library/controller_word_class.h"
+#include "library/controller_word_list.h"
+#include "model/app.h"
+#include "model/contentformat.h"
+#include "store/localpath.h"
+#include "ui/messagebox.h"
+
+#include "cloudservice.h"
+#include "xvfbsession.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QComboBox>
+#include <QCryptographicHash>
+#include <QImage>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+const QString user = QStringLiteral("agent07");
+const QString password = QStringLiteral("s+cr/t=&pw");
+
+QByteArray picture(int w, int h, QColor color, const char *format = "PNG") {
+    QImage image(w, h, QImage::Format_RGB32);
+    image.fill(color);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+QString contentName(const QByteArray &data, const char *extension) {
+    return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex()) +
+           QLatin1String(extension);
+}
+
+} // namespace
+
+class TestEditorDialogs : public QObject {
+    Q_OBJECT
+
+    CloudService service;
+
+    bool signIn() {
+        std::optional<ApiLoginResult> result;
+        api_user::login(user, password, [&](const ApiLoginResult &r) { result = r; });
+        if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isOk())
+            return false;
+        App::userInfo().username = result->username();
+        return true;
+    }
+
+    QString makeClass(const QString &label) {
+        std::optional<DataResult> result;
+        controller_word_class::create(label, user, [&](const DataResult &r) { result = r; });
+        if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isSuccess())
+            return {};
+        for (const DataWordClass &c : controller_word_class::db().getAll(user))
+            if (c.label == label)
+                return c.sign;
+        return {};
+    }
+
+    static void clickSave(PhraseDialog &dialog) {
+        QTest::mouseClick(dialog.button_save, Qt::LeftButton);
+        QVERIFY(!dialog.button_save->isEnabled()); // no second save while this one runs
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(service.start());
+        QVERIFY(service.addUser(user, password));
+        qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
+        LocalPath::iniitDir();
+        App::userInfo().username = user;
+        MessageBox::setAnswerProvider([](const MessageBox::Request &) { return true; });
+    }
+
+    void init() { MessageBox::clearShown(); }
+
+    void failedUploadKeepsTheDialogOpenAndCreatesNothing() {
+        // Not signed in yet: the service refuses the picture.
+        AppSetting().setCookie(QString());
+        CreateListViewControllel dialog(QStringLiteral("any-class"), user);
+        dialog.labelViewBox->setText(QStringLiteral("带图短语"));
+        dialog.textView->insertString(QStringLiteral("看图："));
+        dialog.textView->insertImage(picture(30, 30, Qt::red));
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+
+        clickSave(dialog);
+        QTRY_COMPARE_WITH_TIMEOUT(MessageBox::shown().size(), 1, 30000);
+        QCOMPARE(MessageBox::shown()[0].title, QStringLiteral("上传图片失败"));
+        QVERIFY(!MessageBox::shown()[0].text.isEmpty()); // the service's own reason
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
+        QVERIFY(dialog.button_save->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.uploadDialog(), 5000);
+        QVERIFY(controller_word_list::db().getAll(QStringLiteral("any-class"), user).isEmpty());
+        QCOMPARE(dialog.labelViewBox->text(), QStringLiteral("带图短语")); // nothing the user wrote is lost
+        QCOMPARE(dialog.textView->getValue().size(), 2);
+    }
+
+    void saveUploadsPicturesThenCreatesThePhrase() {
+        QVERIFY(signIn());
+        const QString classSign = makeClass(QStringLiteral("常用问候"));
+        QVERIFY(!classSign.isEmpty());
+
+        const QByteArray png = picture(400, 300, Qt::darkBlue);
+        const QByteArray jpg = picture(60, 40, Qt::darkGreen, "JPG");
+        CreateListViewControllel dialog(classSign, user);
+        dialog.labelViewBox->setText(QStringLiteral("欢迎语"));
+        dialog.textView->insertString(QStringLiteral("您好 "));
+        dialog.textView->insertImage(png);
+        dialog.textView->insertImage(jpg);
+        dialog.textView->insertImage(png);
+        dialog.onItemClick(QStringLiteral("😊"));
+        const QString json = dialog.jsonValue();
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+
+        clickSave(dialog);
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.isVisible(), 30000);
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QVERIFY(MessageBox::shown().isEmpty());
+
+        const QList<DataWordList> local = controller_word_list::db().getAll(classSign, user);
+        QCOMPARE(local.size(), 1);
+        QCOMPARE(local[0].label, QStringLiteral("欢迎语"));
+        QCOMPARE(local[0].jsonValue, json);
+
+        // The service has the phrase and both pictures, byte for byte.
+        std::optional<apiResultWordListGetAll> remote;
+        api_word_list::getAll1(user, [&](const apiResultWordListGetAll &r) { remote = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(remote.has_value(), 20000);
+        QVERIFY(remote->isSuccess());
+        QCOMPARE(remote->data().size(), 1);
+        QCOMPARE(remote->data()[0].sign, local[0].sign);
+        QCOMPARE(remote->data()[0].jsonValue, json);
+        for (const auto &[bytes, ext] : {std::pair{png, ".png"}, std::pair{jpg, ".jpg"}}) {
+            std::optional<ApiResulrDowImage> down;
+            api_word_image::dowImage(contentName(bytes, ext), [&](const ApiResulrDowImage &r) { down = r; });
+            QTRY_VERIFY_WITH_TIMEOUT(down.has_value(), 20000);
+            QVERIFY(down->isSuccess());
+            QCOMPARE(QByteArray::fromBase64(down->imageBase64data().toLatin1()), bytes);
+        }
+    }
+
+    void refusedCreateStaysOpenWithoutAMessage() {
+        QVERIFY(signIn());
+        CreateListViewControllel dialog(QStringLiteral("no-such-class"), user);
+        dialog.textView->insertString(QStringLiteral("孤儿短语"));
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        clickSave(dialog);
+        QTRY_VERIFY_WITH_TIMEOUT(dialog.button_save->isEnabled(), 30000);
+        QVERIFY(dialog.isVisible());
+        QVERIFY(MessageBox::shown().isEmpty());
+        QVERIFY(controller_word_list::db().getAll(QStringLiteral("no-such-class"), user).isEmpty());
+    }
+
+    void editMovesThePhraseToTheChosenClass() {
+        QVERIFY(signIn());
+        const QString first = makeClass(QStringLiteral("物流"));
+        const QString second = makeClass(QStringLiteral("售后"));
+        QVERIFY(!first.isEmpty() && !second.isEmpty());
+        CreateListViewControllel create(first, user);
+        create.labelViewBox->setText(QStringLiteral("发货"));
+        create.textView->insertString(QStringLiteral("已发货"));
+        create.textView->insertImage(picture(20, 20, Qt::yellow));
+        create.show();
+        clickSave(create);
+        QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 30000);
+        const DataWordList phrase = controller_word_list::db().getAll(first, user).value(0);
+        QVERIFY(!phrase.sign.isEmpty());
+
+        EditListViewController edit(phrase);
+        // The pop-up lists every class in library order, with the phrase's own class chosen.
+        const QList<DataWordClass> all = controller_word_class::db().getAll(user);
+        QCOMPARE(edit.ItemButton->count(), all.size());
+        for (int i = 0; i < all.size(); ++i)
+            QCOMPARE(edit.ItemButton->itemText(i), all[i].label);
+        QCOMPARE(all[edit.ItemButton->currentIndex()].sign, first);
+        QCOMPARE(edit.labelViewBox->text(), QStringLiteral("发货"));
+        QCOMPARE(edit.jsonValue(), phrase.jsonValue);
+
+        for (int i = 0; i < all.size(); ++i)
+            if (all[i].sign == second)
+                edit.ItemButton->setCurrentIndex(i);
+        edit.labelViewBox->setText(QStringLiteral("发货通知"));
+        edit.textView->insertString(QStringLiteral("，请查收"));
+        edit.show();
+        clickSave(edit);
+        QTRY_VERIFY_WITH_TIMEOUT(!edit.isVisible(), 30000);
+        QCOMPARE(edit.result(), int(QDialog::Accepted));
+        const std::optional<DataWordList> moved = controller_word_list::db().getData(phrase.sign);
+        QVERIFY(moved);
+        QCOMPARE(moved->parentSign, second);
+        QCOMPARE(moved->label, QStringLiteral("发货通知"));
+        QCOMPARE(moved->texts, QStringLiteral("已发货，请查收"));
+    }
+
+    void classDialogCreatesAndRenames() {
+        QVERIFY(signIn());
+        EditClassViewController create;
+        QCOMPARE(create.label->text(), QString());
+        create.label->setText(QStringLiteral("售前咨询"));
+        create.show();
+        QTest::mouseClick(create.button_save, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 20000);
+        QCOMPARE(create.result(), int(QDialog::Accepted));
+        std::optional<DataWordClass> made;
+        for (const DataWordClass &c : controller_word_class::db().getAll(user))
+            if (c.label == QStringLiteral("售前咨询"))
+                made = c;
+        QVERIFY(made);
+
+        EditClassViewController rename(made);
+        QCOMPARE(rename.label->text(), QStringLiteral("售前咨询"));
+        rename.label->setText(QStringLiteral("售前"));
+        rename.show();
+        QTest::mouseClick(rename.button_save, Qt::LeftButton);
+        QVERIFY(!rename.isVisible()); // closes at once; the rename follows in the background
+        QTRY_COMPARE_WITH_TIMEOUT(controller_word_class::db().getData(made->sign)->label,
+                                  QStringLiteral("售前"), 20000);
+
+        // A name the service refuses keeps the dialog open, silently.
+        EditClassViewController tooLong;
+        tooLong.label->setText(QString(300, QChar(u'长')));
+        tooLong.show();
+        QTest::mouseClick(tooLong.button_save, Qt::LeftButton);
+        QVERIFY(!tooLong.button_save->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(tooLong.button_save->isEnabled(), 20000);
+        QVERIFY(tooLong.isVisible());
+        QVERIFY(MessageBox::shown().isEmpty());
+    }
+
+    void pictureFilesAndEmojiGoIntoTheEditor() {
+        QTemporaryDir dir;
+        const QByteArray jpg = picture(16, 16, Qt::cyan, "JPG");
+        const QString notPicture = dir.filePath(QStringLiteral("fake.png"));
+        const QString realPicture = dir.filePath(QStringLiteral("real.jpg"));
+        for (const auto &[path, bytes] :
+             {std::pair{notPicture, QByteArray("RIFF....WEBPVP8 ")}, std::pair{realPicture, jpg}}) {
+            QFile f(path);
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write(bytes);
+        }
+        CreateListViewControllel dialog(QStringLiteral("c"), user);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        dialog.insertImageFile(notPicture);
+        dialog.insertImageFile(dir.filePath(QStringLiteral("missing.jpg")));
+        QCOMPARE(MessageBox::shown().size(), 2);
+        QCOMPARE(MessageBox::shown()[0].title, QStringLiteral("图片类型不正确"));
+        QCOMPARE(MessageBox::shown()[0].text, QStringLiteral("上传图片失败"));
+        QVERIFY(dialog.textView->getValue().isEmpty());
+
+        dialog.insertImageFile(realPicture);
+        QCOMPARE(dialog.jsonValue(),
+                 QStringLiteral(R"([{"type":2,"value":"%1"}])").arg(contentName(jpg, ".jpg")));
+
+        // The picker opens beside the button; a click inserts at the cursor.
+        dialog.textView->insertString(QStringLiteral("ab"));
+        QTextCursor c = dialog.textView->textCursor();
+        c.movePosition(QTextCursor::Left);
+        dialog.textView->setTextCursor(c);
+        dialog.button_emoji_click();
+        control_emojis *picker = dialog.emojiPicker();
+        QVERIFY(picker);
+        QTRY_VERIFY_WITH_TIMEOUT(picker->isVisible(), 5000);
+        QTest::mouseClick(picker->cells()[38], Qt::LeftButton, {}, QPoint(20, 20));
+        QCOMPARE(dialog.textView->getValue().last()->value, QStringLiteral("a♨️b"));
+    }
+
+    void uploadDialogTakesEachPictureOnce() {
+        const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
+                                            R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
+        control_upImage dialog(json, {});
+        QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
+        QCOMPARE(dialog.progressbar->minimum(), 0);
+        QCOMPARE(dialog.progressbar->maximum(), 100);
+
+        // Nothing to upload: it reports success and closes by itself.
+        std::optional<DataResult> outcome;
+        control_upImage empty(QStringLiteral(R"([{"type":1,"value":"x"}])"),
+                              [&](const DataResult &r) { outcome = r; });
+        empty.show();
+        QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);
+        QVERIFY(outcome->isSuccess());
+        QVERIFY(!empty.isVisible());
+    }
+};
+
+QUILLORA_X11_TEST_MAIN(TestEditorDialogs)
+#include "tst_editor_dialogs.moc"
