@@ -2,6 +2,7 @@
 
 #include "library/cell_wrod_class.h"
 #include "library/controller_word_class.h"
+#include "ui/nstextfields.h"
 #include "model/app.h"
 
 #include <QCursor>
@@ -13,10 +14,7 @@
 #include <algorithm>
 #include <iostream>
 
-#if __has_include("editor/editclassviewcontroller.h")
 #include "editor/editclassviewcontroller.h"
-#define QUILLORA_HAVE_CLASS_DIALOG 1
-#endif
 
 namespace {
 // Keeps the selection when the empty part of the strip is clicked and reports right presses there.
@@ -199,18 +197,14 @@ void control_word_class::MenuAction(QAction *action) {
     const QList<int> sel = _selectIndexPathAll;
     const QString user = App::userInfo().username;
     if (title == QString::fromUtf8("添加分类")) {
-#ifdef QUILLORA_HAVE_CLASS_DIALOG
         EditClassViewController dialog(std::nullopt, window());
         dialog.setWindowTitle(QString::fromUtf8("添加分类"));
         dialog.exec();
-#endif
     } else if (title == QString::fromUtf8("编辑分类")) {
         if (sel.size() == 1) {
-#ifdef QUILLORA_HAVE_CLASS_DIALOG
             EditClassViewController dialog(dataSource[sel.first()], window());
             dialog.setWindowTitle(QString::fromUtf8("编辑分类"));
             dialog.exec();
-#endif
         }
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() == 1 && sel.first() > 0) {

@@ -13,11 +13,8 @@
 #include <algorithm>
 #include <iostream>
 
-#if __has_include("editor/createlistviewcontrollel.h")
 #include "editor/createlistviewcontrollel.h"
 #include "editor/editlistviewcontroller.h"
-#define QUILLORA_HAVE_PHRASE_DIALOGS 1
-#endif
 
 control_word_list::control_word_list(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
@@ -172,17 +169,13 @@ void control_word_list::MenuActionLIST(QAction *action) {
     if (title == QString::fromUtf8("添加短语")) {
         if (!parSign)
             return;
-#ifdef QUILLORA_HAVE_PHRASE_DIALOGS
         CreateListViewControllel dialog(*parSign, user, window());
         dialog.exec();
-#endif
     } else if (title == QString::fromUtf8("编辑短语")) {
         if (sel.size() != 1)
             return;
-#ifdef QUILLORA_HAVE_PHRASE_DIALOGS
         EditListViewController dialog(dataSource[sel.first()], window());
         dialog.exec();
-#endif
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() != 1 || sel.first() <= 0)
             return;
