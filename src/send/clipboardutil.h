@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+// The only place where sending touches the clipboard: at any moment it holds one text or one
+// picture. Callable from any thread; the work is always done on the GUI thread, and a call from
+// another thread waits for it.
+class ClipboardUtil {
+public:
+    ClipboardUtil() = delete;
+
+    static bool setText(const QString &value);
+    // The bytes go on the clipboard as they are, typed "image/png" whatever their real format.
+    static bool setImage(const QByteArray &data);
+    static std::optional<QByteArray> getImageData();
+    static std::optional<QString> getImageBase64();
+};

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "send/runningapplication.h"
+
+#include <QList>
+#include <memory>
+#include <optional>
+
+// What the send layer needs of the desktop: which application is in front, the running ones,
+// bringing one forward and synthesised key strokes. One implementation per windowing system;
+// every operation may be called from any thread.
+class DesktopBackend {
+public:
+    enum class Key { V, Enter, Left };
+
+    virtual ~DesktopBackend() = default;
+
+    // False when the windowing system cannot be reached; then every operation below fails.
+    virtual bool available() const = 0;
+    virtual std::optional<RunningApplication> activeApplication() = 0;
+    // In the order the desktop lists its windows.
+    virtual QList<RunningApplication> runningApplications() = 0;
+    virtual bool activate(const RunningApplication &application) = 0;
+    virtual QImage icon(quint64 window) = 0;
+    // Whether the user physically holds Shift, Ctrl, Alt, Super or another modifier right now.
+    virtual bool modifiersHeld() = 0;
+    // Key down then key up into the focused window, with Ctrl held around it when asked.
+    virtual bool keyStroke(Key key, bool control) = 0;
+
+    // The back-end of this process; the X11 one unless another was installed.
+    static DesktopBackend &instance();
+    // Replaces the back-end (another windowing system, or a recording one in tests). Call before
+    // the first send and before the tracker starts.
+    static void setInstance(std::unique_ptr<DesktopBackend> backend);
+};

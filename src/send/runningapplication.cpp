@@ -1,0 +1,16 @@
+#include "send/runningapplication.h"
+
+#include "send/desktopbackend.h"
+
+bool RunningApplication::isActive() const {
+    const auto active = DesktopBackend::instance().activeApplication();
+    return active && active->window == window;
+}
+
+QImage RunningApplication::icon() const {
+    return DesktopBackend::instance().icon(window);
+}
+
+bool RunningApplication::setForeguangd_() const {
+    return DesktopBackend::instance().activate(*this);
+}

@@ -1,0 +1,3 @@
+target_sources(quillora-core PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/x11backend.cpp ${CMAKE_CURRENT_LIST_DIR}/x11backend.h
+  ${CMAKE_CURRENT_LIST_DIR}/x11resources.h)

@@ -1,0 +1,291 @@
+#include "send/x11/x11backend.h"
+
+#include <iostream>
+#include <mutex>
+#include <vector>
+
+// X headers last: their macros (None, Bool, Status) clash with names in Qt headers.
+#include "send/x11/x11resources.h"
+#include <X11/Xatom.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace {
+
+// Xlib's default handler ends the process on any error, and a window can vanish between two
+// requests at any time; failures are read from the return values instead.
+int ignoreXError(Display *, XErrorEvent *) {
+    return 0;
+}
+
+struct Property {
+    XPtr<unsigned char> data;
+    Atom type = 0;
+    int format = 0;
+    unsigned long count = 0;
+};
+
+enum class Read { Ok, Missing, Gone };
+
+} // namespace
+
+struct X11Backend::Impl {
+    std::mutex mutex;
+    DisplayPtr display;
+    XdoPtr xdo;
+    Window root = 0;
+    bool xtest = false;
+    KeyCode keyV = 0, keyEnter = 0, keyLeft = 0, keyControl = 0;
+    std::vector<KeyCode> modifierKeys;
+    Atom activeWindowAtom = 0, clientList = 0, supported = 0, wmPid = 0, wmName = 0, wmIcon = 0, gtkAppId = 0,
+         kdeDesktopFile = 0;
+
+    Atom atom(const char *name) { return XInternAtom(display.get(), name, False); }
+
+    Read read(Window w, Atom property, long maxItems, Property &out) {
+        Atom type = 0;
+        int format = 0;
+        unsigned long count = 0, after = 0;
+        unsigned char *data = nullptr;
+        const int status = XGetWindowProperty(display.get(), w, property, 0, maxItems, False, AnyPropertyType,
+                                              &type, &format, &count, &after, &data);
+        if (status != Success)
+            return Read::Gone;
+        out.data.reset(data);
+        out.type = type;
+        out.format = format;
+        out.count = count;
+        return data && type != 0 ? Read::Ok : Read::Missing;
+    }
+
+    // Format-32 items come back from Xlib as longs, whatever their size on the wire.
+    std::vector<unsigned long> cardinals(Window w, Atom property, long maxItems) {
+        Property p;
+        std::vector<unsigned long> result;
+        if (read(w, property, maxItems, p) == Read::Ok && p.format == 32) {
+            const auto *items = reinterpret_cast<const unsigned long *>(p.data.get());
+            result.assign(items, items + p.count);
+        }
+        return result;
+    }
+
+    std::optional<QString> text(Window w, Atom property) {
+        Property p;
+        if (read(w, property, 4096, p) != Read::Ok || p.format != 8)
+            return std::nullopt;
+        return QString::fromUtf8(reinterpret_cast<const char *>(p.data.get()), qsizetype(p.count));
+    }
+
+    Window activeWindow() {
+        Property p;
+        if (read(root, activeWindowAtom, 1, p) == Read::Ok && p.format == 32 && p.count == 1)
+            return Window(*reinterpret_cast<const unsigned long *>(p.data.get()));
+        // No window manager: the client window that holds the keyboard focus.
+        Window focused = 0;
+        if (xdo_get_focused_window_sane(xdo.get(), &focused) != XDO_SUCCESS)
+            return 0;
+        return focused;
+    }
+
+    bool wmSupportsActivation() {
+        for (unsigned long a : cardinals(root, supported, 4096))
+            if (a == activeWindowAtom)
+                return true;
+        return false;
+    }
+
+    std::optional<RunningApplication> application(Window w) {
+        if (w == 0)
+            return std::nullopt;
+        RunningApplication app;
+        app.window = w;
+        Property pid;
+        const Read r = read(w, wmPid, 1, pid);
+        if (r == Read::Gone)
+            return std::nullopt;
+        if (r == Read::Ok && pid.format == 32 && pid.count == 1)
+            app.processIdentifier = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
+
+        QString className;
+        XClassHint hint{nullptr, nullptr};
+        if (XGetClassHint(display.get(), w, &hint)) {
+            XPtr<char> name(hint.res_name), cls(hint.res_class);
+            if (cls)
+                className = QString::fromLocal8Bit(cls.get());
+        }
+        for (Atom id : {gtkAppId, kdeDesktopFile}) {
+            auto value = text(w, id);
+            if (value && value->endsWith(QLatin1String(".desktop")))
+                value->chop(8);
+            if (value && !value->isEmpty()) {
+                app.bundleIdentifier = value;
+                break;
+            }
+        }
+        if (!app.bundleIdentifier && !className.isEmpty())
+            app.bundleIdentifier = className;
+
+        if (auto name = text(w, wmName); name && !name->isEmpty())
+            app.localizedName = *name;
+        else
+            app.localizedName = className;
+        return app;
+    }
+};
+
+X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
+    d->display.reset(XOpenDisplay(nullptr));
+    if (!d->display) {
+        std::cout << "no X display: phrases cannot be sent into other programs" << std::endl;
+        return;
+    }
+    XSetErrorHandler(ignoreXError);
+    Display *dpy = d->display.get();
+    d->xdo.reset(xdo_new_with_opened_display(dpy, nullptr, 0));
+    d->root = DefaultRootWindow(dpy);
+    int eventBase = 0, errorBase = 0, major = 0, minor = 0;
+    d->xtest = XTestQueryExtension(dpy, &eventBase, &errorBase, &major, &minor);
+    d->keyV = XKeysymToKeycode(dpy, XK_v);
+    d->keyEnter = XKeysymToKeycode(dpy, XK_KP_Enter);
+    d->keyLeft = XKeysymToKeycode(dpy, XK_Left);
+    d->keyControl = XKeysymToKeycode(dpy, XK_Control_L);
+    if (ModifierKeymapPtr map{XGetModifierMapping(dpy)}) {
+        for (int i = 0; i < 8 * map->max_keypermod; ++i)
+            if (map->modifiermap[i] != 0)
+                d->modifierKeys.push_back(map->modifiermap[i]);
+    }
+    d->activeWindowAtom = d->atom("_NET_ACTIVE_WINDOW");
+    d->clientList = d->atom("_NET_CLIENT_LIST");
+    d->supported = d->atom("_NET_SUPPORTED");
+    d->wmPid = d->atom("_NET_WM_PID");
+    d->wmName = d->atom("_NET_WM_NAME");
+    d->wmIcon = d->atom("_NET_WM_ICON");
+    d->gtkAppId = d->atom("_GTK_APPLICATION_ID");
+    d->kdeDesktopFile = d->atom("_KDE_NET_WM_DESKTOP_FILE");
+    if (!d->xdo || !d->xtest)
+        std::cout << "X display without XTest: phrases cannot be sent into other programs" << std::endl;
+}
+
+X11Backend::~X11Backend() = default;
+
+bool X11Backend::available() const {
+    return d->display && d->xdo && d->xtest;
+}
+
+std::optional<RunningApplication> X11Backend::activeApplication() {
+    if (!available())
+        return std::nullopt;
+    std::lock_guard lock(d->mutex);
+    return d->application(d->activeWindow());
+}
+
+QList<RunningApplication> X11Backend::runningApplications() {
+    QList<RunningApplication> result;
+    if (!available())
+        return result;
+    std::lock_guard lock(d->mutex);
+    std::vector<unsigned long> windows = d->cardinals(d->root, d->clientList, 65536);
+    if (windows.empty()) {
+        // No window manager: the mapped top-level windows.
+        Window rootRet = 0, parent = 0, *children = nullptr;
+        unsigned int n = 0;
+        if (XQueryTree(d->display.get(), d->root, &rootRet, &parent, &children, &n)) {
+            XPtr<Window> owned(children);
+            for (unsigned int i = 0; i < n; ++i) {
+                XWindowAttributes attrs;
+                if (XGetWindowAttributes(d->display.get(), children[i], &attrs) &&
+                    attrs.map_state == IsViewable && !attrs.override_redirect)
+                    windows.push_back(children[i]);
+            }
+        }
+    }
+    for (unsigned long w : windows)
+        if (auto app = d->application(Window(w)))
+            result.append(*app);
+    return result;
+}
+
+bool X11Backend::activate(const RunningApplication &application) {
+    if (!available() || application.window == 0)
+        return false;
+    std::lock_guard lock(d->mutex);
+    Display *dpy = d->display.get();
+    const auto w = Window(application.window);
+    XWindowAttributes attrs;
+    if (!XGetWindowAttributes(dpy, w, &attrs))
+        return false; // closed meanwhile
+    if (d->wmSupportsActivation())
+        return xdo_activate_window(d->xdo.get(), w) == XDO_SUCCESS;
+    XRaiseWindow(dpy, w);
+    XSetInputFocus(dpy, w, RevertToParent, CurrentTime);
+    XSync(dpy, False);
+    return XGetWindowAttributes(dpy, w, &attrs) != 0;
+}
+
+QImage X11Backend::icon(quint64 window) {
+    if (!available() || window == 0)
+        return {};
+    std::vector<unsigned long> data;
+    {
+        std::lock_guard lock(d->mutex);
+        data = d->cardinals(Window(window), d->wmIcon, 16 * 1024 * 1024);
+    }
+    // Several sizes one after the other: width, height, then width*height ARGB pixels. Take the
+    // smallest one of at least 64 pixels, else the largest.
+    size_t best = data.size();
+    unsigned long bestWidth = 0;
+    for (size_t i = 0; i + 2 <= data.size();) {
+        const unsigned long w = data[i], h = data[i + 1];
+        if (w == 0 || h == 0 || w > 4096 || h > 4096 || i + 2 + w * h > data.size())
+            break;
+        const bool better =
+            best == data.size() || (bestWidth < 64 ? w > bestWidth : (w >= 64 && w < bestWidth));
+        if (better) {
+            best = i;
+            bestWidth = w;
+        }
+        i += 2 + w * h;
+    }
+    if (best == data.size())
+        return {};
+    const int w = int(data[best]), h = int(data[best + 1]);
+    QImage image(w, h, QImage::Format_ARGB32);
+    const unsigned long *pixels = data.data() + best + 2;
+    for (int y = 0; y < h; ++y) {
+        auto *line = reinterpret_cast<quint32 *>(image.scanLine(y));
+        for (int x = 0; x < w; ++x)
+            line[x] = quint32(pixels[size_t(y) * size_t(w) + size_t(x)]);
+    }
+    return image;
+}
+
+bool X11Backend::modifiersHeld() {
+    if (!available())
+        return false;
+    std::lock_guard lock(d->mutex);
+    char keys[32];
+    XQueryKeymap(d->display.get(), keys);
+    for (KeyCode code : d->modifierKeys)
+        if (keys[code / 8] & (1 << (code % 8)))
+            return true;
+    return false;
+}
+
+bool X11Backend::keyStroke(Key key, bool control) {
+    if (!available())
+        return false;
+    const KeyCode code = key == Key::V ? d->keyV : key == Key::Enter ? d->keyEnter : d->keyLeft;
+    if (code == 0 || (control && d->keyControl == 0))
+        return false;
+    std::lock_guard lock(d->mutex);
+    Display *dpy = d->display.get();
+    if (control)
+        XTestFakeKeyEvent(dpy, d->keyControl, True, CurrentTime);
+    XTestFakeKeyEvent(dpy, code, True, CurrentTime);
+    XTestFakeKeyEvent(dpy, code, False, CurrentTime);
+    if (control)
+        XTestFakeKeyEvent(dpy, d->keyControl, False, CurrentTime);
+    XSync(dpy, False);
+    return true;
+}
