@@ -160,13 +160,13 @@ void LoginViewController::viewDidAppear() {
         QWidget *w = self ? self->window() : nullptr;
         switch (gate.kind()) {
         case VersionGate::Kind::NetworkFailure:
-            MessageBox::show(QString::fromUtf8("失败"), QString::fromUtf8("网络连接失败"), w, QMessageBox::Critical,
-                             [] { api_base::endProgram(); });
+            MessageBox::show(QString::fromUtf8("失败"), QString::fromUtf8("网络连接失败"), w,
+                             QMessageBox::Critical, [] { api_base::endProgram(); });
             return;
         case VersionGate::Kind::UpdateRequired: {
             const QUrl url = gate.url();
-            MessageBox::show(QString::fromUtf8("请更新"), VersionGate::updateMessage(), w, QMessageBox::Warning,
-                             [url] {
+            MessageBox::show(QString::fromUtf8("请更新"), VersionGate::updateMessage(), w,
+                             QMessageBox::Warning, [url] {
                                  QDesktopServices::openUrl(url);
                                  api_base::endProgram();
                              });
@@ -198,7 +198,8 @@ void LoginViewController::loginButtonClick() {
         self->setStatus(QString());
         if (!result.isOk()) {
             Q_EMIT self->loginFailed(result.msg());
-            MessageBox::show(QString::fromUtf8("登录失败"), result.msg(), self->window(), QMessageBox::Warning);
+            MessageBox::show(QString::fromUtf8("登录失败"), result.msg(), self->window(),
+                             QMessageBox::Warning);
             return;
         }
         const QString name = result.username();

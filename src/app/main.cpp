@@ -31,22 +31,24 @@ static void unattended(AppDelegate &delegate, const QString &file) {
         std::cerr << "quillora: sign-in failed: " << msg.toStdString() << std::endl;
         QCoreApplication::exit(1);
     });
-    QObject::connect(login, &LoginViewController::signedIn, qApp, [&delegate, file](HomeViewControllers *home) {
-        QObject::connect(home, &HomeViewControllers::cloudStopped, qApp, [&delegate, file] {
-            // Let the lists and the docking settle before the picture is taken.
-            QTimer::singleShot(800, qApp, [&delegate, file] {
-                QWidget *w = delegate.window();
-                QDir().mkpath(QFileInfo(file).absolutePath());
-                if (!w || !w->grab().save(file)) {
-                    std::cerr << "quillora: could not save " << file.toStdString() << std::endl;
-                    QCoreApplication::exit(1);
-                    return;
-                }
-                std::cout << "screenshot: " << QFileInfo(file).absoluteFilePath().toStdString() << std::endl;
-                QCoreApplication::exit(0);
+    QObject::connect(
+        login, &LoginViewController::signedIn, qApp, [&delegate, file](HomeViewControllers *home) {
+            QObject::connect(home, &HomeViewControllers::cloudStopped, qApp, [&delegate, file] {
+                // Let the lists and the docking settle before the picture is taken.
+                QTimer::singleShot(800, qApp, [&delegate, file] {
+                    QWidget *w = delegate.window();
+                    QDir().mkpath(QFileInfo(file).absolutePath());
+                    if (!w || !w->grab().save(file)) {
+                        std::cerr << "quillora: could not save " << file.toStdString() << std::endl;
+                        QCoreApplication::exit(1);
+                        return;
+                    }
+                    std::cout << "screenshot: " << QFileInfo(file).absoluteFilePath().toStdString()
+                              << std::endl;
+                    QCoreApplication::exit(0);
+                });
             });
         });
-    });
 }
 
 int main(int argc, char **argv) {

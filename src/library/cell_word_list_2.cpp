@@ -59,7 +59,6 @@ AttributedString cell_word_list_2::valueText(const DataWordList &d, const QStrin
     return {};
 }
 
-
 void cell_word_list_2::setData(int row, const DataWordList &d, const QString &KeyString) {
     indexPath = row;
     data = d;

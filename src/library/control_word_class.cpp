@@ -2,8 +2,8 @@
 
 #include "library/cell_wrod_class.h"
 #include "library/controller_word_class.h"
-#include "ui/nstextfields.h"
 #include "model/app.h"
+#include "ui/nstextfields.h"
 
 #include <QCursor>
 #include <QItemSelection>
@@ -103,7 +103,8 @@ void control_word_class::reloadWordData() {
 
 void control_word_class::reloadSleectData() {
     // The strip never stays without a selection while it has classes.
-    setSelection(_selectIndexPathAll.isEmpty() && !dataSource.isEmpty() ? QList<int>{0} : _selectIndexPathAll);
+    setSelection(_selectIndexPathAll.isEmpty() && !dataSource.isEmpty() ? QList<int>{0}
+                                                                        : _selectIndexPathAll);
 }
 
 void control_word_class::setSelection(const QList<int> &rows) {

@@ -15,7 +15,9 @@ class QMenu;
 class cell_wrod_class;
 
 // The strip of classes above the phrase list, with its context menu.
-class control_word_class : public QWidget, public cell_word_class_delegate, public controller_word_class_delegate {
+class control_word_class : public QWidget,
+                           public cell_word_class_delegate,
+                           public controller_word_class_delegate {
     Q_OBJECT
 public:
     explicit control_word_class(QWidget *parent = nullptr);

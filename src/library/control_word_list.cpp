@@ -71,7 +71,8 @@ void control_word_list::setWordData(const std::optional<DataWordClass> &data) {
 }
 
 void control_word_list::reloadWordData() {
-    dataSource = parSign ? controller_word_list::db().getAll(*parSign, currentUsername()) : QList<DataWordList>{};
+    dataSource =
+        parSign ? controller_word_list::db().getAll(*parSign, currentUsername()) : QList<DataWordList>{};
     applyingSelection_ = true;
     collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
     applyingSelection_ = false;

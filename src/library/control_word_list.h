@@ -16,7 +16,9 @@ class cell_word_list;
 
 // The phrases of the selected class, with their context menu; a double click pastes a phrase into
 // the target application and the row's send button pastes and sends it.
-class control_word_list : public QWidget, public cell_word_list_delegate, public controller_word_list_delegate {
+class control_word_list : public QWidget,
+                          public cell_word_list_delegate,
+                          public controller_word_list_delegate {
     Q_OBJECT
 public:
     explicit control_word_list(QWidget *parent = nullptr);

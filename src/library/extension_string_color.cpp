@@ -5,15 +5,16 @@
 
 QString AttributedString::toHtml() const {
     QList<Run> sorted = runs;
-    std::sort(sorted.begin(), sorted.end(), [](const Run &a, const Run &b) { return a.location < b.location; });
+    std::sort(sorted.begin(), sorted.end(),
+              [](const Run &a, const Run &b) { return a.location < b.location; });
     QString html;
     qsizetype pos = 0;
     for (const Run &r : sorted) {
         if (r.location < pos)
             continue;
         html += text.mid(pos, r.location - pos).toHtmlEscaped();
-        html += QStringLiteral("<span style=\"color:%1;%2\">").arg(r.color.name(),
-                                                                   r.lineThrough ? "text-decoration:line-through;" : "");
+        html += QStringLiteral("<span style=\"color:%1;%2\">")
+                    .arg(r.color.name(), r.lineThrough ? "text-decoration:line-through;" : "");
         html += text.mid(r.location, r.length).toHtmlEscaped();
         html += QStringLiteral("</span>");
         pos = r.location + r.length;
@@ -22,7 +23,8 @@ QString AttributedString::toHtml() const {
     return html;
 }
 
-QList<QPair<qsizetype, qsizetype>> extension_string_color::m_rangeOfString(const QString &text, const QString &key) {
+QList<QPair<qsizetype, qsizetype>> extension_string_color::m_rangeOfString(const QString &text,
+                                                                           const QString &key) {
     QList<QPair<qsizetype, qsizetype>> ranges;
     if (key.isEmpty())
         return ranges;

@@ -135,10 +135,11 @@ void HomeViewControllers::viewDidAppear() {
     statusBarItem = new QSystemTrayIcon(QIcon(":/icon-32.svg"), this);
     statusBarItem->setToolTip("Quillora");
     statusBarItem->setContextMenu(trayMenu_);
-    connect(statusBarItem, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger)
-            showView();
-    });
+    connect(statusBarItem, &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                if (reason == QSystemTrayIcon::Trigger)
+                    showView();
+            });
     statusBarItem->show();
 
     controller_cloud::delegate = wordControl;
@@ -194,8 +195,8 @@ void HomeViewControllers::refreshTarget() {
         if (icon.isNull())
             IconImageView->clear();
         else
-            IconImageView->setPixmap(QPixmap::fromImage(
-                icon.scaled(IconImageView->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+            IconImageView->setPixmap(QPixmap::fromImage(icon.scaled(
+                IconImageView->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
     }
     if (IconLabelView->text() != app->localizedName)
         IconLabelView->setText(app->localizedName);

@@ -14,9 +14,10 @@ LazyCellList::LazyCellList(QWidget *parent) : QListWidget(parent) {
     setContextMenuPolicy(Qt::NoContextMenu);
     setMouseTracking(true);
     // Cells draw their own selection and hover.
-    setStyleSheet("QListWidget{background:transparent;outline:0;}"
-                  "QListWidget::item,QListWidget::item:selected,QListWidget::item:hover{background:transparent;"
-                  "border:0;}");
+    setStyleSheet(
+        "QListWidget{background:transparent;outline:0;}"
+        "QListWidget::item,QListWidget::item:selected,QListWidget::item:hover{background:transparent;"
+        "border:0;}");
     verticalScrollBar()->setSingleStep(10);
 }
 

@@ -93,7 +93,8 @@ SBWindowController::SBWindowController(QWidget *parent) : QWidget(parent) {
     auto *zoom = new TitleBarButton(TitleBarButton::Zoom, titleBar_);
     connect(close, &QAbstractButton::clicked, this, &QWidget::close);
     connect(minimise, &QAbstractButton::clicked, this, &QWidget::showMinimized);
-    connect(zoom, &QAbstractButton::clicked, this, [this] { isMaximized() ? showNormal() : showMaximized(); });
+    connect(zoom, &QAbstractButton::clicked, this,
+            [this] { isMaximized() ? showNormal() : showMaximized(); });
     buttons_ = {close, minimise, zoom};
 
     windowDidLoad();

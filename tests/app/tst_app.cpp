@@ -13,8 +13,12 @@
 #include "library/homeviewcontrollers.h"
 #include "library/lazycelllist.h"
 #include "model/app.h"
+#include "send/controller_service_window.h"
 #include "send/sendbutton.h"
+#include "send/sendjsonvalueutil.h"
+#include "send/win32apiwindow.h"
 #include "ui/backgroundview.h"
+#include "ui/imagebutton.h"
 #include "ui/messagebox.h"
 #include "ui/nstextfields.h"
 
@@ -24,13 +28,17 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QCheckBox>
 #include <QDesktopServices>
+#include <QFile>
 #include <QLineEdit>
 #include <QMenu>
 #include <QProcess>
+#include <QProgressBar>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QSplitter>
+#include <QSystemTrayIcon>
 #include <QTimer>
 #include <QtTest>
 #include <iostream>
@@ -67,7 +75,6 @@ int gateChild(int argc, char **argv) {
         std::cout << "ready enabled=" << login->loginButton->isEnabled() << std::endl;
         QCoreApplication::exit(0);
     });
-    std::cout << "checking enabled=" << login->loginButton->isEnabled() << std::endl;
     window.show();
     std::cout << "shown enabled=" << login->loginButton->isEnabled() << std::endl;
     QTimer::singleShot(30000, &app, [] { QCoreApplication::exit(3); });
@@ -112,7 +119,8 @@ class TestApp : public QObject {
         login->checkBox->setChecked(remember);
         QTest::mouseClick(login->loginButton, Qt::LeftButton);
         HomeViewControllers *home = nullptr;
-        QTest::qWaitFor([&] { return (home = qobject_cast<HomeViewControllers *>(window->contentView())); }, 20000);
+        (void)QTest::qWaitFor(
+            [&] { return (home = qobject_cast<HomeViewControllers *>(window->contentView())); }, 20000);
         return home;
     }
 
@@ -216,15 +224,16 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("reply"); // empty: nothing listens
         QTest::addColumn<int>("status");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("no service") << QByteArray() << 1 << QStringList{"checking enabled=0", "shown enabled=0",
-                                                                       "box:失败|网络连接失败"};
-        QTest::newRow("version 0") << QByteArray(R"({"state":1,"version":0})") << 1
+        QTest::newRow("no service") << QByteArray() << 1
+                                    << QStringList{"shown enabled=0", "box:失败|网络连接失败"};
+        QTest::newRow("version 0") << QByteArray("{\"state\":1,\"version\":0}") << 1
                                    << QStringList{"box:失败|网络连接失败"};
-        QTest::newRow("version 2") << QByteArray(R"({"state":1,"version":2,"url":"https://dl.example/q.deb"})")
+        QTest::newRow("version 2") << QByteArray(
+                                          "{\"state\":1,\"version\":2,\"url\":\"https://dl.example/q.deb\"}")
                                    << 1
                                    << QStringList{"box:请更新|版本过于老旧,请前往官网下载新版 网址 ",
                                                   "open:https://dl.example/q.deb"};
-        QTest::newRow("version 1") << QByteArray(R"({"state":1,"version":1})") << 0
+        QTest::newRow("version 1") << QByteArray("{\"state\":1,\"version\":1}") << 0
                                    << QStringList{"ready enabled=1"};
         QTest::newRow("real service") << QByteArray("real") << 0 << QStringList{"ready enabled=1"};
     }
@@ -336,7 +345,8 @@ private Q_SLOTS:
         classes->setSelectIndex(1);
         QCOMPARE(word->labelTextView->text(), QString("售后服务(2)"));
         QCOMPARE(phrases->dataSource.size(), 2);
-        QCOMPARE(phrases->cellAt(1)->value->text(), QString("请按下图操作：\n[图]\n如有疑问请随时联系我们。"));
+        QCOMPARE(phrases->cellAt(1)->value->text(),
+                 QString("请按下图操作：\n[图]\n如有疑问请随时联系我们。"));
 
         // Appearing again docks again and starts nothing twice.
         QSignalSpy started(home_, &HomeViewControllers::started);
@@ -353,7 +363,7 @@ private Q_SLOTS:
         QCOMPARE(blank.label->text(), QString("问候语"));
         QCOMPARE(blank.value->text(), QString("您好，在的，有什么可以帮助您的吗？"));
         QCOMPARE(blank.sendButton->text(), QString("Send"));
-        QCOMPARE(cell_word_list::previewOf(R"([{"type":2,"value":"a.png"}])"), QString("[图]"));
+        QCOMPARE(cell_word_list::previewOf("[{\"type\":2,\"value\":\"a.png\"}]"), QString("[图]"));
         QCOMPARE(cell_word_list::previewOf("not json"), QString());
     }
 
@@ -367,8 +377,9 @@ private Q_SLOTS:
                 out.append(a->isEnabled());
             return out;
         };
-        const QList<QAction *> listItems{phrases->menu_添加短语, phrases->menu_编辑短语, phrases->menu_向上移动,
-                                         phrases->menu_向下移动, phrases->menu_删除选中};
+        const QList<QAction *> listItems{phrases->menu_添加短语, phrases->menu_编辑短语,
+                                         phrases->menu_向上移动, phrases->menu_向下移动,
+                                         phrases->menu_删除选中};
         QStringList titles;
         for (QAction *a : phrases->menu->actions())
             titles.append(a->isSeparator() ? "-" : a->text());
@@ -381,8 +392,9 @@ private Q_SLOTS:
         phrases->setSelection({0, 1, 2});
         QCOMPARE(enabled(listItems), (QList<bool>{true, false, false, false, true}));
 
-        const QList<QAction *> classItems{classes->menu_添加分类, classes->menu_编辑分类, classes->menu_向上移动,
-                                          classes->menu_向下移动, classes->menu_删除选中};
+        const QList<QAction *> classItems{classes->menu_添加分类, classes->menu_编辑分类,
+                                          classes->menu_向上移动, classes->menu_向下移动,
+                                          classes->menu_删除选中};
         QCOMPARE(enabled(classItems), (QList<bool>{true, true, true, true, true}));
         classes->setSelection({0, 1, 2});
         QCOMPARE(enabled(classItems), (QList<bool>{true, false, false, false, true}));
@@ -434,8 +446,8 @@ private Q_SLOTS:
         // A move that can happen does, and the selection follows the phrase.
         phrases->setSelection({2});
         phrases->MenuActionLIST(phrases->menu_向上移动);
-        QTRY_COMPARE_WITH_TIMEOUT(signsOf(phrases->dataSource), (QList<QString>{before[0], before[2], before[1]}),
-                                  20000);
+        QTRY_COMPARE_WITH_TIMEOUT(signsOf(phrases->dataSource),
+                                  (QList<QString>{before[0], before[2], before[1]}), 20000);
         QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
         QCOMPARE(signsOf(controller_word_list::db().getAll(phrases->parSign.value(), "demo")),
                  (QList<QString>{before[0], before[2], before[1]}));
@@ -450,7 +462,7 @@ private Q_SLOTS:
         const QList<QString> shownBefore = signsOf(phrases->dataSource);
 
         QLineEdit *field = home_->searchField();
-        QTest::keyClicks(field, "请");
+        field->insert("请");
         QVERIFY(home_->searchListControl->isVisible());
         QVERIFY(!home_->wordControl->isVisible());
         control_search_resulr_word_list *results = home_->searchListControl;
@@ -459,7 +471,9 @@ private Q_SLOTS:
         QCOMPARE(results->keyString.value(), QString("请"));
 
         field->clear();
-        QTest::keyClicks(field, "发票");
+        field->insert("发");
+        QCOMPARE(results->keyString.value(), QString("发"));
+        field->insert("票");
         QCOMPARE(results->dataSource.size(), 1);
         cell_word_list_2 *cell = results->cellAt(0);
         // "开发票": the keyword ends the label, so it stays plain.
@@ -473,7 +487,7 @@ private Q_SLOTS:
         QCOMPARE(value.runs[0].color, QColor(206, 7, 85));
 
         field->clear();
-        QTest::keyClicks(field, "退换");
+        field->insert("退换");
         QCOMPARE(results->dataSource.size(), 1);
         const auto green = cell_word_list_2::labelText(results->dataSource[0], "退换");
         QCOMPARE(green.runs.size(), 1);
@@ -481,7 +495,7 @@ private Q_SLOTS:
         // the text has a line break and blanks removed in the preview
         QVERIFY(!cell_word_list_2::valueText(results->dataSource[0], "退换").text.contains('\n'));
 
-        QTest::keyClicks(field, "不存在的词");
+        field->insert("不存在的词");
         QVERIFY(results->dataSource.isEmpty());
         QVERIFY(home_->searchListControl->isVisible());
 
@@ -492,6 +506,71 @@ private Q_SLOTS:
         QCOMPARE(classes->_selectIndexPathAll, QList<int>{0});
         QCOMPARE(signsOf(phrases->dataSource), shownBefore);
         QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
+    }
+
+    // A double click pastes into the application last in front; the send button also presses Enter.
+    void rowsSendIntoTheTarget() {
+        QVERIFY(home_);
+        QTemporaryDir logs;
+        const QString log = logs.filePath("target.log");
+        QProcess target;
+        target.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        target.start(PASTETARGET_BINARY, {"--log", log, "--class", "ChatWindow"});
+        QVERIFY(target.waitForStarted(10000));
+        const qint32 pid = qint32(target.processId());
+        auto applicationOf = [](qint32 p) -> std::optional<RunningApplication> {
+            for (const RunningApplication &a : Win32ApiWindow::runningApplications())
+                if (a.processIdentifier == p)
+                    return a;
+            return std::nullopt;
+        };
+        auto frontPid = [] {
+            const auto front = Win32ApiWindow::getForeground();
+            return front ? front->processIdentifier : -1;
+        };
+        auto lines = [&log] {
+            QFile file(log);
+            if (!file.open(QIODevice::ReadOnly))
+                return QStringList();
+            return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(pid).has_value(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(Win32ApiWindow::setForeguangd(*applicationOf(pid)) && frontPid() == pid,
+                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
+                                     controller_service_window::nowWindowFrom()->processIdentifier == pid,
+                                 10000);
+        // The home window shows where phrases go.
+        QTRY_COMPARE_WITH_TIMEOUT(home_->IconLabelView->text(),
+                                  controller_service_window::nowWindowFrom()->localizedName, 5000);
+        QVERIFY(!home_->IconLabelView->text().isEmpty());
+
+        // Back into the home window: the target stays the chat window.
+        const qint32 own = qint32(QCoreApplication::applicationPid());
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && Win32ApiWindow::setForeguangd(*applicationOf(own)) &&
+                                     frontPid() == own,
+                                 10000);
+        control_word_list *phrases = home_->phraseList();
+        QVERIFY(phrases->dataSource.size() >= 2);
+        cell_word_list *first = phrases->cellAt(0);
+        const QString firstText = cell_word_list::previewOf(phrases->dataSource[0].jsonValue);
+        QTest::mouseClick(first->value, Qt::LeftButton);
+        QTest::mouseClick(first->value, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + firstText), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 20000);
+        QTest::qWait(300);
+        QVERIFY(!lines().join('\n').contains("enter"));
+
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && Win32ApiWindow::setForeguangd(*applicationOf(own)) &&
+                                     frontPid() == own,
+                                 10000);
+        cell_word_list *second = phrases->cellAt(1);
+        const QString secondText = cell_word_list::previewOf(phrases->dataSource[1].jsonValue);
+        QTest::mouseClick(second->sendButton, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + secondText), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().last().startsWith("enter"), 20000);
+        target.terminate();
+        target.waitForFinished(5000);
     }
 
     void deleteThreeSelected() {
