@@ -3,6 +3,7 @@
 #include "accounts.h"
 #include "contentrules.h"
 #include "cookiereader.h"
+#include "gzip.h"
 #include "loginguard.h"
 #include "passwordhash.h"
 #include "picturename.h"
@@ -72,15 +73,22 @@ void send(httplib::Response &res, const std::string &body) {
     res.set_content(body, "application/json; charset=utf-8");
 }
 
-// Libraries run to hundreds of kilobytes; the cached text is written out without a copy.
-void sendShared(httplib::Response &res, std::shared_ptr<const std::string> body) {
+// Libraries run to hundreds of kilobytes: the cached text is written out without a copy, and
+// compressed once when the caller takes gzip (the desktop client's HTTP stack does).
+void sendShared(const httplib::Request &req, httplib::Response &res,
+                std::shared_ptr<const LibraryCache::Reply> reply) {
     res.status = 200;
-    const auto size = body->size();
-    res.set_content_provider(
-        size, "application/json; charset=utf-8",
-        [body = std::move(body)](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-            return sink.write(body->data() + offset, length);
-        });
+    const bool gzip =
+        !reply->gzip.empty() && req.get_header_value("Accept-Encoding").find("gzip") != std::string::npos;
+    const std::string &body = gzip ? reply->gzip : reply->plain;
+    if (gzip)
+        res.set_header("Content-Encoding", "gzip");
+    res.set_header("Vary", "Accept-Encoding");
+    res.set_content_provider(body.size(), "application/json; charset=utf-8",
+                             [reply = std::move(reply), data = body.data()](
+                                 std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                                 return sink.write(data + offset, length);
+                             });
 }
 
 std::optional<std::string> param(const httplib::Params &form, const char *name) {
@@ -189,7 +197,8 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
     server_->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
     server_->set_tcp_nodelay(true);
     server_->set_keep_alive_max_count(100000);
-    server_->set_keep_alive_timeout(10);
+    // Every open connection holds a request thread; idle ones give it back soon.
+    server_->set_keep_alive_timeout(5);
     server_->set_read_timeout(30);
     server_->set_write_timeout(30);
     server_->set_payload_max_length(std::max(formBodyMax, config_.maxPictureBytes + 64 * 1024));
@@ -199,8 +208,9 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
 ApiServer::~ApiServer() = default;
 
 std::string ApiServer::baseUrl() const {
-    return std::string(config_.tls() ? "https" : "http") + "://" + config_.listen + ":" +
-           std::to_string(boundPort_);
+    const bool v6 = config_.listen.find(':') != std::string::npos;
+    const std::string host = v6 ? "[" + config_.listen + "]" : config_.listen;
+    return std::string(config_.tls() ? "https" : "http") + "://" + host + ":" + std::to_string(boundPort_);
 }
 
 int ApiServer::run() {
@@ -233,12 +243,12 @@ void ApiServer::post(const std::string &path, Handler handler) {
         try {
             std::string body;
             bool tooLarge = false;
+            // Past the cap the rest is read and dropped (the payload limit bounds it), so the caller
+            // can finish sending and hear the refusal.
             const bool complete = reader([&](const char *data, std::size_t n) {
-                if (body.size() + n > formBodyMax) {
-                    tooLarge = true;
-                    return false;
-                }
-                body.append(data, n);
+                tooLarge = tooLarge || body.size() + n > formBodyMax;
+                if (!tooLarge)
+                    body.append(data, n);
                 return true;
             });
             // A read cut short is the payload limit at work (or a peer gone, who hears nothing).
@@ -443,7 +453,7 @@ Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httpl
         return refused(msg::forbidden);
     const auto version = storage_.libraryVersion(user->id);
     if (auto cached = cache_.find(user->id, kind, version)) {
-        sendShared(res, std::move(cached));
+        sendShared(req, res, std::move(cached));
         return Json();
     }
     auto reply = ok();
@@ -469,10 +479,12 @@ Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httpl
                                 {"keycode", ""},
                                 {"bgColor", ""}});
     }
-    auto body =
-        std::make_shared<const std::string>(reply.dump(-1, ' ', false, Json::error_handler_t::replace));
-    cache_.store(user->id, kind, version, body);
-    sendShared(res, std::move(body));
+    auto built = std::make_shared<LibraryCache::Reply>();
+    built->plain = reply.dump(-1, ' ', false, Json::error_handler_t::replace);
+    built->gzip = Gzip::compress(built->plain).value_or(std::string());
+    std::shared_ptr<const LibraryCache::Reply> shared = std::move(built);
+    cache_.store(user->id, kind, version, shared);
+    sendShared(req, res, std::move(shared));
     return Json();
 }
 

@@ -9,18 +9,34 @@
 
 // Serialised "getAll" replies per user, valid as long as the user's library version is unchanged.
 // The version lives in the database, so a change made by any process invalidates the entry.
+// Past a byte budget the entries stored longest ago make room.
 class LibraryCache {
 public:
+    explicit LibraryCache(std::size_t maxBytes = 256u * 1024 * 1024) : maxBytes_(maxBytes) {}
+
     enum class Kind { Classes, Phrases };
 
-    std::shared_ptr<const std::string> find(std::int64_t userId, Kind kind, std::int64_t version) const;
-    void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const std::string> body);
+    struct Reply {
+        std::string plain;
+        std::string gzip; // empty when compression failed
+    };
+
+    std::shared_ptr<const Reply> find(std::int64_t userId, Kind kind, std::int64_t version) const;
+    void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const Reply> reply);
 
 private:
     struct Entry {
         std::int64_t version = -1;
-        std::shared_ptr<const std::string> body;
+        std::shared_ptr<const Reply> reply;
+        std::uint64_t stored = 0;
     };
+    static std::size_t size(const Entry &e) {
+        return e.reply ? e.reply->plain.size() + e.reply->gzip.size() : 0;
+    }
+
+    std::size_t maxBytes_;
     mutable std::mutex mutex_;
     std::map<std::pair<std::int64_t, Kind>, Entry> entries_;
+    std::size_t bytes_ = 0;
+    std::uint64_t clock_ = 0;
 };

@@ -3,6 +3,8 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdio>
 #include <set>
 #include <unordered_map>
 
@@ -10,24 +12,55 @@ namespace {
 
 std::atomic<std::uint64_t> nextInstance{1};
 
-// Request threads live as long as the server; each keeps its own connection per storage.
-thread_local std::unordered_map<std::uint64_t, std::unique_ptr<SQLite::Database>> connections;
+// Request threads live as long as the server; each keeps its own connection per storage, with the
+// statements of the busy paths prepared once.
+struct Connection {
+    std::unique_ptr<SQLite::Database> db;
+    std::unordered_map<const char *, std::unique_ptr<SQLite::Statement>> statements;
+    ~Connection() { statements.clear(); } // finalised before the database closes
+};
+thread_local std::unordered_map<std::uint64_t, Connection> connections;
+
+// A cached statement, reset when the scope ends so no read snapshot outlives its use.
+class Prepared {
+public:
+    Prepared(std::uint64_t instance, const char *sql) {
+        auto &conn = connections.at(instance);
+        auto &slot = conn.statements[sql];
+        if (!slot)
+            slot = std::make_unique<SQLite::Statement>(*conn.db, sql);
+        statement_ = slot.get();
+    }
+    ~Prepared() {
+        try {
+            statement_->reset();
+            statement_->clearBindings();
+        } catch (...) {
+        }
+    }
+    Prepared(const Prepared &) = delete;
+    Prepared &operator=(const Prepared &) = delete;
+    SQLite::Statement *operator->() const { return statement_; }
+
+private:
+    SQLite::Statement *statement_;
+};
 
 constexpr int schemaVersion = 1;
 
-void bumpVersion(SQLite::Database &db, std::int64_t userId) {
-    SQLite::Statement q(db, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
-    q.bind(1, userId);
-    q.exec();
+void bumpVersion(std::uint64_t instance, std::int64_t userId) {
+    Prepared q(instance, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
+    q->bind(1, userId);
+    q->exec();
 }
 
-std::optional<std::int64_t> classId(SQLite::Database &db, std::int64_t userId, const std::string &sign) {
-    SQLite::Statement q(db, "SELECT id FROM word_class WHERE sign = ? AND user_id = ?");
-    q.bind(1, sign);
-    q.bind(2, userId);
-    if (!q.executeStep())
+std::optional<std::int64_t> classId(std::uint64_t instance, std::int64_t userId, const std::string &sign) {
+    Prepared q(instance, "SELECT id FROM word_class WHERE sign = ? AND user_id = ?");
+    q->bind(1, sign);
+    q->bind(2, userId);
+    if (!q->executeStep())
         return std::nullopt;
-    return q.getColumn(0).getInt64();
+    return q->getColumn(0).getInt64();
 }
 
 std::set<std::string> distinct(const std::vector<std::string> &signs) {
@@ -38,10 +71,32 @@ std::set<std::string> distinct(const std::vector<std::string> &signs) {
 
 SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {
     migrate();
+    checkpointer_ = std::jthread([this](std::stop_token stop) { checkpointLoop(stop); });
 }
 
 SqliteStorage::~SqliteStorage() {
+    checkpointer_.request_stop();
+    checkpointWake_.notify_all();
+    checkpointer_.join();
     connections.erase(instance_);
+}
+
+void SqliteStorage::checkpointLoop(std::stop_token stop) {
+    auto db = open();
+    while (!stop.stop_requested()) {
+        {
+            std::unique_lock lock(checkpointMutex_);
+            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(500), [] { return false; });
+        }
+        if (stop.stop_requested())
+            break;
+        try {
+            // Passive: copies what it can without holding up readers or writers.
+            db->exec("PRAGMA wal_checkpoint(PASSIVE)");
+        } catch (const std::exception &e) {
+            std::fprintf(stderr, "quillora-cloud: checkpoint failed: %s\n", e.what());
+        }
+    }
 }
 
 std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
@@ -51,14 +106,15 @@ std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
     db->exec("PRAGMA journal_mode = WAL");
     db->exec("PRAGMA synchronous = NORMAL");
     db->exec("PRAGMA foreign_keys = ON");
+    db->exec("PRAGMA wal_autocheckpoint = 0");
     return db;
 }
 
 SQLite::Database &SqliteStorage::db() {
-    auto &slot = connections[instance_];
-    if (!slot)
-        slot = open();
-    return *slot;
+    auto &conn = connections[instance_];
+    if (!conn.db)
+        conn.db = open();
+    return *conn.db;
 }
 
 void SqliteStorage::migrate() {
@@ -214,15 +270,18 @@ void SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t u
 std::optional<UserRecord> SqliteStorage::sessionUser(const std::string &tokenDigest, std::int64_t now,
                                                      std::int64_t maxIdle) {
     auto &d = db();
-    SQLite::Statement q(d,
-                        "SELECT u.id, u.name, s.last_used FROM sessions s JOIN users u ON u.id = s.user_id "
-                        "WHERE s.token_digest = ?");
-    q.bind(1, tokenDigest);
-    if (!q.executeStep())
-        return std::nullopt;
-    UserRecord user{q.getColumn(0).getInt64(), q.getColumn(1).getString(), {}};
-    const std::int64_t lastUsed = q.getColumn(2).getInt64();
-    q.reset();
+    UserRecord user;
+    std::int64_t lastUsed = 0;
+    {
+        Prepared q(instance_,
+                   "SELECT u.id, u.name, s.last_used FROM sessions s JOIN users u ON u.id = s.user_id "
+                   "WHERE s.token_digest = ?");
+        q->bind(1, tokenDigest);
+        if (!q->executeStep())
+            return std::nullopt;
+        user = {q->getColumn(0).getInt64(), q->getColumn(1).getString(), {}};
+        lastUsed = q->getColumn(2).getInt64();
+    }
     if (now - lastUsed > maxIdle) {
         deleteSession(tokenDigest);
         return std::nullopt;
@@ -246,9 +305,10 @@ void SqliteStorage::deleteSession(const std::string &tokenDigest) {
 }
 
 std::int64_t SqliteStorage::libraryVersion(std::int64_t userId) {
-    SQLite::Statement q(db(), "SELECT library_version FROM users WHERE id = ?");
-    q.bind(1, userId);
-    return q.executeStep() ? q.getColumn(0).getInt64() : -1;
+    db();
+    Prepared q(instance_, "SELECT library_version FROM users WHERE id = ?");
+    q->bind(1, userId);
+    return q->executeStep() ? q->getColumn(0).getInt64() : -1;
 }
 
 std::vector<ClassRecord> SqliteStorage::classes(std::int64_t userId) {
@@ -287,7 +347,7 @@ StoreStatus SqliteStorage::createClass(std::int64_t userId, const std::string &s
     ins.bind(3, label);
     ins.bind(4, position);
     ins.exec();
-    bumpVersion(d, userId);
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
@@ -299,7 +359,7 @@ StoreStatus SqliteStorage::deleteClasses(std::int64_t userId, const std::vector<
     const auto unique = distinct(signs);
     std::vector<std::int64_t> ids;
     for (const auto &sign : unique) {
-        const auto id = classId(d, userId, sign);
+        const auto id = classId(instance_, userId, sign);
         if (!id)
             return StoreStatus::NotFound;
         ids.push_back(*id);
@@ -316,7 +376,7 @@ StoreStatus SqliteStorage::deleteClasses(std::int64_t userId, const std::vector<
         del.exec();
         del.reset();
     }
-    bumpVersion(d, userId);
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
@@ -332,7 +392,7 @@ StoreStatus SqliteStorage::setClassLabel(std::int64_t userId, const std::string 
     up.bind(3, userId);
     if (up.exec() != 1)
         return StoreStatus::NotFound;
-    bumpVersion(d, userId);
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
@@ -363,7 +423,7 @@ StoreStatus SqliteStorage::swapRows(const char *table, std::int64_t userId, cons
         up.exec();
         up.reset();
     }
-    bumpVersion(d, userId);
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
@@ -377,22 +437,22 @@ StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord 
     std::lock_guard lock(writeMutex_);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const auto parent = classId(d, userId, record.parentSign);
+    const auto parent = classId(instance_, userId, record.parentSign);
     if (!parent)
         return StoreStatus::NotFound;
-    SQLite::Statement ins(d,
-                          "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
-                          "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
-    ins.bind(1, userId);
-    ins.bind(2, *parent);
-    ins.bind(3, record.sign);
-    ins.bind(4, record.label);
-    ins.bind(5, record.jsonValue);
-    ins.bind(6, record.texts);
-    ins.bind(7, record.images);
-    ins.bind(8, record.position);
-    ins.exec();
-    bumpVersion(d, userId);
+    Prepared ins(instance_,
+                 "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
+                 "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+    ins->bind(1, userId);
+    ins->bind(2, *parent);
+    ins->bind(3, record.sign);
+    ins->bind(4, record.label);
+    ins->bind(5, record.jsonValue);
+    ins->bind(6, record.texts);
+    ins->bind(7, record.images);
+    ins->bind(8, record.position);
+    ins->exec();
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
@@ -401,15 +461,15 @@ StoreStatus SqliteStorage::deletePhrases(std::int64_t userId, const std::vector<
     std::lock_guard lock(writeMutex_);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    SQLite::Statement del(d, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
+    Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
     for (const auto &sign : distinct(signs)) {
-        del.bind(1, sign);
-        del.bind(2, userId);
-        if (del.exec() != 1)
+        del->bind(1, sign);
+        del->bind(2, userId);
+        if (del->exec() != 1)
             return StoreStatus::NotFound; // rolled back with the transaction
-        del.reset();
+        del->reset();
     }
-    bumpVersion(d, userId);
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
@@ -418,7 +478,7 @@ StoreStatus SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord 
     std::lock_guard lock(writeMutex_);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const auto parent = classId(d, userId, record.parentSign);
+    const auto parent = classId(instance_, userId, record.parentSign);
     if (!parent)
         return StoreStatus::NotFound;
     SQLite::Statement up(
@@ -433,7 +493,7 @@ StoreStatus SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord 
     up.bind(7, userId);
     if (up.exec() != 1)
         return StoreStatus::NotFound;
-    bumpVersion(d, userId);
+    bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }

@@ -1,17 +1,21 @@
 #pragma once
 
+#include "fairmutex.h"
 #include "storage.h"
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 
 namespace SQLite {
 class Database;
 }
 
 // Embedded SQLite back-end: one file in WAL mode, one connection per request thread. Writers
-// queue on an in-process mutex first so they never spin in SQLite's busy handler.
+// queue on an in-process mutex first so they never spin in SQLite's busy handler. Checkpoints run
+// on a thread of their own, so no commit ever waits for the database file to be synced.
 class SqliteStorage : public Storage {
 public:
     // Opens (creating when needed) the database file and brings its schema up to date.
@@ -61,7 +65,12 @@ private:
     StoreStatus swapRows(const char *table, std::int64_t userId, const std::string &sign1,
                          const std::string &sign2);
 
+    void checkpointLoop(std::stop_token stop);
+
     std::string path_;
     std::uint64_t instance_;
-    std::mutex writeMutex_;
+    FairMutex writeMutex_;
+    std::mutex checkpointMutex_;
+    std::condition_variable_any checkpointWake_;
+    std::jthread checkpointer_; // last: stops before the members it uses go
 };

@@ -1,13 +1,34 @@
 #include "send/clipboardutil.h"
 
 #include <QClipboard>
+#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QThread>
+#include <atomic>
+#include <memory>
+#include <mutex>
 
 namespace {
 
 const QString pngType = QStringLiteral("image/png");
+
+using Flag = std::shared_ptr<std::atomic<bool>>;
+
+// Clipboard content that notes when another program (or anyone) reads it.
+class TrackedMimeData : public QMimeData {
+public:
+    Flag fetched = std::make_shared<std::atomic<bool>>(false);
+
+protected:
+    QVariant retrieveData(const QString &mimeType, QMetaType preferredType) const override {
+        fetched->store(true);
+        return QMimeData::retrieveData(mimeType, preferredType);
+    }
+};
+
+std::mutex lastMutex;
+Flag lastFetched;
 
 template <typename F> auto onGuiThread(F work) -> decltype(work()) {
     using Result = decltype(work());
@@ -22,7 +43,11 @@ template <typename F> auto onGuiThread(F work) -> decltype(work()) {
     return result;
 }
 
-bool put(QMimeData *data) {
+bool put(TrackedMimeData *data) {
+    {
+        std::lock_guard lock(lastMutex);
+        lastFetched = data->fetched;
+    }
     QClipboard *clipboard = QGuiApplication::clipboard();
     clipboard->clear();
     clipboard->setMimeData(data);
@@ -34,7 +59,7 @@ bool put(QMimeData *data) {
 
 bool ClipboardUtil::setText(const QString &value) {
     return onGuiThread([&] {
-        auto *data = new QMimeData;
+        auto *data = new TrackedMimeData;
         data->setText(value);
         return put(data);
     });
@@ -42,7 +67,7 @@ bool ClipboardUtil::setText(const QString &value) {
 
 bool ClipboardUtil::setImage(const QByteArray &bytes) {
     return onGuiThread([&] {
-        auto *data = new QMimeData;
+        auto *data = new TrackedMimeData;
         data->setData(pngType, bytes);
         return put(data);
     });
@@ -62,4 +87,24 @@ std::optional<QString> ClipboardUtil::getImageBase64() {
     if (!bytes)
         return std::nullopt;
     return QString::fromLatin1(bytes->toBase64());
+}
+
+bool ClipboardUtil::waitUntilFetched(int timeoutMs) {
+    Flag flag;
+    {
+        std::lock_guard lock(lastMutex);
+        flag = lastFetched;
+    }
+    if (!flag)
+        return false;
+    // The GUI thread is the one that answers the request; it must not wait for it.
+    const auto *app = QCoreApplication::instance();
+    const bool onGui = !app || QThread::currentThread() == app->thread();
+    QDeadlineTimer deadline(onGui ? 0 : timeoutMs);
+    while (!flag->load()) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(2);
+    }
+    return true;
 }

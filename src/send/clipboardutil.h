@@ -16,4 +16,9 @@ public:
     static bool setImage(const QByteArray &data);
     static std::optional<QByteArray> getImageData();
     static std::optional<QString> getImageBase64();
+
+    // Waits (not on the GUI thread) until some program has fetched what the last setText/setImage
+    // put on the clipboard; false when timeoutMs passed first. On X11 a paste pulls the data from
+    // this process when the target handles Ctrl+V, which a busy target can do late.
+    static bool waitUntilFetched(int timeoutMs);
 };

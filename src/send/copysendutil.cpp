@@ -34,14 +34,21 @@ std::optional<qint32> CopySendUtil::activate() {
 }
 
 void CopySendUtil::sendPieces(const DataJsonItemArr &items, qint32 pid) {
+    // The target pulls a pasted piece from us when it handles Ctrl+V; a busy one can take longer
+    // than the pause, and replacing the clipboard before that would paste the next piece twice.
+    bool unfetched = false;
     for (const DataJsonItemPtr &item : toLinktext(items)) {
-        if (item->type == DataJsonItem::Text) {
-            if (ClipboardUtil::setText(item->value))
+        std::optional<QByteArray> bytes;
+        if (item->type == DataJsonItem::Image)
+            bytes = AppFileUtil::readImage(item->value);
+        if (item->type == DataJsonItem::Text || bytes) {
+            if (unfetched)
+                ClipboardUtil::waitUntilFetched(fetchWaitMs);
+            const bool written =
+                bytes ? ClipboardUtil::setImage(*bytes) : ClipboardUtil::setText(item->value);
+            if (written)
                 Win32ApiKey::command_V(pid);
-        } else if (item->type == DataJsonItem::Image) {
-            if (const auto bytes = AppFileUtil::readImage(item->value);
-                bytes && ClipboardUtil::setImage(*bytes))
-                Win32ApiKey::command_V(pid);
+            unfetched = written;
         }
         QThread::usleep(afterPieceUs);
     }

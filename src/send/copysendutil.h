@@ -28,6 +28,9 @@ public:
     static constexpr unsigned long afterPieceUs = 80000;
     static constexpr unsigned long beforeLeftUs = 150000;
     static constexpr unsigned long afterLeftUs = 100000;
+    // Longest wait for the target to fetch a pasted piece before the next one replaces it: a stroke
+    // may itself wait up to 2 s for modifier keys and 150 ms for the target to come back.
+    static constexpr int fetchWaitMs = 2500;
 
 private:
     // Text and pictures in their order.

@@ -146,8 +146,6 @@ private Q_SLOTS:
 
         QVERIFY(!AppSetting::getBool(QStringLiteral("never_set")));
         QVERIFY(AppSetting::getBool(QStringLiteral("never_set"), true));
-        QVERIFY(!AppSetting::getBool(QStringLiteral("never_set"), false));
-        QCOMPARE(AppSetting::getString(QStringLiteral("never_set")), QString());
 
         AppSetting writer;
         writer.setUsername(QStringLiteral("alice"));
@@ -235,6 +233,13 @@ private Q_SLOTS:
         QCOMPARE(App::setting().cookie, QStringLiteral(" Path=/;sid=abc;"));
         // (A leading blank of a header value is not part of it in HTTP.)
         QCOMPARE(responder.requestsTo("/plain").value(0).header("Cookie"), QByteArray("Path=/;sid=abc;"));
+
+        // Once our cookie is emptied nothing is sent, even though the service had set one.
+        App::setting().setCookie(QString());
+        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/plain")), {},
+                          [&](const mHttpJsonResult &) { ++replies; });
+        QTRY_COMPARE_WITH_TIMEOUT(replies, 3, 20000);
+        QVERIFY(!responder.requestsTo("/plain").value(1).hasHeader("Cookie"));
     }
 
     void bodiesThatAreNotJsonFailWhateverTheStatus() {
@@ -294,6 +299,8 @@ private Q_SLOTS:
         responder.on("/api/word/class/create", ScriptedResponder::json(R"({"sign":"s1","msg":"no state"})"));
         responder.on("/api/osx/login", ScriptedResponder::json(R"({"username":"x"})"));
         responder.on("/api/word/list/upValue", ScriptedResponder::json(R"({"state":1})"));
+        // Signing in empties only the stored cookie; the shared one still goes out with the request.
+        App::setting().setCookie(QStringLiteral("old=1;"));
         std::optional<apiResultCreate> created;
         std::optional<ApiLoginResult> login;
         std::optional<ApiResultBase> updated;
@@ -318,6 +325,7 @@ private Q_SLOTS:
         QCOMPARE(lf.value(QStringLiteral("usernames")), QStringLiteral("u"));
         QCOMPARE(lf.value(QStringLiteral("password")), api_user::encipherPassword(QStringLiteral("p")));
         QCOMPARE(lf.value(QStringLiteral("username")), QStringLiteral("123"));
+        QCOMPARE(responder.requestsTo("/api/osx/login").value(0).header("Cookie"), QByteArray("old=1;"));
     }
 
     void touristIsReportedTwice() {
@@ -351,17 +359,12 @@ private Q_SLOTS:
         QCOMPARE(update.kind(), VersionGate::Kind::UpdateRequired);
         QCOMPARE(update.url(), QUrl(QStringLiteral("https://dl.example.org/q")));
 
-        // End to end: the reply reaches the gate, a failed transport reaches it as nothing.
+        // End to end: the reply reaches the gate as it came.
         responder.on("/api/util/osx/getVersionForm", ScriptedResponder::json(R"({"version":1})"));
         std::optional<std::optional<QJsonValue>> reply;
         api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { reply = r; });
         QTRY_VERIFY_WITH_TIMEOUT(reply.has_value(), 20000);
         QCOMPARE(VersionGate::judge(*reply).kind(), VersionGate::Kind::Ready);
-        reply.reset();
-        pointAt(deadUrl());
-        api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { reply = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(reply.has_value(), 20000);
-        QVERIFY(!reply->has_value());
     }
 
     void phraseFetchIgnoresTextThatIsNotAnObject() {
@@ -472,6 +475,52 @@ private Q_SLOTS:
         QCOMPARE(form.value(QStringLiteral("fileName")), name);
         QCOMPARE(form.value(QStringLiteral("username")), QStringLiteral("pic-user"));
         QCOMPARE(form.value(QStringLiteral("dbname")), QStringLiteral("pic-user"));
+    }
+
+    void uploadSendsThreePartsAndReportsTheServiceMessage() {
+        App::userInfo().username = QStringLiteral("up-user");
+        App::setting().setCookie(QStringLiteral("sid=1;"));
+        // A GIF on disk still travels as "image/png".
+        const QByteArray gif("GIF89a-not-really-a-picture");
+        const QString name = ImageUtil::getImageRealFilename(gif);
+        QVERIFY(AppFileUtil::saveImage(gif, name));
+        responder.on("/api/word/image/uploadImage",
+                     ScriptedResponder::json(R"({"state":0,"msg":"图片过大"})", {{"Set-Cookie", "up=2"}}));
+        std::optional<DataResult> refused;
+        QList<int> progress;
+        api_word_image::upload(
+            name, [&](const DataResult &r) { refused = r; }, [&](int p) { progress.append(p); });
+        QTRY_VERIFY_WITH_TIMEOUT(refused.has_value(), 20000);
+        QVERIFY(refused->isError());
+        QCOMPARE(refused->msg(), QStringLiteral("图片过大"));
+        QCOMPARE(App::setting().cookie, QStringLiteral("sid=1;up=2;"));
+        QVERIFY(!progress.isEmpty());
+        QCOMPARE(progress.last(), 100);
+
+        const ScriptedResponder::Request req = responder.requestsTo("/api/word/image/uploadImage").value(0);
+        QCOMPARE(req.header("Cookie"), QByteArray("sid=1;"));
+        QVERIFY(req.header("Content-Type").startsWith("multipart/form-data"));
+        const QByteArray body = req.body;
+        const qsizetype db = body.indexOf("name=\"dbname\"");
+        const qsizetype fn = body.indexOf("name=\"filename\"");
+        const qsizetype file = body.indexOf("name=\"file\"; filename=\"" + name.toUtf8() + "\"");
+        QVERIFY(db >= 0 && fn > db && file > fn);
+        QVERIFY(body.indexOf("up-user", db) < fn);
+        QVERIFY(body.indexOf(name.toUtf8(), fn) < file);
+        // The file part's own headers, between the boundary before it and its blank line.
+        const qsizetype partStart = body.lastIndexOf("\r\n--", file);
+        const QByteArray partHeaders = body.mid(partStart, body.indexOf("\r\n\r\n", file) - partStart);
+        QVERIFY(partHeaders.contains("Content-Type: image/png"));
+        QVERIFY(body.indexOf(gif, file) > file);
+
+        // No answer at all: the transport's text after the fixed prefix, the cookie untouched.
+        pointAt(deadUrl());
+        std::optional<DataResult> failed;
+        api_word_image::upload(name, [&](const DataResult &r) { failed = r; }, {});
+        QTRY_VERIFY_WITH_TIMEOUT(failed.has_value(), 20000);
+        QVERIFY(failed->msg().startsWith(QStringLiteral("上传失败:")));
+        QVERIFY(failed->msg().size() > QStringLiteral("上传失败:").size());
+        QCOMPARE(App::setting().cookie, QStringLiteral("sid=1;up=2;"));
     }
 
     void synchronisationSkipsNamesThatAreNotPlainFiles() {

@@ -102,7 +102,7 @@ private Q_SLOTS:
         dialog.textView->insertString(QStringLiteral("看图："));
         dialog.textView->insertImage(picture(30, 30, Qt::red));
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
 
         clickSave(dialog);
         QTRY_COMPARE_WITH_TIMEOUT(MessageBox::shown().size(), 1, 30000);
@@ -133,7 +133,7 @@ private Q_SLOTS:
         dialog.onItemClick(QStringLiteral("😊"));
         const QString json = dialog.jsonValue();
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
 
         clickSave(dialog);
         QTRY_VERIFY_WITH_TIMEOUT(!dialog.isVisible(), 30000);
@@ -167,7 +167,7 @@ private Q_SLOTS:
         CreateListViewControllel dialog(QStringLiteral("no-such-class"), user);
         dialog.textView->insertString(QStringLiteral("孤儿短语"));
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         clickSave(dialog);
         QTRY_VERIFY_WITH_TIMEOUT(dialog.button_save->isEnabled(), 30000);
         QVERIFY(dialog.isVisible());
@@ -264,7 +264,7 @@ private Q_SLOTS:
         }
         CreateListViewControllel dialog(QStringLiteral("c"), user);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         dialog.insertImageFile(notPicture);
         dialog.insertImageFile(dir.filePath(QStringLiteral("missing.jpg")));
         QCOMPARE(MessageBox::shown().size(), 2);

@@ -62,7 +62,7 @@ private Q_SLOTS:
         QWidget window;
         window.resize(300, 200);
         window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(QTest::qWaitForWindowExposed(&window, 20000));
 
         int calls = 0;
         bool answer = true;
@@ -113,7 +113,7 @@ private Q_SLOTS:
         auto *view = new HoverView(&window);
         view->setGeometry(10, 10, 40, 40);
         window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(QTest::qWaitForWindowExposed(&window, 20000));
         QSignalSpy spy(view, &HoverView::hoverChanged);
 
         QTest::mouseMove(&window, QPoint(150, 80));
@@ -177,7 +177,7 @@ private Q_SLOTS:
         PickedEmoji sink;
         picker.resize(300, 200);
         picker.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&picker));
+        QVERIFY(QTest::qWaitForWindowExposed(&picker, 20000));
         QTest::mouseClick(picker.cells()[3], Qt::LeftButton, {}, QPoint(20, 20));
         QVERIFY(sink.picked.isEmpty());
         picker.delegate = &sink;

@@ -240,7 +240,7 @@ private Q_SLOTS:
     void typedTextAfterAPictureIsPlainText() {
         EditTextView edit;
         edit.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&edit));
+        QVERIFY(QTest::qWaitForWindowExposed(&edit, 20000));
         edit.insertImage(picture(10, 10, Qt::red));
         QTest::keyClicks(&edit, QStringLiteral("ok"));
         const DataJsonItemArr pieces = edit.getValue();

@@ -216,7 +216,15 @@ private Q_SLOTS:
             QtConcurrent::run([] { return ClipboardUtil::setText(QStringLiteral("worker")); });
         QTRY_VERIFY_WITH_TIMEOUT(fromWorker.isFinished(), 5000);
         QVERIFY(fromWorker.result());
+
+        // Until something reads the new content, a worker waiting for the paste times out.
+        QFuture<bool> unread = QtConcurrent::run([] { return ClipboardUtil::waitUntilFetched(200); });
+        QTRY_VERIFY_WITH_TIMEOUT(unread.isFinished(), 5000);
+        QVERIFY(!unread.result());
         QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("worker"));
+        QFuture<bool> read = QtConcurrent::run([] { return ClipboardUtil::waitUntilFetched(200); });
+        QTRY_VERIFY_WITH_TIMEOUT(read.isFinished(), 5000);
+        QVERIFY(read.result());
     }
 
     void withoutDisplayEverythingFails() {

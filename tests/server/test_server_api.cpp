@@ -271,6 +271,32 @@ private Q_SLOTS:
         QCOMPARE(field(getAll(c, "list"), "sign"), std::vector<std::string>{p1});
     }
 
+    void librariesAreSentCompressedToCallersThatAcceptIt() {
+        const auto expected = getAll(*alice_, "list");
+        QVERIFY(!expected.empty());
+        httplib::Client raw(url());
+        raw.set_decompress(false);
+        const httplib::Params form{{"dbname", "Alice"}, {"username", "Alice"}};
+        const auto plain = raw.Post("/api/word/list/getAll", {{"Cookie", alice_->cookie}}, form);
+        QVERIFY(plain && plain->status == 200);
+        QVERIFY(!plain->has_header("Content-Encoding"));
+        QVERIFY(json::parse(plain->body)["data"] == expected);
+
+        const auto packed =
+            raw.Post("/api/word/list/getAll",
+                     {{"Cookie", alice_->cookie}, {"Accept-Encoding", "gzip, deflate"}}, form);
+        QVERIFY(packed && packed->status == 200);
+        QCOMPARE(packed->get_header_value("Content-Encoding"), std::string("gzip"));
+        QVERIFY(packed->body.size() > 2 && uint8_t(packed->body[0]) == 0x1f &&
+                uint8_t(packed->body[1]) == 0x8b);
+        // The default client inflates it again and sees the same library.
+        httplib::Client inflating(url());
+        const auto again = inflating.Post("/api/word/list/getAll",
+                                          {{"Cookie", alice_->cookie}, {"Accept-Encoding", "gzip"}}, form);
+        QVERIFY(again && again->status == 200);
+        QCOMPARE(again->body, plain->body);
+    }
+
     void malformedPhrasesAreRefused() {
         auto &c = *alice_;
         const auto parent = getAll(c, "class")[0].value("sign", "");
@@ -425,6 +451,13 @@ private Q_SLOTS:
         QCOMPARE(r.status, 413);
         EXPECT_REFUSED(r, "请求内容过大");
         EXPECT_REFUSED(c.post("/api/no/such/endpoint", {}), "接口不存在");
+        // Under the picture limit but over the form limit: read up to the cap, then refused.
+        const auto form = alice_->post(
+            "/api/word/class/create",
+            {{"label", std::string(6 * 1024 * 1024, 'x')}, {"position", "1"}, {"dbname", "Alice"}});
+        QCOMPARE(form.status, 413);
+        EXPECT_REFUSED(form, "请求内容过大");
+        EXPECT_OK(alice_->post("/api/user/SyncCheckOSX", {}));
         QCOMPARE(getAll(c, "class").size(), std::size_t(1));
     }
 
@@ -554,6 +587,10 @@ private Q_SLOTS:
                                   "/CN=127.0.0.1", "-keyout", key, "-out", cert});
         QVERIFY(openssl.waitForFinished(60000));
         QCOMPARE(openssl.exitCode(), 0);
+
+        // A missing key stops it before it listens.
+        CloudService broken({"--tls-cert", cert, "--tls-key", dir.filePath("missing.pem")});
+        QVERIFY(!broken.start());
 
         CloudService tls({"--tls-cert", cert, "--tls-key", key});
         QVERIFY(tls.start());

@@ -1,5 +1,6 @@
 #include "send/x11/x11backend.h"
 
+#include <QHash>
 #include <iostream>
 #include <mutex>
 #include <vector>
@@ -95,6 +96,36 @@ struct X11Backend::Impl {
         return false;
     }
 
+    struct Identity {
+        qint32 pid = -1;
+        std::optional<QString> bundleIdentifier;
+        QString className;
+    };
+    QHash<Window, Identity> identities;
+
+    Identity identity(Window w, qint32 pid) {
+        Identity result;
+        result.pid = pid;
+        XClassHint hint{nullptr, nullptr};
+        if (XGetClassHint(display.get(), w, &hint)) {
+            XPtr<char> name(hint.res_name), cls(hint.res_class);
+            if (cls)
+                result.className = QString::fromLocal8Bit(cls.get());
+        }
+        for (Atom id : {gtkAppId, kdeDesktopFile}) {
+            auto value = text(w, id);
+            if (value && value->endsWith(QLatin1String(".desktop")))
+                value->chop(8);
+            if (value && !value->isEmpty()) {
+                result.bundleIdentifier = value;
+                break;
+            }
+        }
+        if (!result.bundleIdentifier && !result.className.isEmpty())
+            result.bundleIdentifier = result.className;
+        return result;
+    }
+
     std::optional<RunningApplication> application(Window w) {
         if (w == 0)
             return std::nullopt;
@@ -107,24 +138,16 @@ struct X11Backend::Impl {
         if (r == Read::Ok && pid.format == 32 && pid.count == 1)
             app.processIdentifier = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
 
-        QString className;
-        XClassHint hint{nullptr, nullptr};
-        if (XGetClassHint(display.get(), w, &hint)) {
-            XPtr<char> name(hint.res_name), cls(hint.res_class);
-            if (cls)
-                className = QString::fromLocal8Bit(cls.get());
+        // What a window is does not change while it lives; the probe asks every 60 ms, so only
+        // the title is read again. The pid guards against an id reused by a later window.
+        auto cached = identities.constFind(w);
+        if (cached == identities.constEnd() || cached->pid != app.processIdentifier) {
+            if (identities.size() > 256)
+                identities.clear();
+            cached = identities.insert(w, identity(w, app.processIdentifier));
         }
-        for (Atom id : {gtkAppId, kdeDesktopFile}) {
-            auto value = text(w, id);
-            if (value && value->endsWith(QLatin1String(".desktop")))
-                value->chop(8);
-            if (value && !value->isEmpty()) {
-                app.bundleIdentifier = value;
-                break;
-            }
-        }
-        if (!app.bundleIdentifier && !className.isEmpty())
-            app.bundleIdentifier = className;
+        app.bundleIdentifier = cached->bundleIdentifier;
+        const QString &className = cached->className;
 
         if (auto name = text(w, wmName); name && !name->isEmpty())
             app.localizedName = *name;

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QObject>
+
+class QAction;
+class QMenu;
+
+// The way to the quick bar while another program is in front: an entry of the tray icon's menu.
+// One shared instance; the application delegate gives the entry its action (IconButtonClick).
+class TouchBarController : public QObject {
+    Q_OBJECT
+public:
+    static TouchBarController &shared();
+
+    // The menu entry, made by setupControlStripPresence; object name "SystemIcon".
+    QAction *button = nullptr;
+
+    // Makes the entry with its icon. The tray menu exists only once the home window has appeared, so
+    // that menu takes the entry in with addTo.
+    void setupControlStripPresence();
+    void addTo(QMenu *trayMenu);
+
+    // The entry's icon: a strip of keys on the control-strip blue.
+    static QIcon touchBarIcon();
+
+private:
+    TouchBarController() = default;
+};
