@@ -3,7 +3,9 @@
 #include "app/loginviewcontroller.h"
 #include "app/mainwindowcontroller.h"
 #include "model/app.h"
+#include "send/touchbarcontroller.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QMetaObject>
 #include <iostream>
@@ -11,6 +13,10 @@
 AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {}
 
 void AppDelegate::applicationDidFinishLaunching() {
+    TouchBarController &touchBar = TouchBarController::shared();
+    touchBar.setupControlStripPresence();
+    connect(touchBar.button, &QAction::triggered, this, &AppDelegate::IconButtonClick);
+
     window_ = new MainWindowController;
     window_->setAttribute(Qt::WA_DeleteOnClose, false);
     auto *login = new LoginViewController(window_);

@@ -20,6 +20,7 @@ cell_word_list::cell_word_list(QWidget *parent) : QWidget(parent) {
     row->setSpacing(8);
     label = new NSTextFieldS(backgroundView);
     label->setFixedWidth(72);
+    label->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
     label->setStyleSheet("color:#1f2328;font-weight:600;");
     value = new NSTextFieldS(backgroundView);
     value->setStyleSheet("color:#646a73;");

@@ -26,6 +26,8 @@ cell_word_list_2::cell_word_list_2(QWidget *parent) : QWidget(parent) {
     labelTextView->setStyleSheet("color:#1f2328;font-weight:600;");
     valueTextView = new NSTextFieldS(backgroundView);
     valueTextView->setStyleSheet("color:#646a73;");
+    labelTextView->installEventFilter(this);
+    valueTextView->installEventFilter(this);
     texts->addWidget(labelTextView);
     texts->addWidget(valueTextView);
     sendButton = new SendButton(backgroundView);
@@ -62,12 +64,27 @@ AttributedString cell_word_list_2::valueText(const DataWordList &d, const QStrin
 void cell_word_list_2::setData(int row, const DataWordList &d, const QString &KeyString) {
     indexPath = row;
     data = d;
-    const AttributedString label = labelText(d, KeyString);
-    labelTextView->setRichText(label.toHtml(), label.text);
+    label_ = labelText(d, KeyString);
+    value_ = valueText(d, KeyString);
     labelTextView->setToolTip(d.label);
-    const AttributedString value = valueText(d, KeyString);
-    valueTextView->setRichText(value.toHtml(), value.text);
+    refreshText();
     valueTextView->setToolTip(cell_word_list::previewOf(d.jsonValue));
+}
+
+void cell_word_list_2::refreshText() {
+    const int labelWidth = qMax(0, labelTextView->contentsRect().width());
+    const int valueWidth = qMax(0, valueTextView->contentsRect().width());
+    labelTextView->setRichText(label_.toHtml(label_.fittingLength(labelTextView->fontMetrics(), labelWidth)),
+                               label_.text);
+    valueTextView->setRichText(value_.toHtml(value_.fittingLength(valueTextView->fontMetrics(), valueWidth)),
+                               value_.text);
+}
+
+bool cell_word_list_2::eventFilter(QObject *watched, QEvent *event) {
+    // The lines are shortened to their own width, known only once the layout has placed them.
+    if (event->type() == QEvent::Resize && (watched == labelTextView || watched == valueTextView))
+        refreshText();
+    return QWidget::eventFilter(watched, event);
 }
 
 void cell_word_list_2::setSelect(bool isSelect) {

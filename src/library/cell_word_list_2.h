@@ -41,4 +41,12 @@ public:
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    // Shows both lines, shortened with "…" to the width they have.
+    void refreshText();
+
+    AttributedString label_;
+    AttributedString value_;
 };

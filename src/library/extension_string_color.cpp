@@ -1,9 +1,24 @@
 #include "library/extension_string_color.h"
 
+#include <QFontMetrics>
 #include <QTextBoundaryFinder>
 #include <algorithm>
 
 QString AttributedString::toHtml() const {
+    return toHtml(text.size());
+}
+
+qsizetype AttributedString::fittingLength(const QFontMetrics &metrics, int width) const {
+    const QString elided = metrics.elidedText(text, Qt::ElideRight, width);
+    if (elided == text)
+        return text.size();
+    // elidedText ends the kept part with one ellipsis character.
+    return qMax<qsizetype>(0, elided.size() - 1);
+}
+
+QString AttributedString::toHtml(qsizetype length) const {
+    const bool cut = length < text.size();
+    const QString text = cut ? this->text.left(qMax<qsizetype>(0, length)) : this->text;
     QList<Run> sorted = runs;
     std::sort(sorted.begin(), sorted.end(),
               [](const Run &a, const Run &b) { return a.location < b.location; });
@@ -12,6 +27,8 @@ QString AttributedString::toHtml() const {
     for (const Run &r : sorted) {
         if (r.location < pos)
             continue;
+        if (r.location >= text.size())
+            break;
         html += text.mid(pos, r.location - pos).toHtmlEscaped();
         html += QStringLiteral("<span style=\"color:%1;%2\">")
                     .arg(r.color.name(), r.lineThrough ? "text-decoration:line-through;" : "");
@@ -20,6 +37,8 @@ QString AttributedString::toHtml() const {
         pos = r.location + r.length;
     }
     html += text.mid(pos).toHtmlEscaped();
+    if (cut)
+        html += QStringLiteral("…");
     return html;
 }
 

@@ -18,6 +18,10 @@ struct AttributedString {
 
     // Rich text for a label: runs become coloured spans, everything else is escaped.
     QString toHtml() const;
+    // The same for the first `length` text units only, followed by "…" when text was cut.
+    QString toHtml(qsizetype length) const;
+    // The longest prefix that fits `width` pixels with "…" after it; the whole length when all fits.
+    qsizetype fittingLength(const class QFontMetrics &metrics, int width) const;
 };
 
 // Text colouring of keyword occurrences (the string extension of the search results).

@@ -9,6 +9,7 @@
 #include "library/controller_word_list.h"
 #include "model/app.h"
 #include "send/controller_service_window.h"
+#include "send/touchbarcontroller.h"
 #include "store/db_base.h"
 #include "store/db_word_list.h"
 #include "store/localpath.h"
@@ -132,6 +133,9 @@ void HomeViewControllers::viewDidAppear() {
     trayMenu_->addAction(QString::fromUtf8("显示窗口"), this, &HomeViewControllers::showView);
     trayMenu_->addSeparator();
     trayMenu_->addAction(QString::fromUtf8("退出"), qApp, &QCoreApplication::quit);
+    // The quick bar's entry, when the application has made one.
+    if (TouchBarController::shared().button)
+        TouchBarController::shared().addTo(trayMenu_);
     statusBarItem = new QSystemTrayIcon(QIcon(":/icon-32.svg"), this);
     statusBarItem->setToolTip("Quillora");
     statusBarItem->setContextMenu(trayMenu_);

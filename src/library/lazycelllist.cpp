@@ -6,6 +6,8 @@
 
 LazyCellList::LazyCellList(QWidget *parent) : QListWidget(parent) {
     setUniformItemSizes(true);
+    // Rows follow the width of the view when the window is docked or resized.
+    setResizeMode(QListView::Adjust);
     setFrameShape(QFrame::NoFrame);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

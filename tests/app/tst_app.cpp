@@ -214,6 +214,14 @@ private Q_SLOTS:
         const QString html = C::setKeyColor("<b>订单</b>号", "订单", green).toHtml();
         QVERIFY(html.contains("&lt;b&gt;"));
         QVERIFY(html.contains("color:#579f2b"));
+        // Shortened: the kept part keeps its colours, what was cut is not shown, an ellipsis follows.
+        const auto long_ = C::setKeyColor("ab-ab-ab-ab-x", "ab", green);
+        QCOMPARE(long_.runs.size(), 4);
+        const QString shortened = long_.toHtml(4);
+        QCOMPARE(shortened.count("<span"), 2);
+        QVERIFY(shortened.endsWith("…"));
+        QVERIFY(!shortened.contains("-x"));
+        QCOMPARE(long_.toHtml(3).count("<span"), 1);
 
         s = C::setKeyColorAll("red and blue and", {"red", "blue"}, QList<QColor>{Qt::red, Qt::blue});
         QCOMPARE(s.runs.size(), 2);
