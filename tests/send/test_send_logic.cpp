@@ -240,25 +240,6 @@ private Q_SLOTS:
         QVERIFY(!x11.modifiersHeld());
         QVERIFY(x11.icon(1).isNull());
     }
-
-    void secondSendIsDropped() {
-        target(chatPid);
-        SendJsonValueUtil::send(phrase({{1, QStringLiteral("one")}}), false);
-        SendJsonValueUtil::send(phrase({{1, QStringLiteral("two")}}), false);
-        QCOMPARE(send(phrase({{1, QStringLiteral("three")}}), false),
-                 (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste one -> 4242")}));
-    }
-
-    // Last: unparsable content leaves every later send refused.
-    void unparsableContentBlocksForGood() {
-        target(chatPid);
-        SendJsonValueUtil::send(QStringLiteral("not json"), true);
-        QVERIFY(SendJsonValueUtil::runs());
-        SendJsonValueUtil::send(phrase({{1, QStringLiteral("after")}}), true);
-        QTest::qWait(800);
-        QVERIFY(SendJsonValueUtil::runs());
-        QCOMPARE(desk_->journal(), QStringList());
-    }
 };
 
 int main(int argc, char **argv) {
