@@ -1,5 +1,7 @@
 #include "app/loginviewcontroller.h"
 #include "app/mainwindowcontroller.h"
+#include "app/webviewcontroller.h"
+#include "cloud/api_base.h"
 #include "cloud/appsetting.h"
 #include "library/cell_word_list.h"
 #include "library/cell_word_list_2.h"
@@ -40,6 +42,8 @@
 #include <QSplitter>
 #include <QSystemTrayIcon>
 #include <QTimer>
+#include <QWebEnginePage>
+#include <QWebEngineView>
 #include <QtTest>
 #include <iostream>
 
@@ -319,6 +323,31 @@ private Q_SLOTS:
         QVERIFY(login->passwordText->text().isEmpty());
         QVERIFY(!login->checkBox->isChecked());
         MessageBox::setAnswerProvider({});
+    }
+
+    // The register link's page: an account made there can sign in.
+    void registerInTheWebViewThenSignIn() {
+        WebViewController web(QUrl(api_base::registerUrl()));
+        QCOMPARE(web.url().toString(), cloud_.baseUrl() + "/#/mobile_register");
+        QSignalSpy loaded(web.webView(), &QWebEngineView::loadFinished);
+        web.show();
+        QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 90000);
+        QVERIFY(loaded.first().first().toBool());
+        web.webView()->page()->runJavaScript("document.getElementById('r-name').value='bob';"
+                                             "document.getElementById('r-pass').value='bob-pass-1';"
+                                             "document.getElementById('r-pass2').value='bob-pass-1';"
+                                             "document.getElementById('register-form').requestSubmit();");
+        QString message;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (web.webView()->page()->runJavaScript("document.getElementById('r-msg').className",
+                                                  [&](const QVariant &v) { message = v.toString(); }),
+             message.contains("done")),
+            30000);
+
+        LoginViewController *login = nullptr;
+        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        QVERIFY(signIn(window.get(), login, "bob", "bob-pass-1", false));
+        QCOMPARE(App::userInfo().username, QString("bob"));
     }
 
     void homeShowsTheSyncedLibrary() {
@@ -610,6 +639,9 @@ int main(int argc, char **argv) {
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_GATE_CHILD"))
         return gateChild(argc, argv);
     TestEnv env;
+    // Tests may run as root, where the web engine's sandbox cannot start.
+    qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     XvfbSession x11;
     if (!x11.start())
         qFatal("could not start Xvfb");
