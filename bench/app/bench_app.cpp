@@ -1,5 +1,6 @@
 // Prints: the time from starting a process to an enabled sign-in button (median of several runs),
 // and the resident memory of the home window with the demo library and with 10,000 phrases.
+#include "app/appdelegate.h"
 #include "app/loginviewcontroller.h"
 #include "app/mainwindowcontroller.h"
 #include "cloud/api_user.h"
@@ -35,6 +36,7 @@ long residentKb() {
 // Child: the sign-in window; "ready" once the gate has enabled the button. With QUILLORA_AUTOLOGIN
 // it goes on to the home window and prints its resident memory once the library is synchronised.
 int child(int argc, char **argv) {
+    AppDelegate::prepareProcess();
     QApplication app(argc, argv);
     MainWindowController window;
     auto *login = new LoginViewController(&window);

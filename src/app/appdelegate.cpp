@@ -9,8 +9,24 @@
 #include <QApplication>
 #include <QMetaObject>
 #include <iostream>
+#include <unistd.h>
 
 AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {}
+
+void AppDelegate::prepareProcess() {
+    // The windows are plain widgets. Without this the web engine sets up OpenGL at start-up, which
+    // on a machine without a GPU loads a software renderer of some 50 MB for nothing; the register
+    // and reset pages render fine in software.
+    if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION") &&
+        !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
+        qputenv("QT_XCB_GL_INTEGRATION", "none");
+        qputenv("QT_QUICK_BACKEND", "software");
+    }
+    // The web engine's sandbox refuses to start for root; the pages shown are the service's own.
+    if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+}
 
 void AppDelegate::applicationDidFinishLaunching() {
     TouchBarController &touchBar = TouchBarController::shared();

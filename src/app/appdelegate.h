@@ -11,6 +11,9 @@ class AppDelegate : public QObject {
 public:
     explicit AppDelegate(QObject *parent = nullptr);
 
+    // Process settings that must be made before the QApplication exists.
+    static void prepareProcess();
+
     MainWindowController *window() const { return window_; }
 
     // Makes the one window with the sign-in view and shows it.

@@ -13,7 +13,6 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <iostream>
-#include <unistd.h>
 
 // QUILLORA_SCREENSHOT=FILE: an unattended run. Message boxes are answered by themselves (and printed),
 // and once the home window shows the synchronised library it is saved to FILE and the program ends.
@@ -54,10 +53,7 @@ static void unattended(AppDelegate &delegate, const QString &file) {
 
 int main(int argc, char **argv) {
     Q_INIT_RESOURCE(app);
-    // The web engine's sandbox refuses to start for root; the pages shown are the service's own.
-    if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    AppDelegate::prepareProcess();
     QApplication app(argc, argv);
     QApplication::setApplicationName("quillora");
     QApplication::setOrganizationName("quillora");

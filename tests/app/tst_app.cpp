@@ -1,3 +1,4 @@
+#include "app/appdelegate.h"
 #include "app/loginviewcontroller.h"
 #include "app/mainwindowcontroller.h"
 #include "app/webviewcontroller.h"
@@ -64,6 +65,7 @@ public Q_SLOTS:
 
 // The child of the version-gate test: one sign-in window whose boxes answer themselves.
 int gateChild(int argc, char **argv) {
+    AppDelegate::prepareProcess();
     QApplication app(argc, argv);
     MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
         std::cout << "box:" << r.title.toStdString() << "|" << r.text.toStdString() << std::endl;
@@ -639,9 +641,7 @@ int main(int argc, char **argv) {
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_GATE_CHILD"))
         return gateChild(argc, argv);
     TestEnv env;
-    // Tests may run as root, where the web engine's sandbox cannot start.
-    qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    AppDelegate::prepareProcess();
     XvfbSession x11;
     if (!x11.start())
         qFatal("could not start Xvfb");
