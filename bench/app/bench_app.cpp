@@ -1,0 +1,208 @@
+// Prints: the time from starting a process to an enabled sign-in button (median of several runs),
+// and the resident memory of the home window with the demo library and with 10,000 phrases.
+#include "app/appdelegate.h"
+#include "app/loginviewcontroller.h"
+#include "app/mainwindowcontroller.h"
+#include "cloud/api_user.h"
+#include "cloud/api_word_class.h"
+#include "cloud/api_word_list.h"
+#include "library/homeviewcontrollers.h"
+#include "model/app.h"
+
+#include "cloudservice.h"
+#include "xvfbsession.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLineEdit>
+#include <QProcess>
+#include <QTimer>
+#include <algorithm>
+#include <iostream>
+
+namespace {
+
+long residentKb() {
+    QFile status("/proc/self/status");
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toLong();
+    return -1;
+}
+
+// Child: the sign-in window; "ready" once the gate has enabled the button. With QUILLORA_AUTOLOGIN
+// it goes on to the home window and prints its resident memory once the library is synchronised.
+int child(int argc, char **argv) {
+    AppDelegate::prepareProcess();
+    QApplication app(argc, argv);
+    MainWindowController window;
+    auto *login = new LoginViewController(&window);
+    window.setContentView(login);
+    window.resize(LoginViewController::windowSize);
+    const bool home = qEnvironmentVariableIsSet("QUILLORA_AUTOLOGIN");
+    QObject::connect(login, &LoginViewController::ready, [home] {
+        std::cout << "ready" << std::endl;
+        if (!home)
+            QCoreApplication::exit(0);
+    });
+    QObject::connect(login, &LoginViewController::signedIn, [](HomeViewControllers *h) {
+        QObject::connect(h, &HomeViewControllers::cloudStopped, h, [h] {
+            QTimer::singleShot(1500, h, [h] {
+                std::cout << "rss_kb " << residentKb() << std::endl;
+                const QString search = qEnvironmentVariable("BENCH_SEARCH");
+                if (search.isEmpty()) {
+                    QCoreApplication::exit(0);
+                    return;
+                }
+                h->searchField()->setText(search);
+                QTimer::singleShot(1500, h, [] {
+                    std::cout << "rss_search_kb " << residentKb() << std::endl;
+                    QCoreApplication::exit(0);
+                });
+            });
+        });
+    });
+    window.show();
+    QTimer::singleShot(180000, [] { QCoreApplication::exit(3); });
+    return app.exec();
+}
+
+struct ChildResult {
+    qint64 readyMs = -1;
+    long rssKb = -1;
+    long rssSearchKb = -1;
+};
+
+ChildResult runChild(const QStringList &extraEnv) {
+    QProcess p;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert("BENCH_APP_CHILD", "1");
+    for (const QString &kv : extraEnv)
+        env.insert(kv.section('=', 0, 0), kv.section('=', 1));
+    p.setProcessEnvironment(env);
+    p.setProcessChannelMode(QProcess::SeparateChannels);
+    ChildResult r;
+    QElapsedTimer clock;
+    clock.start();
+    p.start(QCoreApplication::applicationFilePath(), {});
+    QByteArray pending;
+    while (p.state() != QProcess::NotRunning || p.bytesAvailable()) {
+        p.waitForReadyRead(50);
+        pending += p.readAllStandardOutput();
+        qsizetype nl;
+        while ((nl = pending.indexOf('\n')) >= 0) {
+            const QByteArray line = pending.left(nl).trimmed();
+            pending.remove(0, nl + 1);
+            if (line == "ready" && r.readyMs < 0)
+                r.readyMs = clock.elapsed();
+            else if (line.startsWith("rss_kb "))
+                r.rssKb = line.mid(7).toLong();
+            else if (line.startsWith("rss_search_kb "))
+                r.rssSearchKb = line.mid(14).toLong();
+        }
+        if (p.state() == QProcess::NotRunning && !p.bytesAvailable())
+            break;
+    }
+    p.waitForFinished(5000);
+    return r;
+}
+
+// Signs in as name and adds count phrases to the account's first class, a few requests at a time.
+bool fillLibrary(const QString &name, const QString &password, int count) {
+    bool signedIn = false, done = false;
+    api_user::login(name, password, [&](const ApiLoginResult &r) {
+        signedIn = r.isOk();
+        done = true;
+    });
+    while (!done)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (!signedIn)
+        return false;
+    App::userInfo().username = name;
+    QString classSign;
+    done = false;
+    api_word_class::getAll(name, [&](const apiResultWordClasGetAll &r) {
+        if (r.isSuccess() && !r.data().isEmpty())
+            classSign = r.data().first().sign;
+        done = true;
+    });
+    while (!done)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    if (classSign.isEmpty())
+        return false;
+    int issued = 0, finished = 0, failed = 0;
+    std::function<void()> issue = [&] {
+        const int i = issued++;
+        const QString json =
+            QStringLiteral(R"([{"type":1,"value":"第%1条：您好，订单%2已经发货，请注意查收。"}])")
+                .arg(i)
+                .arg(100000 + i);
+        api_word_list::create(classSign, QStringLiteral("短语%1").arg(i), json, QString::number(i), name,
+                              [&](const apiResultCreate &r) {
+                                  ++finished;
+                                  if (!r.isSuccess())
+                                      ++failed;
+                                  if (issued < count)
+                                      issue();
+                              });
+    };
+    for (int k = 0; k < 8 && issued < count; ++k)
+        issue();
+    while (finished < count)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    return failed == 0;
+}
+
+qint64 median(QList<qint64> v) {
+    std::sort(v.begin(), v.end());
+    return v.isEmpty() ? -1 : v[v.size() / 2];
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    if (qEnvironmentVariableIsSet("BENCH_APP_CHILD"))
+        return child(argc, argv);
+    TestEnv env;
+    XvfbSession x11;
+    if (!x11.start()) {
+        std::cerr << "bench_app: no Xvfb" << std::endl;
+        return 1;
+    }
+    QCoreApplication app(argc, argv);
+    CloudService cloud;
+    if (!cloud.start() || cloud.run({"demo"}) != 0 || !cloud.addUser("bulk", "bulk-password")) {
+        std::cerr << "bench_app: quillora-cloud did not start" << std::endl;
+        return 1;
+    }
+    qputenv("QUILLORA_SERVICE_URL", cloud.baseUrl().toUtf8());
+
+    runChild({}); // warm the file cache
+    QList<qint64> starts;
+    for (int i = 0; i < 9; ++i)
+        starts.append(runChild({}).readyMs);
+    std::cout << "start-up to an enabled sign-in button: median " << median(starts) << " ms over "
+              << starts.size() << " runs (min " << *std::min_element(starts.begin(), starts.end()) << ", max "
+              << *std::max_element(starts.begin(), starts.end()) << "); target < 400 ms" << std::endl;
+
+    const ChildResult demo = runChild({"QUILLORA_AUTOLOGIN=demo:demo123456"});
+    std::cout << "resident memory, home window with the demo library: " << demo.rssKb / 1024.0
+              << " MiB; target < 80 MiB" << std::endl;
+
+    QElapsedTimer fill;
+    fill.start();
+    if (!fillLibrary("bulk", "bulk-password", 10000)) {
+        std::cerr << "bench_app: could not fill the library" << std::endl;
+        return 1;
+    }
+    std::cout << "(10,000 phrases created on the service in " << fill.elapsed() << " ms)" << std::endl;
+    const ChildResult bulk = runChild({"QUILLORA_AUTOLOGIN=bulk:bulk-password", "BENCH_SEARCH=订单"});
+    std::cout << "resident memory, home window with 10,000 phrases in the shown class: "
+              << bulk.rssKb / 1024.0
+              << " MiB; after a search listing all 10,000: " << bulk.rssSearchKb / 1024.0
+              << " MiB; target < 80 MiB" << std::endl;
+    return 0;
+}

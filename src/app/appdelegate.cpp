@@ -1,0 +1,72 @@
+#include "app/appdelegate.h"
+
+#include "app/loginviewcontroller.h"
+#include "app/mainwindowcontroller.h"
+#include "model/app.h"
+#include "send/touchbarcontroller.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMetaObject>
+#include <iostream>
+#include <unistd.h>
+
+AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {}
+
+void AppDelegate::prepareProcess() {
+    // The windows are plain widgets. Without this the web engine sets up OpenGL at start-up, which
+    // on a machine without a GPU loads a software renderer of some 50 MB for nothing; the register
+    // and reset pages render fine in software.
+    if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION") &&
+        !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
+        qputenv("QT_XCB_GL_INTEGRATION", "none");
+        qputenv("QT_QUICK_BACKEND", "software");
+    }
+    // The web engine's sandbox refuses to start for root; the pages shown are the service's own.
+    if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    TouchBarController &touchBar = TouchBarController::shared();
+    touchBar.setupControlStripPresence();
+    connect(touchBar.button, &QAction::triggered, this, &AppDelegate::IconButtonClick);
+
+    window_ = new MainWindowController;
+    window_->setAttribute(Qt::WA_DeleteOnClose, false);
+    auto *login = new LoginViewController(window_);
+    window_->setContentView(login);
+    window_->resize(LoginViewController::windowSize);
+    window_->show();
+}
+
+void AppDelegate::IconButtonClick() {
+    if (App::wordTouchBar)
+        QMetaObject::invokeMethod(App::wordTouchBar, "show", Qt::DirectConnection);
+    QWidget *w = window_;
+    if (!w)
+        return;
+    if (!w->isActiveWindow() || !w->isVisible()) {
+        w->close();
+        w->show();
+        w->raise();
+        w->activateWindow();
+    } else {
+        w->close();
+    }
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
+    std::cout << "flag = " << (hasVisibleWindows ? "true" : "false") << std::endl;
+    if (!hasVisibleWindows && window_) {
+        // Closing before showing is how it has always been done.
+        window_->close();
+        window_->show();
+        window_->raise();
+        window_->activateWindow();
+    }
+    return true;
+}
+
+void AppDelegate::applicationWillTerminate() {}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QDialog>
+#include <QUrl>
+
+class QWebEngineView;
+
+// A modal window that shows one page of the service (registration, password reset).
+class WebViewController : public QDialog {
+    Q_OBJECT
+public:
+    explicit WebViewController(const QUrl &url, QWidget *parent = nullptr);
+
+    QWebEngineView *webView() const { return webView_; }
+    QUrl url() const { return url_; }
+
+private:
+    QWebEngineView *webView_ = nullptr;
+    QUrl url_;
+};

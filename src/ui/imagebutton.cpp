@@ -1,0 +1,38 @@
+#include "ui/imagebutton.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+ImageButton::ImageButton(const QIcon &icon, QWidget *parent) : QPushButton(parent) {
+    setIcon(icon);
+    setFlat(true);
+    setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::NoFocus);
+    setIconSize(QSize(18, 18));
+    setFixedSize(26, 26);
+}
+
+void ImageButton::enterEvent(QEnterEvent *event) {
+    QPushButton::enterEvent(event);
+    isMouseOver_ = true;
+    update();
+}
+
+void ImageButton::leaveEvent(QEvent *event) {
+    QPushButton::leaveEvent(event);
+    isMouseOver_ = false;
+    update();
+}
+
+void ImageButton::paintEvent(QPaintEvent *) {
+    QPainter p(this);
+    p.setRenderHint(QPainter::Antialiasing);
+    if (isMouseOver_ || isDown()) {
+        QPainterPath path;
+        path.addRoundedRect(QRectF(rect()), 6, 6);
+        p.fillPath(path, QColor(0, 0, 0, isDown() ? 40 : 20));
+    }
+    const QSize s = iconSize();
+    const QRect r((width() - s.width()) / 2, (height() - s.height()) / 2, s.width(), s.height());
+    icon().paint(&p, r, Qt::AlignCenter, isEnabled() ? QIcon::Normal : QIcon::Disabled);
+}

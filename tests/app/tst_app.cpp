@@ -1,0 +1,654 @@
+#include "app/appdelegate.h"
+#include "app/loginviewcontroller.h"
+#include "app/mainwindowcontroller.h"
+#include "app/webviewcontroller.h"
+#include "cloud/api_base.h"
+#include "cloud/appsetting.h"
+#include "library/cell_word_list.h"
+#include "library/cell_word_list_2.h"
+#include "library/cell_wrod_class.h"
+#include "library/control_search_resulr_word_list.h"
+#include "library/control_word.h"
+#include "library/control_word_class.h"
+#include "library/control_word_list.h"
+#include "library/controller_word_list.h"
+#include "library/extension_string_color.h"
+#include "library/homeviewcontrollers.h"
+#include "library/lazycelllist.h"
+#include "model/app.h"
+#include "send/controller_service_window.h"
+#include "send/sendbutton.h"
+#include "send/sendjsonvalueutil.h"
+#include "send/win32apiwindow.h"
+#include "ui/backgroundview.h"
+#include "ui/imagebutton.h"
+#include "ui/messagebox.h"
+#include "ui/nstextfields.h"
+
+#include "cloudservice.h"
+#include "scriptedresponder.h"
+#include "xvfbsession.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCheckBox>
+#include <QDesktopServices>
+#include <QFile>
+#include <QLineEdit>
+#include <QMenu>
+#include <QProcess>
+#include <QProgressBar>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QSplitter>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <QWebEnginePage>
+#include <QWebEngineView>
+#include <QtTest>
+#include <iostream>
+
+namespace {
+
+// Records double clicks reported by a row background.
+struct ClickRecorder : BackgroundViewDelegate {
+    int reports = 0;
+    void MouseDoubleClick() override { ++reports; }
+};
+
+// Prints the address the program asked the desktop to open (the child's stand-in for a browser).
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public Q_SLOTS:
+    void open(const QUrl &url) { std::cout << "open:" << url.toString().toStdString() << std::endl; }
+};
+
+// The child of the version-gate test: one sign-in window whose boxes answer themselves.
+int gateChild(int argc, char **argv) {
+    AppDelegate::prepareProcess();
+    QApplication app(argc, argv);
+    MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
+        std::cout << "box:" << r.title.toStdString() << "|" << r.text.toStdString() << std::endl;
+        return true;
+    });
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler("https", &catcher, "open");
+    QDesktopServices::setUrlHandler("http", &catcher, "open");
+    MainWindowController window;
+    auto *login = new LoginViewController(&window);
+    window.setContentView(login);
+    QObject::connect(login, &LoginViewController::ready, &app, [login] {
+        std::cout << "ready enabled=" << login->loginButton->isEnabled() << std::endl;
+        QCoreApplication::exit(0);
+    });
+    window.show();
+    std::cout << "shown enabled=" << login->loginButton->isEnabled() << std::endl;
+    QTimer::singleShot(30000, &app, [] { QCoreApplication::exit(3); });
+    return app.exec();
+}
+
+QList<QString> signsOf(const QList<DataWordList> &rows) {
+    QList<QString> out;
+    for (const auto &r : rows)
+        out.append(r.sign);
+    return out;
+}
+
+} // namespace
+
+class TestApp : public QObject {
+    Q_OBJECT
+
+    CloudService cloud_;
+    MainWindowController *window_ = nullptr;
+    HomeViewControllers *home_ = nullptr;
+
+    // A window with a sign-in view whose gate has let the user through.
+    MainWindowController *openLogin(LoginViewController **loginOut) {
+        auto *window = new MainWindowController;
+        window->setAttribute(Qt::WA_DeleteOnClose, false);
+        auto *login = new LoginViewController(window);
+        QSignalSpy ready(login, &LoginViewController::ready);
+        window->setContentView(login);
+        window->resize(LoginViewController::windowSize);
+        window->show();
+        if (!ready.wait(20000) && ready.isEmpty())
+            qWarning("the version gate did not answer");
+        *loginOut = login;
+        return window;
+    }
+
+    HomeViewControllers *signIn(MainWindowController *window, LoginViewController *login, const QString &name,
+                                const QString &password, bool remember) {
+        login->usernameText->setText(name);
+        login->passwordText->setText(password);
+        login->checkBox->setChecked(remember);
+        QTest::mouseClick(login->loginButton, Qt::LeftButton);
+        HomeViewControllers *home = nullptr;
+        (void)QTest::qWaitFor(
+            [&] { return (home = qobject_cast<HomeViewControllers *>(window->contentView())); }, 20000);
+        return home;
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(cloud_.start());
+        QVERIFY(cloud_.run({"demo"}) == 0);
+        QVERIFY(cloud_.addUser("alice", "secret-1"));
+        qputenv("QUILLORA_SERVICE_URL", cloud_.baseUrl().toUtf8());
+        qunsetenv("QUILLORA_AUTOLOGIN");
+    }
+
+    void titleBarHoldsTheWindowButtons() {
+        MainWindowController window;
+        window.resize(320, 240);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QCOMPARE(window.windowFlags() & Qt::FramelessWindowHint, Qt::FramelessWindowHint);
+        QCOMPARE(window.titleBar()->height(), 30);
+        QCOMPARE(window.buttons().size(), 3);
+        const QRect close = window.buttons()[0]->geometry();
+        QCOMPARE(close.x(), 12);
+        QVERIFY(close.top() >= 0 && close.bottom() < 30);
+        // close, minimise, zoom from left to right without overlapping
+        QVERIFY(window.buttons()[1]->x() > close.right());
+        QVERIFY(window.buttons()[2]->x() > window.buttons()[1]->geometry().right());
+
+        QTest::mouseClick(window.buttons()[2], Qt::LeftButton);
+        QTRY_VERIFY(window.isMaximized());
+        QCOMPARE(window.buttons()[0]->x(), 12);
+        QTest::mouseClick(window.buttons()[2], Qt::LeftButton);
+        QTRY_VERIFY(!window.isMaximized());
+        QTest::mouseClick(window.buttons()[0], Qt::LeftButton);
+        QTRY_VERIFY(!window.isVisible());
+        QVERIFY(window.isShow);
+    }
+
+    void evenClicksReportDoubleClicks() {
+        BackgroundView view;
+        view.resize(200, 30);
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        ClickRecorder recorder;
+        view.delegate = &recorder;
+        const QPoint at(20, 15);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 0);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 1);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 1); // a triple click adds nothing
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 2); // the fourth reports again
+        // After the pause the run starts over: one click is a single click again.
+        QTRY_COMPARE_WITH_TIMEOUT(view.clickCount, 0, 5000);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 2);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 3);
+        // A right click is not a click of the run.
+        QTRY_COMPARE_WITH_TIMEOUT(view.clickCount, 0, 5000);
+        QTest::mouseClick(&view, Qt::RightButton, {}, at);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, at);
+        QCOMPARE(recorder.reports, 3);
+    }
+
+    void keywordColouring() {
+        using C = extension_string_color;
+        const QColor green(87, 159, 43);
+        auto ranges = C::m_rangeOfString("xabyab", "ab");
+        QCOMPARE(ranges.size(), 2);
+        auto s = C::setKeyColor("xabyab", "ab", green);
+        // the second occurrence ends at the end of the text and stays plain
+        QCOMPARE(s.runs.size(), 1);
+        QCOMPARE(s.runs[0].location, 1);
+        QCOMPARE(s.runs[0].length, 2);
+        QCOMPARE(s.runs[0].color, green);
+        QVERIFY(!s.runs[0].lineThrough);
+
+        ranges = C::m_rangeOfString("aaaa", "aa");
+        QCOMPARE(ranges, (QList<QPair<qsizetype, qsizetype>>{{0, 2}, {2, 2}}));
+        QCOMPARE(C::setKeyColor("aaaa", "aa", green).runs.size(), 1);
+
+        QVERIFY(C::setKeyColor("Hello hello!", "HELLO", green).runs.isEmpty()); // case matters
+        s = C::setKeyColor("a-b-a-", "a", green, true);
+        QCOMPARE(s.runs.size(), 2);
+        QVERIFY(s.runs[1].lineThrough);
+        QVERIFY(C::setKeyColor("abc", "", green).runs.isEmpty());
+        QVERIFY(C::setKeyColor("", "a", green).runs.isEmpty());
+
+        const QString html = C::setKeyColor("<b>订单</b>号", "订单", green).toHtml();
+        QVERIFY(html.contains("&lt;b&gt;"));
+        QVERIFY(html.contains("color:#579f2b"));
+        // Shortened: the kept part keeps its colours, what was cut is not shown, an ellipsis follows.
+        const auto long_ = C::setKeyColor("ab-ab-ab-ab-x", "ab", green);
+        QCOMPARE(long_.runs.size(), 4);
+        const QString shortened = long_.toHtml(4);
+        QCOMPARE(shortened.count("<span"), 2);
+        QVERIFY(shortened.endsWith("…"));
+        QVERIFY(!shortened.contains("-x"));
+        QCOMPARE(long_.toHtml(3).count("<span"), 1);
+
+        s = C::setKeyColorAll("red and blue and", {"red", "blue"}, QList<QColor>{Qt::red, Qt::blue});
+        QCOMPARE(s.runs.size(), 2);
+        QCOMPARE(s.runs[1].color, QColor(Qt::blue));
+    }
+
+    void versionGate_data() {
+        QTest::addColumn<QByteArray>("reply"); // empty: nothing listens
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("no service") << QByteArray() << 1
+                                    << QStringList{"shown enabled=0", "box:失败|网络连接失败"};
+        QTest::newRow("version 0") << QByteArray("{\"state\":1,\"version\":0}") << 1
+                                   << QStringList{"box:失败|网络连接失败"};
+        QTest::newRow("version 2") << QByteArray(
+                                          "{\"state\":1,\"version\":2,\"url\":\"https://dl.example/q.deb\"}")
+                                   << 1
+                                   << QStringList{"box:请更新|版本过于老旧,请前往官网下载新版 网址 ",
+                                                  "open:https://dl.example/q.deb"};
+        QTest::newRow("version 1") << QByteArray("{\"state\":1,\"version\":1}") << 0
+                                   << QStringList{"ready enabled=1"};
+        QTest::newRow("real service") << QByteArray("real") << 0 << QStringList{"ready enabled=1"};
+    }
+
+    void versionGate() {
+        QFETCH(QByteArray, reply);
+        QFETCH(int, status);
+        QFETCH(QStringList, expected);
+        ScriptedResponder responder;
+        QString url = "http://127.0.0.1:1";
+        if (reply == "real") {
+            url = cloud_.baseUrl();
+        } else if (!reply.isEmpty()) {
+            QVERIFY(responder.listen());
+            responder.on("/api/util/osx/getVersionForm", ScriptedResponder::json(reply));
+            url = responder.baseUrl();
+        }
+        QProcess child;
+        auto env = QProcessEnvironment::systemEnvironment();
+        env.insert("QUILLORA_TEST_GATE_CHILD", "1");
+        env.insert("QUILLORA_SERVICE_URL", url);
+        child.setProcessEnvironment(env);
+        child.start(QCoreApplication::applicationFilePath(), {});
+        QVERIFY(child.waitForStarted(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(child.state() == QProcess::NotRunning, 60000);
+        const QString out = QString::fromUtf8(child.readAllStandardOutput());
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QVERIFY2(child.exitCode() == status, qPrintable(out));
+        for (const QString &line : expected)
+            QVERIFY2(out.contains(line), qPrintable(out));
+        if (status == 1)
+            QVERIFY(!out.contains("ready"));
+    }
+
+    void signInRemembersWhenAsked() {
+        QList<MessageBox::Request> boxes;
+        MessageBox::setAnswerProvider([&](const MessageBox::Request &r) {
+            boxes.append(r);
+            return true;
+        });
+        // A wrong password: the service's text in the box, the window stays as it was.
+        LoginViewController *login = nullptr;
+        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        QVERIFY(login->loginButton->isEnabled());
+        QVERIFY(login->usernameText->text().isEmpty());
+        login->usernameText->setText("alice");
+        login->passwordText->setText("wrong");
+        QTest::mouseClick(login->loginButton, Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(boxes.size(), 1, 20000);
+        QCOMPARE(boxes[0].title, QString("登录失败"));
+        QVERIFY(!boxes[0].text.isEmpty());
+        QCOMPARE(window->contentView(), login);
+
+        HomeViewControllers *home = signIn(window.get(), login, "alice", "secret-1", true);
+        QVERIFY(home);
+        QCOMPARE(App::userInfo().username, QString("alice"));
+        QCOMPARE(AppSetting::getString("password"), QString("secret-1"));
+        QVERIFY(AppSetting::getBool("pwd_check"));
+        window.reset();
+
+        // The next start fills the form.
+        std::unique_ptr<MainWindowController> again(openLogin(&login));
+        QCOMPARE(login->usernameText->text(), QString("alice"));
+        QCOMPARE(login->passwordText->text(), QString("secret-1"));
+        QVERIFY(login->checkBox->isChecked());
+
+        // Signing in without the box forgets the password but keeps the name.
+        QVERIFY(signIn(again.get(), login, "alice", "secret-1", false));
+        QCOMPARE(AppSetting::getString("password"), QString());
+        QVERIFY(!AppSetting::getBool("pwd_check"));
+        QCOMPARE(AppSetting::getString("username"), QString("alice"));
+        again.reset();
+        std::unique_ptr<MainWindowController> third(openLogin(&login));
+        QVERIFY(login->usernameText->text().isEmpty());
+        QVERIFY(login->passwordText->text().isEmpty());
+        QVERIFY(!login->checkBox->isChecked());
+        MessageBox::setAnswerProvider({});
+    }
+
+    // The register link's page: an account made there can sign in.
+    void registerInTheWebViewThenSignIn() {
+        WebViewController web(QUrl(api_base::registerUrl()));
+        QCOMPARE(web.url().toString(), cloud_.baseUrl() + "/#/mobile_register");
+        QSignalSpy loaded(web.webView(), &QWebEngineView::loadFinished);
+        web.show();
+        QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 90000);
+        QVERIFY(loaded.first().first().toBool());
+        web.webView()->page()->runJavaScript("document.getElementById('r-name').value='bob';"
+                                             "document.getElementById('r-pass').value='bob-pass-1';"
+                                             "document.getElementById('r-pass2').value='bob-pass-1';"
+                                             "document.getElementById('register-form').requestSubmit();");
+        QString message;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (web.webView()->page()->runJavaScript("document.getElementById('r-msg').className",
+                                                  [&](const QVariant &v) { message = v.toString(); }),
+             message.contains("done")),
+            30000);
+
+        LoginViewController *login = nullptr;
+        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        QVERIFY(signIn(window.get(), login, "bob", "bob-pass-1", false));
+        QCOMPARE(App::userInfo().username, QString("bob"));
+    }
+
+    void homeShowsTheSyncedLibrary() {
+        LoginViewController *login = nullptr;
+        window_ = openLogin(&login);
+        home_ = signIn(window_, login, "demo", "demo123456", false);
+        QVERIFY(home_);
+        control_word *word = home_->wordControl;
+        control_word_class *classes = word->wordClassViewController;
+        control_word_list *phrases = home_->phraseList();
+        QTRY_COMPARE_WITH_TIMEOUT(classes->dataSource.size(), 3, 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(word->loadingBar->isHidden() && !word->cloudButton->isHidden(), 20000);
+        QCOMPARE(classes->dataSource[1].label, QString("售后服务"));
+        QCOMPARE(classes->_selectIndexPathAll, QList<int>{0});
+        QTRY_COMPARE_WITH_TIMEOUT(phrases->dataSource.size(), 3, 20000);
+        QCOMPARE(word->labelTextView->text(), classes->dataSource[0].label + "(3)");
+        QCOMPARE(phrases->cellAt(0)->label->text(), QString("问候"));
+        QCOMPARE(phrases->cellAt(0)->value->text(), QString("您好，很高兴为您服务！请问有什么可以帮您？"));
+
+        // Docked at the right edge, full height, 5 pixels from the edge.
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        QTRY_COMPARE_WITH_TIMEOUT(window_->geometry(), QRect(screen.width() - 305, 0, 300, screen.height()),
+                                  10000);
+        QVERIFY(home_->one);
+        QVERIFY(home_->statusBarItem);
+        QCOMPARE(home_->trayMenu(), home_->statusBarItem->contextMenu());
+
+        // The class strip is one row high over the phrase list.
+        QCOMPARE(word->splitView->sizes().first(), control_word::classStripHeight);
+
+        // Another class: its label, count and phrases, with a picture shown as [图].
+        classes->setSelectIndex(1);
+        QCOMPARE(word->labelTextView->text(), QString("售后服务(2)"));
+        QCOMPARE(phrases->dataSource.size(), 2);
+        QCOMPARE(phrases->cellAt(1)->value->text(),
+                 QString("请按下图操作：\n[图]\n如有疑问请随时联系我们。"));
+
+        // Appearing again docks again and starts nothing twice.
+        QSignalSpy started(home_, &HomeViewControllers::started);
+        window_->move(10, 10);
+        window_->hide();
+        window_->show();
+        QTRY_COMPARE_WITH_TIMEOUT(window_->geometry().x(), screen.width() - 305, 10000);
+        QCOMPARE(started.size(), 0);
+        classes->setSelectIndex(0);
+        QCOMPARE(phrases->dataSource.size(), 3);
+
+        // A cell before it gets data.
+        cell_word_list blank;
+        QCOMPARE(blank.label->text(), QString("问候语"));
+        QCOMPARE(blank.value->text(), QString("您好，在的，有什么可以帮助您的吗？"));
+        QCOMPARE(blank.sendButton->text(), QString("Send"));
+        QCOMPARE(cell_word_list::previewOf("[{\"type\":2,\"value\":\"a.png\"}]"), QString("[图]"));
+        QCOMPARE(cell_word_list::previewOf("not json"), QString());
+    }
+
+    void contextMenusFollowTheSelection() {
+        QVERIFY(home_);
+        control_word_list *phrases = home_->phraseList();
+        control_word_class *classes = home_->wordControl->wordClassViewController;
+        auto enabled = [](QList<QAction *> items) {
+            QList<bool> out;
+            for (QAction *a : items)
+                out.append(a->isEnabled());
+            return out;
+        };
+        const QList<QAction *> listItems{phrases->menu_添加短语, phrases->menu_编辑短语,
+                                         phrases->menu_向上移动, phrases->menu_向下移动,
+                                         phrases->menu_删除选中};
+        QStringList titles;
+        for (QAction *a : phrases->menu->actions())
+            titles.append(a->isSeparator() ? "-" : a->text());
+        QCOMPARE(titles, (QStringList{"添加短语", "编辑短语", "-", "向上移动", "向下移动", "-", "删除选中"}));
+
+        phrases->setSelection({});
+        QCOMPARE(enabled(listItems), (QList<bool>{true, false, false, false, false}));
+        phrases->setSelection({1});
+        QCOMPARE(enabled(listItems), (QList<bool>{true, true, true, true, true}));
+        phrases->setSelection({0, 1, 2});
+        QCOMPARE(enabled(listItems), (QList<bool>{true, false, false, false, true}));
+
+        const QList<QAction *> classItems{classes->menu_添加分类, classes->menu_编辑分类,
+                                          classes->menu_向上移动, classes->menu_向下移动,
+                                          classes->menu_删除选中};
+        QCOMPARE(enabled(classItems), (QList<bool>{true, true, true, true, true}));
+        classes->setSelection({0, 1, 2});
+        QCOMPARE(enabled(classItems), (QList<bool>{true, false, false, false, true}));
+        classes->setSelection({0});
+
+        // Right-clicking another phrase while one is selected moves the selection there...
+        phrases->setSelection({0});
+        QSignalSpy opened(phrases, &control_word_list::menuOpened);
+        QTest::mousePress(phrases->cellAt(2)->label, Qt::RightButton);
+        QCOMPARE(opened.size(), 1);
+        QCOMPARE(phrases->_selectIndexPathAll, QList<int>{2});
+        phrases->menu->close();
+        // ... while three selected stay selected.
+        phrases->setSelection({0, 1, 2});
+        QTest::mousePress(phrases->cellAt(1)->value, Qt::RightButton);
+        QCOMPARE(opened.size(), 2);
+        QCOMPARE(phrases->_selectIndexPathAll, (QList<int>{0, 1, 2}));
+        phrases->menu->close();
+        // The same rule on the class strip.
+        QTest::mousePress(classes->cellAt(2), Qt::RightButton);
+        QCOMPARE(classes->_selectIndexPathAll, QList<int>{2});
+        classes->menu->close();
+        classes->setSelectIndex(0);
+
+        // With no class shown, no phrase can be added.
+        phrases->setWordData(std::nullopt);
+        QVERIFY(!phrases->menu_添加短语->isEnabled());
+        QVERIFY(phrases->dataSource.isEmpty());
+        classes->setSelection({1});
+        classes->setSelection({0});
+        QVERIFY(phrases->menu_添加短语->isEnabled());
+        QCOMPARE(phrases->dataSource.size(), 3);
+    }
+
+    void moveAtTheEdgesChangesNothing() {
+        QVERIFY(home_);
+        control_word_list *phrases = home_->phraseList();
+        const QList<QString> before = signsOf(phrases->dataSource);
+        QCOMPARE(before.size(), 3);
+        QSignalSpy reloaded(phrases, &control_word_list::dataReloaded);
+        phrases->setSelection({0});
+        phrases->MenuActionLIST(phrases->menu_向上移动);
+        phrases->setSelection({2});
+        phrases->MenuActionLIST(phrases->menu_向下移动);
+        QTest::qWait(1500);
+        QCOMPARE(reloaded.size(), 0);
+        QCOMPARE(signsOf(phrases->dataSource), before);
+
+        // A move that can happen does, and the selection follows the phrase.
+        phrases->setSelection({2});
+        phrases->MenuActionLIST(phrases->menu_向上移动);
+        QTRY_COMPARE_WITH_TIMEOUT(signsOf(phrases->dataSource),
+                                  (QList<QString>{before[0], before[2], before[1]}), 20000);
+        QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
+        QCOMPARE(signsOf(controller_word_list::db().getAll(phrases->parSign.value(), "demo")),
+                 (QList<QString>{before[0], before[2], before[1]}));
+    }
+
+    void searchColoursAndClearingRestores() {
+        QVERIFY(home_);
+        control_word_list *phrases = home_->phraseList();
+        control_word_class *classes = home_->wordControl->wordClassViewController;
+        classes->setSelectIndex(0);
+        phrases->setSelection({1});
+        const QList<QString> shownBefore = signsOf(phrases->dataSource);
+
+        QLineEdit *field = home_->searchField();
+        field->insert("请");
+        QVERIFY(home_->searchListControl->isVisible());
+        QVERIFY(!home_->wordControl->isVisible());
+        control_search_resulr_word_list *results = home_->searchListControl;
+        // every phrase whose label or text has the keyword, over all classes
+        QCOMPARE(results->dataSource.size(), 4);
+        QCOMPARE(results->keyString.value(), QString("请"));
+
+        field->clear();
+        field->insert("发");
+        QCOMPARE(results->keyString.value(), QString("发"));
+        field->insert("票");
+        QCOMPARE(results->dataSource.size(), 1);
+        cell_word_list_2 *cell = results->cellAt(0);
+        // "开发票": the keyword ends the label, so it stays plain.
+        QCOMPARE(cell->labelTextView->text(), QString("开发票"));
+        const auto label = cell_word_list_2::labelText(results->dataSource[0], "发票");
+        QVERIFY(label.runs.isEmpty());
+        const auto value = cell_word_list_2::valueText(results->dataSource[0], "发票");
+        QCOMPARE(value.text, QString("发票将在订单完成后三个工作日内开具。"));
+        QCOMPARE(value.runs.size(), 1);
+        QCOMPARE(value.runs[0].location, 0);
+        QCOMPARE(value.runs[0].color, QColor(206, 7, 85));
+
+        field->clear();
+        field->insert("退换");
+        QCOMPARE(results->dataSource.size(), 1);
+        const auto green = cell_word_list_2::labelText(results->dataSource[0], "退换");
+        QCOMPARE(green.runs.size(), 1);
+        QCOMPARE(green.runs[0].color, QColor(87, 159, 43));
+        // the text has a line break and blanks removed in the preview
+        QVERIFY(!cell_word_list_2::valueText(results->dataSource[0], "退换").text.contains('\n'));
+
+        field->insert("不存在的词");
+        QVERIFY(results->dataSource.isEmpty());
+        QVERIFY(home_->searchListControl->isVisible());
+
+        // Clearing brings the library back as it was.
+        field->clear();
+        QVERIFY(!home_->searchListControl->isVisible());
+        QVERIFY(home_->wordControl->isVisible());
+        QCOMPARE(classes->_selectIndexPathAll, QList<int>{0});
+        QCOMPARE(signsOf(phrases->dataSource), shownBefore);
+        QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
+    }
+
+    // A double click pastes into the application last in front; the send button also presses Enter.
+    void rowsSendIntoTheTarget() {
+        QVERIFY(home_);
+        QTemporaryDir logs;
+        const QString log = logs.filePath("target.log");
+        QProcess target;
+        target.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        target.start(PASTETARGET_BINARY, {"--log", log, "--class", "ChatWindow"});
+        QVERIFY(target.waitForStarted(10000));
+        const qint32 pid = qint32(target.processId());
+        auto applicationOf = [](qint32 p) -> std::optional<RunningApplication> {
+            for (const RunningApplication &a : Win32ApiWindow::runningApplications())
+                if (a.processIdentifier == p)
+                    return a;
+            return std::nullopt;
+        };
+        auto frontPid = [] {
+            const auto front = Win32ApiWindow::getForeground();
+            return front ? front->processIdentifier : -1;
+        };
+        auto lines = [&log] {
+            QFile file(log);
+            if (!file.open(QIODevice::ReadOnly))
+                return QStringList();
+            return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(pid).has_value(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(Win32ApiWindow::setForeguangd(*applicationOf(pid)) && frontPid() == pid,
+                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
+                                     controller_service_window::nowWindowFrom()->processIdentifier == pid,
+                                 10000);
+        // The home window shows where phrases go.
+        QTRY_COMPARE_WITH_TIMEOUT(home_->IconLabelView->text(),
+                                  controller_service_window::nowWindowFrom()->localizedName, 5000);
+        QVERIFY(!home_->IconLabelView->text().isEmpty());
+
+        // Back into the home window: the target stays the chat window.
+        const qint32 own = qint32(QCoreApplication::applicationPid());
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && Win32ApiWindow::setForeguangd(*applicationOf(own)) &&
+                                     frontPid() == own,
+                                 10000);
+        control_word_list *phrases = home_->phraseList();
+        QVERIFY(phrases->dataSource.size() >= 2);
+        cell_word_list *first = phrases->cellAt(0);
+        const QString firstText = cell_word_list::previewOf(phrases->dataSource[0].jsonValue);
+        QTest::mouseClick(first->value, Qt::LeftButton);
+        QTest::mouseClick(first->value, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + firstText), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 20000);
+        QTest::qWait(300);
+        QVERIFY(!lines().join('\n').contains("enter"));
+
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && Win32ApiWindow::setForeguangd(*applicationOf(own)) &&
+                                     frontPid() == own,
+                                 10000);
+        cell_word_list *second = phrases->cellAt(1);
+        const QString secondText = cell_word_list::previewOf(phrases->dataSource[1].jsonValue);
+        QTest::mouseClick(second->sendButton, Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + secondText), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(lines().last().startsWith("enter"), 20000);
+        target.terminate();
+        target.waitForFinished(5000);
+    }
+
+    void deleteThreeSelected() {
+        QVERIFY(home_);
+        control_word_list *phrases = home_->phraseList();
+        const QString classSign = phrases->parSign.value();
+        QCOMPARE(phrases->dataSource.size(), 3);
+        phrases->setSelection({0, 1, 2});
+        phrases->MenuActionLIST(phrases->menu_删除选中);
+        QTRY_VERIFY_WITH_TIMEOUT(phrases->dataSource.isEmpty(), 20000);
+        QVERIFY(controller_word_list::db().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(home_->wordControl->labelTextView->text(),
+                 home_->wordControl->wordClassViewController->dataSource[0].label + "(0)");
+        // The service agrees: a fresh synchronisation brings back nothing for that class.
+        home_->wordControl->cloudButtonClick();
+        QTRY_VERIFY_WITH_TIMEOUT(home_->wordControl->loadingBar->isHidden(), 20000);
+        QTest::qWait(300);
+        QVERIFY(controller_word_list::db().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(controller_word_list::db().getLikeAll("退换", "demo").size(), 1);
+    }
+
+    void cleanupTestCase() {
+        delete window_;
+        window_ = nullptr;
+    }
+};
+
+int main(int argc, char **argv) {
+    if (qEnvironmentVariableIsSet("QUILLORA_TEST_GATE_CHILD"))
+        return gateChild(argc, argv);
+    TestEnv env;
+    AppDelegate::prepareProcess();
+    XvfbSession x11;
+    if (!x11.start())
+        qFatal("could not start Xvfb");
+    QApplication app(argc, argv);
+    TestApp tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_app.moc"

@@ -1,0 +1,127 @@
+// render_app OUTDIR: the sign-in window, the home window with the demo library and a search, as
+// app-signin.png, app-home.png and app-search.png, on a private X display against a private service.
+#include "app/loginviewcontroller.h"
+#include "app/mainwindowcontroller.h"
+#include "library/control_search_resulr_word_list.h"
+#include "library/control_word.h"
+#include "library/control_word_list.h"
+#include "library/homeviewcontrollers.h"
+#include "send/controller_service_window.h"
+#include "send/win32apiwindow.h"
+
+#include "cloudservice.h"
+#include "xvfbsession.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QThread>
+#include <functional>
+#include <iostream>
+
+namespace {
+
+bool waitFor(const std::function<bool()> &done, int ms) {
+    QDeadlineTimer deadline(ms);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(10);
+    }
+    return true;
+}
+
+void settle(int ms) {
+    waitFor([] { return false; }, ms);
+}
+
+bool save(QWidget *w, const QString &dir, const QString &name) {
+    const QString path = QDir(dir).filePath(name);
+    if (!w->grab().save(path)) {
+        std::cerr << "render_app: cannot write " << path.toStdString() << std::endl;
+        return false;
+    }
+    std::cout << path.toStdString() << std::endl;
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
+    QDir().mkpath(out);
+    TestEnv env;
+    XvfbSession x11;
+    if (!x11.start()) {
+        std::cerr << "render_app: no Xvfb" << std::endl;
+        return 1;
+    }
+    CloudService cloud;
+    if (!cloud.start() || cloud.run({"demo"}) != 0) {
+        std::cerr << "render_app: quillora-cloud did not start" << std::endl;
+        return 1;
+    }
+    qputenv("QUILLORA_SERVICE_URL", cloud.baseUrl().toUtf8());
+    QApplication app(argc, argv);
+
+    // A chat window to send to, so the target row shows an application.
+    QTemporaryDir logs;
+    QProcess chat;
+    chat.start(PASTETARGET_BINARY,
+               {"--log", logs.filePath("chat.log"), "--class", "chat", "--title", "客服工作台"});
+    chat.waitForStarted(10000);
+
+    MainWindowController window;
+    auto *login = new LoginViewController(&window);
+    window.setContentView(login);
+    window.resize(LoginViewController::windowSize);
+    bool ready = false;
+    QObject::connect(login, &LoginViewController::ready, [&] { ready = true; });
+    window.show();
+    if (!waitFor([&] { return ready; }, 30000)) {
+        std::cerr << "render_app: the sign-in window never became ready" << std::endl;
+        return 1;
+    }
+    login->usernameText->setText("demo");
+    login->passwordText->setText("demo123456");
+    login->checkBox->setChecked(true);
+    settle(300);
+    if (!save(&window, out, "app-signin.png"))
+        return 1;
+
+    HomeViewControllers *home = nullptr;
+    bool synced = false;
+    QObject::connect(login, &LoginViewController::signedIn, [&](HomeViewControllers *h) {
+        home = h;
+        QObject::connect(h, &HomeViewControllers::cloudStopped, [&] { synced = true; });
+    });
+    login->loginButton->click();
+    if (!waitFor([&] { return synced; }, 30000)) {
+        std::cerr << "render_app: the library never arrived" << std::endl;
+        return 1;
+    }
+    // Bring the chat window forward once so the tracker picks it, then the home window again.
+    for (const RunningApplication &a : Win32ApiWindow::runningApplications())
+        if (a.processIdentifier == qint32(chat.processId()))
+            Win32ApiWindow::setForeguangd(a);
+    waitFor([] { return controller_service_window::nowWindowFrom().has_value(); }, 5000);
+    window.activateWindow();
+    home->phraseList()->selectRow(1);
+    settle(800);
+    if (!save(&window, out, "app-home.png"))
+        return 1;
+
+    home->searchField()->setText("请");
+    settle(500);
+    if (!save(&window, out, "app-search.png"))
+        return 1;
+    chat.terminate();
+    chat.waitForFinished(3000);
+    return 0;
+}
