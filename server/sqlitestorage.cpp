@@ -435,7 +435,7 @@ StoreStatus SqliteStorage::swapClasses(std::int64_t userId, const std::string &s
 }
 
 StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
+    return changeLibrary(userId, [&](SQLite::Database &) {
         const auto parent = classId(instance_, userId, record.parentSign);
         if (!parent)
             return StoreStatus::NotFound;
@@ -456,7 +456,7 @@ StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord 
 }
 
 StoreStatus SqliteStorage::deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
+    return changeLibrary(userId, [&](SQLite::Database &) {
         Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
         for (const auto &sign : distinct(signs)) {
             del->bind(1, sign);
