@@ -4,6 +4,7 @@
 #include "app/webviewcontroller.h"
 #include "cloud/api_base.h"
 #include "cloud/appsetting.h"
+#include "cloud/controller_cloud.h"
 #include "library/cell_word_list.h"
 #include "library/cell_word_list_2.h"
 #include "library/cell_wrod_class.h"
@@ -127,6 +128,9 @@ class TestApp : public QObject {
         HomeViewControllers *home = nullptr;
         (void)QTest::qWaitFor(
             [&] { return (home = qobject_cast<HomeViewControllers *>(window->contentView())); }, 20000);
+        // One synchronisation runs at a time: let this one end before another sign-in starts its own.
+        if (home)
+            (void)QTest::qWaitFor([] { return !controller_cloud::isCloud(); }, 30000);
         return home;
     }
 
@@ -280,6 +284,25 @@ private Q_SLOTS:
             QVERIFY2(out.contains(line), qPrintable(out));
         if (status == 1)
             QVERIFY(!out.contains("ready"));
+    }
+
+    // The quick-bar entry toggles the window; reopening shows it only when none is visible.
+    void iconTogglesTheWindow() {
+        AppDelegate delegate;
+        delegate.applicationDidFinishLaunching();
+        std::unique_ptr<MainWindowController> window(delegate.window());
+        QVERIFY(qobject_cast<LoginViewController *>(window->contentView()));
+        window->activateWindow();
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActiveWindow(), 20000);
+        delegate.IconButtonClick();
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isVisible(), 10000);
+        delegate.IconButtonClick();
+        QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
+        QVERIFY(delegate.applicationShouldHandleReopen(true));
+        QVERIFY(window->isVisible());
+        window->hide();
+        QVERIFY(delegate.applicationShouldHandleReopen(false));
+        QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
     }
 
     void signInRemembersWhenAsked() {
