@@ -42,8 +42,9 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::IconButtonClick() {
+    // The quick bar presents itself above other windows without taking the focus.
     if (App::wordTouchBar)
-        QMetaObject::invokeMethod(App::wordTouchBar, "show", Qt::DirectConnection);
+        QMetaObject::invokeMethod(App::wordTouchBar, "present", Qt::DirectConnection);
     QWidget *w = window_;
     if (!w)
         return;

@@ -11,6 +11,7 @@
 #include <QProgressBar>
 #include <QSplitter>
 #include <QVBoxLayout>
+#include <malloc.h>
 
 control_word::control_word(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
@@ -101,6 +102,8 @@ void control_word::onCloudStart() {
 }
 
 void control_word::onCloudStop() {
+    // A synchronisation parses the whole library at once; give the freed reply buffers back.
+    malloc_trim(0);
     loadingBar->setRange(0, 1);
     loadingBar->hide();
     cloudButton->show();

@@ -4,6 +4,7 @@
 #include "app/webviewcontroller.h"
 #include "cloud/api_base.h"
 #include "cloud/appsetting.h"
+#include "cloud/controller_cloud.h"
 #include "library/cell_word_list.h"
 #include "library/cell_word_list_2.h"
 #include "library/cell_wrod_class.h"
@@ -33,6 +34,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
@@ -71,6 +73,16 @@ int gateChild(int argc, char **argv) {
         std::cout << "box:" << r.title.toStdString() << "|" << r.text.toStdString() << std::endl;
         return true;
     });
+    if (qEnvironmentVariableIsSet("QUILLORA_TEST_DB_CHILD")) {
+        // The home view over a database that cannot be opened: a box, then an empty library.
+        HomeViewControllers home;
+        QTimer::singleShot(1000, &app, [&home] {
+            std::cout << "classes=" << home.wordControl->wordClassViewController->dataSource.size()
+                      << std::endl;
+            QCoreApplication::exit(0);
+        });
+        return app.exec();
+    }
     UrlCatcher catcher;
     QDesktopServices::setUrlHandler("https", &catcher, "open");
     QDesktopServices::setUrlHandler("http", &catcher, "open");
@@ -127,6 +139,9 @@ class TestApp : public QObject {
         HomeViewControllers *home = nullptr;
         (void)QTest::qWaitFor(
             [&] { return (home = qobject_cast<HomeViewControllers *>(window->contentView())); }, 20000);
+        // One synchronisation runs at a time: let this one end before another sign-in starts its own.
+        if (home)
+            (void)QTest::qWaitFor([] { return !controller_cloud::isCloud(); }, 30000);
         return home;
     }
 
@@ -280,6 +295,45 @@ private Q_SLOTS:
             QVERIFY2(out.contains(line), qPrintable(out));
         if (status == 1)
             QVERIFY(!out.contains("ready"));
+    }
+
+    // The quick-bar entry toggles the window; reopening shows it only when none is visible.
+    void iconTogglesTheWindow() {
+        AppDelegate delegate;
+        delegate.applicationDidFinishLaunching();
+        std::unique_ptr<MainWindowController> window(delegate.window());
+        QVERIFY(qobject_cast<LoginViewController *>(window->contentView()));
+        window->activateWindow();
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActiveWindow(), 20000);
+        delegate.IconButtonClick();
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isVisible(), 10000);
+        delegate.IconButtonClick();
+        QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
+        QVERIFY(delegate.applicationShouldHandleReopen(true));
+        QVERIFY(window->isVisible());
+        window->hide();
+        QVERIFY(delegate.applicationShouldHandleReopen(false));
+        QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
+    }
+
+    void unreadableDatabaseIsReported() {
+        QTemporaryDir home;
+        // A folder where the database file should be: SQLite cannot open it.
+        QVERIFY(QDir().mkpath(home.filePath("appData/database/database.sqlite3")));
+        QProcess child;
+        auto env = QProcessEnvironment::systemEnvironment();
+        env.insert("QUILLORA_TEST_GATE_CHILD", "1");
+        env.insert("QUILLORA_TEST_DB_CHILD", "1");
+        env.insert("QUILLORA_HOME", home.path());
+        child.setProcessEnvironment(env);
+        child.start(QCoreApplication::applicationFilePath(), {});
+        QVERIFY(child.waitForStarted(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(child.state() == QProcess::NotRunning, 60000);
+        const QString out = QString::fromUtf8(child.readAllStandardOutput());
+        QVERIFY2(child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0, qPrintable(out));
+        QVERIFY2(out.contains("box:无法打开数据库|"), qPrintable(out));
+        QVERIFY2(out.contains(home.filePath("appData/database/database.sqlite3")), qPrintable(out));
+        QVERIFY2(out.contains("classes=0"), qPrintable(out));
     }
 
     void signInRemembersWhenAsked() {
