@@ -14,9 +14,10 @@
 AppDelegate::AppDelegate(QObject *parent) : QObject(parent) {}
 
 void AppDelegate::prepareProcess() {
-    // The windows are plain widgets. Without this the web engine sets up OpenGL at start-up, which
-    // on a machine without a GPU loads a software renderer of some 50 MB for nothing; the register
-    // and reset pages render fine in software.
+    // The windows are plain widgets. Without this OpenGL is set up at start-up (for the contexts the
+    // web view module shares), which on a machine without a GPU loads a software renderer of some
+    // 50 MB for nothing; the register and reset pages render fine in software. These settings are
+    // made here because the web engine reads them only when the module is loaded.
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION") &&
         !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
         qputenv("QT_XCB_GL_INTEGRATION", "none");

@@ -1,6 +1,6 @@
 #include "app/loginviewcontroller.h"
 
-#include "app/webviewcontroller.h"
+#include "app/webviewmodule.h"
 #include "cloud/api_base.h"
 #include "cloud/api_user.h"
 #include "cloud/appsetting.h"
@@ -222,11 +222,9 @@ void LoginViewController::loginButtonClick() {
 }
 
 void LoginViewController::openRegister() {
-    WebViewController web(QUrl(api_base::registerUrl()), window());
-    web.exec();
+    WebViewModule::open(QUrl(api_base::registerUrl()), window());
 }
 
 void LoginViewController::openReset() {
-    WebViewController web(QUrl(api_base::resetUrl()), window());
-    web.exec();
+    WebViewModule::open(QUrl(api_base::resetUrl()), window());
 }

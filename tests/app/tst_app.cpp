@@ -1,7 +1,8 @@
 #include "app/appdelegate.h"
 #include "app/loginviewcontroller.h"
 #include "app/mainwindowcontroller.h"
-#include "app/webviewcontroller.h"
+#include "app/webpageopener.h"
+#include "app/webviewmodule.h"
 #include "cloud/api_base.h"
 #include "cloud/appsetting.h"
 #include "cloud/controller_cloud.h"
@@ -34,19 +35,22 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDesktopServices>
+#include <QDialog>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPointer>
 #include <QProcess>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QSplitter>
 #include <QSystemTrayIcon>
+#include <QTemporaryDir>
 #include <QTimer>
-#include <QWebEnginePage>
-#include <QWebEngineView>
 #include <QtTest>
 #include <iostream>
 
@@ -63,6 +67,15 @@ class UrlCatcher : public QObject {
     Q_OBJECT
 public Q_SLOTS:
     void open(const QUrl &url) { std::cout << "open:" << url.toString().toStdString() << std::endl; }
+};
+
+// Records the addresses the program asked the desktop to open.
+class UrlRecorder : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public Q_SLOTS:
+    void open(const QUrl &url) { urls.append(url); }
 };
 
 // The child of the version-gate test: one sign-in window whose boxes answer themselves.
@@ -152,6 +165,7 @@ private Q_SLOTS:
         QVERIFY(cloud_.addUser("alice", "secret-1"));
         qputenv("QUILLORA_SERVICE_URL", cloud_.baseUrl().toUtf8());
         qunsetenv("QUILLORA_AUTOLOGIN");
+        qputenv("QUILLORA_WEBVIEW_MODULE", WEBVIEW_MODULE);
     }
 
     void titleBarHoldsTheWindowButtons() {
@@ -381,29 +395,120 @@ private Q_SLOTS:
         MessageBox::setAnswerProvider({});
     }
 
-    // The register link's page: an account made there can sign in.
+    // The register link's page, shown by the web view module: an account made there can sign in.
     void registerInTheWebViewThenSignIn() {
-        WebViewController web(QUrl(api_base::registerUrl()));
-        QCOMPARE(web.url().toString(), cloud_.baseUrl() + "/#/mobile_register");
-        QSignalSpy loaded(web.webView(), &QWebEngineView::loadFinished);
-        web.show();
+        QString error;
+        WebPageOpener *opener = WebViewModule::opener(&error);
+        QVERIFY2(opener, qPrintable(error));
+        QCOMPARE(api_base::registerUrl(), cloud_.baseUrl() + "/#/mobile_register");
+        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(api_base::registerUrl()), nullptr));
+        QVERIFY(web->isModal());
+        QSignalSpy loaded(web.get(), SIGNAL(loadFinished(bool)));
+        web->show();
         QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 90000);
         QVERIFY(loaded.first().first().toBool());
-        web.webView()->page()->runJavaScript("document.getElementById('r-name').value='bob';"
-                                             "document.getElementById('r-pass').value='bob-pass-1';"
-                                             "document.getElementById('r-pass2').value='bob-pass-1';"
-                                             "document.getElementById('register-form').requestSubmit();");
-        QString message;
+        opener->runJavaScript(web.get(),
+                              "document.getElementById('r-name').value='bob';"
+                              "document.getElementById('r-pass').value='bob-pass-1';"
+                              "document.getElementById('r-pass2').value='bob-pass-1';"
+                              "document.getElementById('register-form').requestSubmit();",
+                              {});
+        auto message = std::make_shared<QString>();
         QTRY_VERIFY_WITH_TIMEOUT(
-            (web.webView()->page()->runJavaScript("document.getElementById('r-msg').className",
-                                                  [&](const QVariant &v) { message = v.toString(); }),
-             message.contains("done")),
+            (opener->runJavaScript(web.get(), "document.getElementById('r-msg').className",
+                                   [message](const QVariant &v) { *message = v.toString(); }),
+             message->contains("done")),
             30000);
+        web.reset();
 
         LoginViewController *login = nullptr;
         std::unique_ptr<MainWindowController> window(openLogin(&login));
         QVERIFY(signIn(window.get(), login, "bob", "bob-pass-1", false));
         QCOMPARE(App::userInfo().username, QString("bob"));
+    }
+
+    // Each link opens its page in a modal window over the sign-in window.
+    void linksOpenTheirPageInAModalWindow() {
+        WebPageOpener *opener = WebViewModule::opener();
+        QVERIFY(opener);
+        LoginViewController *login = nullptr;
+        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        const QList<std::pair<QPushButton *, QString>> links{{login->registerLink, "/#/mobile_register"},
+                                                             {login->resetLink, "/#/mobile_reset"}};
+        for (const auto &[link, page] : links) {
+            QPointer<QDialog> shown;
+            QWidget *shownOver = nullptr;
+            bool wasModal = false;
+            auto href = std::make_shared<QString>();
+            // The link's window runs its own event loop: look at it from there, then close it.
+            QTimer poll;
+            QElapsedTimer waited;
+            waited.start();
+            connect(&poll, &QTimer::timeout, this, [&, href] {
+                if (!shown && (shown = qobject_cast<QDialog *>(QApplication::activeModalWidget()))) {
+                    shownOver = shown->parentWidget();
+                    wasModal = shown->isModal();
+                }
+                // about:blank until the page has started loading
+                const bool loading = href->startsWith("http");
+                if (shown && !loading)
+                    opener->runJavaScript(shown, "location.href",
+                                          [href](const QVariant &v) { *href = v.toString(); });
+                if ((shown && loading) || waited.elapsed() > 90000) {
+                    poll.stop();
+                    if (QWidget *modal = QApplication::activeModalWidget())
+                        modal->close();
+                }
+            });
+            poll.start(100);
+            link->click();
+            // The window is gone once closed.
+            QVERIFY(!shown);
+            QVERIFY(wasModal);
+            QCOMPARE(shownOver, window.get());
+            QCOMPARE(*href, cloud_.baseUrl() + page);
+        }
+    }
+
+    // Without the module a box gives the reason and offers the default browser instead.
+    void withoutTheModuleTheBrowserIsOffered() {
+        QTemporaryDir dir;
+        const QString missing = dir.filePath("quillora-webview.so");
+        const QString broken = dir.filePath("broken.so");
+        QFile file(broken);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("not a module");
+        file.close();
+        UrlRecorder browser;
+        QDesktopServices::setUrlHandler("http", &browser, "open");
+        QList<MessageBox::Request> boxes;
+        bool answer = false;
+        MessageBox::setAnswerProvider([&](const MessageBox::Request &r) {
+            boxes.append(r);
+            return answer;
+        });
+        const QUrl page(api_base::resetUrl());
+        for (const QString &module : {missing, broken}) {
+            qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
+            QString error;
+            QVERIFY(!WebViewModule::opener(&error));
+            QVERIFY2(error.contains(module), qPrintable(error));
+            for (bool yes : {false, true}) {
+                boxes.clear();
+                browser.urls.clear();
+                answer = yes;
+                WebViewModule::open(page, nullptr);
+                QCOMPARE(boxes.size(), 1);
+                QVERIFY(boxes[0].twoButtons);
+                QVERIFY(boxes[0].text.contains(error));
+                QVERIFY(boxes[0].text.contains(page.toString()));
+                QCOMPARE(browser.urls, yes ? QList<QUrl>{page} : QList<QUrl>{});
+            }
+        }
+        MessageBox::setAnswerProvider({});
+        QDesktopServices::unsetUrlHandler("http");
+        qputenv("QUILLORA_WEBVIEW_MODULE", WEBVIEW_MODULE);
+        QVERIFY(WebViewModule::opener());
     }
 
     void homeShowsTheSyncedLibrary() {

@@ -1,4 +1,4 @@
-#include "app/webviewcontroller.h"
+#include "app/webview/webviewcontroller.h"
 
 #include <QVBoxLayout>
 #include <QWebEngineView>
@@ -15,5 +15,6 @@ WebViewController::WebViewController(const QUrl &url, QWidget *parent) : QDialog
         if (!title.isEmpty())
             setWindowTitle(title);
     });
+    connect(webView_, &QWebEngineView::loadFinished, this, &WebViewController::loadFinished);
     webView_->load(url);
 }

@@ -14,6 +14,9 @@ public:
     QWebEngineView *webView() const { return webView_; }
     QUrl url() const { return url_; }
 
+Q_SIGNALS:
+    void loadFinished(bool ok);
+
 private:
     QWebEngineView *webView_ = nullptr;
     QUrl url_;

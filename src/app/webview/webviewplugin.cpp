@@ -1,0 +1,24 @@
+#include "app/webview/webviewplugin.h"
+
+#include "app/webview/webviewcontroller.h"
+
+#include <QWebEnginePage>
+#include <QWebEngineView>
+
+QDialog *WebViewPlugin::createWindow(const QUrl &url, QWidget *parent) {
+    return new WebViewController(url, parent);
+}
+
+void WebViewPlugin::runJavaScript(QDialog *window, const QString &script,
+                                  const std::function<void(const QVariant &)> &done) {
+    auto *web = qobject_cast<WebViewController *>(window);
+    if (!web) {
+        if (done)
+            done(QVariant());
+        return;
+    }
+    web->webView()->page()->runJavaScript(script, [done](const QVariant &v) {
+        if (done)
+            done(v);
+    });
+}

@@ -1,0 +1,55 @@
+#include "app/webviewmodule.h"
+
+#include "app/webpageopener.h"
+#include "ui/messagebox.h"
+
+#include <QCoreApplication>
+#include <QDesktopServices>
+#include <QDialog>
+#include <QDir>
+#include <QFileInfo>
+#include <QPluginLoader>
+#include <iostream>
+#include <memory>
+
+QString WebViewModule::fileName() {
+    const QString path = qEnvironmentVariable("QUILLORA_WEBVIEW_MODULE");
+    if (!path.isEmpty())
+        return QFileInfo(path).absoluteFilePath();
+    return QDir(QCoreApplication::applicationDirPath()).filePath("quillora-webview.so");
+}
+
+WebPageOpener *WebViewModule::opener(QString *error) {
+    const QString file = fileName();
+    // The loader stays alive: unloading the web engine while the process runs is not safe.
+    static QPluginLoader *loader = nullptr;
+    if (!loader || loader->fileName() != file) {
+        if (!QFileInfo::exists(file)) {
+            if (error)
+                *error = QCoreApplication::translate("WebViewModule", "%1 does not exist").arg(file);
+            return nullptr;
+        }
+        loader = new QPluginLoader(file, qApp);
+    }
+    QObject *root = loader->instance();
+    auto *result = qobject_cast<WebPageOpener *>(root);
+    if (!result && error)
+        *error = root
+                     ? QCoreApplication::translate("WebViewModule", "%1 is not the web view module").arg(file)
+                     : loader->errorString();
+    return result;
+}
+
+void WebViewModule::open(const QUrl &url, QWidget *parent) {
+    QString error;
+    if (WebPageOpener *o = opener(&error)) {
+        std::unique_ptr<QDialog> window(o->createWindow(url, parent));
+        window->exec();
+        return;
+    }
+    std::cout << "web view module not loaded: " << error.toStdString() << std::endl;
+    const QString text =
+        QString::fromUtf8("无法打开网页窗口：%1\n\n是否在默认浏览器中打开 %2？").arg(error, url.toString());
+    if (MessageBox::showIsOk(QString::fromUtf8("网页窗口不可用"), text))
+        QDesktopServices::openUrl(url);
+}
