@@ -39,6 +39,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPointer>
@@ -468,6 +469,18 @@ private Q_SLOTS:
             QCOMPARE(shownOver, window.get());
             QCOMPARE(*href, cloud_.baseUrl() + page);
         }
+    }
+
+    // The application looks for the module next to itself; the build puts it there.
+    void theModuleLiesNextToTheApplication() {
+        const QString module = QFileInfo(QUILLORA_APP).absoluteDir().filePath("quillora-webview.so");
+        QCOMPARE(QFileInfo(module).canonicalFilePath(), QFileInfo(WEBVIEW_MODULE).canonicalFilePath());
+        qunsetenv("QUILLORA_WEBVIEW_MODULE");
+        QCOMPARE(WebViewModule::fileName(), QCoreApplication::applicationDirPath() + "/quillora-webview.so");
+        qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
+        QString error;
+        QVERIFY2(WebViewModule::opener(&error), qPrintable(error));
+        qputenv("QUILLORA_WEBVIEW_MODULE", WEBVIEW_MODULE);
     }
 
     // Without the module a box gives the reason and offers the default browser instead.
