@@ -146,6 +146,21 @@ std::string contentProblem(const std::optional<std::string> &jsonValue, ContentR
     return {};
 }
 
+// Empty when label and content are acceptable; the record then holds them and the derived columns.
+std::string phraseProblem(const std::optional<std::string> &label,
+                          const std::optional<std::string> &jsonValue, PhraseRecord &record) {
+    if (auto problem = labelProblem(label); !problem.empty())
+        return problem;
+    ContentRules::Derived derived;
+    if (auto problem = contentProblem(jsonValue, derived); !problem.empty())
+        return problem;
+    record.label = *label;
+    record.jsonValue = *jsonValue;
+    record.texts = std::move(derived.texts);
+    record.images = std::move(derived.images);
+    return {};
+}
+
 Json statusReply(StoreStatus status, const char *notFound) {
     switch (status) {
     case StoreStatus::Ok:
@@ -530,19 +545,11 @@ Json ApiServer::createPhrase(const Form &form, const UserRecord &user) {
     const auto position = integer(param(form, "position").value_or(""));
     if (!parent || !position)
         return refused(msg::badParameter);
-    if (auto problem = labelProblem(label); !problem.empty())
-        return refused(problem);
-    ContentRules::Derived derived;
-    const auto jsonValue = param(form, "jsonValue");
-    if (auto problem = contentProblem(jsonValue, derived); !problem.empty())
-        return refused(problem);
     PhraseRecord record;
+    if (auto problem = phraseProblem(label, param(form, "jsonValue"), record); !problem.empty())
+        return refused(problem);
     record.parentSign = *parent;
     record.sign = Secrets::randomHex128();
-    record.label = *label;
-    record.jsonValue = *jsonValue;
-    record.texts = std::move(derived.texts);
-    record.images = std::move(derived.images);
     record.position = *position;
     const auto status = storage_.createPhrase(user.id, record);
     if (status != StoreStatus::Ok)
@@ -558,19 +565,11 @@ Json ApiServer::updatePhrase(const Form &form, const UserRecord &user) {
     const auto label = param(form, "newLabel");
     if (!sign || !parent)
         return refused(msg::badParameter);
-    if (auto problem = labelProblem(label); !problem.empty())
-        return refused(problem);
-    ContentRules::Derived derived;
-    const auto jsonValue = param(form, "newJsonValue");
-    if (auto problem = contentProblem(jsonValue, derived); !problem.empty())
-        return refused(problem);
     PhraseRecord record;
+    if (auto problem = phraseProblem(label, param(form, "newJsonValue"), record); !problem.empty())
+        return refused(problem);
     record.parentSign = *parent;
     record.sign = *sign;
-    record.label = *label;
-    record.jsonValue = *jsonValue;
-    record.texts = std::move(derived.texts);
-    record.images = std::move(derived.images);
     // Not found means either the phrase or its new class; say which.
     const auto status = storage_.updatePhrase(user.id, record);
     if (status == StoreStatus::NotFound) {

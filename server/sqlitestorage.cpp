@@ -336,96 +336,97 @@ std::vector<PhraseRecord> SqliteStorage::phrases(std::int64_t userId) {
     return out;
 }
 
-StoreStatus SqliteStorage::createClass(std::int64_t userId, const std::string &sign, const std::string &label,
-                                       std::int64_t position) {
+StoreStatus SqliteStorage::changeLibrary(std::int64_t userId,
+                                         const std::function<StoreStatus(SQLite::Database &)> &change) {
     std::lock_guard lock(writeMutex_);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    SQLite::Statement ins(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
-    ins.bind(1, userId);
-    ins.bind(2, sign);
-    ins.bind(3, label);
-    ins.bind(4, position);
-    ins.exec();
+    const StoreStatus status = change(d);
+    if (status != StoreStatus::Ok)
+        return status;
     bumpVersion(instance_, userId);
     t.commit();
     return StoreStatus::Ok;
 }
 
+StoreStatus SqliteStorage::createClass(std::int64_t userId, const std::string &sign, const std::string &label,
+                                       std::int64_t position) {
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        SQLite::Statement ins(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
+        ins.bind(1, userId);
+        ins.bind(2, sign);
+        ins.bind(3, label);
+        ins.bind(4, position);
+        ins.exec();
+        return StoreStatus::Ok;
+    });
+}
+
 StoreStatus SqliteStorage::deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) {
-    std::lock_guard lock(writeMutex_);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const auto unique = distinct(signs);
-    std::vector<std::int64_t> ids;
-    for (const auto &sign : unique) {
-        const auto id = classId(instance_, userId, sign);
-        if (!id)
-            return StoreStatus::NotFound;
-        ids.push_back(*id);
-    }
-    SQLite::Statement count(d, "SELECT COUNT(*) FROM word_class WHERE user_id = ?");
-    count.bind(1, userId);
-    count.executeStep();
-    if (count.getColumn(0).getInt64() <= std::int64_t(ids.size()))
-        return StoreStatus::LastClass;
-    count.reset();
-    SQLite::Statement del(d, "DELETE FROM word_class WHERE id = ?");
-    for (const auto id : ids) {
-        del.bind(1, id);
-        del.exec();
-        del.reset();
-    }
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        const auto unique = distinct(signs);
+        std::vector<std::int64_t> ids;
+        for (const auto &sign : unique) {
+            const auto id = classId(instance_, userId, sign);
+            if (!id)
+                return StoreStatus::NotFound;
+            ids.push_back(*id);
+        }
+        SQLite::Statement count(d, "SELECT COUNT(*) FROM word_class WHERE user_id = ?");
+        count.bind(1, userId);
+        count.executeStep();
+        if (count.getColumn(0).getInt64() <= std::int64_t(ids.size()))
+            return StoreStatus::LastClass;
+        count.reset();
+        SQLite::Statement del(d, "DELETE FROM word_class WHERE id = ?");
+        for (const auto id : ids) {
+            del.bind(1, id);
+            del.exec();
+            del.reset();
+        }
+        return StoreStatus::Ok;
+    });
 }
 
 StoreStatus SqliteStorage::setClassLabel(std::int64_t userId, const std::string &sign,
                                          const std::string &label) {
-    std::lock_guard lock(writeMutex_);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    SQLite::Statement up(d, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
-    up.bind(1, label);
-    up.bind(2, sign);
-    up.bind(3, userId);
-    if (up.exec() != 1)
-        return StoreStatus::NotFound;
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        SQLite::Statement up(d, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
+        up.bind(1, label);
+        up.bind(2, sign);
+        up.bind(3, userId);
+        if (up.exec() != 1)
+            return StoreStatus::NotFound;
+        return StoreStatus::Ok;
+    });
 }
 
 StoreStatus SqliteStorage::swapRows(const char *table, std::int64_t userId, const std::string &sign1,
                                     const std::string &sign2) {
-    std::lock_guard lock(writeMutex_);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const std::string select =
-        std::string("SELECT position FROM ") + table + " WHERE sign = ? AND user_id = ?";
-    std::int64_t positions[2];
-    const std::string *signs[2] = {&sign1, &sign2};
-    for (int i = 0; i < 2; ++i) {
-        SQLite::Statement q(d, select);
-        q.bind(1, *signs[i]);
-        q.bind(2, userId);
-        if (!q.executeStep())
-            return StoreStatus::NotFound;
-        positions[i] = q.getColumn(0).getInt64();
-    }
-    SQLite::Statement up(d,
-                         std::string("UPDATE ") + table + " SET position = ? WHERE sign = ? AND user_id = ?");
-    for (int i = 0; i < 2; ++i) {
-        up.bind(1, positions[1 - i]);
-        up.bind(2, *signs[i]);
-        up.bind(3, userId);
-        up.exec();
-        up.reset();
-    }
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        const std::string select =
+            std::string("SELECT position FROM ") + table + " WHERE sign = ? AND user_id = ?";
+        std::int64_t positions[2];
+        const std::string *signs[2] = {&sign1, &sign2};
+        for (int i = 0; i < 2; ++i) {
+            SQLite::Statement q(d, select);
+            q.bind(1, *signs[i]);
+            q.bind(2, userId);
+            if (!q.executeStep())
+                return StoreStatus::NotFound;
+            positions[i] = q.getColumn(0).getInt64();
+        }
+        SQLite::Statement up(d, std::string("UPDATE ") + table +
+                                    " SET position = ? WHERE sign = ? AND user_id = ?");
+        for (int i = 0; i < 2; ++i) {
+            up.bind(1, positions[1 - i]);
+            up.bind(2, *signs[i]);
+            up.bind(3, userId);
+            up.exec();
+            up.reset();
+        }
+        return StoreStatus::Ok;
+    });
 }
 
 StoreStatus SqliteStorage::swapClasses(std::int64_t userId, const std::string &sign1,
@@ -434,68 +435,59 @@ StoreStatus SqliteStorage::swapClasses(std::int64_t userId, const std::string &s
 }
 
 StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
-    std::lock_guard lock(writeMutex_);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const auto parent = classId(instance_, userId, record.parentSign);
-    if (!parent)
-        return StoreStatus::NotFound;
-    Prepared ins(instance_,
-                 "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
-                 "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
-    ins->bind(1, userId);
-    ins->bind(2, *parent);
-    ins->bind(3, record.sign);
-    ins->bind(4, record.label);
-    ins->bind(5, record.jsonValue);
-    ins->bind(6, record.texts);
-    ins->bind(7, record.images);
-    ins->bind(8, record.position);
-    ins->exec();
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+    return changeLibrary(userId, [&](SQLite::Database &) {
+        const auto parent = classId(instance_, userId, record.parentSign);
+        if (!parent)
+            return StoreStatus::NotFound;
+        Prepared ins(instance_,
+                     "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
+                     "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+        ins->bind(1, userId);
+        ins->bind(2, *parent);
+        ins->bind(3, record.sign);
+        ins->bind(4, record.label);
+        ins->bind(5, record.jsonValue);
+        ins->bind(6, record.texts);
+        ins->bind(7, record.images);
+        ins->bind(8, record.position);
+        ins->exec();
+        return StoreStatus::Ok;
+    });
 }
 
 StoreStatus SqliteStorage::deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) {
-    std::lock_guard lock(writeMutex_);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
-    for (const auto &sign : distinct(signs)) {
-        del->bind(1, sign);
-        del->bind(2, userId);
-        if (del->exec() != 1)
-            return StoreStatus::NotFound; // rolled back with the transaction
-        del->reset();
-    }
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+    return changeLibrary(userId, [&](SQLite::Database &) {
+        Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
+        for (const auto &sign : distinct(signs)) {
+            del->bind(1, sign);
+            del->bind(2, userId);
+            if (del->exec() != 1)
+                return StoreStatus::NotFound; // rolled back with the transaction
+            del->reset();
+        }
+        return StoreStatus::Ok;
+    });
 }
 
 StoreStatus SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
-    std::lock_guard lock(writeMutex_);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const auto parent = classId(instance_, userId, record.parentSign);
-    if (!parent)
-        return StoreStatus::NotFound;
-    SQLite::Statement up(
-        d, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, images = ? "
-           "WHERE sign = ? AND user_id = ?");
-    up.bind(1, *parent);
-    up.bind(2, record.label);
-    up.bind(3, record.jsonValue);
-    up.bind(4, record.texts);
-    up.bind(5, record.images);
-    up.bind(6, record.sign);
-    up.bind(7, userId);
-    if (up.exec() != 1)
-        return StoreStatus::NotFound;
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        const auto parent = classId(instance_, userId, record.parentSign);
+        if (!parent)
+            return StoreStatus::NotFound;
+        SQLite::Statement up(
+            d, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, images = ? "
+               "WHERE sign = ? AND user_id = ?");
+        up.bind(1, *parent);
+        up.bind(2, record.label);
+        up.bind(3, record.jsonValue);
+        up.bind(4, record.texts);
+        up.bind(5, record.images);
+        up.bind(6, record.sign);
+        up.bind(7, userId);
+        if (up.exec() != 1)
+            return StoreStatus::NotFound;
+        return StoreStatus::Ok;
+    });
 }
 
 StoreStatus SqliteStorage::swapPhrases(std::int64_t userId, const std::string &sign1,

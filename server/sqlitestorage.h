@@ -4,6 +4,7 @@
 #include "storage.h"
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -62,6 +63,10 @@ private:
     SQLite::Database &db();
     std::unique_ptr<SQLite::Database> open() const;
     void migrate();
+    // Runs change under the write lock in one transaction; the library version moves only when it
+    // succeeds, and anything else rolls the change back.
+    StoreStatus changeLibrary(std::int64_t userId,
+                              const std::function<StoreStatus(SQLite::Database &)> &change);
     StoreStatus swapRows(const char *table, std::int64_t userId, const std::string &sign1,
                          const std::string &sign2);
 

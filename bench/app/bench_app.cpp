@@ -23,14 +23,20 @@
 
 namespace {
 
-long residentKb() {
+long statusKb(const QByteArray &key) {
     QFile status("/proc/self/status");
     if (!status.open(QIODevice::ReadOnly))
         return -1;
     for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').first().toLong();
+        if (line.startsWith(key + ':'))
+            return line.mid(key.size() + 1).trimmed().split(' ').first().toLong();
     return -1;
+}
+
+long residentKb() {
+    std::cerr << "(anonymous " << statusKb("RssAnon") / 1024 << " MiB, mapped files "
+              << statusKb("RssFile") / 1024 << " MiB)" << std::endl;
+    return statusKb("VmRSS");
 }
 
 // Child: the sign-in window; "ready" once the gate has enabled the button. With QUILLORA_AUTOLOGIN
@@ -83,7 +89,7 @@ ChildResult runChild(const QStringList &extraEnv) {
     for (const QString &kv : extraEnv)
         env.insert(kv.section('=', 0, 0), kv.section('=', 1));
     p.setProcessEnvironment(env);
-    p.setProcessChannelMode(QProcess::SeparateChannels);
+    p.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     ChildResult r;
     QElapsedTimer clock;
     clock.start();

@@ -34,8 +34,12 @@ void api_base::endProgram(const QString &message) {
 }
 
 void api_base::getVersionCheck(std::function<void(const std::optional<QJsonValue> &)> resulrHandler) {
-    mHttp::postJsonRe(appendUrl(QStringLiteral("/api/util/osx/getVersionForm")),
-                      {{QStringLiteral("version"), QString::number(App::version)}},
+    postVersion(QStringLiteral("/api/util/osx/getVersionForm"), std::move(resulrHandler));
+}
+
+void api_base::postVersion(const QString &path,
+                           std::function<void(const std::optional<QJsonValue> &)> resulrHandler) {
+    mHttp::postJsonRe(appendUrl(path), {{QStringLiteral("version"), QString::number(App::version)}},
                       [resulrHandler = std::move(resulrHandler)](const mHttpJsonResult &r) {
                           if (r.isSuccess())
                               resulrHandler(r.json());

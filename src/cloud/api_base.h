@@ -22,6 +22,9 @@ public:
 
     // The whole reply, or nothing when the transport failed.
     static void getVersionCheck(std::function<void(const std::optional<QJsonValue> &)> resulrHandler);
+    // Posts the client version to path; the whole reply, or nothing when the transport failed.
+    static void postVersion(const QString &path,
+                            std::function<void(const std::optional<QJsonValue> &)> resulrHandler);
     // A tourist account is reported twice, true then false; anything else once, false.
     static void getISTourist(std::function<void(bool)> resulrHandler);
 };

@@ -53,12 +53,5 @@ void api_user::getUserInfo(ApiResultBaseHandler resulrHandler) {
 }
 
 void api_user::SyncCheck(std::function<void(const std::optional<QJsonValue> &)> resulrHandler) {
-    mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/api/user/SyncCheckOSX")),
-                      {{QStringLiteral("version"), QString::number(App::version)}},
-                      [resulrHandler = std::move(resulrHandler)](const mHttpJsonResult &r) {
-                          if (r.isSuccess())
-                              resulrHandler(r.json());
-                          else
-                              resulrHandler(std::nullopt);
-                      });
+    api_base::postVersion(QStringLiteral("/api/user/SyncCheckOSX"), std::move(resulrHandler));
 }

@@ -5,7 +5,9 @@
 #include "cloud/apiresultwordclasgetall.h"
 #include "cloud/mhttpjsonresult.h"
 
+#include <QMap>
 #include <QString>
+#include <optional>
 
 // The class endpoints of the service; dbname names the user's library there.
 class api_word_class {
@@ -26,4 +28,11 @@ public:
     // Shared by both endpoint groups: "state" 1 is ok, else the reply's "msg"; transport text as it is.
     static ApiResultBase toResultBase(const mHttpJsonResult &r);
     static apiResultCreate toResultCreate(const mHttpJsonResult &r);
+    // The failure text of a reply (transport text, or "msg" when "state" is not 1); nothing when ok.
+    static std::optional<QString> replyError(const mHttpJsonResult &r);
+    // Posts pars to the service path and hands the reply on through toResultBase / toResultCreate.
+    static void postForBase(const QString &path, const QMap<QString, QString> &pars,
+                            ApiResultBaseHandler resultHandler);
+    static void postForCreate(const QString &path, const QMap<QString, QString> &pars,
+                              apiResultCreateHandler resultHandler);
 };

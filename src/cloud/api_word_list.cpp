@@ -12,74 +12,61 @@
 void api_word_list::create(const QString &parentSign, const QString &label, const QString &jsonValue,
                            const QString &position, const QString &dbname,
                            apiResultCreateHandler resultHandler) {
-    mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/api/word/list/create")),
-                      {{QStringLiteral("parentSign"), parentSign},
-                       {QStringLiteral("label"), label},
-                       {QStringLiteral("jsonValue"), jsonValue},
-                       {QStringLiteral("position"), position},
-                       {QStringLiteral("dbname"), dbname}},
-                      [resultHandler = std::move(resultHandler)](const mHttpJsonResult &r) {
-                          resultHandler(api_word_class::toResultCreate(r));
-                      });
+    api_word_class::postForCreate(QStringLiteral("/api/word/list/create"),
+                                  {{QStringLiteral("parentSign"), parentSign},
+                                   {QStringLiteral("label"), label},
+                                   {QStringLiteral("jsonValue"), jsonValue},
+                                   {QStringLiteral("position"), position},
+                                   {QStringLiteral("dbname"), dbname}},
+                                  std::move(resultHandler));
 }
 
 void api_word_list::delete_(const QString &sign, const QString &dbname, ApiResultBaseHandler resultHandler) {
-    mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/api/word/list/del")),
-                      {{QStringLiteral("sign"), sign}, {QStringLiteral("dbname"), dbname}},
-                      [resultHandler = std::move(resultHandler)](const mHttpJsonResult &r) {
-                          resultHandler(api_word_class::toResultBase(r));
-                      });
+    api_word_class::postForBase(QStringLiteral("/api/word/list/del"),
+                                {{QStringLiteral("sign"), sign}, {QStringLiteral("dbname"), dbname}},
+                                std::move(resultHandler));
 }
 
 void api_word_list::upDate(const QString &newParentSign, const QString &sign, const QString &newLabel,
                            const QString &newJsonValue, const QString &dbname,
                            ApiResultBaseHandler resultHandler) {
-    mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/api/word/list/upValue")),
-                      {{QStringLiteral("sign"), sign},
-                       {QStringLiteral("newParentSign"), newParentSign},
-                       {QStringLiteral("newLabel"), newLabel},
-                       {QStringLiteral("newJsonValue"), newJsonValue},
-                       {QStringLiteral("dbname"), dbname}},
-                      [resultHandler = std::move(resultHandler)](const mHttpJsonResult &r) {
-                          resultHandler(api_word_class::toResultBase(r));
-                      });
+    api_word_class::postForBase(QStringLiteral("/api/word/list/upValue"),
+                                {{QStringLiteral("sign"), sign},
+                                 {QStringLiteral("newParentSign"), newParentSign},
+                                 {QStringLiteral("newLabel"), newLabel},
+                                 {QStringLiteral("newJsonValue"), newJsonValue},
+                                 {QStringLiteral("dbname"), dbname}},
+                                std::move(resultHandler));
 }
 
 void api_word_list::swapPostion(const QString &sign1, const QString &sign2, const QString &dbname,
                                 ApiResultBaseHandler resultHandler) {
     // The service's phrase path carries the same misspelling as the operation.
-    mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/api/word/list/swapPostion")),
-                      {{QStringLiteral("sign1"), sign1},
-                       {QStringLiteral("sign2"), sign2},
-                       {QStringLiteral("dbname"), dbname}},
-                      [resultHandler = std::move(resultHandler)](const mHttpJsonResult &r) {
-                          resultHandler(api_word_class::toResultBase(r));
-                      });
+    api_word_class::postForBase(QStringLiteral("/api/word/list/swapPostion"),
+                                {{QStringLiteral("sign1"), sign1},
+                                 {QStringLiteral("sign2"), sign2},
+                                 {QStringLiteral("dbname"), dbname}},
+                                std::move(resultHandler));
 }
 
 void api_word_list::getAll(const QString &dbname, apiResultWordListGetAllHandler resultHandler) {
-    mHttp::postJsonRe(
-        api_base::appendUrl(QStringLiteral("/api/word/list/getAll")), {{QStringLiteral("dbname"), dbname}},
-        [resultHandler = std::move(resultHandler)](const mHttpJsonResult &r) {
-            if (!r.isSuccess()) {
-                resultHandler(apiResultWordListGetAll::onError(r.text()));
-                return;
-            }
-            const QJsonValue &json = r.json();
-            if (json[QLatin1String("state")].toInt() != 1) {
-                resultHandler(apiResultWordListGetAll::onError(json[QLatin1String("msg")].toString()));
-                return;
-            }
-            const QJsonArray items = json[QLatin1String("data")].toArray();
-            if (items.isEmpty())
-                api_base::endProgram(
-                    QStringLiteral("致命错误: 服务返回的词条列表为空 (/api/word/list/getAll), 程序退出"));
-            QList<DataWordList> data;
-            data.reserve(items.size());
-            for (const QJsonValue &item : items)
-                data.append(DataWordList::fromJson(item.toObject()));
-            resultHandler(apiResultWordListGetAll::onSuccess(std::move(data)));
-        });
+    mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/api/word/list/getAll")),
+                      {{QStringLiteral("dbname"), dbname}},
+                      [resultHandler = std::move(resultHandler)](const mHttpJsonResult &r) {
+                          if (const std::optional<QString> error = api_word_class::replyError(r)) {
+                              resultHandler(apiResultWordListGetAll::onError(*error));
+                              return;
+                          }
+                          const QJsonArray items = r.json()[QLatin1String("data")].toArray();
+                          if (items.isEmpty())
+                              api_base::endProgram(QStringLiteral(
+                                  "致命错误: 服务返回的词条列表为空 (/api/word/list/getAll), 程序退出"));
+                          QList<DataWordList> data;
+                          data.reserve(items.size());
+                          for (const QJsonValue &item : items)
+                              data.append(DataWordList::fromJson(item.toObject()));
+                          resultHandler(apiResultWordListGetAll::onSuccess(std::move(data)));
+                      });
 }
 
 void api_word_list::getAll1(const QString &dbname, apiResultWordListGetAllHandler resultHandler) {

@@ -8,6 +8,7 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/apiresulrdowimage.h
   ${CMAKE_CURRENT_LIST_DIR}/apiresultbase.h
   ${CMAKE_CURRENT_LIST_DIR}/apiresultcreate.h
+  ${CMAKE_CURRENT_LIST_DIR}/apiresultlist.h
   ${CMAKE_CURRENT_LIST_DIR}/apiresultwordclasgetall.h
   ${CMAKE_CURRENT_LIST_DIR}/apiresultwordlistgetall.h
   ${CMAKE_CURRENT_LIST_DIR}/appsetting.cpp ${CMAKE_CURRENT_LIST_DIR}/appsetting.h

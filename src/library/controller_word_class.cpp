@@ -1,7 +1,7 @@
 #include "library/controller_word_class.h"
 
 #include "cloud/api_word_class.h"
-#include "model/contentformat.h"
+#include "library/controller_rows.h"
 
 #include <iostream>
 
@@ -43,12 +43,7 @@ void controller_word_class::swapPostion(const QString &sign1, const QString &sig
             std::cout << r.msg().toStdString() << std::endl;
             return;
         }
-        const std::optional<DataWordClass> a = db().getData(sign1);
-        const std::optional<DataWordClass> b = db().getData(sign2);
-        if (a && b) {
-            db().setPosition(sign1, b->position);
-            db().setPosition(sign2, a->position);
-        }
+        controller_rows::swapPositions(db(), sign1, sign2);
         setDataChange();
     });
 }
@@ -57,12 +52,7 @@ void controller_word_class::delete_(const QString &signOrAll, const QString &use
     api_word_class::delete_(signOrAll, username, [signOrAll](const ApiResultBase &r) {
         if (!r.isOk())
             return;
-        if (signOrAll.contains(QLatin1Char('|'))) {
-            for (const QString &sign : split(signOrAll, QStringLiteral("|")))
-                db().delete_(sign);
-        } else {
-            db().delete_(signOrAll);
-        }
+        controller_rows::deleteSigns(db(), signOrAll);
         setDataChange();
     });
 }

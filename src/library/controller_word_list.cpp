@@ -1,7 +1,7 @@
 #include "library/controller_word_list.h"
 
 #include "cloud/api_word_list.h"
-#include "model/contentformat.h"
+#include "library/controller_rows.h"
 
 db_word_list &controller_word_list::db() {
     static db_word_list shared;
@@ -45,12 +45,7 @@ void controller_word_list::swapPostion(const QString &sign1, const QString &sign
     api_word_list::swapPostion(sign1, sign2, username, [sign1, sign2](const ApiResultBase &r) {
         if (!r.isOk())
             return;
-        const std::optional<DataWordList> a = db().getData(sign1);
-        const std::optional<DataWordList> b = db().getData(sign2);
-        if (a && b) {
-            db().setPosition(sign1, b->position);
-            db().setPosition(sign2, a->position);
-        }
+        controller_rows::swapPositions(db(), sign1, sign2);
         setDataChange();
     });
 }
@@ -59,12 +54,7 @@ void controller_word_list::delete_(const QString &signOrAll, const QString &user
     api_word_list::delete_(signOrAll, username, [signOrAll](const ApiResultBase &r) {
         if (!r.isOk())
             return;
-        if (signOrAll.contains(QLatin1Char('|'))) {
-            for (const QString &sign : split(signOrAll, QStringLiteral("|")))
-                db().delete_(sign);
-        } else {
-            db().delete_(signOrAll);
-        }
+        controller_rows::deleteSigns(db(), signOrAll);
         setDataChange();
     });
 }

@@ -4,6 +4,7 @@
 #include "store/localpath.h"
 
 #include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Transaction.h>
 #include <iostream>
 
 std::optional<SQLite::Database> db_base::dbConnection;
@@ -117,6 +118,83 @@ int db_base::changes(const char *sql, const std::function<void(SQLite::Statement
         std::cout << "执行失败：" << e.what() << std::endl;
         return 0;
     }
+}
+
+bool db_base::changesLogged(const char *what, const char *sql,
+                            const std::function<void(SQLite::Statement &)> &bind) {
+    const int n = changes(sql, bind);
+    std::cout << what << " 影响 " << n << " 行" << std::endl;
+    return n > 0;
+}
+
+bool db_base::insertOne(const char *sql, const QString &sign,
+                        const std::function<void(SQLite::Statement &)> &bind) {
+    SQLite::Database *db = connection();
+    if (!db) {
+        std::cout << "插入失败" << std::endl;
+        return false;
+    }
+    try {
+        SQLite::Statement insert(*db, sql);
+        bind(insert);
+        insert.exec();
+        std::cout << "插入成功：" << db->getLastInsertRowid() << " sign = " << sign.toStdString()
+                  << std::endl;
+        return true;
+    } catch (const std::exception &e) {
+        std::cout << "插入失败：" << e.what() << std::endl;
+        return false;
+    }
+}
+
+bool db_base::replaceAllOf(const char *table, const QString &username, const char *insertSql,
+                           int usernameIndex, qsizetype count,
+                           const std::function<void(SQLite::Statement &, qsizetype)> &bindRow) {
+    SQLite::Database *db = connection();
+    if (!db) {
+        std::cout << "插入失败" << std::endl;
+        return false;
+    }
+    try {
+        SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement remove(*db, std::string("DELETE FROM ") + table + " WHERE username = (?)");
+        bindText(remove, 1, username);
+        remove.exec();
+        SQLite::Statement insert(*db, insertSql);
+        bindText(insert, usernameIndex, username);
+        for (qsizetype i = 0; i < count; ++i) {
+            bindRow(insert, i);
+            insert.exec();
+            insert.reset();
+        }
+        transaction.commit();
+        std::cout << "批量写入 " << table << " 成功：" << count << " 行 username = " << username.toStdString()
+                  << std::endl;
+        return true;
+    } catch (const std::exception &e) {
+        std::cout << "批量写入 " << table << " 失败：" << e.what() << std::endl;
+        return false;
+    }
+}
+
+qint64 db_base::nextPosition(const char *sql, const QString &key) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return 0;
+    try {
+        SQLite::Statement max(*db, sql);
+        bindText(max, 1, key);
+        if (!max.executeStep() || max.getColumn(0).isNull())
+            return 0;
+        return max.getColumn(0).getInt64() + 1;
+    } catch (const std::exception &e) {
+        logQueryFailure(e);
+        return 0;
+    }
+}
+
+void db_base::logQueryFailure(const std::exception &e) {
+    std::cout << "查询失败：" << e.what() << std::endl;
 }
 
 void db_base::bindText(SQLite::Statement &statement, int index, const QString &value) {

@@ -3,8 +3,6 @@
 #include "model/contentformat.h"
 
 #include <QSet>
-#include <SQLiteCpp/Transaction.h>
-#include <iostream>
 
 #define WORD_LIST_COLUMNS                                                                                    \
     "SELECT id, parentSign, sign, label, jsonValue, texts, images, position, username FROM word_list "
@@ -18,71 +16,45 @@ const char *const insertSql = "INSERT INTO Word_list (parentSign, sign, label, j
 
 bool db_word_list::create(const QString &parenSign, const QString &sign, const QString &label,
                           const QString &jsonValue, qint64 position, const QString &username) {
-    SQLite::Database *db = connection();
-    if (!db) {
-        std::cout << "插入失败" << std::endl;
-        return false;
-    }
-    try {
-        SQLite::Statement insert(*db, insertSql);
-        bindText(insert, 1, parenSign);
-        bindText(insert, 2, sign);
-        bindText(insert, 3, label);
-        const DerivedColumns derived = jsonStringToColumns(jsonValue);
-        bindText(insert, 4, jsonValue);
-        bindText(insert, 5, derived.texts);
-        bindText(insert, 6, derived.images);
-        insert.bind(7, int64_t(position));
+    return insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
+        bindRow(insert, parenSign, sign, label, jsonValue, position);
         bindText(insert, 8, username);
-        insert.exec();
-        std::cout << "插入成功：" << db->getLastInsertRowid() << " sign = " << sign.toStdString()
-                  << std::endl;
-        return true;
-    } catch (const std::exception &e) {
-        std::cout << "插入失败：" << e.what() << std::endl;
-        return false;
-    }
+    });
 }
 
 bool db_word_list::delete_(const QString &sign) {
-    const int n = changes("DELETE FROM word_list WHERE sign = (?)",
-                          [&](SQLite::Statement &s) { bindText(s, 1, sign); });
-    std::cout << "删除完毕 影响 " << n << " 行" << std::endl;
-    return n > 0;
+    return changesLogged("删除完毕", "DELETE FROM word_list WHERE sign = (?)",
+                         [&](SQLite::Statement &s) { bindText(s, 1, sign); });
 }
 
 bool db_word_list::deleteAll(const QString &username) {
-    const int n = changes("DELETE FROM word_list WHERE username = (?)",
-                          [&](SQLite::Statement &s) { bindText(s, 1, username); });
-    std::cout << "删除完毕 影响 " << n << " 行" << std::endl;
-    return n > 0;
+    return changesLogged("删除完毕", "DELETE FROM word_list WHERE username = (?)",
+                         [&](SQLite::Statement &s) { bindText(s, 1, username); });
 }
 
 bool db_word_list::setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
                             const QString &newJsonValue) {
-    const int n =
-        changes("UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
-                "(?) WHERE sign = (?)",
-                [&](SQLite::Statement &s) {
-                    bindText(s, 1, newParentSign);
-                    bindText(s, 2, newLabel);
-                    bindText(s, 3, newJsonValue);
-                    const DerivedColumns derived = jsonStringToColumns(newJsonValue);
-                    bindText(s, 4, derived.texts);
-                    bindText(s, 5, derived.images);
-                    bindText(s, 6, sign);
-                });
-    std::cout << "修改数据List 影响 " << n << " 行" << std::endl;
-    return n > 0;
+    return changesLogged(
+        "修改数据List",
+        "UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
+        "(?) WHERE sign = (?)",
+        [&](SQLite::Statement &s) {
+            bindText(s, 1, newParentSign);
+            bindText(s, 2, newLabel);
+            bindText(s, 3, newJsonValue);
+            const DerivedColumns derived = jsonStringToColumns(newJsonValue);
+            bindText(s, 4, derived.texts);
+            bindText(s, 5, derived.images);
+            bindText(s, 6, sign);
+        });
 }
 
 bool db_word_list::setPosition(const QString &sign, qint64 newPosition) {
-    const int n = changes("UPDATE word_list SET position = (?) WHERE sign = (?)", [&](SQLite::Statement &s) {
-        s.bind(1, int64_t(newPosition));
-        bindText(s, 2, sign);
-    });
-    std::cout << "修改数据class_upcount 影响 " << n << " 行" << std::endl;
-    return n > 0;
+    return changesLogged("修改数据class_upcount", "UPDATE word_list SET position = (?) WHERE sign = (?)",
+                         [&](SQLite::Statement &s) {
+                             s.bind(1, int64_t(newPosition));
+                             bindText(s, 2, sign);
+                         });
 }
 
 QList<DataWordList> db_word_list::getAll(const QString &parenSign, const QString &username) {
@@ -130,7 +102,7 @@ QStringList db_word_list::getImagenameAll(const QString &username) {
             }
         }
     } catch (const std::exception &e) {
-        std::cout << "查询失败：" << e.what() << std::endl;
+        logQueryFailure(e);
         names.clear();
     }
     return names;
@@ -154,54 +126,27 @@ QList<DataWordList> db_word_list::getLikeAll(const QString &keyText, const QStri
 }
 
 qint64 db_word_list::getMaxPosition(const QString &parentSign) {
-    SQLite::Database *db = connection();
-    if (!db)
-        return 0;
-    try {
-        SQLite::Statement max(*db, "SELECT max(position) FROM word_list WHERE parentSign = (?)");
-        bindText(max, 1, parentSign);
-        if (!max.executeStep() || max.getColumn(0).isNull())
-            return 0;
-        return max.getColumn(0).getInt64() + 1;
-    } catch (const std::exception &e) {
-        std::cout << "查询失败：" << e.what() << std::endl;
-        return 0;
-    }
+    return nextPosition("SELECT max(position) FROM word_list WHERE parentSign = (?)", parentSign);
 }
 
 bool db_word_list::replaceAll(const QString &username, const QList<DataWordList> &rows) {
-    SQLite::Database *db = connection();
-    if (!db) {
-        std::cout << "插入失败" << std::endl;
-        return false;
-    }
-    try {
-        SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
-        SQLite::Statement remove(*db, "DELETE FROM word_list WHERE username = (?)");
-        bindText(remove, 1, username);
-        remove.exec();
-        SQLite::Statement insert(*db, insertSql);
-        bindText(insert, 8, username);
-        for (const DataWordList &row : rows) {
-            bindText(insert, 1, row.parentSign);
-            bindText(insert, 2, row.sign);
-            bindText(insert, 3, row.label);
-            const DerivedColumns derived = jsonStringToColumns(row.jsonValue);
-            bindText(insert, 4, row.jsonValue);
-            bindText(insert, 5, derived.texts);
-            bindText(insert, 6, derived.images);
-            insert.bind(7, int64_t(row.position));
-            insert.exec();
-            insert.reset();
-        }
-        transaction.commit();
-        std::cout << "批量写入 word_list 成功：" << rows.size() << " 行 username = " << username.toStdString()
-                  << std::endl;
-        return true;
-    } catch (const std::exception &e) {
-        std::cout << "批量写入 word_list 失败：" << e.what() << std::endl;
-        return false;
-    }
+    return replaceAllOf("word_list", username, insertSql, 8, rows.size(),
+                        [&](SQLite::Statement &insert, qsizetype i) {
+                            const DataWordList &row = rows[i];
+                            bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.position);
+                        });
+}
+
+void db_word_list::bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
+                           const QString &label, const QString &jsonValue, qint64 position) {
+    bindText(insert, 1, parentSign);
+    bindText(insert, 2, sign);
+    bindText(insert, 3, label);
+    const DerivedColumns derived = jsonStringToColumns(jsonValue);
+    bindText(insert, 4, jsonValue);
+    bindText(insert, 5, derived.texts);
+    bindText(insert, 6, derived.images);
+    insert.bind(7, int64_t(position));
 }
 
 DataWordList db_word_list::fromRow(const SQLite::Statement &row) {
@@ -220,20 +165,7 @@ DataWordList db_word_list::fromRow(const SQLite::Statement &row) {
 
 QList<DataWordList> db_word_list::query(const char *sql,
                                         const std::function<void(SQLite::Statement &)> &bind) {
-    QList<DataWordList> result;
-    SQLite::Database *db = connection();
-    if (!db)
-        return result;
-    try {
-        SQLite::Statement select(*db, sql);
-        bind(select);
-        while (select.executeStep())
-            result.append(fromRow(select));
-    } catch (const std::exception &e) {
-        std::cout << "查询失败：" << e.what() << std::endl;
-        result.clear();
-    }
-    return result;
+    return rowsOf(sql, bind, &fromRow);
 }
 
 QString db_word_list::countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
@@ -247,7 +179,7 @@ QString db_word_list::countOf(const char *sql, const std::function<void(SQLite::
             return QStringLiteral("---");
         return QString::number(count.getColumn(0).getInt64());
     } catch (const std::exception &e) {
-        std::cout << "查询失败：" << e.what() << std::endl;
+        logQueryFailure(e);
         return QStringLiteral("---");
     }
 }

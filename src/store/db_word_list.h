@@ -32,6 +32,9 @@ public:
 
 private:
     static DataWordList fromRow(const SQLite::Statement &row);
+    // Columns 1-7 of the insert statement.
+    static void bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
+                        const QString &label, const QString &jsonValue, qint64 position);
     static QList<DataWordList> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
     static QString countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
 };

@@ -18,6 +18,7 @@
 #include "store/localpath.h"
 
 #include "cloudservice.h"
+#include "coutcapture.h"
 #include "testenv.h"
 
 #include <QCoreApplication>
@@ -29,27 +30,13 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
-#include <iostream>
 #include <optional>
-#include <sstream>
 
 namespace {
 
 // The password's enciphered form holds "+", "/" and "=": the form encoding must keep them.
 const QString kUser = QStringLiteral("alice");
 const QString kPassword = QStringLiteral("pwhaaaa");
-
-// Collects what the code under test writes to std::cout while it lives.
-class CoutCapture {
-public:
-    CoutCapture() : previous_(std::cout.rdbuf(buffer_.rdbuf())) {}
-    ~CoutCapture() { std::cout.rdbuf(previous_); }
-    QString text() const { return QString::fromStdString(buffer_.str()); }
-
-private:
-    std::ostringstream buffer_;
-    std::streambuf *previous_;
-};
 
 // Records the order of completions and change notices.
 class Listener : public controller_word_class_delegate, public controller_word_list_delegate {

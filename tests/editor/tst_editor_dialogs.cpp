@@ -17,6 +17,7 @@
 #include "ui/messagebox.h"
 
 #include "cloudservice.h"
+#include "pictures.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
@@ -34,21 +35,6 @@ namespace {
 
 const QString user = QStringLiteral("agent07");
 const QString password = QStringLiteral("s+cr/t=&pw");
-
-QByteArray picture(int w, int h, QColor color, const char *format = "PNG") {
-    QImage image(w, h, QImage::Format_RGB32);
-    image.fill(color);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
-
-QString contentName(const QByteArray &data, const char *extension) {
-    return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex()) +
-           QLatin1String(extension);
-}
 
 } // namespace
 

@@ -2,6 +2,7 @@
 #include "model/contentformat.h"
 #include "store/localpath.h"
 
+#include "pictures.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
@@ -18,21 +19,6 @@
 #include <QtTest>
 
 namespace {
-
-QByteArray picture(int w, int h, QColor color, const char *format = "PNG") {
-    QImage image(w, h, QImage::Format_RGB32);
-    image.fill(color);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
-
-QString contentName(const QByteArray &png) {
-    return QString::fromLatin1(QCryptographicHash::hash(png, QCryptographicHash::Md5).toHex()) +
-           QStringLiteral(".png");
-}
 
 QList<QTextImageFormat> imagesOf(const QTextEdit &edit) {
     QList<QTextImageFormat> images;
