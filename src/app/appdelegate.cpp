@@ -49,7 +49,7 @@ void AppDelegate::IconButtonClick() {
     QWidget *w = window_;
     if (!w)
         return;
-    if (!w->isActiveWindow() || !w->isVisible()) {
+    if (!TouchBarController::isKeyWindow(w)) {
         w->close();
         w->show();
         w->raise();

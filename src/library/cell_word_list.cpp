@@ -5,16 +5,8 @@
 #include "ui/nstextfields.h"
 
 #include <QHBoxLayout>
-#include <QMouseEvent>
 
-cell_word_list::cell_word_list(QWidget *parent) : QWidget(parent) {
-    auto *outer = new QHBoxLayout(this);
-    // The row is 30 high; one more pixel below it separates rows.
-    outer->setContentsMargins(0, 0, 0, 1);
-    backgroundView = new BackgroundView(this);
-    backgroundView->delegate = this;
-    outer->addWidget(backgroundView);
-
+cell_word_list::cell_word_list(QWidget *parent) : PhraseCell(parent) {
     auto *row = new QHBoxLayout(backgroundView);
     row->setContentsMargins(8, 0, 2, 0);
     row->setSpacing(8);
@@ -24,10 +16,7 @@ cell_word_list::cell_word_list(QWidget *parent) : QWidget(parent) {
     label->setStyleSheet("color:#1f2328;font-weight:600;");
     value = new NSTextFieldS(backgroundView);
     value->setStyleSheet("color:#646a73;");
-    sendButton = new SendButton(backgroundView);
-    sendButton->setText("Send");
-    sendButton->setFixedSize(44, 24);
-    sendButton->setToolTip(QString::fromUtf8("发送并回车"));
+    createSendButton();
     row->addWidget(label);
     row->addWidget(value, 1);
     row->addWidget(sendButton);
@@ -35,10 +24,6 @@ cell_word_list::cell_word_list(QWidget *parent) : QWidget(parent) {
     label->setText(QString::fromUtf8("问候语"));
     value->setText(QString::fromUtf8("您好，在的，有什么可以帮助您的吗？"));
 
-    connect(sendButton, &QPushButton::clicked, this, [this] {
-        if (delegate && indexPath && data)
-            delegate->onSendButtonClick(*indexPath, *data);
-    });
     connect(backgroundView, &QObject::destroyed, this, [this] { backgroundView = nullptr; });
 }
 
@@ -66,23 +51,4 @@ void cell_word_list::setData(int row, const DataWordList &d) {
     const QString preview = previewOf(d.jsonValue);
     value->setText(preview);
     value->setToolTip(preview);
-}
-
-void cell_word_list::setSelect(bool isSelect) {
-    backgroundView->setIsSelect(isSelect);
-}
-
-void cell_word_list::MouseDoubleClick() {
-    if (delegate && indexPath && data)
-        delegate->onDbClick(*indexPath, *data);
-}
-
-void cell_word_list::mousePressEvent(QMouseEvent *event) {
-    if (event->button() == Qt::RightButton) {
-        event->accept();
-        if (delegate && indexPath && data)
-            delegate->onMouseRightDow(*indexPath, *data);
-        return;
-    }
-    QWidget::mousePressEvent(event);
 }

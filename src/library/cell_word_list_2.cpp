@@ -6,17 +6,10 @@
 #include "ui/nstextfields.h"
 
 #include <QHBoxLayout>
-#include <QMouseEvent>
 #include <QVBoxLayout>
 #include <iostream>
 
-cell_word_list_2::cell_word_list_2(QWidget *parent) : QWidget(parent) {
-    auto *outer = new QHBoxLayout(this);
-    outer->setContentsMargins(0, 0, 0, 1);
-    backgroundView = new BackgroundView(this);
-    backgroundView->delegate = this;
-    outer->addWidget(backgroundView);
-
+cell_word_list_2::cell_word_list_2(QWidget *parent) : PhraseCell(parent) {
     auto *row = new QHBoxLayout(backgroundView);
     row->setContentsMargins(8, 4, 2, 4);
     row->setSpacing(6);
@@ -30,17 +23,9 @@ cell_word_list_2::cell_word_list_2(QWidget *parent) : QWidget(parent) {
     valueTextView->installEventFilter(this);
     texts->addWidget(labelTextView);
     texts->addWidget(valueTextView);
-    sendButton = new SendButton(backgroundView);
-    sendButton->setText("Send");
-    sendButton->setFixedSize(44, 24);
-    sendButton->setToolTip(QString::fromUtf8("发送并回车"));
+    createSendButton();
     row->addLayout(texts, 1);
     row->addWidget(sendButton);
-
-    connect(sendButton, &QPushButton::clicked, this, [this] {
-        if (delegate && indexPath && data)
-            delegate->onSendButtonClick(*indexPath, *data);
-    });
 }
 
 AttributedString cell_word_list_2::labelText(const DataWordList &d, const QString &key) {
@@ -87,22 +72,7 @@ bool cell_word_list_2::eventFilter(QObject *watched, QEvent *event) {
     return QWidget::eventFilter(watched, event);
 }
 
-void cell_word_list_2::setSelect(bool isSelect) {
-    backgroundView->setIsSelect(isSelect);
-}
-
 void cell_word_list_2::MouseDoubleClick() {
     std::cout << "------WWWW>>>>>" << std::endl;
-    if (delegate && indexPath && data)
-        delegate->onDbClick(*indexPath, *data);
-}
-
-void cell_word_list_2::mousePressEvent(QMouseEvent *event) {
-    if (event->button() == Qt::RightButton) {
-        event->accept();
-        if (delegate && indexPath && data)
-            delegate->onMouseRightDow(*indexPath, *data);
-        return;
-    }
-    QWidget::mousePressEvent(event);
+    PhraseCell::MouseDoubleClick();
 }

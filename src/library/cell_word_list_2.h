@@ -1,18 +1,12 @@
 #pragma once
 
-#include "library/cell_word_list_delegate.h"
 #include "library/extension_string_color.h"
-#include "model/datawordlist.h"
-#include "ui/backgroundview.h"
-
-#include <QWidget>
-#include <optional>
+#include "library/phrasecell.h"
 
 class NSTextFieldS;
-class SendButton;
 
 // One search result: the label and a preview of the text, with the keyword coloured.
-class cell_word_list_2 : public QWidget, public BackgroundViewDelegate {
+class cell_word_list_2 : public PhraseCell {
     Q_OBJECT
 public:
     explicit cell_word_list_2(QWidget *parent = nullptr);
@@ -21,17 +15,11 @@ public:
     static QColor labelKeyColor() { return QColor(87, 159, 43); }
     static QColor valueKeyColor() { return QColor(206, 7, 85); }
 
-    BackgroundView *backgroundView = nullptr;
     NSTextFieldS *labelTextView = nullptr;
     NSTextFieldS *valueTextView = nullptr;
-    SendButton *sendButton = nullptr;
-    std::optional<int> indexPath;
-    std::optional<DataWordList> data;
-    cell_word_list_delegate *delegate = nullptr;
 
     // The capital K is the system's own spelling.
     void setData(int indexPath, const DataWordList &data, const QString &KeyString);
-    void setSelect(bool isSelect);
 
     // What the two lines show for a phrase and keyword.
     static AttributedString labelText(const DataWordList &data, const QString &key);
@@ -40,7 +28,6 @@ public:
     void MouseDoubleClick() override;
 
 protected:
-    void mousePressEvent(QMouseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:

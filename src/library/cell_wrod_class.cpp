@@ -8,7 +8,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
-cell_wrod_class::cell_wrod_class(QWidget *parent) : QWidget(parent) {
+cell_wrod_class::cell_wrod_class(QWidget *parent) : HoverTracked(parent) {
     setAttribute(Qt::WA_Hover);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(10, 0, 10, 0);
@@ -44,18 +44,6 @@ void cell_wrod_class::mousePressEvent(QMouseEvent *event) {
     QWidget::mousePressEvent(event);
 }
 
-void cell_wrod_class::enterEvent(QEnterEvent *event) {
-    QWidget::enterEvent(event);
-    isMouseOver_ = true;
-    update();
-}
-
-void cell_wrod_class::leaveEvent(QEvent *event) {
-    QWidget::leaveEvent(event);
-    isMouseOver_ = false;
-    update();
-}
-
 void cell_wrod_class::paintEvent(QPaintEvent *) {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
@@ -64,5 +52,5 @@ void cell_wrod_class::paintEvent(QPaintEvent *) {
     if (isSelect_)
         p.fillPath(path, QColor(46, 154, 110));
     else
-        p.fillPath(path, isMouseOver_ ? QColor(232, 236, 240) : QColor(242, 244, 246));
+        p.fillPath(path, isMouseOver() ? QColor(232, 236, 240) : QColor(242, 244, 246));
 }

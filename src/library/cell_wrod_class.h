@@ -1,6 +1,7 @@
 #pragma once
 
 #include "library/cell_word_class_delegate.h"
+#include "ui/hovertracked.h"
 
 #include <QWidget>
 #include <optional>
@@ -8,7 +9,7 @@
 class NSTextFieldS;
 
 // One class in the class strip (the name is spelled so): its label, shortened with "..." when long.
-class cell_wrod_class : public QWidget {
+class cell_wrod_class : public HoverTracked<QWidget> {
     Q_OBJECT
 public:
     explicit cell_wrod_class(QWidget *parent = nullptr);
@@ -27,11 +28,8 @@ public:
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;
-    void enterEvent(QEnterEvent *event) override;
-    void leaveEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
     bool isSelect_ = false;
-    bool isMouseOver_ = false;
 };

@@ -2,12 +2,11 @@
 
 #include "library/cell_word_list_2.h"
 #include "library/lazycelllist.h"
+#include "library/listselection.h"
 #include "send/sendjsonvalueutil.h"
 
-#include <QItemSelection>
 #include <QLabel>
 #include <QVBoxLayout>
-#include <algorithm>
 
 control_search_resulr_word_list::control_search_resulr_word_list(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
@@ -51,14 +50,7 @@ cell_word_list_2 *control_search_resulr_word_list::cellAt(int row) {
 
 void control_search_resulr_word_list::setSelection(const QList<int> &rows) {
     applyingSelection_ = true;
-    QItemSelection selection;
-    for (int r : rows) {
-        if (r < 0 || r >= dataSource.size())
-            continue;
-        const QModelIndex index = collectionView->model()->index(r, 0);
-        selection.select(index, index);
-    }
-    collectionView->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    ListSelection::select(collectionView, rows, dataSource.size());
     applyingSelection_ = false;
     selectionChanged();
 }
@@ -66,10 +58,7 @@ void control_search_resulr_word_list::setSelection(const QList<int> &rows) {
 void control_search_resulr_word_list::selectionChanged() {
     if (applyingSelection_)
         return;
-    QList<int> rows;
-    for (const QModelIndex &index : collectionView->selectionModel()->selectedIndexes())
-        rows.append(index.row());
-    std::sort(rows.begin(), rows.end());
+    const QList<int> rows = ListSelection::selectedRows(collectionView);
     _selectIndexPathAll = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = qobject_cast<cell_word_list_2 *>(collectionView->existingCellAt(r)))

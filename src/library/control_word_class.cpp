@@ -2,11 +2,11 @@
 
 #include "library/cell_wrod_class.h"
 #include "library/controller_word_class.h"
+#include "library/listselection.h"
 #include "model/app.h"
 #include "ui/nstextfields.h"
 
 #include <QCursor>
-#include <QItemSelection>
 #include <QListWidget>
 #include <QMenu>
 #include <QMouseEvent>
@@ -116,12 +116,7 @@ void control_word_class::setSelection(const QList<int> &rows) {
         kept = {int(qMin<qsizetype>(rows.isEmpty() ? 0 : rows.first(), dataSource.size() - 1))};
     std::sort(kept.begin(), kept.end());
     applyingSelection_ = true;
-    QItemSelection selection;
-    for (int r : kept) {
-        const QModelIndex index = collectionView->model()->index(r, 0);
-        selection.select(index, index);
-    }
-    collectionView->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    ListSelection::select(collectionView, kept, dataSource.size());
     if (!kept.isEmpty())
         collectionView->setCurrentRow(kept.first(), QItemSelectionModel::NoUpdate);
     applyingSelection_ = false;
@@ -142,10 +137,7 @@ cell_wrod_class *control_word_class::cellAt(int row) const {
 void control_word_class::selectionChanged() {
     if (applyingSelection_)
         return;
-    QList<int> rows;
-    for (const QModelIndex &index : collectionView->selectionModel()->selectedIndexes())
-        rows.append(index.row());
-    std::sort(rows.begin(), rows.end());
+    const QList<int> rows = ListSelection::selectedRows(collectionView);
     _selectIndexPathAll = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = cellAt(r))

@@ -3,11 +3,11 @@
 #include "library/cell_word_list.h"
 #include "library/controller_word_list.h"
 #include "library/lazycelllist.h"
+#include "library/listselection.h"
 #include "model/app.h"
 #include "send/sendjsonvalueutil.h"
 
 #include <QCursor>
-#include <QItemSelection>
 #include <QMenu>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -92,12 +92,7 @@ void control_word_list::setSelection(const QList<int> &rows) {
             kept.append(r);
     std::sort(kept.begin(), kept.end());
     applyingSelection_ = true;
-    QItemSelection selection;
-    for (int r : kept) {
-        const QModelIndex index = collectionView->model()->index(r, 0);
-        selection.select(index, index);
-    }
-    collectionView->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    ListSelection::select(collectionView, kept, dataSource.size());
     applyingSelection_ = false;
     selectionChanged();
 }
@@ -117,10 +112,7 @@ cell_word_list *control_word_list::cellAt(int row) {
 void control_word_list::selectionChanged() {
     if (applyingSelection_)
         return;
-    QList<int> rows;
-    for (const QModelIndex &index : collectionView->selectionModel()->selectedIndexes())
-        rows.append(index.row());
-    std::sort(rows.begin(), rows.end());
+    const QList<int> rows = ListSelection::selectedRows(collectionView);
     _selectIndexPathAll = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = qobject_cast<cell_word_list *>(collectionView->existingCellAt(r)))

@@ -9,6 +9,7 @@
 #include "library/controller_word_list.h"
 #include "model/app.h"
 #include "send/controller_service_window.h"
+#include "send/quickbar.h"
 #include "send/touchbarcontroller.h"
 #include "store/db_base.h"
 #include "store/db_word_list.h"
@@ -145,6 +146,20 @@ void HomeViewControllers::viewDidAppear() {
                     showView();
             });
     statusBarItem->show();
+
+    // The quick bar: its slots stand for the phrase list shown here, looked up at each gesture.
+    auto *bar = new QuickBar;
+    connect(this, &QObject::destroyed, bar, &QObject::deleteLater);
+    QPointer<control_word_list> list = phraseList();
+    bar->setListSource([list] { return list ? std::optional(list->dataSource) : std::nullopt; },
+                       [list](int row) {
+                           if (list)
+                               list->selectRow(row);
+                       });
+    bar->setHomeWindow(window());
+    bar->setSearchField(searchTextView);
+    bar->applyShortcutSetting();
+    App::wordTouchBar = bar;
 
     controller_cloud::delegate = wordControl;
     controller_cloud::cloudAll([] {});

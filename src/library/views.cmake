@@ -11,4 +11,6 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/control_word_list.cpp ${CMAKE_CURRENT_LIST_DIR}/control_word_list.h
   ${CMAKE_CURRENT_LIST_DIR}/extension_string_color.cpp ${CMAKE_CURRENT_LIST_DIR}/extension_string_color.h
   ${CMAKE_CURRENT_LIST_DIR}/homeviewcontrollers.cpp ${CMAKE_CURRENT_LIST_DIR}/homeviewcontrollers.h
-  ${CMAKE_CURRENT_LIST_DIR}/lazycelllist.cpp ${CMAKE_CURRENT_LIST_DIR}/lazycelllist.h)
+  ${CMAKE_CURRENT_LIST_DIR}/lazycelllist.cpp ${CMAKE_CURRENT_LIST_DIR}/lazycelllist.h
+  ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h
+  ${CMAKE_CURRENT_LIST_DIR}/phrasecell.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasecell.h)

@@ -230,9 +230,16 @@ void QuickBar::placeOnScreen() {
         screen = QGuiApplication::primaryScreen();
     if (!screen)
         return;
-    // Bottom centre, where a strip of function keys is expected, clear of a panel at the bottom.
+    // Bottom centre, where a strip of function keys is expected, clear of a panel at the bottom, and
+    // left of the home window where that is docked.
     const QRect area = screen->availableGeometry();
-    move(area.center().x() - width() / 2, area.bottom() - height() - 12);
+    QRect strip(QPoint(area.center().x() - width() / 2, area.bottom() - height() - 12), size());
+    if (homeWindow_ && homeWindow_->isVisible() && homeWindow_->frameGeometry().intersects(strip)) {
+        strip.moveRight(homeWindow_->frameGeometry().left() - 12);
+        if (strip.left() < area.left())
+            strip.moveLeft(area.left());
+    }
+    move(strip.topLeft());
     placed_ = true;
 }
 

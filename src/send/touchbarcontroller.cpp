@@ -1,11 +1,16 @@
 #include "send/touchbarcontroller.h"
 
+#include "send/desktopbackend.h"
+#include "send/runningapplication.h"
+
 #include <QAction>
 #include <QIcon>
 #include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
+#include <QThread>
+#include <QWidget>
 
 TouchBarController &TouchBarController::shared() {
     static TouchBarController *controller = new TouchBarController; // lives as long as the program
@@ -44,4 +49,21 @@ void TouchBarController::addTo(QMenu *trayMenu) {
     // At the top of the menu, where it is found without looking.
     const QList<QAction *> actions = trayMenu->actions();
     trayMenu->insertAction(actions.isEmpty() ? nullptr : actions.first(), button);
+}
+
+bool TouchBarController::isKeyWindow(QWidget *window) {
+    if (!window->isVisible())
+        return false;
+    if (!DesktopBackend::instance().available())
+        return window->isActiveWindow();
+    RunningApplication self;
+    self.window = window->winId();
+    // When Qt has just heard of the focus, the window manager may not have recorded it yet: a moment
+    // for the two to agree.
+    for (int i = 0; i < 10 && window->isActiveWindow(); ++i) {
+        if (self.isActive())
+            return true;
+        QThread::msleep(10);
+    }
+    return self.isActive();
 }

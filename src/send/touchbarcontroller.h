@@ -4,6 +4,7 @@
 
 class QAction;
 class QMenu;
+class QWidget;
 
 // The way to the quick bar while another program is in front: an entry of the tray icon's menu.
 // One shared instance; the application delegate gives the entry its action (IconButtonClick).
@@ -20,6 +21,9 @@ public:
     void setupControlStripPresence();
     void addTo(QMenu *trayMenu);
 
+    // Whether the window is the desktop's active window. Qt's own answer is not used: while the tray
+    // menu is open it counts the menu's parent window as active, whichever window has the focus.
+    static bool isKeyWindow(QWidget *window);
     // The entry's icon: a strip of keys on the control-strip blue.
     static QIcon touchBarIcon();
 

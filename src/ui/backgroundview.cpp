@@ -6,7 +6,7 @@
 #include <QPointer>
 #include <QTimer>
 
-BackgroundView::BackgroundView(QWidget *parent) : QWidget(parent) {
+BackgroundView::BackgroundView(QWidget *parent) : HoverTracked(parent) {
     setAttribute(Qt::WA_Hover);
 }
 
@@ -41,23 +41,11 @@ void BackgroundView::mouseDoubleClickEvent(QMouseEvent *event) {
     event->ignore();
 }
 
-void BackgroundView::enterEvent(QEnterEvent *event) {
-    QWidget::enterEvent(event);
-    isMouseOver_ = true;
-    update();
-}
-
-void BackgroundView::leaveEvent(QEvent *event) {
-    QWidget::leaveEvent(event);
-    isMouseOver_ = false;
-    update();
-}
-
 void BackgroundView::paintEvent(QPaintEvent *) {
     QColor fill = Qt::transparent;
     if (isSelect_)
         fill = QColor(222, 236, 252);
-    else if (isMouseOver_)
+    else if (isMouseOver())
         fill = QColor(243, 245, 248);
     if (fill.alpha() == 0)
         return;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/hovertracked.h"
+
 #include <QWidget>
 
 class BackgroundViewDelegate {
@@ -10,7 +12,7 @@ public:
 
 // The background of a list row: draws hover and selection, and counts clicks itself so that every
 // even click of a run (2, 4, 6 ...) reports a double click. A run ends 0.6 s after its last click.
-class BackgroundView : public QWidget {
+class BackgroundView : public HoverTracked<QWidget> {
     Q_OBJECT
 public:
     explicit BackgroundView(QWidget *parent = nullptr);
@@ -19,7 +21,6 @@ public:
     int clickCount = 0;
 
     bool isSelect() const { return isSelect_; }
-    bool isMouseOver() const { return isMouseOver_; }
     void setIsSelect(bool isSel);
     // After 0.6 s the count goes back to 0 unless another click came meanwhile.
     void resetClickCount(int newCount);
@@ -29,11 +30,8 @@ public:
 protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
-    void enterEvent(QEnterEvent *event) override;
-    void leaveEvent(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
     bool isSelect_ = false;
-    bool isMouseOver_ = false;
 };

@@ -3,7 +3,7 @@
 #include <QEnterEvent>
 #include <QPainter>
 
-HoverView::HoverView(QWidget *parent) : QWidget(parent) {
+HoverView::HoverView(QWidget *parent) : HoverTracked(parent) {
     setAttribute(Qt::WA_Hover);
 }
 
@@ -22,32 +22,18 @@ void HoverView::setCornerRadius(qreal radius) {
     update();
 }
 
-void HoverView::enterEvent(QEnterEvent *event) {
-    QWidget::enterEvent(event);
-    setMouseOver(true);
-}
-
-void HoverView::leaveEvent(QEvent *event) {
-    QWidget::leaveEvent(event);
-    setMouseOver(false);
-}
-
 void HoverView::hideEvent(QHideEvent *event) {
     // A hidden view gets no leave event; it must not come back highlighted.
     QWidget::hideEvent(event);
     setMouseOver(false);
 }
 
-void HoverView::setMouseOver(bool over) {
-    if (over == isMouseOver_)
-        return;
-    isMouseOver_ = over;
-    update();
+void HoverView::mouseOverChanged(bool over) {
     Q_EMIT hoverChanged(over);
 }
 
 void HoverView::paintEvent(QPaintEvent *) {
-    const QColor &fill = isMouseOver_ ? hoverColor_ : normalColor_;
+    const QColor &fill = isMouseOver() ? hoverColor_ : normalColor_;
     if (fill.alpha() == 0)
         return;
     QPainter painter(this);

@@ -1,15 +1,15 @@
 #pragma once
 
+#include "ui/hovertracked.h"
+
 #include <QColor>
 #include <QWidget>
 
 // A plain view that highlights itself while the pointer is over it.
-class HoverView : public QWidget {
+class HoverView : public HoverTracked<QWidget> {
     Q_OBJECT
 public:
     explicit HoverView(QWidget *parent = nullptr);
-
-    bool isMouseOver() const { return isMouseOver_; }
 
     void setHoverColor(const QColor &color);
     void setNormalColor(const QColor &color);
@@ -19,15 +19,12 @@ Q_SIGNALS:
     void hoverChanged(bool isMouseOver);
 
 protected:
-    void enterEvent(QEnterEvent *event) override;
-    void leaveEvent(QEvent *event) override;
     void hideEvent(QHideEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
-private:
-    void setMouseOver(bool over);
+    void mouseOverChanged(bool over) override;
 
-    bool isMouseOver_ = false;
+private:
     QColor hoverColor_{0, 0, 0, 24};
     QColor normalColor_{Qt::transparent};
     qreal cornerRadius_ = 6;

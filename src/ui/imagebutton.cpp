@@ -3,7 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
-ImageButton::ImageButton(const QIcon &icon, QWidget *parent) : QPushButton(parent) {
+ImageButton::ImageButton(const QIcon &icon, QWidget *parent) : HoverTracked(parent) {
     setIcon(icon);
     setFlat(true);
     setCursor(Qt::PointingHandCursor);
@@ -12,22 +12,10 @@ ImageButton::ImageButton(const QIcon &icon, QWidget *parent) : QPushButton(paren
     setFixedSize(26, 26);
 }
 
-void ImageButton::enterEvent(QEnterEvent *event) {
-    QPushButton::enterEvent(event);
-    isMouseOver_ = true;
-    update();
-}
-
-void ImageButton::leaveEvent(QEvent *event) {
-    QPushButton::leaveEvent(event);
-    isMouseOver_ = false;
-    update();
-}
-
 void ImageButton::paintEvent(QPaintEvent *) {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
-    if (isMouseOver_ || isDown()) {
+    if (isMouseOver() || isDown()) {
         QPainterPath path;
         path.addRoundedRect(QRectF(rect()), 6, 6);
         p.fillPath(path, QColor(0, 0, 0, isDown() ? 40 : 20));

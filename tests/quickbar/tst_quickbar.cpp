@@ -6,19 +6,18 @@
 #include "send/sendjsonvalueutil.h"
 #include "xvfbsession.h"
 
+#include "desktop.h"
+#include "pastetargetprocess.h"
+
 #include <QApplication>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLineEdit>
-#include <QProcess>
 #include <QScreen>
-#include <QTemporaryDir>
 #include <QToolButton>
 #include <QtTest>
 
-#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
@@ -26,122 +25,9 @@
 // The strip under a real window manager, clicked with real pointer events, sending into a real
 // paste target through the send engine.
 
+using namespace desktop;
+
 namespace {
-
-Display *display() {
-    static Display *d = XOpenDisplay(nullptr);
-    return d;
-}
-
-unsigned long windowProperty(Window window, const char *name, Atom type) {
-    Atom actual = 0;
-    int format = 0;
-    unsigned long count = 0, after = 0;
-    unsigned char *data = nullptr;
-    unsigned long value = 0;
-    if (XGetWindowProperty(display(), window, XInternAtom(display(), name, False), 0, 1, False, type, &actual,
-                           &format, &count, &after, &data) == Success &&
-        data && count == 1 && format == 32)
-        value = *reinterpret_cast<unsigned long *>(data);
-    if (data)
-        XFree(data);
-    return value;
-}
-
-Window activeWindow() {
-    return windowProperty(DefaultRootWindow(display()), "_NET_ACTIVE_WINDOW", XA_WINDOW);
-}
-
-qint64 windowPid(Window window) {
-    return window ? qint64(windowProperty(window, "_NET_WM_PID", XA_CARDINAL)) : 0;
-}
-
-// The managed top-level window of a process, or 0.
-Window managedWindowOf(qint64 pid) {
-    Atom actual = 0;
-    int format = 0;
-    unsigned long count = 0, after = 0;
-    unsigned char *data = nullptr;
-    Window found = 0;
-    if (XGetWindowProperty(display(), DefaultRootWindow(display()),
-                           XInternAtom(display(), "_NET_CLIENT_LIST", False), 0, 1024, False, XA_WINDOW,
-                           &actual, &format, &count, &after, &data) == Success &&
-        data) {
-        const auto *windows = reinterpret_cast<const unsigned long *>(data);
-        for (unsigned long i = 0; i < count && !found; ++i)
-            if (windowPid(windows[i]) == pid)
-                found = windows[i];
-    }
-    if (data)
-        XFree(data);
-    return found;
-}
-
-void requestActivation(Window window) {
-    XEvent event{};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = window;
-    event.xclient.message_type = XInternAtom(display(), "_NET_ACTIVE_WINDOW", False);
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = 2; // as a pager would, on the user's behalf
-    XSendEvent(display(), DefaultRootWindow(display()), False,
-               SubstructureRedirectMask | SubstructureNotifyMask, &event);
-    XSync(display(), False);
-}
-
-QSet<QByteArray> netWmState(WId window) {
-    QSet<QByteArray> names;
-    Atom actual = 0;
-    int format = 0;
-    unsigned long count = 0, after = 0;
-    unsigned char *data = nullptr;
-    if (XGetWindowProperty(display(), Window(window), XInternAtom(display(), "_NET_WM_STATE", False), 0, 32,
-                           False, XA_ATOM, &actual, &format, &count, &after, &data) == Success &&
-        data) {
-        const auto *atoms = reinterpret_cast<const Atom *>(data);
-        for (unsigned long i = 0; i < count; ++i) {
-            char *name = XGetAtomName(display(), atoms[i]);
-            names.insert(QByteArray(name));
-            XFree(name);
-        }
-    }
-    if (data)
-        XFree(data);
-    return names;
-}
-
-void pointerTo(QPoint at) {
-    XTestFakeMotionEvent(display(), -1, at.x(), at.y(), CurrentTime);
-    XSync(display(), False);
-}
-
-void click(QPoint at) {
-    pointerTo(at);
-    QTest::qWait(150);
-    XTestFakeButtonEvent(display(), 1, True, CurrentTime);
-    XSync(display(), False);
-    QTest::qWait(50);
-    XTestFakeButtonEvent(display(), 1, False, CurrentTime);
-    XSync(display(), False);
-}
-
-void pressWith(const QList<KeySym> &modifiers, KeySym key) {
-    QList<int> codes;
-    for (KeySym sym : modifiers)
-        codes << XKeysymToKeycode(display(), sym);
-    const int code = XKeysymToKeycode(display(), key);
-    for (int c : codes)
-        XTestFakeKeyEvent(display(), c, True, CurrentTime);
-    XTestFakeKeyEvent(display(), code, True, CurrentTime);
-    XTestFakeKeyEvent(display(), code, False, CurrentTime);
-    for (int c : codes)
-        XTestFakeKeyEvent(display(), c, False, CurrentTime);
-    XSync(display(), False);
-}
-
-QPoint centreOf(QWidget *widget) {
-    return widget->mapToGlobal(widget->rect().center());
-}
 
 DataWordList phrase(const QString &sign, const QString &text, int position) {
     DataWordList word;
@@ -160,10 +46,7 @@ DataWordList phrase(const QString &sign, const QString &text, int position) {
 class TestQuickBar : public QObject {
     Q_OBJECT
 
-    QTemporaryDir dir_;
-    QString log_;
-    QProcess target_;
-    Window targetWindow_ = 0;
+    PasteTargetProcess target_;
     QuickBar *bar_ = nullptr;
     QWidget *home_ = nullptr;
     // What the home window shows; absent while no class is loaded.
@@ -175,59 +58,22 @@ class TestQuickBar : public QObject {
         phrase(QStringLiteral("p2"), QStringLiteral("请稍等，我帮您查一下订单。"), 2),
         phrase(QStringLiteral("p3"), QStringLiteral("感谢您的耐心等待，祝您生活愉快！"), 3)};
 
-    // The texts pasted into the target, and the number of Enter strokes, since the start.
-    QStringList pasted() const {
-        QFile file(log_);
-        QStringList texts;
-        if (!file.open(QIODevice::ReadOnly))
-            return texts;
-        for (const QByteArray &line : file.readAll().split('\n')) {
-            const int at = line.indexOf(" text=");
-            if (line.startsWith("paste ") && at > 0)
-                texts << QString::fromUtf8(line.mid(at + 6));
-        }
-        return texts;
-    }
-    int enters() const {
-        QFile file(log_);
-        return file.open(QIODevice::ReadOnly) ? int(file.readAll().count("enter keypad")) : 0;
-    }
+    QStringList pasted() const { return target_.pasted(); }
+    int enters() const { return target_.enters(); }
     // Lets the previous send finish, so that the next one is not dropped as overlapping.
     void settle() { QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 10000); }
 
 private Q_SLOTS:
     void initTestCase() {
-        QVERIFY(dir_.isValid());
-        log_ = dir_.filePath(QStringLiteral("target.log"));
-
-        // The first synthesised key of a fresh server only switches the keyboard device over.
-        const int shift = XKeysymToKeycode(display(), XK_Shift_L);
-        XTestFakeKeyEvent(display(), shift, True, CurrentTime);
-        XTestFakeKeyEvent(display(), shift, False, CurrentTime);
-        XSync(display(), False);
-
-        // The window manager must own the screen before the target maps, or nobody focuses it.
-        QTRY_VERIFY_WITH_TIMEOUT(
-            windowProperty(DefaultRootWindow(display()), "_NET_SUPPORTING_WM_CHECK", XA_WINDOW), 30000);
-        target_.start(QStringLiteral(PASTETARGET_BINARY),
-                      {QStringLiteral("--log"), log_, QStringLiteral("--title"), QStringLiteral("客服对话")});
-        QVERIFY(target_.waitForStarted(10000));
-        // A first start on a fresh machine may build font caches for a while.
-        QByteArray said;
-        QTRY_VERIFY_WITH_TIMEOUT((said += target_.readAllStandardOutput()).contains("ready"), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT((targetWindow_ = managedWindowOf(target_.processId())) != 0, 30000);
-        // As if the agent clicked into the chat program, should the manager not have focused it.
-        if (activeWindow() != targetWindow_)
-            requestActivation(targetWindow_);
-        QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), targetWindow_, 30000);
+        warmUpKeyboard();
+        QVERIFY(target_.start(QStringLiteral("客服对话")));
         // Beside the strip, so that the picture of the two tells the story.
-        XMoveResizeWindow(display(), targetWindow_, 380, 470, 520, 120);
-        XSync(display(), False);
+        moveWindow(target_.window(), QRect(380, 470, 520, 120));
 
         controller_service_window::start();
         QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
                                      controller_service_window::nowWindowFrom()->processIdentifier ==
-                                         target_.processId(),
+                                         target_.pid(),
                                  10000);
 
         home_ = new QWidget;
@@ -244,16 +90,13 @@ private Q_SLOTS:
         QTRY_VERIFY(
             netWmState(bar_->winId())
                 .contains({"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"}));
-        QTRY_COMPARE(quint32(windowProperty(Window(bar_->winId()), "_NET_WM_DESKTOP", XA_CARDINAL)),
-                     0xFFFFFFFFu);
-        QCOMPARE(activeWindow(), targetWindow_);
+        QTRY_COMPARE(quint32(windowProperty(bar_->winId(), "_NET_WM_DESKTOP")), 0xFFFFFFFFu);
+        QCOMPARE(activeWindow(), target_.window());
     }
 
     void cleanupTestCase() {
         delete bar_;
         delete home_;
-        target_.terminate();
-        target_.waitForFinished(5000);
     }
 
     void init() {
@@ -271,7 +114,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(enters(), 1, 10000);
         // The home window came forward to show what went out, and the chat program kept the focus.
         QVERIFY(home_->isVisible());
-        QTRY_COMPARE(activeWindow(), targetWindow_);
+        QTRY_COMPARE(activeWindow(), target_.window());
         QCOMPARE(bar_->selectedIndex(), -1);
     }
 
@@ -285,7 +128,7 @@ private Q_SLOTS:
              {centreOf(bar_->item(4)), centreOf(bar_->item(11)), bar_->mapToGlobal(QPoint(2, 2))}) {
             click(at);
             QTest::qWait(400);
-            QCOMPARE(activeWindow(), targetWindow_);
+            QCOMPARE(activeWindow(), target_.window());
             QVERIFY(QGuiApplication::focusWindow() != bar_->windowHandle());
         }
         QCOMPARE(tapped.count(), 0);
@@ -342,7 +185,7 @@ private Q_SLOTS:
         QCOMPARE(highlighted.count(), 1);
         pointerTo(centreOf(bar_->item(0)));
         QTRY_COMPARE(selectedRows_, QList<int>({2, 0}));
-        QCOMPARE(activeWindow(), targetWindow_);
+        QCOMPARE(activeWindow(), target_.window());
 
         const QByteArray shots = qgetenv("QUILLORA_SCREENSHOTS");
         if (!shots.isEmpty()) {
@@ -361,14 +204,14 @@ private Q_SLOTS:
         QSignalSpy search(bar_, &QuickBar::searchClick);
         click(centreOf(bar_->searchButton()));
         QTRY_COMPARE(search.count(), 1);
-        QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), Window(home_->winId()), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), quint64(home_->winId()), 10000);
         QTRY_COMPARE(QApplication::focusWidget(), field);
         // The agent types a search here; the chat program is still where phrases go.
         const int before = pasted().size();
         click(centreOf(bar_->item(0)));
         QTRY_COMPARE_WITH_TIMEOUT(pasted().size(), before + 1, 10000);
         QCOMPARE(pasted().last(), greetings_[0].texts);
-        QTRY_COMPARE(activeWindow(), targetWindow_);
+        QTRY_COMPARE(activeWindow(), target_.window());
         bar_->setSearchField(nullptr);
         delete field;
     }
@@ -401,17 +244,15 @@ private Q_SLOTS:
         const QPoint grip = bar_->mapToGlobal(QPoint(3, 3));
         pointerTo(grip);
         QTest::qWait(100);
-        XTestFakeButtonEvent(display(), 1, True, CurrentTime);
-        XSync(display(), False);
+        button(true);
         for (int step = 1; step <= 5; ++step) {
             QTest::qWait(60);
             pointerTo(grip + QPoint(-30, -40) * step);
         }
         QTest::qWait(100);
-        XTestFakeButtonEvent(display(), 1, False, CurrentTime);
-        XSync(display(), False);
+        button(false);
         QTRY_COMPARE(bar_->pos(), start + QPoint(-150, -200));
-        QCOMPARE(activeWindow(), targetWindow_);
+        QCOMPARE(activeWindow(), target_.window());
         // The next bar, after a restart, comes up there.
         QTRY_VERIFY(!AppSetting::getString(QuickBar::positionKey).isEmpty());
         {

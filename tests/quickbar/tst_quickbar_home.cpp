@@ -1,0 +1,161 @@
+#include "app/appdelegate.h"
+#include "app/mainwindowcontroller.h"
+#include "cloud/controller_cloud.h"
+#include "library/control_word_list.h"
+#include "library/homeviewcontrollers.h"
+#include "model/app.h"
+#include "model/contentformat.h"
+#include "send/controller_service_window.h"
+#include "send/nsscrubberbuttonitemview.h"
+#include "send/quickbar.h"
+#include "send/sendjsonvalueutil.h"
+#include "send/touchbarcontroller.h"
+
+#include "cloudservice.h"
+#include "desktop.h"
+#include "pastetargetprocess.h"
+#include "xvfbsession.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QMenu>
+#include <QScreen>
+#include <QToolButton>
+#include <QtTest>
+
+using namespace desktop;
+
+// The quick bar as the application sets it up: signed in to a real service with the demo library,
+// reached through the tray menu, its slots standing for the phrase list of the home window.
+class TestQuickBarHome : public QObject {
+    Q_OBJECT
+
+    CloudService cloud_;
+    PasteTargetProcess target_;
+    AppDelegate delegate_;
+    HomeViewControllers *home_ = nullptr;
+    QuickBar *bar_ = nullptr;
+
+    QWidget *window() const { return delegate_.window(); }
+
+    // Picks the quick bar's entry from the tray menu as the agent does: a real click on it.
+    void pickTrayEntry() {
+        QMenu *menu = home_->trayMenu();
+        QAction *entry = TouchBarController::shared().button;
+        menu->popup(QPoint(600, 150));
+        QVERIFY(QTest::qWaitForWindowExposed(menu));
+        QTest::qWait(200);
+        click(menu->mapToGlobal(menu->actionGeometry(entry).center()));
+        QTRY_VERIFY(!menu->isVisible());
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(cloud_.start());
+        QCOMPARE(cloud_.run({QStringLiteral("demo")}), 0);
+        qputenv("QUILLORA_SERVICE_URL", cloud_.baseUrl().toUtf8());
+        qputenv("QUILLORA_AUTOLOGIN", "demo:demo123456");
+        warmUpKeyboard();
+        QVERIFY(target_.start(QStringLiteral("客服对话")));
+        moveWindow(target_.window(), QRect(330, 300, 520, 120));
+
+        delegate_.applicationDidFinishLaunching();
+        QTRY_VERIFY_WITH_TIMEOUT((home_ = qobject_cast<HomeViewControllers *>(
+                                      qobject_cast<MainWindowController *>(window())->contentView())) !=
+                                     nullptr,
+                                 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(!controller_cloud::isCloud(), 60000);
+        QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->dataSource.size(), 3, 30000);
+        bar_ = qobject_cast<QuickBar *>(App::wordTouchBar);
+        QVERIFY(bar_);
+        // Only the tray entry brings it up.
+        QVERIFY(!bar_->isVisible());
+
+        // The agent goes back to the chat.
+        QVERIFY(target_.activate());
+        QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
+                                     controller_service_window::nowWindowFrom()->processIdentifier ==
+                                         target_.pid(),
+                                 10000);
+    }
+
+    void trayEntryPresentsTheBarAndTogglesTheWindow() {
+        QAction *entry = TouchBarController::shared().button;
+        QVERIFY(entry);
+        QVERIFY(home_->trayMenu()->actions().contains(entry));
+        QSignalSpy picked(entry, &QAction::triggered);
+        pickTrayEntry();
+        QCOMPARE(picked.count(), 1);
+        QTRY_VERIFY(bar_->isVisible());
+        QVERIFY(QTest::qWaitForWindowExposed(bar_));
+        QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), quint64(window()->winId()), 10000);
+        // Not over the home window docked at the right edge.
+        QTRY_VERIFY(!bar_->frameGeometry().intersects(window()->frameGeometry()));
+        // Picked again while the window is in front, it closes the window and leaves the bar.
+        pickTrayEntry();
+        QTRY_VERIFY(!window()->isVisible());
+        QVERIFY(bar_->isVisible());
+        QVERIFY(target_.activate());
+    }
+
+    void hoverSelectsThePhraseRow() {
+        control_word_list *list = home_->phraseList();
+        pointerTo(centreOf(bar_->item(1)));
+        QTRY_COMPARE(list->_selectIndexPathAll, QList<int>{1});
+        pointerTo(centreOf(bar_->item(8)));
+        QTRY_VERIFY(bar_->item(8)->isHighlighted());
+        QCOMPARE(list->_selectIndexPathAll, QList<int>{1});
+        QCOMPARE(activeWindow(), target_.window());
+    }
+
+    void tapSendsThePhraseOfTheShownClass() {
+        const QList<DataWordList> phrases = home_->phraseList()->dataSource;
+        int row = -1;
+        for (int i = 0; i < phrases.size() && row < 0; ++i)
+            if (phrases[i].images.isEmpty())
+                row = i;
+        QVERIFY(row >= 0);
+        QString expected = getStringValue(*toDataJsonItemArr(phrases[row].jsonValue)).value();
+        expected.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
+            .replace(QLatin1Char('\n'), QLatin1String("\\n"));
+
+        const int before = target_.pasted().size();
+        click(centreOf(bar_->item(row)));
+        QTRY_COMPARE_WITH_TIMEOUT(target_.pasted().size(), before + 1, 10000);
+        QCOMPARE(target_.pasted().last(), expected);
+        QTRY_COMPARE_WITH_TIMEOUT(target_.enters(), 1, 10000);
+        // The home window came forward, the chat program kept the focus.
+        QVERIFY(window()->isVisible());
+        QTRY_COMPARE(activeWindow(), target_.window());
+        QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 10000);
+
+        const QByteArray shots = qgetenv("QUILLORA_SCREENSHOTS");
+        if (!shots.isEmpty()) {
+            pointerTo(centreOf(bar_->item(0)));
+            QTest::qWait(1500);
+            QGuiApplication::primaryScreen()->grabWindow(0).save(QString::fromLocal8Bit(shots) +
+                                                                 "/quickbar-home.png");
+        }
+    }
+
+    void searchFocusesTheSearchField() {
+        click(centreOf(bar_->searchButton()));
+        QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), quint64(window()->winId()), 10000);
+        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(home_->searchField()));
+    }
+};
+
+int main(int argc, char **argv) {
+    TestEnv env;
+    AppDelegate::prepareProcess();
+    XvfbSession x11;
+    if (!x11.start())
+        qFatal("could not start Xvfb");
+    QApplication app(argc, argv);
+    TestQuickBarHome tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_quickbar_home.moc"
