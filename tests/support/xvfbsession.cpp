@@ -1,38 +1,32 @@
 #include "xvfbsession.h"
 
 #include <QDeadlineTimer>
-#include <QFile>
 #include <QThread>
-#include <unistd.h>
 
 XvfbSession::~XvfbSession() {
     stop();
 }
 
 bool XvfbSession::start(bool withWindowManager) {
-    // Look for a free display number; the lock file tells which are taken.
-    for (int n = 50 + int(getpid() % 400); n < 1000; ++n) {
-        if (QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(n)) ||
-            QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)))
-            continue;
-        const QString display = QStringLiteral(":%1").arg(n);
-        xvfb_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        xvfb_.start(QStringLiteral("Xvfb"),
-                    {display, QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x800x24"),
-                     QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-noreset")});
-        if (!xvfb_.waitForStarted(5000))
-            return false;
-        QDeadlineTimer deadline(10000);
-        while (!deadline.hasExpired() && xvfb_.state() == QProcess::Running &&
-               !QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)))
-            QThread::msleep(20);
-        if (xvfb_.state() != QProcess::Running)
-            continue; // lost a race for this number
-        display_ = display;
-        break;
-    }
-    if (display_.isEmpty())
+    // Xvfb picks a free display itself and writes its number on standard output, so two tests
+    // starting at the same moment never share one.
+    xvfb_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    xvfb_.setReadChannel(QProcess::StandardOutput);
+    xvfb_.start(QStringLiteral("Xvfb"),
+                {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                 QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
+                 QStringLiteral("tcp"), QStringLiteral("-noreset")});
+    if (!xvfb_.waitForStarted(5000))
         return false;
+    QByteArray number;
+    QDeadlineTimer deadline(20000);
+    while (!number.endsWith('\n') && !deadline.hasExpired() && xvfb_.state() == QProcess::Running) {
+        xvfb_.waitForReadyRead(200);
+        number += xvfb_.readAllStandardOutput();
+    }
+    if (number.trimmed().isEmpty())
+        return false;
+    display_ = QStringLiteral(":") + QString::fromLatin1(number.trimmed());
     qputenv("DISPLAY", display_.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "xcb");
     qunsetenv("WAYLAND_DISPLAY");
