@@ -8,10 +8,13 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QFont>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QPointer>
 #include <QScreen>
 #include <QSystemTrayIcon>
 #include <QTimer>
+#include <QTranslator>
 #include <iostream>
 
 // QUILLORA_SCREENSHOT=FILE: an unattended run. Message boxes are answered by themselves (and printed),
@@ -58,6 +61,11 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName("quillora");
     QApplication::setOrganizationName("quillora");
     QApplication::setWindowIcon(QIcon(":/icon.svg"));
+    // Our texts are Chinese; Qt's own (file dialog, text field menus) follow them.
+    QTranslator qtTexts;
+    if (qtTexts.load(QLocale(QLocale::Chinese, QLocale::China), QStringLiteral("qtbase"), QStringLiteral("_"),
+                     QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QApplication::installTranslator(&qtTexts);
     // Closing the window keeps the program in the tray; without a tray it would be unreachable.
     QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
 
