@@ -151,16 +151,6 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv) {
-    TestEnv env;
-    AppDelegate::prepareProcess();
-    XvfbSession x11;
-    if (!x11.start())
-        qFatal("could not start Xvfb");
-    QApplication app(argc, argv);
-    TestQuickBarHome tc;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&tc, argc, argv);
-}
+QUILLORA_X11_TEST_MAIN_PREPARED(TestQuickBarHome, AppDelegate::prepareProcess())
 
 #include "tst_quickbar_home.moc"

@@ -26,9 +26,14 @@ private:
 
 // main() for a Qt Test class that needs an X display: isolates user data, starts Xvfb and openbox,
 // then runs the tests in a QApplication on that display.
-#define QUILLORA_X11_TEST_MAIN(TestObject)                                                                   \
+#define QUILLORA_X11_TEST_MAIN(TestObject) QUILLORA_X11_TEST_MAIN_PREPARED(TestObject, )
+
+// The same, running `prepare` (process-wide settings such as environment variables) before the
+// display and the application exist.
+#define QUILLORA_X11_TEST_MAIN_PREPARED(TestObject, prepare)                                                 \
     int main(int argc, char **argv) {                                                                        \
         TestEnv env;                                                                                         \
+        prepare;                                                                                             \
         XvfbSession x11;                                                                                     \
         if (!x11.start())                                                                                    \
             qFatal("could not start Xvfb");                                                                  \
