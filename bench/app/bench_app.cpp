@@ -1,12 +1,12 @@
 // Prints: the time from starting a process to an enabled sign-in button (median of several runs),
 // and the resident memory of the home window with the demo library and with 10,000 phrases.
-#include "app/appdelegate.h"
-#include "app/loginviewcontroller.h"
-#include "app/mainwindowcontroller.h"
-#include "cloud/api_user.h"
-#include "cloud/api_word_class.h"
-#include "cloud/api_word_list.h"
-#include "library/homeviewcontrollers.h"
+#include "app/appcontroller.h"
+#include "app/mainwindow.h"
+#include "app/signinview.h"
+#include "cloud/accountapi.h"
+#include "cloud/classapi.h"
+#include "cloud/phraseapi.h"
+#include "library/homeview.h"
 #include "model/app.h"
 
 #include "cloudservice.h"
@@ -42,20 +42,20 @@ long residentKb() {
 // Child: the sign-in window; "ready" once the gate has enabled the button. With QUILLORA_AUTOLOGIN
 // it goes on to the home window and prints its resident memory once the library is synchronised.
 int child(int argc, char **argv) {
-    AppDelegate::prepareProcess();
+    AppController::prepareProcess();
     QApplication app(argc, argv);
-    MainWindowController window;
-    auto *login = new LoginViewController(&window);
+    MainWindow window;
+    auto *login = new SignInView(&window);
     window.setContentView(login);
-    window.resize(LoginViewController::windowSize);
+    window.resize(SignInView::windowSize);
     const bool home = qEnvironmentVariableIsSet("QUILLORA_AUTOLOGIN");
-    QObject::connect(login, &LoginViewController::ready, [home] {
+    QObject::connect(login, &SignInView::ready, [home] {
         std::cout << "ready" << std::endl;
         if (!home)
             QCoreApplication::exit(0);
     });
-    QObject::connect(login, &LoginViewController::signedIn, [](HomeViewControllers *h) {
-        QObject::connect(h, &HomeViewControllers::cloudStopped, h, [h] {
+    QObject::connect(login, &SignInView::signedIn, [](HomeView *h) {
+        QObject::connect(h, &HomeView::cloudStopped, h, [h] {
             QTimer::singleShot(1500, h, [h] {
                 std::cout << "rss_kb " << residentKb() << std::endl;
                 const QString search = qEnvironmentVariable("BENCH_SEARCH");
@@ -119,7 +119,7 @@ ChildResult runChild(const QStringList &extraEnv) {
 // Signs in as name and adds count phrases to the account's first class, a few requests at a time.
 bool fillLibrary(const QString &name, const QString &password, int count) {
     bool signedIn = false, done = false;
-    api_user::login(name, password, [&](const ApiLoginResult &r) {
+    AccountApi::login(name, password, [&](const LoginResult &r) {
         signedIn = r.isOk();
         done = true;
     });
@@ -130,7 +130,7 @@ bool fillLibrary(const QString &name, const QString &password, int count) {
     App::userInfo().username = name;
     QString classSign;
     done = false;
-    api_word_class::getAll(name, [&](const apiResultWordClasGetAll &r) {
+    ClassApi::getAll(name, [&](const ClassListResult &r) {
         if (r.isSuccess() && !r.data().isEmpty())
             classSign = r.data().first().sign;
         done = true;
@@ -146,14 +146,14 @@ bool fillLibrary(const QString &name, const QString &password, int count) {
             QStringLiteral(R"([{"type":1,"value":"第%1条：您好，订单%2已经发货，请注意查收。"}])")
                 .arg(i)
                 .arg(100000 + i);
-        api_word_list::create(classSign, QStringLiteral("短语%1").arg(i), json, QString::number(i), name,
-                              [&](const apiResultCreate &r) {
-                                  ++finished;
-                                  if (!r.isSuccess())
-                                      ++failed;
-                                  if (issued < count)
-                                      issue();
-                              });
+        PhraseApi::create(classSign, QStringLiteral("短语%1").arg(i), json, QString::number(i), name,
+                          [&](const CreateResult &r) {
+                              ++finished;
+                              if (!r.isSuccess())
+                                  ++failed;
+                              if (issued < count)
+                                  issue();
+                          });
     };
     for (int k = 0; k < 8 && issued < count; ++k)
         issue();

@@ -1,16 +1,16 @@
 // A full synchronisation of 200 classes and 10,000 phrases (no pictures) from a local quillora-cloud,
 // end to end, and its split into fetch (HTTP), parse (JSON) and store (one replacement per table).
 // Usage: bench_cloud_sync [runs]   (default 5; prints medians in milliseconds)
-#include "cloud/api_base.h"
-#include "cloud/api_user.h"
-#include "cloud/api_word_class.h"
-#include "cloud/api_word_list.h"
-#include "cloud/controller_cloud.h"
-#include "cloud/mhttp.h"
-#include "library/controller_word_class.h"
-#include "library/controller_word_list.h"
+#include "cloud/accountapi.h"
+#include "cloud/classapi.h"
+#include "cloud/httptransport.h"
+#include "cloud/librarysync.h"
+#include "cloud/phraseapi.h"
+#include "cloud/serviceapi.h"
+#include "library/classoperations.h"
+#include "library/phraseoperations.h"
 #include "model/app.h"
-#include "model/wordlistjson.h"
+#include "model/phraselistreply.h"
 #include "store/localpath.h"
 
 #include "cloudservice.h"
@@ -54,19 +54,19 @@ bool seed() {
     for (int i = 1; i < kClasses && ok; ++i) {
         spin([&]() { return inFlight < 6; });
         ++inFlight;
-        api_word_class::create(QStringLiteral("分类 %1").arg(i), QString::number(i), kUser,
-                               [&](const apiResultCreate &r) {
-                                   --inFlight;
-                                   ok = ok && r.isSuccess();
-                               });
+        ClassApi::create(QStringLiteral("分类 %1").arg(i), QString::number(i), kUser,
+                         [&](const CreateResult &r) {
+                             --inFlight;
+                             ok = ok && r.isSuccess();
+                         });
     }
     spin([&]() { return inFlight == 0; });
-    std::optional<apiResultWordClasGetAll> all;
-    api_word_class::getAll(kUser, [&](const apiResultWordClasGetAll &r) { all = r; });
+    std::optional<ClassListResult> all;
+    ClassApi::getAll(kUser, [&](const ClassListResult &r) { all = r; });
     spin([&]() { return all.has_value(); });
     if (!ok || !all->isSuccess() || all->data().size() != kClasses)
         return false;
-    for (const DataWordClass &c : all->data())
+    for (const PhraseClass &c : all->data())
         signs.append(c.sign);
 
     for (int i = 0; i < kPhrases && ok; ++i) {
@@ -76,11 +76,11 @@ bool seed() {
             QStringLiteral("您好，感谢您的耐心等待。订单 %1 已经发出，预计两到三天送达，请留意物流信息。")
                 .arg(i);
         const QString json = QStringLiteral("[{\"type\":1,\"value\":\"%1\"}]").arg(text);
-        api_word_list::create(signs.at(i % kClasses), QStringLiteral("回复 %1").arg(i), json,
-                              QString::number(i / kClasses), kUser, [&](const apiResultCreate &r) {
-                                  --inFlight;
-                                  ok = ok && r.isSuccess();
-                              });
+        PhraseApi::create(signs.at(i % kClasses), QStringLiteral("回复 %1").arg(i), json,
+                          QString::number(i / kClasses), kUser, [&](const CreateResult &r) {
+                              --inFlight;
+                              ok = ok && r.isSuccess();
+                          });
         if (i % 1000 == 999)
             std::fprintf(stderr, "seeded %d phrases\n", i + 1);
     }
@@ -89,9 +89,9 @@ bool seed() {
 }
 
 QByteArray fetch(const char *path) {
-    std::optional<mHttpJsonResultS> r;
-    mHttp::postString(api_base::appendUrl(QString::fromLatin1(path)), {{QStringLiteral("dbname"), kUser}},
-                      [&](const mHttpJsonResultS &x) { r = x; });
+    std::optional<TextReply> r;
+    HttpTransport::postString(ServiceApi::appendUrl(QString::fromLatin1(path)),
+                              {{QStringLiteral("dbname"), kUser}}, [&](const TextReply &x) { r = x; });
     spin([&]() { return r.has_value(); });
     return r->text().toUtf8();
 }
@@ -109,14 +109,14 @@ int main(int argc, char **argv) {
         return 1;
     }
     qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
-    LocalPath::iniitDir();
+    LocalPath::initDirs();
 
     // The client's log lines are part of the work; send them where nobody reads them.
     std::ofstream sink("/dev/null");
     std::streambuf *console = std::cout.rdbuf(sink.rdbuf());
 
-    std::optional<ApiLoginResult> login;
-    api_user::login(kUser, QStringLiteral("bench-password"), [&](const ApiLoginResult &r) { login = r; });
+    std::optional<LoginResult> login;
+    AccountApi::login(kUser, QStringLiteral("bench-password"), [&](const LoginResult &r) { login = r; });
     spin([&]() { return login.has_value(); });
     if (!login->isOk()) {
         std::cout.rdbuf(console);
@@ -139,11 +139,11 @@ int main(int argc, char **argv) {
         QElapsedTimer t;
         t.start();
         bool done = false;
-        controller_cloud::cloudAll([&]() { done = true; });
+        LibrarySync::cloudAll([&]() { done = true; });
         spin([&]() { return done; });
         total.push_back(double(t.nsecsElapsed()) / 1e6);
     }
-    const qsizetype stored = controller_word_list::db().getAllCount(kUser).toLongLong();
+    const qsizetype stored = PhraseOperations::db().getAllCount(kUser).toLongLong();
 
     // The same work in its three parts, each timed on its own.
     for (int run = 0; run < runs; ++run) {
@@ -155,19 +155,19 @@ int main(int argc, char **argv) {
 
         t.restart();
         const QJsonArray items =
-            mHttp::parseJson(classText).value_or(QJsonValue())[QLatin1String("data")].toArray();
-        QList<DataWordClass> classes;
+            HttpTransport::parseJson(classText).value_or(QJsonValue())[QLatin1String("data")].toArray();
+        QList<PhraseClass> classes;
         for (const QJsonValue &item : items)
-            classes.append(DataWordClass(
+            classes.append(PhraseClass(
                 item[QLatin1String("id")].toInteger(), item[QLatin1String("sign")].toString(),
                 item[QLatin1String("label")].toString(), item[QLatin1String("position")].toInteger(),
                 item[QLatin1String("username")].toString()));
-        const std::optional<WordListJson> phrases = WordListJson::fromText(listText);
+        const std::optional<PhraseListReply> phrases = PhraseListReply::fromText(listText);
         parseMs.push_back(double(t.nsecsElapsed()) / 1e6);
 
         t.restart();
-        controller_word_class::db().replaceAll(kUser, classes);
-        controller_word_list::db().replaceAll(kUser, phrases ? phrases->data : QList<DataWordList>());
+        ClassOperations::db().replaceAll(kUser, classes);
+        PhraseOperations::db().replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
         storeMs.push_back(double(t.nsecsElapsed()) / 1e6);
     }
     std::cout.rdbuf(console);

@@ -1,10 +1,10 @@
-// Time from SendJsonValueUtil::send to the target's Enter, beside the fixed pauses of the procedure
+// Time from PhraseSender::send to the target's Enter, beside the fixed pauses of the procedure
 // (the difference is our own overhead), and the CPU cost of the idle 60 ms front-window probe.
 // Starts its own Xvfb, openbox and a pastetarget; prints its figures on standard output.
-#include "send/controller_service_window.h"
-#include "send/copysendutil.h"
-#include "send/sendjsonvalueutil.h"
-#include "send/win32apiwindow.h"
+#include "send/phrasedelivery.h"
+#include "send/phrasesender.h"
+#include "send/targetwindowtracker.h"
+#include "send/windowactivation.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"
 
@@ -84,12 +84,12 @@ double sendLatencyMs(const QString &log, const QString &json, int linesPerSend) 
     for (int i = 0; i < rounds; ++i) {
         const qsizetype before = logLines(log).size();
         const qint64 start = nowUs();
-        SendJsonValueUtil::send(json, true);
+        PhraseSender::send(json, true);
         if (!waitFor([&] { return logLines(log).size() >= before + linesPerSend; }, 20000))
             return -1;
         const QString last = logLines(log).last();
         samples.push_back(double(last.section(QLatin1Char(' '), 0, 0).toLongLong() - start) / 1000.0);
-        if (!waitFor([] { return !SendJsonValueUtil::runs(); }, 20000))
+        if (!waitFor([] { return !PhraseSender::runs(); }, 20000))
             return -1;
         waitFor([] { return false; }, 100);
     }
@@ -107,7 +107,7 @@ int main(int argc, char **argv) {
     }
     QGuiApplication app(argc, argv);
 
-    LocalPath::iniitDir();
+    LocalPath::initDirs();
     QByteArray png;
     QBuffer buffer(&png);
     QImage picture(120, 80, QImage::Format_RGB32);
@@ -128,21 +128,21 @@ int main(int argc, char **argv) {
     std::optional<RunningApplication> window;
     waitFor(
         [&] {
-            for (const RunningApplication &a : Win32ApiWindow::runningApplications())
+            for (const RunningApplication &a : WindowActivation::runningApplications())
                 if (a.processIdentifier == pid)
                     window = a;
             return window.has_value();
         },
         30000);
     if (!window ||
-        !waitFor([&] { return Win32ApiWindow::setForeguangd(*window) && window->isActive(); }, 10000)) {
+        !waitFor([&] { return WindowActivation::activate(*window) && window->isActive(); }, 10000)) {
         std::printf("the paste target did not come up\n");
         return 1;
     }
 
     const double idleOff = idleCpuShare();
-    controller_service_window::start();
-    waitFor([&] { return controller_service_window::nowWindowFrom().has_value(); }, 10000);
+    TargetWindowTracker::start();
+    waitFor([&] { return TargetWindowTracker::lastTarget().has_value(); }, 10000);
     const double idleOn = idleCpuShare();
 
     const QString oneText =
@@ -153,9 +153,9 @@ int main(int argc, char **argv) {
     const double textMs = sendLatencyMs(log, oneText, 2);
     const double piecesMs = sendLatencyMs(log, textPictureText, 4);
     const double textSleepsMs =
-        double(CopySendUtil::textAfterActivateUs + CopySendUtil::textBeforePasteUs) / 1000.0;
+        double(PhraseDelivery::textAfterActivateUs + PhraseDelivery::textBeforePasteUs) / 1000.0;
     const double piecesSleepsMs =
-        double(CopySendUtil::piecesAfterActivateUs + 3 * CopySendUtil::afterPieceUs) / 1000.0;
+        double(PhraseDelivery::piecesAfterActivateUs + 3 * PhraseDelivery::afterPieceUs) / 1000.0;
 
     std::printf("send -> target's Enter, median of %d sends (target: under 15 ms over the fixed sleeps)\n",
                 rounds);

@@ -1,7 +1,7 @@
 // Local database figures on a realistic library: labels and ~120-character texts of mixed Chinese and
 // ASCII, a third of the phrases with one or two pictures. The database lives in a temporary folder.
-#include "store/db_word_list.h"
 #include "store/localpath.h"
+#include "store/phrasestore.h"
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
@@ -105,10 +105,10 @@ QString pictureName(std::mt19937 &rng) {
            QStringLiteral(".png");
 }
 
-QList<DataWordList> makeRows(int count) {
+QList<Phrase> makeRows(int count) {
     std::mt19937 rng(20240611);
     std::uniform_int_distribution<int> pick(0, fragmentCount - 1);
-    QList<DataWordList> rows;
+    QList<Phrase> rows;
     rows.reserve(count);
     for (int i = 0; i < count; ++i) {
         QString label;
@@ -124,7 +124,7 @@ QList<DataWordList> makeRows(int count) {
             if (i % 6 == 0)
                 content.append(QJsonObject{{"type", 2}, {"value", pictureName(rng)}});
         }
-        DataWordList row;
+        Phrase row;
         row.parentSign = QStringLiteral("class%1").arg(i % 40);
         row.sign = QStringLiteral("sign%1").arg(i);
         row.label = label;
@@ -141,8 +141,8 @@ void fillLibrary(int count) {
     static int filled = -1;
     if (filled == count)
         return;
-    db_word_list store;
-    db_base::connection()->exec("DELETE FROM word_list");
+    PhraseStore store;
+    LocalStore::connection()->exec("DELETE FROM word_list");
     if (!store.replaceAll(user, makeRows(count)))
         std::abort();
     filled = count;
@@ -156,12 +156,12 @@ struct QuietCout {
 };
 
 void BM_CreateOne(benchmark::State &state) {
-    db_word_list store;
-    const QList<DataWordList> rows = makeRows(1);
+    PhraseStore store;
+    const QList<Phrase> rows = makeRows(1);
     QuietCout quiet;
     int i = 0;
     for (auto _ : state) {
-        const DataWordList &r = rows.first();
+        const Phrase &r = rows.first();
         ++i;
         benchmark::DoNotOptimize(store.create(r.parentSign, QStringLiteral("one%1").arg(i), r.label,
                                               r.jsonValue, i, QStringLiteral("c")));
@@ -171,8 +171,8 @@ void BM_CreateOne(benchmark::State &state) {
 }
 
 void BM_ReplaceAll(benchmark::State &state) {
-    db_word_list store;
-    const QList<DataWordList> rows = makeRows(int(state.range(0)));
+    PhraseStore store;
+    const QList<Phrase> rows = makeRows(int(state.range(0)));
     QuietCout quiet;
     for (auto _ : state)
         benchmark::DoNotOptimize(store.replaceAll(QStringLiteral("replace"), rows));
@@ -182,10 +182,10 @@ void BM_ReplaceAll(benchmark::State &state) {
 
 void likeBenchmark(benchmark::State &state, const QString &key) {
     fillLibrary(int(state.range(0)));
-    db_word_list store;
+    PhraseStore store;
     qsizetype found = 0;
     for (auto _ : state) {
-        const QList<DataWordList> rows = store.getLikeAll(key, user);
+        const QList<Phrase> rows = store.getLikeAll(key, user);
         found = rows.size();
         benchmark::DoNotOptimize(rows.constData());
     }
@@ -209,9 +209,9 @@ void BM_GetLikeAll_None(benchmark::State &state) {
 void BM_LikeScan(benchmark::State &state) {
     fillLibrary(int(state.range(0)));
     std::optional<SQLite::Database> plain;
-    SQLite::Database *db = db_base::connection();
+    SQLite::Database *db = LocalStore::connection();
     if (state.range(1) == 0) {
-        plain.emplace(db_base::databasePath().toStdString(), SQLite::OPEN_READONLY);
+        plain.emplace(LocalStore::databasePath().toStdString(), SQLite::OPEN_READONLY);
         plain->exec("PRAGMA mmap_size=268435456");
         plain->exec("PRAGMA cache_size=-32768");
         db = &*plain;
@@ -230,10 +230,10 @@ void BM_LikeScan(benchmark::State &state) {
 
 void BM_GetImagenameAll(benchmark::State &state) {
     fillLibrary(int(state.range(0)));
-    db_word_list store;
+    PhraseStore store;
     qsizetype names = 0;
     for (auto _ : state) {
-        const QStringList all = store.getImagenameAll(user);
+        const QStringList all = store.allPictureNames(user);
         names = all.size();
         benchmark::DoNotOptimize(all.constData());
     }
@@ -256,11 +256,11 @@ int main(int argc, char **argv) {
     QCoreApplication app(argc, argv);
     {
         QuietCout quiet;
-        LocalPath::iniitDir();
-        db_word_list open;
+        LocalPath::initDirs();
+        PhraseStore open;
     }
-    if (!db_base::connection()) {
-        std::cerr << db_base::openError().toStdString() << std::endl;
+    if (!LocalStore::connection()) {
+        std::cerr << LocalStore::openError().toStdString() << std::endl;
         return 1;
     }
     benchmark::Initialize(&argc, argv);

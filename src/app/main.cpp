@@ -1,7 +1,7 @@
-#include "app/appdelegate.h"
-#include "app/loginviewcontroller.h"
-#include "app/mainwindowcontroller.h"
-#include "library/homeviewcontrollers.h"
+#include "app/appcontroller.h"
+#include "app/mainwindow.h"
+#include "app/signinview.h"
+#include "library/homeview.h"
 #include "ui/messagebox.h"
 
 #include <QApplication>
@@ -19,7 +19,7 @@
 
 // QUILLORA_SCREENSHOT=FILE: an unattended run. Message boxes are answered by themselves (and printed),
 // and once the home window shows the synchronised library it is saved to FILE and the program ends.
-static void unattended(AppDelegate &delegate, const QString &file) {
+static void unattended(AppController &listener, const QString &file) {
     MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
         std::cout << "message box: " << r.title.toStdString() << ": " << r.text.toStdString() << std::endl;
         return true;
@@ -29,34 +29,32 @@ static void unattended(AppDelegate &delegate, const QString &file) {
         std::cerr << "quillora: the home window did not show the library in time" << std::endl;
         QCoreApplication::exit(1);
     });
-    auto *login = qobject_cast<LoginViewController *>(delegate.window()->contentView());
-    QObject::connect(login, &LoginViewController::loginFailed, qApp, [](const QString &msg) {
+    auto *login = qobject_cast<SignInView *>(listener.window()->contentView());
+    QObject::connect(login, &SignInView::loginFailed, qApp, [](const QString &msg) {
         std::cerr << "quillora: sign-in failed: " << msg.toStdString() << std::endl;
         QCoreApplication::exit(1);
     });
-    QObject::connect(
-        login, &LoginViewController::signedIn, qApp, [&delegate, file](HomeViewControllers *home) {
-            QObject::connect(home, &HomeViewControllers::cloudStopped, qApp, [&delegate, file] {
-                // Let the lists and the docking settle before the picture is taken.
-                QTimer::singleShot(800, qApp, [&delegate, file] {
-                    QWidget *w = delegate.window();
-                    QDir().mkpath(QFileInfo(file).absolutePath());
-                    if (!w || !w->grab().save(file)) {
-                        std::cerr << "quillora: could not save " << file.toStdString() << std::endl;
-                        QCoreApplication::exit(1);
-                        return;
-                    }
-                    std::cout << "screenshot: " << QFileInfo(file).absoluteFilePath().toStdString()
-                              << std::endl;
-                    QCoreApplication::exit(0);
-                });
+    QObject::connect(login, &SignInView::signedIn, qApp, [&listener, file](HomeView *home) {
+        QObject::connect(home, &HomeView::cloudStopped, qApp, [&listener, file] {
+            // Let the lists and the docking settle before the picture is taken.
+            QTimer::singleShot(800, qApp, [&listener, file] {
+                QWidget *w = listener.window();
+                QDir().mkpath(QFileInfo(file).absolutePath());
+                if (!w || !w->grab().save(file)) {
+                    std::cerr << "quillora: could not save " << file.toStdString() << std::endl;
+                    QCoreApplication::exit(1);
+                    return;
+                }
+                std::cout << "screenshot: " << QFileInfo(file).absoluteFilePath().toStdString() << std::endl;
+                QCoreApplication::exit(0);
             });
         });
+    });
 }
 
 int main(int argc, char **argv) {
     Q_INIT_RESOURCE(app);
-    AppDelegate::prepareProcess();
+    AppController::prepareProcess();
     QApplication app(argc, argv);
     QApplication::setApplicationName("quillora");
     QApplication::setOrganizationName("quillora");
@@ -69,12 +67,12 @@ int main(int argc, char **argv) {
     // Closing the window keeps the program in the tray; without a tray it would be unreachable.
     QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
 
-    AppDelegate delegate;
-    delegate.applicationDidFinishLaunching();
+    AppController listener;
+    listener.applicationDidFinishLaunching();
     const QString shot = qEnvironmentVariable("QUILLORA_SCREENSHOT");
     if (!shot.isEmpty())
-        unattended(delegate, shot);
+        unattended(listener, shot);
     const int status = app.exec();
-    delegate.applicationWillTerminate();
+    listener.applicationWillTerminate();
     return status;
 }

@@ -1,7 +1,7 @@
 # The web view lives in a module of its own so that the application does not load the web engine
 # until a service page is opened. It lies next to the executable, where WebViewModule looks for it.
 add_library(quillora-webview MODULE
-  ${CMAKE_CURRENT_LIST_DIR}/webview/webviewcontroller.cpp ${CMAKE_CURRENT_LIST_DIR}/webview/webviewcontroller.h
+  ${CMAKE_CURRENT_LIST_DIR}/webview/webpageview.cpp ${CMAKE_CURRENT_LIST_DIR}/webview/webpageview.h
   ${CMAKE_CURRENT_LIST_DIR}/webview/webviewplugin.cpp ${CMAKE_CURRENT_LIST_DIR}/webview/webviewplugin.h
   ${CMAKE_CURRENT_LIST_DIR}/webpageopener.h)
 set_target_properties(quillora-webview PROPERTIES

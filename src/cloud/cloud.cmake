@@ -1,24 +1,24 @@
 target_sources(quillora-core PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/api_base.cpp ${CMAKE_CURRENT_LIST_DIR}/api_base.h
-  ${CMAKE_CURRENT_LIST_DIR}/api_user.cpp ${CMAKE_CURRENT_LIST_DIR}/api_user.h
-  ${CMAKE_CURRENT_LIST_DIR}/api_word_class.cpp ${CMAKE_CURRENT_LIST_DIR}/api_word_class.h
-  ${CMAKE_CURRENT_LIST_DIR}/api_word_image.cpp ${CMAKE_CURRENT_LIST_DIR}/api_word_image.h
-  ${CMAKE_CURRENT_LIST_DIR}/api_word_list.cpp ${CMAKE_CURRENT_LIST_DIR}/api_word_list.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiloginresult.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiresulrdowimage.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiresultbase.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiresultcreate.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiresultlist.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiresultwordclasgetall.h
-  ${CMAKE_CURRENT_LIST_DIR}/apiresultwordlistgetall.h
-  ${CMAKE_CURRENT_LIST_DIR}/appsetting.cpp ${CMAKE_CURRENT_LIST_DIR}/appsetting.h
-  ${CMAKE_CURRENT_LIST_DIR}/controller_cloud.cpp ${CMAKE_CURRENT_LIST_DIR}/controller_cloud.h
-  ${CMAKE_CURRENT_LIST_DIR}/controller_cloud_delegate.h
-  ${CMAKE_CURRENT_LIST_DIR}/controller_synccheck.cpp ${CMAKE_CURRENT_LIST_DIR}/controller_synccheck.h
+  ${CMAKE_CURRENT_LIST_DIR}/serviceapi.cpp ${CMAKE_CURRENT_LIST_DIR}/serviceapi.h
+  ${CMAKE_CURRENT_LIST_DIR}/accountapi.cpp ${CMAKE_CURRENT_LIST_DIR}/accountapi.h
+  ${CMAKE_CURRENT_LIST_DIR}/classapi.cpp ${CMAKE_CURRENT_LIST_DIR}/classapi.h
+  ${CMAKE_CURRENT_LIST_DIR}/pictureapi.cpp ${CMAKE_CURRENT_LIST_DIR}/pictureapi.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraseapi.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseapi.h
+  ${CMAKE_CURRENT_LIST_DIR}/loginresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/picturedownloadresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/callresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/createresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/listresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/classlistresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraselistresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/appsettings.cpp ${CMAKE_CURRENT_LIST_DIR}/appsettings.h
+  ${CMAKE_CURRENT_LIST_DIR}/librarysync.cpp ${CMAKE_CURRENT_LIST_DIR}/librarysync.h
+  ${CMAKE_CURRENT_LIST_DIR}/librarysynclistener.h
+  ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.cpp ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.h
   ${CMAKE_CURRENT_LIST_DIR}/imageutil.cpp ${CMAKE_CURRENT_LIST_DIR}/imageutil.h
-  ${CMAKE_CURRENT_LIST_DIR}/mhttp.cpp ${CMAKE_CURRENT_LIST_DIR}/mhttp.h
-  ${CMAKE_CURRENT_LIST_DIR}/mhttpjsonresult.h
-  ${CMAKE_CURRENT_LIST_DIR}/mhttpjsonresults.h
-  ${CMAKE_CURRENT_LIST_DIR}/rc4.cpp ${CMAKE_CURRENT_LIST_DIR}/rc4.h
+  ${CMAKE_CURRENT_LIST_DIR}/httptransport.cpp ${CMAKE_CURRENT_LIST_DIR}/httptransport.h
+  ${CMAKE_CURRENT_LIST_DIR}/jsonreply.h
+  ${CMAKE_CURRENT_LIST_DIR}/textreply.h
+  ${CMAKE_CURRENT_LIST_DIR}/rc4cipher.cpp ${CMAKE_CURRENT_LIST_DIR}/rc4cipher.h
   ${CMAKE_CURRENT_LIST_DIR}/uploadprocedure.cpp ${CMAKE_CURRENT_LIST_DIR}/uploadprocedure.h
   ${CMAKE_CURRENT_LIST_DIR}/versiongate.cpp ${CMAKE_CURRENT_LIST_DIR}/versiongate.h)

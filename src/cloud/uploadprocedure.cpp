@@ -1,7 +1,7 @@
 #include "cloud/uploadprocedure.h"
 
-#include "cloud/api_word_image.h"
-#include "cloud/mhttp.h"
+#include "cloud/httptransport.h"
+#include "cloud/pictureapi.h"
 #include "model/contentformat.h"
 
 #include <QCoreApplication>
@@ -13,8 +13,8 @@
 #include <optional>
 
 UploadProcedure::UploadProcedure(const QString &jsonValue, QObject *parent) : QObject(parent) {
-    if (const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonValue))
-        filenameArr_ = getImagenameArr(*items).value_or(QStringList());
+    if (const std::optional<ContentPieces> items = parseContent(jsonValue))
+        filenameArr_ = distinctPictureNames(*items).value_or(QStringList());
 }
 
 namespace {
@@ -38,20 +38,20 @@ void UploadProcedure::start() {
         std::optional<QString> firstFailure;
         for (const QString &name : names) {
             std::cout << "---uploadImage > 正在上传图片。filename = " << name.toStdString() << std::endl;
-            mHttp::runOnGuiThread([self, name]() {
+            HttpTransport::runOnGuiThread([self, name]() {
                 if (self)
                     Q_EMIT self->labelChanged(QStringLiteral("正在上传图片 ") + name);
             });
             settled->failure.reset();
-            api_word_image::exist(name, [self, name, settled](bool known) {
+            PictureApi::exist(name, [self, name, settled](bool known) {
                 if (known) {
                     std::cout << "---uploadImage > 图片存在 不用上传" << std::endl;
                     settled->semaphore.release();
                     return;
                 }
-                api_word_image::upload(
+                PictureApi::upload(
                     name,
-                    [settled](const DataResult &r) {
+                    [settled](const OperationResult &r) {
                         if (r.isSuccess()) {
                             std::cout << "---uploadImage > 图片上传成功" << std::endl;
                         } else {
@@ -70,7 +70,8 @@ void UploadProcedure::start() {
             if (settled->failure && !firstFailure)
                 firstFailure = settled->failure;
         }
-        const DataResult result = firstFailure ? DataResult::error(*firstFailure) : DataResult::success();
+        const OperationResult result =
+            firstFailure ? OperationResult::error(*firstFailure) : OperationResult::success();
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, result]() {

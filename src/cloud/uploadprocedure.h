@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/dataresult.h"
+#include "model/operationresult.h"
 
 #include <QObject>
 #include <QString>
@@ -22,7 +22,7 @@ public:
 Q_SIGNALS:
     void labelChanged(const QString &text);
     void progressChanged(int percent);
-    void finished(const DataResult &result);
+    void finished(const OperationResult &result);
 
 private:
     QStringList filenameArr_;

@@ -1,6 +1,6 @@
 #include "cloud/versiongate.h"
 
-#include "cloud/api_base.h"
+#include "cloud/serviceapi.h"
 #include "model/app.h"
 
 #include <QtGlobal>
@@ -23,5 +23,5 @@ VersionGate VersionGate::judge(const std::optional<QJsonValue> &reply) {
 
 QString VersionGate::updateMessage() {
     return QStringLiteral("版本过于老旧,请前往官网下载新版") + QStringLiteral(" 网址 ") +
-           api_base::webAddress();
+           ServiceApi::webAddress();
 }

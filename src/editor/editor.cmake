@@ -1,13 +1,13 @@
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/edittextview.cpp ${CMAKE_CURRENT_LIST_DIR}/edittextview.h)
+  ${CMAKE_CURRENT_LIST_DIR}/phraseeditor.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseeditor.h)
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/cell_emoji.cpp ${CMAKE_CURRENT_LIST_DIR}/cell_emoji.h
-  ${CMAKE_CURRENT_LIST_DIR}/cell_emoji_delegate.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_emojis.cpp ${CMAKE_CURRENT_LIST_DIR}/control_emojis.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_emojis_delegate.h)
+  ${CMAKE_CURRENT_LIST_DIR}/emojicell.cpp ${CMAKE_CURRENT_LIST_DIR}/emojicell.h
+  ${CMAKE_CURRENT_LIST_DIR}/emojicelllistener.h
+  ${CMAKE_CURRENT_LIST_DIR}/emojipicker.cpp ${CMAKE_CURRENT_LIST_DIR}/emojipicker.h
+  ${CMAKE_CURRENT_LIST_DIR}/emojipickerlistener.h)
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/control_upimage.cpp ${CMAKE_CURRENT_LIST_DIR}/control_upimage.h
-  ${CMAKE_CURRENT_LIST_DIR}/createlistviewcontrollel.cpp ${CMAKE_CURRENT_LIST_DIR}/createlistviewcontrollel.h
-  ${CMAKE_CURRENT_LIST_DIR}/editclassviewcontroller.cpp ${CMAKE_CURRENT_LIST_DIR}/editclassviewcontroller.h
-  ${CMAKE_CURRENT_LIST_DIR}/editlistviewcontroller.cpp ${CMAKE_CURRENT_LIST_DIR}/editlistviewcontroller.h
+  ${CMAKE_CURRENT_LIST_DIR}/pictureuploaddialog.cpp ${CMAKE_CURRENT_LIST_DIR}/pictureuploaddialog.h
+  ${CMAKE_CURRENT_LIST_DIR}/createphrasedialog.cpp ${CMAKE_CURRENT_LIST_DIR}/createphrasedialog.h
+  ${CMAKE_CURRENT_LIST_DIR}/classdialog.cpp ${CMAKE_CURRENT_LIST_DIR}/classdialog.h
+  ${CMAKE_CURRENT_LIST_DIR}/editphrasedialog.cpp ${CMAKE_CURRENT_LIST_DIR}/editphrasedialog.h
   ${CMAKE_CURRENT_LIST_DIR}/phrasedialog.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasedialog.h)

@@ -1,11 +1,11 @@
 #include "editor/phrasedialog.h"
 
 #include "cloud/imageutil.h"
-#include "editor/control_emojis.h"
-#include "editor/control_upimage.h"
-#include "editor/edittextview.h"
+#include "editor/emojipicker.h"
+#include "editor/phraseeditor.h"
+#include "editor/pictureuploaddialog.h"
 #include "model/contentformat.h"
-#include "model/dataresult.h"
+#include "model/operationresult.h"
 #include "ui/messagebox.h"
 
 #include <QDir>
@@ -22,11 +22,11 @@
 #include <QVBoxLayout>
 
 PhraseDialog::PhraseDialog(const QString &title, QWidget *parent)
-    : QDialog(parent), labelViewBox(new QLineEdit(this)), textView(new EditTextView(this)),
-      button_save(new QPushButton(QStringLiteral("保存"), this)),
-      button_cancel(new QPushButton(QStringLiteral("取消"), this)),
-      button_emoji(new QPushButton(QStringLiteral("😊 表情"), this)),
-      button_openImage(new QPushButton(QStringLiteral("🖼️ 图片"), this)), fields(new QFormLayout) {
+    : QDialog(parent), labelViewBox(new QLineEdit(this)), textView(new PhraseEditor(this)),
+      saveButton(new QPushButton(QStringLiteral("保存"), this)),
+      cancelButton(new QPushButton(QStringLiteral("取消"), this)),
+      emojiButton(new QPushButton(QStringLiteral("😊 表情"), this)),
+      openPictureButton(new QPushButton(QStringLiteral("🖼️ 图片"), this)), fields(new QFormLayout) {
     setWindowTitle(title);
     setModal(true);
     resize(560, 460);
@@ -43,16 +43,16 @@ PhraseDialog::PhraseDialog(const QString &title, QWidget *parent)
     fields->setVerticalSpacing(10);
     fields->addRow(QStringLiteral("标题"), labelViewBox);
 
-    button_emoji->setToolTip(QStringLiteral("插入表情"));
-    button_openImage->setToolTip(QStringLiteral("插入图片文件"));
-    button_save->setDefault(true);
-    button_save->setAutoDefault(true);
-    button_cancel->setAutoDefault(false);
-    button_emoji->setAutoDefault(false);
-    button_openImage->setAutoDefault(false);
-    for (QPushButton *b : {button_save, button_cancel, button_emoji, button_openImage})
+    emojiButton->setToolTip(QStringLiteral("插入表情"));
+    openPictureButton->setToolTip(QStringLiteral("插入图片文件"));
+    saveButton->setDefault(true);
+    saveButton->setAutoDefault(true);
+    cancelButton->setAutoDefault(false);
+    emojiButton->setAutoDefault(false);
+    openPictureButton->setAutoDefault(false);
+    for (QPushButton *b : {saveButton, cancelButton, emojiButton, openPictureButton})
         b->setMinimumWidth(84);
-    for (QPushButton *b : {button_emoji, button_openImage}) {
+    for (QPushButton *b : {emojiButton, openPictureButton}) {
         QFont f = b->font();
         f.setFamilies({f.family(), QStringLiteral("Noto Sans CJK SC"), QStringLiteral("Noto Color Emoji")});
         b->setFont(f);
@@ -60,11 +60,11 @@ PhraseDialog::PhraseDialog(const QString &title, QWidget *parent)
 
     auto *buttons = new QHBoxLayout;
     buttons->setSpacing(8);
-    buttons->addWidget(button_emoji);
-    buttons->addWidget(button_openImage);
+    buttons->addWidget(emojiButton);
+    buttons->addWidget(openPictureButton);
     buttons->addStretch(1);
-    buttons->addWidget(button_cancel);
-    buttons->addWidget(button_save);
+    buttons->addWidget(cancelButton);
+    buttons->addWidget(saveButton);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 20, 20, 16);
@@ -73,45 +73,45 @@ PhraseDialog::PhraseDialog(const QString &title, QWidget *parent)
     layout->addWidget(textView, 1);
     layout->addLayout(buttons);
 
-    connect(button_save, &QPushButton::clicked, this, &PhraseDialog::button_save_click);
-    connect(button_cancel, &QPushButton::clicked, this, &PhraseDialog::button_cancel_click);
-    connect(button_emoji, &QPushButton::clicked, this, &PhraseDialog::button_emoji_click);
-    connect(button_openImage, &QPushButton::clicked, this, &PhraseDialog::button_openImageFileClick);
+    connect(saveButton, &QPushButton::clicked, this, &PhraseDialog::saveClicked);
+    connect(cancelButton, &QPushButton::clicked, this, &PhraseDialog::cancelClicked);
+    connect(emojiButton, &QPushButton::clicked, this, &PhraseDialog::emojiClicked);
+    connect(openPictureButton, &QPushButton::clicked, this, &PhraseDialog::openPictureClicked);
 }
 
 QString PhraseDialog::jsonValue() const {
     return toJsonValue(textView->getValue());
 }
 
-void PhraseDialog::button_save_click() {
+void PhraseDialog::saveClicked() {
     if (upload_)
         return; // a save is already on its way
-    button_save->setEnabled(false);
-    upload_ = new control_upImage(
-        jsonValue(), [this](const DataResult &r) { uploaded(r); }, this);
+    saveButton->setEnabled(false);
+    upload_ = new PictureUploadDialog(
+        jsonValue(), [this](const OperationResult &r) { uploaded(r); }, this);
     upload_->setAttribute(Qt::WA_DeleteOnClose);
     upload_->setWindowModality(Qt::WindowModal);
     upload_->open();
 }
 
-void PhraseDialog::uploaded(const DataResult &result) {
+void PhraseDialog::uploaded(const OperationResult &result) {
     if (result.isSuccess()) {
         writePhrase();
         return;
     }
-    button_save->setEnabled(true);
+    saveButton->setEnabled(true);
     MessageBox::show(QStringLiteral("上传图片失败"), result.msg(), this);
 }
 
-void PhraseDialog::savedWith(const DataResult &result) {
+void PhraseDialog::savedWith(const OperationResult &result) {
     // A refused write keeps everything as it is so that the user can save again.
     if (result.isSuccess())
         accept();
     else
-        button_save->setEnabled(true);
+        saveButton->setEnabled(true);
 }
 
-void PhraseDialog::button_cancel_click() {
+void PhraseDialog::cancelClicked() {
     reject();
 }
 
@@ -119,31 +119,31 @@ void PhraseDialog::onItemClick(const QString &value) {
     textView->insertString(value);
 }
 
-void PhraseDialog::button_emoji_click() {
+void PhraseDialog::emojiClicked() {
     if (!emojiPopup_) {
         emojiPopup_ = new QFrame(this, Qt::Popup);
         emojiPopup_->setFrameShape(QFrame::StyledPanel);
-        emojis_ = new control_emojis(emojiPopup_);
-        emojis_->delegate = this;
+        emojis_ = new EmojiPicker(emojiPopup_);
+        emojis_->listener = this;
         auto *layout = new QVBoxLayout(emojiPopup_);
         layout->setContentsMargins(6, 6, 6, 6);
         layout->addWidget(emojis_);
         // Nine columns and a scroll bar beside them.
-        emojiPopup_->resize(9 * (40 + control_emojis::spacing) + 30, 6 * (40 + control_emojis::spacing) + 12);
+        emojiPopup_->resize(9 * (40 + EmojiPicker::spacing) + 30, 6 * (40 + EmojiPicker::spacing) + 12);
     }
     // Below the button, or above it when the screen ends first.
-    QPoint at = button_emoji->mapToGlobal(QPoint(0, button_emoji->height() + 4));
-    if (const QScreen *screen = button_emoji->screen()) {
+    QPoint at = emojiButton->mapToGlobal(QPoint(0, emojiButton->height() + 4));
+    if (const QScreen *screen = emojiButton->screen()) {
         const QRect area = screen->availableGeometry();
         if (at.y() + emojiPopup_->height() > area.bottom())
-            at.setY(button_emoji->mapToGlobal(QPoint(0, 0)).y() - emojiPopup_->height() - 4);
+            at.setY(emojiButton->mapToGlobal(QPoint(0, 0)).y() - emojiPopup_->height() - 4);
         at.setX(std::clamp(at.x(), area.left(), std::max(area.left(), area.right() - emojiPopup_->width())));
     }
     emojiPopup_->move(at);
     emojiPopup_->show();
 }
 
-void PhraseDialog::button_openImageFileClick() {
+void PhraseDialog::openPictureClicked() {
     auto *panel = new QFileDialog(this, QStringLiteral("请选择图片"));
     panel->setOption(QFileDialog::DontUseNativeDialog);
     panel->setOption(QFileDialog::ReadOnly); // no new folders from here

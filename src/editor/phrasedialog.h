@@ -1,35 +1,35 @@
 #pragma once
 
-#include "editor/control_emojis_delegate.h"
-#include "editor/control_upimage.h"
-#include "model/dataresult.h"
+#include "editor/emojipickerlistener.h"
+#include "editor/pictureuploaddialog.h"
+#include "model/operationresult.h"
 
 #include <QDialog>
 #include <QPointer>
 
-class EditTextView;
+class PhraseEditor;
 class QFormLayout;
 class QFrame;
 class QLineEdit;
 class QPushButton;
-class control_emojis;
+class EmojiPicker;
 
 // What the add and edit phrase dialogs share: label field, editor, emoji and picture buttons, and
 // the save that puts the pictures on the service before the phrase itself is written.
-class PhraseDialog : public QDialog, public control_emojis_delegate {
+class PhraseDialog : public QDialog, public EmojiPickerListener {
     Q_OBJECT
 public:
     QLineEdit *labelViewBox;
-    EditTextView *textView;
-    QPushButton *button_save;
-    QPushButton *button_cancel;
-    QPushButton *button_emoji;
-    QPushButton *button_openImage;
+    PhraseEditor *textView;
+    QPushButton *saveButton;
+    QPushButton *cancelButton;
+    QPushButton *emojiButton;
+    QPushButton *openPictureButton;
 
-    void button_save_click();
-    void button_cancel_click();
-    void button_emoji_click();
-    void button_openImageFileClick();
+    void saveClicked();
+    void cancelClicked();
+    void emojiClicked();
+    void openPictureClicked();
     // Reads a picture file and inserts it; an unknown picture type is refused with a message box.
     void insertImageFile(const QString &path);
 
@@ -38,22 +38,22 @@ public:
     // The editor content as jsonValue.
     QString jsonValue() const;
     // The upload dialog of a save in progress, if any.
-    control_upImage *uploadDialog() const { return upload_; }
-    control_emojis *emojiPicker() const { return emojis_; }
+    PictureUploadDialog *uploadDialog() const { return upload_; }
+    EmojiPicker *emojiPicker() const { return emojis_; }
 
 protected:
     PhraseDialog(const QString &title, QWidget *parent);
 
     // Writes the phrase once its pictures are on the service; calls savedWith() with the outcome.
     virtual void writePhrase() = 0;
-    void savedWith(const DataResult &result);
+    void savedWith(const OperationResult &result);
 
     QFormLayout *fields;
 
 private:
-    void uploaded(const DataResult &result);
+    void uploaded(const OperationResult &result);
 
-    QPointer<control_upImage> upload_;
+    QPointer<PictureUploadDialog> upload_;
     QFrame *emojiPopup_ = nullptr;
-    control_emojis *emojis_ = nullptr;
+    EmojiPicker *emojis_ = nullptr;
 };

@@ -1,16 +1,16 @@
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/cell_word_class_delegate.h
-  ${CMAKE_CURRENT_LIST_DIR}/cell_word_list_delegate.h
-  ${CMAKE_CURRENT_LIST_DIR}/cell_word_list.cpp ${CMAKE_CURRENT_LIST_DIR}/cell_word_list.h
-  ${CMAKE_CURRENT_LIST_DIR}/cell_word_list_2.cpp ${CMAKE_CURRENT_LIST_DIR}/cell_word_list_2.h
-  ${CMAKE_CURRENT_LIST_DIR}/cell_wrod_class.cpp ${CMAKE_CURRENT_LIST_DIR}/cell_wrod_class.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_search_resulr_word_list.cpp ${CMAKE_CURRENT_LIST_DIR}/control_search_resulr_word_list.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_word.cpp ${CMAKE_CURRENT_LIST_DIR}/control_word.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_word_class.cpp ${CMAKE_CURRENT_LIST_DIR}/control_word_class.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_word_class_delegate.h
-  ${CMAKE_CURRENT_LIST_DIR}/control_word_list.cpp ${CMAKE_CURRENT_LIST_DIR}/control_word_list.h
-  ${CMAKE_CURRENT_LIST_DIR}/extension_string_color.cpp ${CMAKE_CURRENT_LIST_DIR}/extension_string_color.h
-  ${CMAKE_CURRENT_LIST_DIR}/homeviewcontrollers.cpp ${CMAKE_CURRENT_LIST_DIR}/homeviewcontrollers.h
-  ${CMAKE_CURRENT_LIST_DIR}/lazycelllist.cpp ${CMAKE_CURRENT_LIST_DIR}/lazycelllist.h
+  ${CMAKE_CURRENT_LIST_DIR}/classcelllistener.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraserowlistener.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraserow.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserow.h
+  ${CMAKE_CURRENT_LIST_DIR}/searchresultrow.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultrow.h
+  ${CMAKE_CURRENT_LIST_DIR}/classcell.cpp ${CMAKE_CURRENT_LIST_DIR}/classcell.h
+  ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.h
+  ${CMAKE_CURRENT_LIST_DIR}/librarypanel.cpp ${CMAKE_CURRENT_LIST_DIR}/librarypanel.h
+  ${CMAKE_CURRENT_LIST_DIR}/classlist.cpp ${CMAKE_CURRENT_LIST_DIR}/classlist.h
+  ${CMAKE_CURRENT_LIST_DIR}/classselectionlistener.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraselist.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselist.h
+  ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.cpp ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.h
+  ${CMAKE_CURRENT_LIST_DIR}/homeview.cpp ${CMAKE_CURRENT_LIST_DIR}/homeview.h
+  ${CMAKE_CURRENT_LIST_DIR}/lazyrowlist.cpp ${CMAKE_CURRENT_LIST_DIR}/lazyrowlist.h
   ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h
-  ${CMAKE_CURRENT_LIST_DIR}/phrasecell.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasecell.h)
+  ${CMAKE_CURRENT_LIST_DIR}/phraserowbase.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowbase.h)

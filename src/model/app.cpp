@@ -1,8 +1,8 @@
 #include "model/app.h"
 
-QPointer<QObject> App::wordTouchBar;
+QPointer<QObject> App::quickBar;
 
-DataUserFrom &App::userInfo() {
-    static DataUserFrom user; // thread-safe one-time initialisation
+SignedInUser &App::userInfo() {
+    static SignedInUser user; // thread-safe one-time initialisation
     return user;
 }

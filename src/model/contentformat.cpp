@@ -7,22 +7,22 @@
 #include <QJsonObject>
 #include <iostream>
 
-DataJsonItemArr toLinktext(const DataJsonItemArr &items) {
-    DataJsonItemArr result;
+ContentPieces normalizePieces(const ContentPieces &items) {
+    ContentPieces result;
     QString text;
     auto flush = [&] {
         if (!text.isEmpty()) {
-            result.append(makeJsonItem(DataJsonItem::Text, text));
+            result.append(makeContentPiece(ContentPiece::Text, text));
             text.clear();
         }
     };
-    for (const DataJsonItemPtr &item : items) {
+    for (const ContentPiecePtr &item : items) {
         if (!item)
             continue;
-        if (item->type == DataJsonItem::Image) {
+        if (item->type == ContentPiece::Image) {
             flush();
             result.append(item);
-        } else if (item->type == DataJsonItem::Text) {
+        } else if (item->type == ContentPiece::Text) {
             text += item->value;
         }
     }
@@ -30,9 +30,9 @@ DataJsonItemArr toLinktext(const DataJsonItemArr &items) {
     return result;
 }
 
-QString toJsonValue(const DataJsonItemArr &items) {
+QString toJsonValue(const ContentPieces &items) {
     QJsonArray array;
-    for (const DataJsonItemPtr &item : toLinktext(items)) {
+    for (const ContentPiecePtr &item : normalizePieces(items)) {
         QJsonObject o;
         o.insert(QLatin1String("type"), qint64(item->type));
         o.insert(QLatin1String("value"), toFilename(item->value));
@@ -46,21 +46,21 @@ QString toJsonValue(const DataJsonItemArr &items) {
     return QString::fromUtf8(json);
 }
 
-std::optional<QString> getStringValue(const DataJsonItemArr &items) {
+std::optional<QString> getStringValue(const ContentPieces &items) {
     QString text;
-    for (const DataJsonItemPtr &item : items)
-        if (item && item->type == DataJsonItem::Text)
+    for (const ContentPiecePtr &item : items)
+        if (item && item->type == ContentPiece::Text)
             text += item->value;
     if (text.isEmpty())
         return std::nullopt;
     return text;
 }
 
-std::optional<QStringList> getImagenameArr(const DataJsonItemArr &items) {
+std::optional<QStringList> distinctPictureNames(const ContentPieces &items) {
     QString seen;
     QStringList result;
-    for (const DataJsonItemPtr &item : items) {
-        if (!item || item->type != DataJsonItem::Image)
+    for (const ContentPiecePtr &item : items) {
+        if (!item || item->type != ContentPiece::Image)
             continue;
         if (!seen.contains(item->value))
             result.append(item->value);
@@ -71,29 +71,29 @@ std::optional<QStringList> getImagenameArr(const DataJsonItemArr &items) {
     return result;
 }
 
-std::optional<QStringList> getImagenameArrAll(const DataJsonItemArr &items) {
+std::optional<QStringList> allPictureNames(const ContentPieces &items) {
     QStringList result;
-    for (const DataJsonItemPtr &item : items)
-        if (item && item->type == DataJsonItem::Image && !item->value.isEmpty())
+    for (const ContentPiecePtr &item : items)
+        if (item && item->type == ContentPiece::Image && !item->value.isEmpty())
             result.append(item->value);
     if (result.isEmpty())
         return std::nullopt;
     return result;
 }
 
-std::optional<DataJsonItemArr> toDataJsonItemArr(const QString &jsonValue) {
+std::optional<ContentPieces> parseContent(const QString &jsonValue) {
     QJsonParseError error{};
     const QJsonDocument doc = QJsonDocument::fromJson(jsonValue.toUtf8(), &error);
     if (error.error != QJsonParseError::NoError || !doc.isArray())
         return std::nullopt;
-    DataJsonItemArr items;
+    ContentPieces items;
     const QJsonArray array = doc.array();
     items.reserve(array.size());
     for (const QJsonValue &element : array) {
         if (!element.isObject())
             continue;
         const QJsonObject o = element.toObject();
-        auto item = std::make_shared<DataJsonItem>();
+        auto item = std::make_shared<ContentPiece>();
         if (o.value(QLatin1String("type")).isDouble())
             item->type = long(o.value(QLatin1String("type")).toInteger());
         if (o.value(QLatin1String("value")).isString())
@@ -103,7 +103,7 @@ std::optional<DataJsonItemArr> toDataJsonItemArr(const QString &jsonValue) {
     return items;
 }
 
-QString removeAllNull(const QString &s) {
+QString removeWhitespace(const QString &s) {
     QString r = s;
     r.remove(QLatin1Char(' '));
     r.remove(QLatin1Char('\n'));
@@ -121,7 +121,7 @@ QString replace(const QString &s, const QString &keyString, const QString &newVa
 }
 
 QString jsonStringToString(const QString &jsonString) {
-    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    const std::optional<ContentPieces> items = parseContent(jsonString);
     if (!items)
         return {};
     return getStringValue(*items).value_or(QString());
@@ -129,10 +129,10 @@ QString jsonStringToString(const QString &jsonString) {
 
 namespace {
 
-QString imageStringOf(const DataJsonItemArr &items) {
+QString imageStringOf(const ContentPieces &items) {
     QString column;
-    for (const DataJsonItemPtr &item : items) {
-        if (!item || item->type != DataJsonItem::Image || item->value.isEmpty())
+    for (const ContentPiecePtr &item : items) {
+        if (!item || item->type != ContentPiece::Image || item->value.isEmpty())
             continue;
         if (!column.contains(item->value))
             column += item->value + QLatin1Char('|');
@@ -143,14 +143,14 @@ QString imageStringOf(const DataJsonItemArr &items) {
 } // namespace
 
 QString jsonStringToImageString(const QString &jsonString) {
-    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    const std::optional<ContentPieces> items = parseContent(jsonString);
     if (!items)
         return {};
     return imageStringOf(*items);
 }
 
 DerivedColumns jsonStringToColumns(const QString &jsonString) {
-    const std::optional<DataJsonItemArr> items = toDataJsonItemArr(jsonString);
+    const std::optional<ContentPieces> items = parseContent(jsonString);
     if (!items)
         return {};
     return {getStringValue(*items).value_or(QString()), imageStringOf(*items)};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/datajsonitem.h"
+#include "model/contentpiece.h"
 
 #include <QString>
 #include <QStringList>
@@ -9,21 +9,21 @@
 // Operations of the phrase content format (jsonValue: a compact JSON array of {"type","value"}).
 
 // Normalised pieces: adjacent texts merged, empty texts dropped, picture items kept as the same objects.
-DataJsonItemArr toLinktext(const DataJsonItemArr &items);
+ContentPieces normalizePieces(const ContentPieces &items);
 // Canonical jsonValue text; every value passes through toFilename, text runs included.
-QString toJsonValue(const DataJsonItemArr &items);
+QString toJsonValue(const ContentPieces &items);
 // All text joined; absent when empty.
-std::optional<QString> getStringValue(const DataJsonItemArr &items);
+std::optional<QString> getStringValue(const ContentPieces &items);
 // Picture names, a name skipped when it occurs inside the concatenation of earlier names.
-std::optional<QStringList> getImagenameArr(const DataJsonItemArr &items);
+std::optional<QStringList> distinctPictureNames(const ContentPieces &items);
 // Every non-empty picture name, repeats kept.
-std::optional<QStringList> getImagenameArrAll(const DataJsonItemArr &items);
+std::optional<QStringList> allPictureNames(const ContentPieces &items);
 
 // Parses a jsonValue; absent when the text is not a JSON array. Non-object elements are skipped.
-std::optional<DataJsonItemArr> toDataJsonItemArr(const QString &jsonValue);
+std::optional<ContentPieces> parseContent(const QString &jsonValue);
 
 // The string with every space, line feed and carriage return removed.
-QString removeAllNull(const QString &s);
+QString removeWhitespace(const QString &s);
 // A plain split at a separator, empty pieces kept.
 QStringList split(const QString &s, const QString &separator);
 QString replace(const QString &s, const QString &keyString, const QString &newValue);

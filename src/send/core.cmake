@@ -1,10 +1,10 @@
 target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/clipboardutil.cpp ${CMAKE_CURRENT_LIST_DIR}/clipboardutil.h
-  ${CMAKE_CURRENT_LIST_DIR}/controller_service_window.cpp ${CMAKE_CURRENT_LIST_DIR}/controller_service_window.h
-  ${CMAKE_CURRENT_LIST_DIR}/copysendutil.cpp ${CMAKE_CURRENT_LIST_DIR}/copysendutil.h
+  ${CMAKE_CURRENT_LIST_DIR}/targetwindowtracker.cpp ${CMAKE_CURRENT_LIST_DIR}/targetwindowtracker.h
+  ${CMAKE_CURRENT_LIST_DIR}/phrasedelivery.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasedelivery.h
   ${CMAKE_CURRENT_LIST_DIR}/desktopbackend.cpp ${CMAKE_CURRENT_LIST_DIR}/desktopbackend.h
   ${CMAKE_CURRENT_LIST_DIR}/runningapplication.cpp ${CMAKE_CURRENT_LIST_DIR}/runningapplication.h
-  ${CMAKE_CURRENT_LIST_DIR}/sendjsonvalueutil.cpp ${CMAKE_CURRENT_LIST_DIR}/sendjsonvalueutil.h
-  ${CMAKE_CURRENT_LIST_DIR}/win32apikey.cpp ${CMAKE_CURRENT_LIST_DIR}/win32apikey.h
-  ${CMAKE_CURRENT_LIST_DIR}/win32apiwindow.cpp ${CMAKE_CURRENT_LIST_DIR}/win32apiwindow.h
+  ${CMAKE_CURRENT_LIST_DIR}/phrasesender.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasesender.h
+  ${CMAKE_CURRENT_LIST_DIR}/keystrokes.cpp ${CMAKE_CURRENT_LIST_DIR}/keystrokes.h
+  ${CMAKE_CURRENT_LIST_DIR}/windowactivation.cpp ${CMAKE_CURRENT_LIST_DIR}/windowactivation.h
   ${CMAKE_CURRENT_LIST_DIR}/windowutils.cpp ${CMAKE_CURRENT_LIST_DIR}/windowutils.h)

@@ -1,7 +1,7 @@
 # The quick bar: the strip and its slots are widgets; the global shortcuts need no widgets.
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/nsscrubberbuttonitemview.cpp ${CMAKE_CURRENT_LIST_DIR}/nsscrubberbuttonitemview.h
+  ${CMAKE_CURRENT_LIST_DIR}/quickbarslot.cpp ${CMAKE_CURRENT_LIST_DIR}/quickbarslot.h
   ${CMAKE_CURRENT_LIST_DIR}/quickbar.cpp ${CMAKE_CURRENT_LIST_DIR}/quickbar.h
-  ${CMAKE_CURRENT_LIST_DIR}/touchbarcontroller.cpp ${CMAKE_CURRENT_LIST_DIR}/touchbarcontroller.h)
+  ${CMAKE_CURRENT_LIST_DIR}/quickbarentry.cpp ${CMAKE_CURRENT_LIST_DIR}/quickbarentry.h)
 target_sources(quillora-core PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/quickbarkeys.cpp ${CMAKE_CURRENT_LIST_DIR}/quickbarkeys.h)
+  ${CMAKE_CURRENT_LIST_DIR}/quickbarshortcuts.cpp ${CMAKE_CURRENT_LIST_DIR}/quickbarshortcuts.h)

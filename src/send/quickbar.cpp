@@ -1,10 +1,10 @@
 #include "send/quickbar.h"
 
-#include "cloud/appsetting.h"
+#include "cloud/appsettings.h"
 #include "model/contentformat.h"
-#include "send/nsscrubberbuttonitemview.h"
-#include "send/quickbarkeys.h"
-#include "send/sendjsonvalueutil.h"
+#include "send/phrasesender.h"
+#include "send/quickbarshortcuts.h"
+#include "send/quickbarslot.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -54,13 +54,13 @@ QToolButton *sideButton(QWidget *parent, const QIcon &icon, const QString &tip, 
     auto *button = new QToolButton(parent);
     button->setIcon(icon);
     button->setIconSize(QSize(18, 18));
-    button->setFixedSize(width, NSScrubberButtonItemView::itemHeight);
+    button->setFixedSize(width, QuickBarSlot::itemHeight);
     button->setFocusPolicy(Qt::NoFocus);
     button->setCursor(Qt::PointingHandCursor);
     button->setToolTip(tip);
     button->setAccessibleName(tip);
-    const QColor bg = NSScrubberButtonItemView::background();
-    const QColor down = NSScrubberButtonItemView::pressedBackground();
+    const QColor bg = QuickBarSlot::background();
+    const QColor down = QuickBarSlot::pressedBackground();
     button->setStyleSheet(
         QStringLiteral("QToolButton { background: rgba(%1,%2,%3,%4); border: none; border-radius: "
                        "%5px; } QToolButton:hover { border: 1px solid rgba(255,255,255,150); } "
@@ -69,16 +69,16 @@ QToolButton *sideButton(QWidget *parent, const QIcon &icon, const QString &tip, 
             .arg(bg.green())
             .arg(bg.blue())
             .arg(bg.alphaF(), 0, 'f', 3)
-            .arg(NSScrubberButtonItemView::cornerRadius)
+            .arg(QuickBarSlot::cornerRadius)
             .arg(down.alphaF(), 0, 'f', 3));
     return button;
 }
 
 // What the slot's tooltip shows of a phrase: its text, or the picture mark when it has none.
-QString preview(const DataWordList &word) {
+QString preview(const Phrase &word) {
     QString text = word.texts;
     if (text.isEmpty()) {
-        if (const auto items = toDataJsonItemArr(word.jsonValue))
+        if (const auto items = parseContent(word.jsonValue))
             text = getStringValue(*items).value_or(QString());
     }
     text = text.simplified();
@@ -142,16 +142,16 @@ QuickBar::QuickBar(QWidget *parent)
     row->addSpacing(6);
 
     for (int i = 0; i < numberOfItems; ++i) {
-        auto *item = new NSScrubberButtonItemView(i, QStringLiteral("F%1").arg(i + 1), this);
-        connect(item, &NSScrubberButtonItemView::highlighted, this, &QuickBar::didHighlightItemAt);
-        connect(item, &NSScrubberButtonItemView::clicked, this, &QuickBar::didSelectItemAt);
+        auto *item = new QuickBarSlot(i, QStringLiteral("F%1").arg(i + 1), this);
+        connect(item, &QuickBarSlot::highlighted, this, &QuickBar::didHighlightItemAt);
+        connect(item, &QuickBarSlot::clicked, this, &QuickBar::didSelectItemAt);
         items_.append(item);
         row->addWidget(item);
     }
 
     row->addSpacing(6);
     search_ = sideButton(this, searchIcon(), QStringLiteral("搜索"), sideButtonWidth);
-    connect(search_, &QToolButton::clicked, this, &QuickBar::TouchBar_SearchClick);
+    connect(search_, &QToolButton::clicked, this, &QuickBar::searchClicked);
     row->addWidget(search_);
 
     setFixedSize(sizeHint());
@@ -172,7 +172,7 @@ void QuickBar::setSearchField(QWidget *field) {
     searchField_ = field;
 }
 
-void QuickBar::TouchBar_SearchClick() {
+void QuickBar::searchClicked() {
     if (homeWindow_) {
         // Here the program does take the focus: the agent is about to type a search.
         homeWindow_->close();
@@ -192,14 +192,14 @@ bool QuickBar::setShortcutModifiers(const QString &modifiers) {
         return true;
     }
     if (!keys_) {
-        keys_ = new QuickBarKeys(this);
-        connect(keys_, &QuickBarKeys::pressed, this, &QuickBar::didSelectItemAt);
+        keys_ = new QuickBarShortcuts(this);
+        connect(keys_, &QuickBarShortcuts::pressed, this, &QuickBar::didSelectItemAt);
     }
     return keys_->setModifiers(modifiers);
 }
 
 bool QuickBar::applyShortcutSetting() {
-    return setShortcutModifiers(AppSetting::getString(shortcutsKey));
+    return setShortcutModifiers(AppSettings::getString(shortcutsKey));
 }
 
 void QuickBar::present() {
@@ -213,7 +213,7 @@ void QuickBar::present() {
 }
 
 void QuickBar::placeOnScreen() {
-    const QStringList saved = AppSetting::getString(positionKey).split(QLatin1Char(','));
+    const QStringList saved = AppSettings::getString(positionKey).split(QLatin1Char(','));
     if (saved.size() == 2) {
         const QPoint at(saved[0].toInt(), saved[1].toInt());
         // Only where it is still fully on a screen (a monitor may have gone since).
@@ -243,18 +243,18 @@ void QuickBar::placeOnScreen() {
     placed_ = true;
 }
 
-std::optional<DataWordList> QuickBar::phraseAt(int index) const {
+std::optional<Phrase> QuickBar::phraseAt(int index) const {
     if (!list_ || index < 0)
         return std::nullopt;
-    const std::optional<QList<DataWordList>> list = list_();
+    const std::optional<QList<Phrase>> list = list_();
     if (!list || index >= list->size())
         return std::nullopt;
     return list->at(index);
 }
 
 void QuickBar::didHighlightItemAt(int index) {
-    const std::optional<DataWordList> word = phraseAt(index);
-    if (NSScrubberButtonItemView *slot = item(index))
+    const std::optional<Phrase> word = phraseAt(index);
+    if (QuickBarSlot *slot = item(index))
         slot->setToolTip(word ? preview(*word) : QString());
     if (!word)
         return;
@@ -264,9 +264,9 @@ void QuickBar::didHighlightItemAt(int index) {
 }
 
 void QuickBar::didSelectItemAt(int index) {
-    const std::optional<DataWordList> word = phraseAt(index);
+    const std::optional<Phrase> word = phraseAt(index);
     // Cleared whatever happens, so the same slot can be tapped again.
-    for (NSScrubberButtonItemView *slot : std::as_const(items_))
+    for (QuickBarSlot *slot : std::as_const(items_))
         slot->setSelected(false);
     if (!word)
         return;
@@ -283,12 +283,12 @@ void QuickBar::didSelectItemAt(int index) {
         homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, quiet);
     }
     std::cout << "send " << word->jsonValue.toStdString() << std::endl;
-    SendJsonValueUtil::send(word->jsonValue, true);
+    PhraseSender::send(word->jsonValue, true);
     Q_EMIT tapped(index);
 }
 
 int QuickBar::selectedIndex() const {
-    for (NSScrubberButtonItemView *slot : items_)
+    for (QuickBarSlot *slot : items_)
         if (slot->isSelected())
             return slot->index();
     return -1;
@@ -318,6 +318,6 @@ void QuickBar::mouseMoveEvent(QMouseEvent *event) {
 
 void QuickBar::mouseReleaseEvent(QMouseEvent *) {
     if (dragOffset_ && moved_)
-        AppSetting::setString(positionKey, QStringLiteral("%1,%2").arg(x()).arg(y()));
+        AppSettings::setString(positionKey, QStringLiteral("%1,%2").arg(x()).arg(y()));
     dragOffset_.reset();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/datawordlist.h"
+#include "model/phrase.h"
 
 #include <QList>
 #include <QPointer>
@@ -8,9 +8,9 @@
 #include <functional>
 #include <optional>
 
-class NSScrubberButtonItemView;
+class QuickBarSlot;
 class QToolButton;
-class QuickBarKeys;
+class QuickBarShortcuts;
 
 // The strip of twelve slots "F1" .. "F12" and a search button that stays above other windows and
 // never takes the keyboard focus, so the chat program keeps it while the agent clicks a slot.
@@ -24,7 +24,7 @@ public:
     static constexpr int itemSpacing = 5;
 
     // The phrases of the list currently shown; absent while no list is loaded.
-    using ListSource = std::function<std::optional<QList<DataWordList>>()>;
+    using ListSource = std::function<std::optional<QList<Phrase>>()>;
     // Makes row n the selection of that list.
     using RowSelector = std::function<void(int)>;
 
@@ -44,7 +44,7 @@ public:
     // Where the agent last dragged the strip to ("x,y" of its top-left corner).
     static inline const QString positionKey = QStringLiteral("quickBarPosition");
 
-    NSScrubberButtonItemView *item(int index) const { return items_.value(index); }
+    QuickBarSlot *item(int index) const { return items_.value(index); }
     QToolButton *searchButton() const { return search_; }
     QToolButton *closeButton() const { return close_; }
     // The slot that is pressed and not yet tapped, or -1.
@@ -58,7 +58,7 @@ public Q_SLOTS:
     // Slot n was tapped: send phrase n of the shown list with Enter, if there is one.
     void didSelectItemAt(int index);
     // The search button: the home window in front and active, typing into its search field.
-    void TouchBar_SearchClick();
+    void searchClicked();
 
 Q_SIGNALS:
     void highlighted(int index);
@@ -72,17 +72,17 @@ protected:
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
-    std::optional<DataWordList> phraseAt(int index) const;
+    std::optional<Phrase> phraseAt(int index) const;
     void placeOnScreen();
 
-    QList<NSScrubberButtonItemView *> items_;
+    QList<QuickBarSlot *> items_;
     QToolButton *search_ = nullptr;
     QToolButton *close_ = nullptr;
     ListSource list_;
     RowSelector select_;
     QPointer<QWidget> homeWindow_;
     QPointer<QWidget> searchField_;
-    QuickBarKeys *keys_ = nullptr;
+    QuickBarShortcuts *keys_ = nullptr;
     bool placed_ = false;
     bool moved_ = false;
     std::optional<QPoint> dragOffset_;

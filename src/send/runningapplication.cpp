@@ -11,6 +11,6 @@ QImage RunningApplication::icon() const {
     return DesktopBackend::instance().icon(window);
 }
 
-bool RunningApplication::setForeguangd_() const {
+bool RunningApplication::activate() const {
     return DesktopBackend::instance().activate(*this);
 }

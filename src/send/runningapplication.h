@@ -22,5 +22,5 @@ public:
     QImage icon() const;
     // Asks the desktop to bring the window to the front; true when the request was accepted.
     // The original name starts with an underscore; the underscore moves to the end here.
-    bool setForeguangd_() const;
+    bool activate() const;
 };

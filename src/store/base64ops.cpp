@@ -2,7 +2,7 @@
 
 #include <QStringDecoder>
 
-std::optional<QString> encodBase64(const QString &s) {
+std::optional<QString> encodeBase64(const QString &s) {
     return QString::fromLatin1(s.toUtf8().toBase64());
 }
 

@@ -1,4 +1,4 @@
 target_sources(quillora-core PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/db_base.cpp ${CMAKE_CURRENT_LIST_DIR}/db_base.h
-  ${CMAKE_CURRENT_LIST_DIR}/db_word_class.cpp ${CMAKE_CURRENT_LIST_DIR}/db_word_class.h
-  ${CMAKE_CURRENT_LIST_DIR}/db_word_list.cpp ${CMAKE_CURRENT_LIST_DIR}/db_word_list.h  ${CMAKE_CURRENT_LIST_DIR}/likematch.cpp ${CMAKE_CURRENT_LIST_DIR}/likematch.h)
+  ${CMAKE_CURRENT_LIST_DIR}/localstore.cpp ${CMAKE_CURRENT_LIST_DIR}/localstore.h
+  ${CMAKE_CURRENT_LIST_DIR}/classstore.cpp ${CMAKE_CURRENT_LIST_DIR}/classstore.h
+  ${CMAKE_CURRENT_LIST_DIR}/phrasestore.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasestore.h  ${CMAKE_CURRENT_LIST_DIR}/likematch.cpp ${CMAKE_CURRENT_LIST_DIR}/likematch.h)

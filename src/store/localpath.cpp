@@ -29,7 +29,7 @@ const QString &LocalPath::tempDir() {
     return dir;
 }
 
-void LocalPath::iniitDir() {
+void LocalPath::initDirs() {
     createDir(imageDir());
     createDir(sqliteDir());
     createDir(tempDir());

@@ -13,7 +13,7 @@ public:
     static const QString &sqliteDir();
     static const QString &tempDir();
 
-    // Creates the three folders (the doubled i is the system's name).
-    static void iniitDir();
+    // Creates the three folders.
+    static void initDirs();
     static void createDir(const QString &dirPath);
 };

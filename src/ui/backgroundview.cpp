@@ -32,8 +32,8 @@ void BackgroundView::mouseReleaseEvent(QMouseEvent *event) {
     ++clickCount;
     const int count = clickCount;
     resetClickCount(count);
-    if (count % 2 == 0 && delegate)
-        delegate->MouseDoubleClick();
+    if (count % 2 == 0 && listener)
+        listener->onBackgroundDoubleClick();
 }
 
 void BackgroundView::mouseDoubleClickEvent(QMouseEvent *event) {

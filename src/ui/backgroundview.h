@@ -4,10 +4,10 @@
 
 #include <QWidget>
 
-class BackgroundViewDelegate {
+class BackgroundViewListener {
 public:
-    virtual ~BackgroundViewDelegate() = default;
-    virtual void MouseDoubleClick() = 0;
+    virtual ~BackgroundViewListener() = default;
+    virtual void onBackgroundDoubleClick() = 0;
 };
 
 // The background of a list row: draws hover and selection, and counts clicks itself so that every
@@ -17,7 +17,7 @@ class BackgroundView : public HoverTracked<QWidget> {
 public:
     explicit BackgroundView(QWidget *parent = nullptr);
 
-    BackgroundViewDelegate *delegate = nullptr;
+    BackgroundViewListener *listener = nullptr;
     int clickCount = 0;
 
     bool isSelect() const { return isSelect_; }

@@ -1,31 +1,31 @@
-#include "app/appdelegate.h"
-#include "app/loginviewcontroller.h"
-#include "app/mainwindowcontroller.h"
+#include "app/appcontroller.h"
+#include "app/mainwindow.h"
+#include "app/signinview.h"
 #include "app/webpageopener.h"
 #include "app/webviewmodule.h"
-#include "cloud/api_base.h"
-#include "cloud/appsetting.h"
-#include "cloud/controller_cloud.h"
-#include "library/cell_word_list.h"
-#include "library/cell_word_list_2.h"
-#include "library/cell_wrod_class.h"
-#include "library/control_search_resulr_word_list.h"
-#include "library/control_word.h"
-#include "library/control_word_class.h"
-#include "library/control_word_list.h"
-#include "library/controller_word_list.h"
-#include "library/extension_string_color.h"
-#include "library/homeviewcontrollers.h"
-#include "library/lazycelllist.h"
+#include "cloud/appsettings.h"
+#include "cloud/librarysync.h"
+#include "cloud/serviceapi.h"
+#include "library/classcell.h"
+#include "library/classlist.h"
+#include "library/homeview.h"
+#include "library/keywordcolouring.h"
+#include "library/lazyrowlist.h"
+#include "library/librarypanel.h"
+#include "library/phraselist.h"
+#include "library/phraseoperations.h"
+#include "library/phraserow.h"
+#include "library/searchresultlist.h"
+#include "library/searchresultrow.h"
 #include "model/app.h"
-#include "send/controller_service_window.h"
+#include "send/phrasesender.h"
 #include "send/sendbutton.h"
-#include "send/sendjsonvalueutil.h"
-#include "send/win32apiwindow.h"
+#include "send/targetwindowtracker.h"
+#include "send/windowactivation.h"
 #include "ui/backgroundview.h"
+#include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
 #include "ui/messagebox.h"
-#include "ui/nstextfields.h"
 
 #include "cloudservice.h"
 #include "scriptedresponder.h"
@@ -58,9 +58,9 @@
 namespace {
 
 // Records double clicks reported by a row background.
-struct ClickRecorder : BackgroundViewDelegate {
+struct ClickRecorder : BackgroundViewListener {
     int reports = 0;
-    void MouseDoubleClick() override { ++reports; }
+    void onBackgroundDoubleClick() override { ++reports; }
 };
 
 // Prints the address the program asked the desktop to open (the child's stand-in for a browser).
@@ -81,7 +81,7 @@ public Q_SLOTS:
 
 // The child of the version-gate test: one sign-in window whose boxes answer themselves.
 int gateChild(int argc, char **argv) {
-    AppDelegate::prepareProcess();
+    AppController::prepareProcess();
     QApplication app(argc, argv);
     MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
         std::cout << "box:" << r.title.toStdString() << "|" << r.text.toStdString() << std::endl;
@@ -89,10 +89,9 @@ int gateChild(int argc, char **argv) {
     });
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_DB_CHILD")) {
         // The home view over a database that cannot be opened: a box, then an empty library.
-        HomeViewControllers home;
+        HomeView home;
         QTimer::singleShot(1000, &app, [&home] {
-            std::cout << "classes=" << home.wordControl->wordClassViewController->dataSource.size()
-                      << std::endl;
+            std::cout << "classes=" << home.wordControl->classList->dataSource.size() << std::endl;
             QCoreApplication::exit(0);
         });
         return app.exec();
@@ -100,10 +99,10 @@ int gateChild(int argc, char **argv) {
     UrlCatcher catcher;
     QDesktopServices::setUrlHandler("https", &catcher, "open");
     QDesktopServices::setUrlHandler("http", &catcher, "open");
-    MainWindowController window;
-    auto *login = new LoginViewController(&window);
+    MainWindow window;
+    auto *login = new SignInView(&window);
     window.setContentView(login);
-    QObject::connect(login, &LoginViewController::ready, &app, [login] {
+    QObject::connect(login, &SignInView::ready, &app, [login] {
         std::cout << "ready enabled=" << login->loginButton->isEnabled() << std::endl;
         QCoreApplication::exit(0);
     });
@@ -113,7 +112,7 @@ int gateChild(int argc, char **argv) {
     return app.exec();
 }
 
-QList<QString> signsOf(const QList<DataWordList> &rows) {
+QList<QString> signsOf(const QList<Phrase> &rows) {
     QList<QString> out;
     for (const auto &r : rows)
         out.append(r.sign);
@@ -126,17 +125,17 @@ class TestApp : public QObject {
     Q_OBJECT
 
     CloudService cloud_;
-    MainWindowController *window_ = nullptr;
-    HomeViewControllers *home_ = nullptr;
+    MainWindow *window_ = nullptr;
+    HomeView *home_ = nullptr;
 
     // A window with a sign-in view whose gate has let the user through.
-    MainWindowController *openLogin(LoginViewController **loginOut) {
-        auto *window = new MainWindowController;
+    MainWindow *openLogin(SignInView **loginOut) {
+        auto *window = new MainWindow;
         window->setAttribute(Qt::WA_DeleteOnClose, false);
-        auto *login = new LoginViewController(window);
-        QSignalSpy ready(login, &LoginViewController::ready);
+        auto *login = new SignInView(window);
+        QSignalSpy ready(login, &SignInView::ready);
         window->setContentView(login);
-        window->resize(LoginViewController::windowSize);
+        window->resize(SignInView::windowSize);
         window->show();
         if (!ready.wait(20000) && ready.isEmpty())
             qWarning("the version gate did not answer");
@@ -144,18 +143,18 @@ class TestApp : public QObject {
         return window;
     }
 
-    HomeViewControllers *signIn(MainWindowController *window, LoginViewController *login, const QString &name,
-                                const QString &password, bool remember) {
+    HomeView *signIn(MainWindow *window, SignInView *login, const QString &name, const QString &password,
+                     bool remember) {
         login->usernameText->setText(name);
         login->passwordText->setText(password);
         login->checkBox->setChecked(remember);
         QTest::mouseClick(login->loginButton, Qt::LeftButton);
-        HomeViewControllers *home = nullptr;
-        (void)QTest::qWaitFor(
-            [&] { return (home = qobject_cast<HomeViewControllers *>(window->contentView())); }, 20000);
+        HomeView *home = nullptr;
+        (void)QTest::qWaitFor([&] { return (home = qobject_cast<HomeView *>(window->contentView())); },
+                              20000);
         // One synchronisation runs at a time: let this one end before another sign-in starts its own.
         if (home)
-            (void)QTest::qWaitFor([] { return !controller_cloud::isCloud(); }, 30000);
+            (void)QTest::qWaitFor([] { return !LibrarySync::isCloud(); }, 30000);
         return home;
     }
 
@@ -170,7 +169,7 @@ private Q_SLOTS:
     }
 
     void titleBarHoldsTheWindowButtons() {
-        MainWindowController window;
+        MainWindow window;
         window.resize(320, 240);
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -200,7 +199,7 @@ private Q_SLOTS:
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
         ClickRecorder recorder;
-        view.delegate = &recorder;
+        view.listener = &recorder;
         const QPoint at(20, 15);
         QTest::mouseClick(&view, Qt::LeftButton, {}, at);
         QCOMPARE(recorder.reports, 0);
@@ -224,9 +223,9 @@ private Q_SLOTS:
     }
 
     void keywordColouring() {
-        using C = extension_string_color;
+        using C = KeywordColouring;
         const QColor green(87, 159, 43);
-        auto ranges = C::m_rangeOfString("xabyab", "ab");
+        auto ranges = C::rangesOf("xabyab", "ab");
         QCOMPARE(ranges.size(), 2);
         auto s = C::setKeyColor("xabyab", "ab", green);
         // the second occurrence ends at the end of the text and stays plain
@@ -236,7 +235,7 @@ private Q_SLOTS:
         QCOMPARE(s.runs[0].color, green);
         QVERIFY(!s.runs[0].lineThrough);
 
-        ranges = C::m_rangeOfString("aaaa", "aa");
+        ranges = C::rangesOf("aaaa", "aa");
         QCOMPARE(ranges, (QList<QPair<qsizetype, qsizetype>>{{0, 2}, {2, 2}}));
         QCOMPARE(C::setKeyColor("aaaa", "aa", green).runs.size(), 1);
 
@@ -314,20 +313,20 @@ private Q_SLOTS:
 
     // The quick-bar entry toggles the window; reopening shows it only when none is visible.
     void iconTogglesTheWindow() {
-        AppDelegate delegate;
-        delegate.applicationDidFinishLaunching();
-        std::unique_ptr<MainWindowController> window(delegate.window());
-        QVERIFY(qobject_cast<LoginViewController *>(window->contentView()));
+        AppController listener;
+        listener.applicationDidFinishLaunching();
+        std::unique_ptr<MainWindow> window(listener.window());
+        QVERIFY(qobject_cast<SignInView *>(window->contentView()));
         window->activateWindow();
         QTRY_VERIFY_WITH_TIMEOUT(window->isActiveWindow(), 20000);
-        delegate.IconButtonClick();
+        listener.iconClicked();
         QTRY_VERIFY_WITH_TIMEOUT(!window->isVisible(), 10000);
-        delegate.IconButtonClick();
+        listener.iconClicked();
         QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
-        QVERIFY(delegate.applicationShouldHandleReopen(true));
+        QVERIFY(listener.applicationShouldHandleReopen(true));
         QVERIFY(window->isVisible());
         window->hide();
-        QVERIFY(delegate.applicationShouldHandleReopen(false));
+        QVERIFY(listener.applicationShouldHandleReopen(false));
         QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
     }
 
@@ -358,8 +357,8 @@ private Q_SLOTS:
             return true;
         });
         // A wrong password: the service's text in the box, the window stays as it was.
-        LoginViewController *login = nullptr;
-        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        SignInView *login = nullptr;
+        std::unique_ptr<MainWindow> window(openLogin(&login));
         QVERIFY(login->loginButton->isEnabled());
         QVERIFY(login->usernameText->text().isEmpty());
         login->usernameText->setText("alice");
@@ -370,26 +369,26 @@ private Q_SLOTS:
         QVERIFY(!boxes[0].text.isEmpty());
         QCOMPARE(window->contentView(), login);
 
-        HomeViewControllers *home = signIn(window.get(), login, "alice", "secret-1", true);
+        HomeView *home = signIn(window.get(), login, "alice", "secret-1", true);
         QVERIFY(home);
         QCOMPARE(App::userInfo().username, QString("alice"));
-        QCOMPARE(AppSetting::getString("password"), QString("secret-1"));
-        QVERIFY(AppSetting::getBool("pwd_check"));
+        QCOMPARE(AppSettings::getString("password"), QString("secret-1"));
+        QVERIFY(AppSettings::getBool("pwd_check"));
         window.reset();
 
         // The next start fills the form.
-        std::unique_ptr<MainWindowController> again(openLogin(&login));
+        std::unique_ptr<MainWindow> again(openLogin(&login));
         QCOMPARE(login->usernameText->text(), QString("alice"));
         QCOMPARE(login->passwordText->text(), QString("secret-1"));
         QVERIFY(login->checkBox->isChecked());
 
         // Signing in without the box forgets the password but keeps the name.
         QVERIFY(signIn(again.get(), login, "alice", "secret-1", false));
-        QCOMPARE(AppSetting::getString("password"), QString());
-        QVERIFY(!AppSetting::getBool("pwd_check"));
-        QCOMPARE(AppSetting::getString("username"), QString("alice"));
+        QCOMPARE(AppSettings::getString("password"), QString());
+        QVERIFY(!AppSettings::getBool("pwd_check"));
+        QCOMPARE(AppSettings::getString("username"), QString("alice"));
         again.reset();
-        std::unique_ptr<MainWindowController> third(openLogin(&login));
+        std::unique_ptr<MainWindow> third(openLogin(&login));
         QVERIFY(login->usernameText->text().isEmpty());
         QVERIFY(login->passwordText->text().isEmpty());
         QVERIFY(!login->checkBox->isChecked());
@@ -401,8 +400,8 @@ private Q_SLOTS:
         QString error;
         WebPageOpener *opener = WebViewModule::opener(&error);
         QVERIFY2(opener, qPrintable(error));
-        QCOMPARE(api_base::registerUrl(), cloud_.baseUrl() + "/#/mobile_register");
-        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(api_base::registerUrl()), nullptr));
+        QCOMPARE(ServiceApi::registerUrl(), cloud_.baseUrl() + "/#/mobile_register");
+        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(ServiceApi::registerUrl()), nullptr));
         QVERIFY(web->isModal());
         QSignalSpy loaded(web.get(), SIGNAL(loadFinished(bool)));
         web->show();
@@ -422,8 +421,8 @@ private Q_SLOTS:
             30000);
         web.reset();
 
-        LoginViewController *login = nullptr;
-        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        SignInView *login = nullptr;
+        std::unique_ptr<MainWindow> window(openLogin(&login));
         QVERIFY(signIn(window.get(), login, "bob", "bob-pass-1", false));
         QCOMPARE(App::userInfo().username, QString("bob"));
     }
@@ -432,8 +431,8 @@ private Q_SLOTS:
     void linksOpenTheirPageInAModalWindow() {
         WebPageOpener *opener = WebViewModule::opener();
         QVERIFY(opener);
-        LoginViewController *login = nullptr;
-        std::unique_ptr<MainWindowController> window(openLogin(&login));
+        SignInView *login = nullptr;
+        std::unique_ptr<MainWindow> window(openLogin(&login));
         const QList<std::pair<QPushButton *, QString>> links{{login->registerLink, "/#/mobile_register"},
                                                              {login->resetLink, "/#/mobile_reset"}};
         for (const auto &[link, page] : links) {
@@ -500,7 +499,7 @@ private Q_SLOTS:
             boxes.append(r);
             return answer;
         });
-        const QUrl page(api_base::resetUrl());
+        const QUrl page(ServiceApi::resetUrl());
         for (const QString &module : {missing, broken}) {
             qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
             QString error;
@@ -525,13 +524,13 @@ private Q_SLOTS:
     }
 
     void homeShowsTheSyncedLibrary() {
-        LoginViewController *login = nullptr;
+        SignInView *login = nullptr;
         window_ = openLogin(&login);
         home_ = signIn(window_, login, "demo", "demo123456", false);
         QVERIFY(home_);
-        control_word *word = home_->wordControl;
-        control_word_class *classes = word->wordClassViewController;
-        control_word_list *phrases = home_->phraseList();
+        LibraryPanel *word = home_->wordControl;
+        ClassList *classes = word->classList;
+        PhraseList *phrases = home_->phraseList();
         QTRY_COMPARE_WITH_TIMEOUT(classes->dataSource.size(), 3, 20000);
         QTRY_VERIFY_WITH_TIMEOUT(word->loadingBar->isHidden() && !word->cloudButton->isHidden(), 20000);
         QCOMPARE(classes->dataSource[1].label, QString("售后服务"));
@@ -550,7 +549,7 @@ private Q_SLOTS:
         QCOMPARE(home_->trayMenu(), home_->statusBarItem->contextMenu());
 
         // The class strip is one row high over the phrase list.
-        QCOMPARE(word->splitView->sizes().first(), control_word::classStripHeight);
+        QCOMPARE(word->splitView->sizes().first(), LibraryPanel::classStripHeight);
 
         // Another class: its label, count and phrases, with a picture shown as [图].
         classes->setSelectIndex(1);
@@ -560,7 +559,7 @@ private Q_SLOTS:
                  QString("请按下图操作：\n[图]\n如有疑问请随时联系我们。"));
 
         // Appearing again docks again and starts nothing twice.
-        QSignalSpy started(home_, &HomeViewControllers::started);
+        QSignalSpy started(home_, &HomeView::started);
         window_->move(10, 10);
         window_->hide();
         window_->show();
@@ -570,18 +569,18 @@ private Q_SLOTS:
         QCOMPARE(phrases->dataSource.size(), 3);
 
         // A cell before it gets data.
-        cell_word_list blank;
+        PhraseRow blank;
         QCOMPARE(blank.label->text(), QString("问候语"));
         QCOMPARE(blank.value->text(), QString("您好，在的，有什么可以帮助您的吗？"));
         QCOMPARE(blank.sendButton->text(), QString("Send"));
-        QCOMPARE(cell_word_list::previewOf("[{\"type\":2,\"value\":\"a.png\"}]"), QString("[图]"));
-        QCOMPARE(cell_word_list::previewOf("not json"), QString());
+        QCOMPARE(PhraseRow::previewOf("[{\"type\":2,\"value\":\"a.png\"}]"), QString("[图]"));
+        QCOMPARE(PhraseRow::previewOf("not json"), QString());
     }
 
     void contextMenusFollowTheSelection() {
         QVERIFY(home_);
-        control_word_list *phrases = home_->phraseList();
-        control_word_class *classes = home_->wordControl->wordClassViewController;
+        PhraseList *phrases = home_->phraseList();
+        ClassList *classes = home_->wordControl->classList;
         auto enabled = [](QList<QAction *> items) {
             QList<bool> out;
             for (QAction *a : items)
@@ -613,7 +612,7 @@ private Q_SLOTS:
 
         // Right-clicking another phrase while one is selected moves the selection there...
         phrases->setSelection({0});
-        QSignalSpy opened(phrases, &control_word_list::menuOpened);
+        QSignalSpy opened(phrases, &PhraseList::menuOpened);
         QTest::mousePress(phrases->cellAt(2)->label, Qt::RightButton);
         QCOMPARE(opened.size(), 1);
         QCOMPARE(phrases->_selectIndexPathAll, QList<int>{2});
@@ -642,32 +641,32 @@ private Q_SLOTS:
 
     void moveAtTheEdgesChangesNothing() {
         QVERIFY(home_);
-        control_word_list *phrases = home_->phraseList();
+        PhraseList *phrases = home_->phraseList();
         const QList<QString> before = signsOf(phrases->dataSource);
         QCOMPARE(before.size(), 3);
-        QSignalSpy reloaded(phrases, &control_word_list::dataReloaded);
+        QSignalSpy reloaded(phrases, &PhraseList::dataReloaded);
         phrases->setSelection({0});
-        phrases->MenuActionLIST(phrases->menu_向上移动);
+        phrases->menuActionTriggered(phrases->menu_向上移动);
         phrases->setSelection({2});
-        phrases->MenuActionLIST(phrases->menu_向下移动);
+        phrases->menuActionTriggered(phrases->menu_向下移动);
         QTest::qWait(1500);
         QCOMPARE(reloaded.size(), 0);
         QCOMPARE(signsOf(phrases->dataSource), before);
 
         // A move that can happen does, and the selection follows the phrase.
         phrases->setSelection({2});
-        phrases->MenuActionLIST(phrases->menu_向上移动);
+        phrases->menuActionTriggered(phrases->menu_向上移动);
         QTRY_COMPARE_WITH_TIMEOUT(signsOf(phrases->dataSource),
                                   (QList<QString>{before[0], before[2], before[1]}), 20000);
         QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
-        QCOMPARE(signsOf(controller_word_list::db().getAll(phrases->parSign.value(), "demo")),
+        QCOMPARE(signsOf(PhraseOperations::db().getAll(phrases->parSign.value(), "demo")),
                  (QList<QString>{before[0], before[2], before[1]}));
     }
 
     void searchColoursAndClearingRestores() {
         QVERIFY(home_);
-        control_word_list *phrases = home_->phraseList();
-        control_word_class *classes = home_->wordControl->wordClassViewController;
+        PhraseList *phrases = home_->phraseList();
+        ClassList *classes = home_->wordControl->classList;
         classes->setSelectIndex(0);
         phrases->setSelection({1});
         const QList<QString> shownBefore = signsOf(phrases->dataSource);
@@ -676,7 +675,7 @@ private Q_SLOTS:
         field->insert("请");
         QVERIFY(home_->searchListControl->isVisible());
         QVERIFY(!home_->wordControl->isVisible());
-        control_search_resulr_word_list *results = home_->searchListControl;
+        SearchResultList *results = home_->searchListControl;
         // every phrase whose label or text has the keyword, over all classes
         QCOMPARE(results->dataSource.size(), 4);
         QCOMPARE(results->keyString.value(), QString("请"));
@@ -686,12 +685,12 @@ private Q_SLOTS:
         QCOMPARE(results->keyString.value(), QString("发"));
         field->insert("票");
         QCOMPARE(results->dataSource.size(), 1);
-        cell_word_list_2 *cell = results->cellAt(0);
+        SearchResultRow *cell = results->cellAt(0);
         // "开发票": the keyword ends the label, so it stays plain.
         QCOMPARE(cell->labelTextView->text(), QString("开发票"));
-        const auto label = cell_word_list_2::labelText(results->dataSource[0], "发票");
+        const auto label = SearchResultRow::labelText(results->dataSource[0], "发票");
         QVERIFY(label.runs.isEmpty());
-        const auto value = cell_word_list_2::valueText(results->dataSource[0], "发票");
+        const auto value = SearchResultRow::valueText(results->dataSource[0], "发票");
         QCOMPARE(value.text, QString("发票将在订单完成后三个工作日内开具。"));
         QCOMPARE(value.runs.size(), 1);
         QCOMPARE(value.runs[0].location, 0);
@@ -700,11 +699,11 @@ private Q_SLOTS:
         field->clear();
         field->insert("退换");
         QCOMPARE(results->dataSource.size(), 1);
-        const auto green = cell_word_list_2::labelText(results->dataSource[0], "退换");
+        const auto green = SearchResultRow::labelText(results->dataSource[0], "退换");
         QCOMPARE(green.runs.size(), 1);
         QCOMPARE(green.runs[0].color, QColor(87, 159, 43));
         // the text has a line break and blanks removed in the preview
-        QVERIFY(!cell_word_list_2::valueText(results->dataSource[0], "退换").text.contains('\n'));
+        QVERIFY(!SearchResultRow::valueText(results->dataSource[0], "退换").text.contains('\n'));
 
         field->insert("不存在的词");
         QVERIFY(results->dataSource.isEmpty());
@@ -730,13 +729,13 @@ private Q_SLOTS:
         QVERIFY(target.waitForStarted(10000));
         const qint32 pid = qint32(target.processId());
         auto applicationOf = [](qint32 p) -> std::optional<RunningApplication> {
-            for (const RunningApplication &a : Win32ApiWindow::runningApplications())
+            for (const RunningApplication &a : WindowActivation::runningApplications())
                 if (a.processIdentifier == p)
                     return a;
             return std::nullopt;
         };
         auto frontPid = [] {
-            const auto front = Win32ApiWindow::getForeground();
+            const auto front = WindowActivation::getForeground();
             return front ? front->processIdentifier : -1;
         };
         auto lines = [&log] {
@@ -746,37 +745,36 @@ private Q_SLOTS:
             return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
         };
         QTRY_VERIFY_WITH_TIMEOUT(applicationOf(pid).has_value(), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(Win32ApiWindow::setForeguangd(*applicationOf(pid)) && frontPid() == pid,
-                                 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
-                                     controller_service_window::nowWindowFrom()->processIdentifier == pid,
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*applicationOf(pid)) && frontPid() == pid, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
+                                     TargetWindowTracker::lastTarget()->processIdentifier == pid,
                                  10000);
         // The home window shows where phrases go.
         QTRY_COMPARE_WITH_TIMEOUT(home_->IconLabelView->text(),
-                                  controller_service_window::nowWindowFrom()->localizedName, 5000);
+                                  TargetWindowTracker::lastTarget()->localizedName, 5000);
         QVERIFY(!home_->IconLabelView->text().isEmpty());
 
         // Back into the home window: the target stays the chat window.
         const qint32 own = qint32(QCoreApplication::applicationPid());
-        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && Win32ApiWindow::setForeguangd(*applicationOf(own)) &&
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && WindowActivation::activate(*applicationOf(own)) &&
                                      frontPid() == own,
                                  10000);
-        control_word_list *phrases = home_->phraseList();
+        PhraseList *phrases = home_->phraseList();
         QVERIFY(phrases->dataSource.size() >= 2);
-        cell_word_list *first = phrases->cellAt(0);
-        const QString firstText = cell_word_list::previewOf(phrases->dataSource[0].jsonValue);
+        PhraseRow *first = phrases->cellAt(0);
+        const QString firstText = PhraseRow::previewOf(phrases->dataSource[0].jsonValue);
         QTest::mouseClick(first->value, Qt::LeftButton);
         QTest::mouseClick(first->value, Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + firstText), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
         QTest::qWait(300);
         QVERIFY(!lines().join('\n').contains("enter"));
 
-        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && Win32ApiWindow::setForeguangd(*applicationOf(own)) &&
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && WindowActivation::activate(*applicationOf(own)) &&
                                      frontPid() == own,
                                  10000);
-        cell_word_list *second = phrases->cellAt(1);
-        const QString secondText = cell_word_list::previewOf(phrases->dataSource[1].jsonValue);
+        PhraseRow *second = phrases->cellAt(1);
+        const QString secondText = PhraseRow::previewOf(phrases->dataSource[1].jsonValue);
         QTest::mouseClick(second->sendButton, Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + secondText), 20000);
         QTRY_VERIFY_WITH_TIMEOUT(lines().last().startsWith("enter"), 20000);
@@ -786,21 +784,21 @@ private Q_SLOTS:
 
     void deleteThreeSelected() {
         QVERIFY(home_);
-        control_word_list *phrases = home_->phraseList();
+        PhraseList *phrases = home_->phraseList();
         const QString classSign = phrases->parSign.value();
         QCOMPARE(phrases->dataSource.size(), 3);
         phrases->setSelection({0, 1, 2});
-        phrases->MenuActionLIST(phrases->menu_删除选中);
+        phrases->menuActionTriggered(phrases->menu_删除选中);
         QTRY_VERIFY_WITH_TIMEOUT(phrases->dataSource.isEmpty(), 20000);
-        QVERIFY(controller_word_list::db().getAll(classSign, "demo").isEmpty());
+        QVERIFY(PhraseOperations::db().getAll(classSign, "demo").isEmpty());
         QCOMPARE(home_->wordControl->labelTextView->text(),
-                 home_->wordControl->wordClassViewController->dataSource[0].label + "(0)");
+                 home_->wordControl->classList->dataSource[0].label + "(0)");
         // The service agrees: a fresh synchronisation brings back nothing for that class.
         home_->wordControl->cloudButtonClick();
         QTRY_VERIFY_WITH_TIMEOUT(home_->wordControl->loadingBar->isHidden(), 20000);
         QTest::qWait(300);
-        QVERIFY(controller_word_list::db().getAll(classSign, "demo").isEmpty());
-        QCOMPARE(controller_word_list::db().getLikeAll("退换", "demo").size(), 1);
+        QVERIFY(PhraseOperations::db().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(PhraseOperations::db().getLikeAll("退换", "demo").size(), 1);
     }
 
     void cleanupTestCase() {
@@ -813,7 +811,7 @@ int main(int argc, char **argv) {
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_GATE_CHILD"))
         return gateChild(argc, argv);
     TestEnv env;
-    AppDelegate::prepareProcess();
+    AppController::prepareProcess();
     XvfbSession x11;
     if (!x11.start())
         qFatal("could not start Xvfb");

@@ -1,22 +1,22 @@
 // The cloud client against a scripted responder: the replies a correct service never sends, the
 // transport's cookie and form rules, and the pure pieces (cipher, picture names, version gate).
-#include "cloud/api_base.h"
-#include "cloud/api_user.h"
-#include "cloud/api_word_class.h"
-#include "cloud/api_word_image.h"
-#include "cloud/api_word_list.h"
-#include "cloud/appsetting.h"
-#include "cloud/controller_cloud.h"
-#include "cloud/controller_synccheck.h"
+#include "cloud/accountapi.h"
+#include "cloud/appsettings.h"
+#include "cloud/classapi.h"
+#include "cloud/httptransport.h"
 #include "cloud/imageutil.h"
-#include "cloud/mhttp.h"
-#include "cloud/rc4.h"
+#include "cloud/librarysync.h"
+#include "cloud/phraseapi.h"
+#include "cloud/pictureapi.h"
+#include "cloud/rc4cipher.h"
+#include "cloud/serviceapi.h"
+#include "cloud/sessionheartbeat.h"
 #include "cloud/versiongate.h"
-#include "library/controller_word_class.h"
-#include "library/controller_word_list.h"
+#include "library/classoperations.h"
+#include "library/phraseoperations.h"
 #include "model/app.h"
 #include "store/appfileutil.h"
-#include "store/converts.h"
+#include "store/conversions.h"
 #include "store/localpath.h"
 
 #include "scriptedresponder.h"
@@ -54,12 +54,12 @@ QString deadUrl() {
     return QStringLiteral("http://127.0.0.1:%1").arg(port);
 }
 
-class CountingCloudDelegate : public controller_cloud_delegate {
+class CountingSyncListener : public LibrarySyncListener {
 public:
     int starts = 0;
     int stops = 0;
-    void onCloudStart() override { ++starts; }
-    void onCloudStop() override { ++stops; }
+    void onSyncStart() override { ++starts; }
+    void onSyncStop() override { ++stops; }
 };
 
 } // namespace
@@ -74,7 +74,7 @@ class tst_cloud_client : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(responder.listen());
-        LocalPath::iniitDir();
+        LocalPath::initDirs();
     }
 
     void init() {
@@ -82,7 +82,7 @@ private Q_SLOTS:
         pointAt(responder.baseUrl());
         App::setting().setCookie(QString());
         App::userInfo().username = QStringLiteral("123");
-        mHttp::setTransferTimeout(60000);
+        HttpTransport::setTransferTimeout(60000);
     }
 
     void rc4MatchesKnownVectors_data() {
@@ -102,16 +102,16 @@ private Q_SLOTS:
         QFETCH(QByteArray, key);
         QFETCH(QByteArray, plain);
         QFETCH(QByteArray, cipher);
-        QCOMPARE(RC4::encrypt(bytes(plain), bytes(key)), bytes(cipher));
+        QCOMPARE(Rc4Cipher::encrypt(bytes(plain), bytes(key)), bytes(cipher));
         // Enciphering twice with a fresh state restores the text.
-        QCOMPARE(RC4::encrypt(RC4::encrypt(bytes(plain), bytes(key)), bytes(key)), bytes(plain));
+        QCOMPARE(Rc4Cipher::encrypt(Rc4Cipher::encrypt(bytes(plain), bytes(key)), bytes(key)), bytes(plain));
     }
 
     void passwordTravelsEncipheredAndEncoded() {
-        QCOMPARE(api_user::encipherPassword(QStringLiteral("secret")), QStringLiteral("Wcj1EPHL"));
-        QCOMPARE(api_user::encipherPassword(QStringLiteral("密码pass+/=")),
+        QCOMPARE(AccountApi::encipherPassword(QStringLiteral("secret")), QStringLiteral("Wcj1EPHL"));
+        QCOMPARE(AccountApi::encipherPassword(QStringLiteral("密码pass+/=")),
                  QStringLiteral("zwIQhTQ+YWPIv+N2Sw=="));
-        QCOMPARE(api_user::encipherPassword(QString()), QString());
+        QCOMPARE(AccountApi::encipherPassword(QString()), QString());
     }
 
     void pictureNamesComeFromBytes() {
@@ -137,52 +137,52 @@ private Q_SLOTS:
     }
 
     void settingsKeepTheirKeysAndTexts() {
-        AppSetting::setBool(QStringLiteral("pwd_check"), true);
-        QCOMPARE(AppSetting::getString(QStringLiteral("pwd_check")), QStringLiteral("true"));
-        QVERIFY(AppSetting::getBool(QStringLiteral("pwd_check")));
-        AppSetting::setBool(QStringLiteral("pwd_check"), false);
-        QCOMPARE(AppSetting::getString(QStringLiteral("pwd_check")), QStringLiteral("false"));
-        QVERIFY(!AppSetting::getBool(QStringLiteral("pwd_check"), true));
+        AppSettings::setBool(QStringLiteral("pwd_check"), true);
+        QCOMPARE(AppSettings::getString(QStringLiteral("pwd_check")), QStringLiteral("true"));
+        QVERIFY(AppSettings::getBool(QStringLiteral("pwd_check")));
+        AppSettings::setBool(QStringLiteral("pwd_check"), false);
+        QCOMPARE(AppSettings::getString(QStringLiteral("pwd_check")), QStringLiteral("false"));
+        QVERIFY(!AppSettings::getBool(QStringLiteral("pwd_check"), true));
 
-        QVERIFY(!AppSetting::getBool(QStringLiteral("never_set")));
-        QVERIFY(AppSetting::getBool(QStringLiteral("never_set"), true));
+        QVERIFY(!AppSettings::getBool(QStringLiteral("never_set")));
+        QVERIFY(AppSettings::getBool(QStringLiteral("never_set"), true));
 
-        AppSetting writer;
+        AppSettings writer;
         writer.setUsername(QStringLiteral("alice"));
         writer.setPassword(QStringLiteral("pw"));
         writer.setCookie(QStringLiteral("sid=1;"));
-        AppSetting reader;
+        AppSettings reader;
         QCOMPARE(reader.username, QStringLiteral("alice"));
         QCOMPARE(reader.password, QStringLiteral("pw"));
         // The cookie is written to "m_cookie" but read from "cookies": it does not come back.
-        QCOMPARE(AppSetting::getString(QStringLiteral("m_cookie")), QStringLiteral("sid=1;"));
+        QCOMPARE(AppSettings::getString(QStringLiteral("m_cookie")), QStringLiteral("sid=1;"));
         QCOMPARE(reader.cookie, QString());
-        AppSetting::setString(QStringLiteral("cookies"), QStringLiteral("old=1;"));
-        QCOMPARE(AppSetting().cookie, QStringLiteral("old=1;"));
-        AppSetting::setString(QStringLiteral("cookies"), QString());
+        AppSettings::setString(QStringLiteral("cookies"), QStringLiteral("old=1;"));
+        QCOMPARE(AppSettings().cookie, QStringLiteral("old=1;"));
+        AppSettings::setString(QStringLiteral("cookies"), QString());
     }
 
     void serviceAddressPrefersEnvironmentThenSetting() {
         qunsetenv("QUILLORA_SERVICE_URL");
-        QCOMPARE(AppSetting::serviceUrl(), QStringLiteral(QUILLORA_DEFAULT_SERVICE_URL));
-        AppSetting::setString(QStringLiteral("serviceUrl"), QStringLiteral("https://cloud.example.org/"));
-        QCOMPARE(api_base::appendUrl(QStringLiteral("/api/x")),
+        QCOMPARE(AppSettings::serviceUrl(), QStringLiteral(QUILLORA_DEFAULT_SERVICE_URL));
+        AppSettings::setString(QStringLiteral("serviceUrl"), QStringLiteral("https://cloud.example.org/"));
+        QCOMPARE(ServiceApi::appendUrl(QStringLiteral("/api/x")),
                  QStringLiteral("https://cloud.example.org/api/x"));
-        QCOMPARE(api_base::registerUrl(), QStringLiteral("https://cloud.example.org/#/mobile_register"));
-        QCOMPARE(api_base::resetUrl(), QStringLiteral("https://cloud.example.org/#/mobile_reset"));
+        QCOMPARE(ServiceApi::registerUrl(), QStringLiteral("https://cloud.example.org/#/mobile_register"));
+        QCOMPARE(ServiceApi::resetUrl(), QStringLiteral("https://cloud.example.org/#/mobile_reset"));
         QVERIFY(VersionGate::updateMessage().endsWith(QStringLiteral(" 网址 https://cloud.example.org")));
         pointAt(QStringLiteral("http://10.1.2.3:9"));
-        QCOMPARE(api_base::appendUrl(QStringLiteral("/a")), QStringLiteral("http://10.1.2.3:9/a"));
-        AppSetting::setString(QStringLiteral("serviceUrl"), QString());
+        QCOMPARE(ServiceApi::appendUrl(QStringLiteral("/a")), QStringLiteral("http://10.1.2.3:9/a"));
+        AppSettings::setString(QStringLiteral("serviceUrl"), QString());
     }
 
     void cookiesMergeByTheirOwnRules() {
-        AppSetting s;
+        AppSettings s;
         s.setCookie(QString());
         s.saveCookie(QStringLiteral("sid=abc; Path=/; HttpOnly"));
         // Attributes are kept as cookies, blank included; the flag without "=" is dropped.
         QCOMPARE(s.cookie, QStringLiteral(" Path=/;sid=abc;"));
-        QCOMPARE(AppSetting::getString(QStringLiteral("m_cookie")), s.cookie);
+        QCOMPARE(AppSettings::getString(QStringLiteral("m_cookie")), s.cookie);
 
         // A later value wins; "a=b=c" keeps a=b; "e=" and "=x" have no pair and are skipped.
         s.saveCookie(QStringLiteral("sid=new;a=b=c;e=;=x"));
@@ -196,13 +196,13 @@ private Q_SLOTS:
     void formCarriesUserAndSurvivesReservedCharacters() {
         responder.on("/echo", ScriptedResponder::json(R"({"state":1})"));
         App::userInfo().username = QStringLiteral("signed-in");
-        std::optional<mHttpJsonResult> got;
+        std::optional<JsonReply> got;
         const QString awkward = QStringLiteral("a+b/c=d&e f%20g=");
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/echo")),
-                          {{QStringLiteral("username"), QStringLiteral("someone-else")},
-                           {QStringLiteral("password"), awkward},
-                           {QStringLiteral("名"), QStringLiteral("值")}},
-                          [&](const mHttpJsonResult &r) { got = r; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/echo")),
+                                  {{QStringLiteral("username"), QStringLiteral("someone-else")},
+                                   {QStringLiteral("password"), awkward},
+                                   {QStringLiteral("名"), QStringLiteral("值")}},
+                                  [&](const JsonReply &r) { got = r; });
         QTRY_VERIFY_WITH_TIMEOUT(got.has_value(), 20000);
         QVERIFY(got->isSuccess());
         const ScriptedResponder::Request req = responder.requestsTo("/echo").value(0);
@@ -221,14 +221,14 @@ private Q_SLOTS:
                                                        {{"Set-Cookie", "sid=abc; Path=/; HttpOnly"}}));
         responder.on("/plain", ScriptedResponder::json(R"({"state":1})"));
         int replies = 0;
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/login")), {},
-                          [&](const mHttpJsonResult &) { ++replies; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/login")), {},
+                                  [&](const JsonReply &) { ++replies; });
         QTRY_COMPARE_WITH_TIMEOUT(replies, 1, 20000);
         QCOMPARE(App::setting().cookie, QStringLiteral(" Path=/;sid=abc;"));
 
         // No Set-Cookie: the cookie stays, and goes out exactly as stored; Qt's own jar adds nothing.
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/plain")), {},
-                          [&](const mHttpJsonResult &) { ++replies; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/plain")), {},
+                                  [&](const JsonReply &) { ++replies; });
         QTRY_COMPARE_WITH_TIMEOUT(replies, 2, 20000);
         QCOMPARE(App::setting().cookie, QStringLiteral(" Path=/;sid=abc;"));
         // (A leading blank of a header value is not part of it in HTTP.)
@@ -236,8 +236,8 @@ private Q_SLOTS:
 
         // Once our cookie is emptied nothing is sent, even though the service had set one.
         App::setting().setCookie(QString());
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/plain")), {},
-                          [&](const mHttpJsonResult &) { ++replies; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/plain")), {},
+                                  [&](const JsonReply &) { ++replies; });
         QTRY_COMPARE_WITH_TIMEOUT(replies, 3, 20000);
         QVERIFY(!responder.requestsTo("/plain").value(1).hasHeader("Cookie"));
     }
@@ -247,13 +247,13 @@ private Q_SLOTS:
                      ScriptedResponder::Reply{200, "<html>oops</html>", {{"Set-Cookie", "bad=1"}}, false});
         responder.on("/err", ScriptedResponder::Reply{500, R"({"state":0,"msg":"boom"})", {}, false});
         responder.on("/scalar", ScriptedResponder::json("42"));
-        std::optional<mHttpJsonResult> html, err, scalar;
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/html")), {},
-                          [&](const mHttpJsonResult &r) { html = r; });
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/err")), {},
-                          [&](const mHttpJsonResult &r) { err = r; });
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/scalar")), {},
-                          [&](const mHttpJsonResult &r) { scalar = r; });
+        std::optional<JsonReply> html, err, scalar;
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/html")), {},
+                                  [&](const JsonReply &r) { html = r; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/err")), {},
+                                  [&](const JsonReply &r) { err = r; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/scalar")), {},
+                                  [&](const JsonReply &r) { scalar = r; });
         QTRY_VERIFY_WITH_TIMEOUT(html && err && scalar, 20000);
         QVERIFY(!html->isSuccess());
         QCOMPARE(html->text(), QStringLiteral("网络连接失败:"));
@@ -265,31 +265,31 @@ private Q_SLOTS:
         QCOMPARE(scalar->json().toInt(), 42);
 
         // The text request hands over whatever came.
-        std::optional<mHttpJsonResultS> text;
-        mHttp::postString(api_base::appendUrl(QStringLiteral("/html")), {},
-                          [&](const mHttpJsonResultS &r) { text = r; });
+        std::optional<TextReply> text;
+        HttpTransport::postString(ServiceApi::appendUrl(QStringLiteral("/html")), {},
+                                  [&](const TextReply &r) { text = r; });
         QTRY_VERIFY_WITH_TIMEOUT(text.has_value(), 20000);
         QVERIFY(text->isSuccess());
         QCOMPARE(text->text(), QStringLiteral("<html>oops</html>"));
     }
 
     void unreachableAndSilentServicesEndInFailure() {
-        std::optional<mHttpJsonResult> refused;
-        std::optional<ApiResultBase> info;
+        std::optional<JsonReply> refused;
+        std::optional<CallResult> info;
         pointAt(deadUrl());
-        mHttp::postJsonRe(api_base::appendUrl(QStringLiteral("/x")), {},
-                          [&](const mHttpJsonResult &r) { refused = r; });
-        api_user::getUserInfo([&](const ApiResultBase &r) { info = r; });
+        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/x")), {},
+                                  [&](const JsonReply &r) { refused = r; });
+        AccountApi::getUserInfo([&](const CallResult &r) { info = r; });
         QTRY_VERIFY_WITH_TIMEOUT(refused && info, 20000);
         QCOMPARE(refused->text(), QStringLiteral("网络连接失败:"));
         QCOMPARE(info->msg(), QStringLiteral("-2"));
 
         pointAt(responder.baseUrl());
         responder.on("/silent", ScriptedResponder::Reply{200, {}, {}, true});
-        mHttp::setTransferTimeout(1500);
-        std::optional<mHttpJsonResultS> silent;
-        mHttp::postString(api_base::appendUrl(QStringLiteral("/silent")), {},
-                          [&](const mHttpJsonResultS &r) { silent = r; });
+        HttpTransport::setTransferTimeout(1500);
+        std::optional<TextReply> silent;
+        HttpTransport::postString(ServiceApi::appendUrl(QStringLiteral("/silent")), {},
+                                  [&](const TextReply &r) { silent = r; });
         QTRY_VERIFY_WITH_TIMEOUT(silent.has_value(), 30000);
         QVERIFY(!silent->isSuccess());
         QCOMPARE(silent->text(), QStringLiteral("网络连接失败:"));
@@ -301,16 +301,15 @@ private Q_SLOTS:
         responder.on("/api/word/list/upValue", ScriptedResponder::json(R"({"state":1})"));
         // Signing in empties only the stored cookie; the shared one still goes out with the request.
         App::setting().setCookie(QStringLiteral("old=1;"));
-        std::optional<apiResultCreate> created;
-        std::optional<ApiLoginResult> login;
-        std::optional<ApiResultBase> updated;
-        api_word_class::create(QStringLiteral("l"), QStringLiteral("0"), QStringLiteral("db"),
-                               [&](const apiResultCreate &r) { created = r; });
-        api_user::login(QStringLiteral("u"), QStringLiteral("p"),
-                        [&](const ApiLoginResult &r) { login = r; });
-        api_word_list::upDate(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
-                              QStringLiteral("[]"), QStringLiteral("db"),
-                              [&](const ApiResultBase &r) { updated = r; });
+        std::optional<CreateResult> created;
+        std::optional<LoginResult> login;
+        std::optional<CallResult> updated;
+        ClassApi::create(QStringLiteral("l"), QStringLiteral("0"), QStringLiteral("db"),
+                         [&](const CreateResult &r) { created = r; });
+        AccountApi::login(QStringLiteral("u"), QStringLiteral("p"), [&](const LoginResult &r) { login = r; });
+        PhraseApi::updateClass(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
+                               QStringLiteral("[]"), QStringLiteral("db"),
+                               [&](const CallResult &r) { updated = r; });
         QTRY_VERIFY_WITH_TIMEOUT(created && login && updated, 20000);
         QVERIFY(!created->isSuccess());
         QCOMPARE(created->msg(), QStringLiteral("no state"));
@@ -323,7 +322,7 @@ private Q_SLOTS:
         // The login form: the plural key, the enciphered password, and the former user's name.
         const QMap<QString, QString> lf = responder.requestsTo("/api/osx/login").value(0).form();
         QCOMPARE(lf.value(QStringLiteral("usernames")), QStringLiteral("u"));
-        QCOMPARE(lf.value(QStringLiteral("password")), api_user::encipherPassword(QStringLiteral("p")));
+        QCOMPARE(lf.value(QStringLiteral("password")), AccountApi::encipherPassword(QStringLiteral("p")));
         QCOMPARE(lf.value(QStringLiteral("username")), QStringLiteral("123"));
         QCOMPARE(responder.requestsTo("/api/osx/login").value(0).header("Cookie"), QByteArray("old=1;"));
     }
@@ -331,13 +330,13 @@ private Q_SLOTS:
     void touristIsReportedTwice() {
         QList<bool> calls;
         responder.on("/api/ios/getIsTourist", ScriptedResponder::json(R"({"state":1,"re":1})"));
-        api_base::getISTourist([&](bool t) { calls.append(t); });
+        ServiceApi::isTourist([&](bool t) { calls.append(t); });
         QTRY_COMPARE_WITH_TIMEOUT(calls.size(), 2, 20000);
         QCOMPARE(calls, (QList<bool>{true, false}));
 
         calls.clear();
         responder.on("/api/ios/getIsTourist", ScriptedResponder::json(R"({"state":1,"re":0})"));
-        api_base::getISTourist([&](bool t) { calls.append(t); });
+        ServiceApi::isTourist([&](bool t) { calls.append(t); });
         QTRY_COMPARE_WITH_TIMEOUT(calls.size(), 1, 20000);
         QTest::qWait(300);
         QCOMPARE(calls, QList<bool>{false});
@@ -362,7 +361,7 @@ private Q_SLOTS:
         // End to end: the reply reaches the gate as it came.
         responder.on("/api/util/osx/getVersionForm", ScriptedResponder::json(R"({"version":1})"));
         std::optional<std::optional<QJsonValue>> reply;
-        api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { reply = r; });
+        ServiceApi::getVersionCheck([&](const std::optional<QJsonValue> &r) { reply = r; });
         QTRY_VERIFY_WITH_TIMEOUT(reply.has_value(), 20000);
         QCOMPARE(VersionGate::judge(*reply).kind(), VersionGate::Kind::Ready);
     }
@@ -370,14 +369,14 @@ private Q_SLOTS:
     void phraseFetchIgnoresTextThatIsNotAnObject() {
         responder.on("/api/word/list/getAll", ScriptedResponder::json("[1,2,3]"));
         int calls = 0;
-        api_word_list::getAll1(QStringLiteral("db"), [&](const apiResultWordListGetAll &) { ++calls; });
+        PhraseApi::getAll1(QStringLiteral("db"), [&](const PhraseListResult &) { ++calls; });
         QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/list/getAll").size(), 1, 20000);
         QTest::qWait(1000);
         QCOMPARE(calls, 0);
 
         responder.on("/api/word/list/getAll", ScriptedResponder::json(R"({"state":1,"data":[]})"));
-        std::optional<apiResultWordListGetAll> empty;
-        api_word_list::getAll1(QStringLiteral("db"), [&](const apiResultWordListGetAll &r) { empty = r; });
+        std::optional<PhraseListResult> empty;
+        PhraseApi::getAll1(QStringLiteral("db"), [&](const PhraseListResult &r) { empty = r; });
         QTRY_VERIFY_WITH_TIMEOUT(empty.has_value(), 20000);
         QVERIFY(empty->isSuccess());
         QVERIFY(empty->data().isEmpty());
@@ -388,14 +387,14 @@ private Q_SLOTS:
             "/api/word/class/getAll",
             ScriptedResponder::json(R"({"state":1,"data":[{"id":7,"sign":"S","label":"L","position":2,)"
                                     R"("username":"u"},{"sign":"T"}]})"));
-        std::optional<apiResultWordClasGetAll> got;
-        api_word_class::getAll(QStringLiteral("db"), [&](const apiResultWordClasGetAll &r) { got = r; });
+        std::optional<ClassListResult> got;
+        ClassApi::getAll(QStringLiteral("db"), [&](const ClassListResult &r) { got = r; });
         QTRY_VERIFY_WITH_TIMEOUT(got.has_value(), 20000);
         QVERIFY(got->isSuccess());
         QCOMPARE(got->data().size(), 2);
         QCOMPARE(got->data().at(0),
-                 DataWordClass(7, QStringLiteral("S"), QStringLiteral("L"), 2, QStringLiteral("u")));
-        QCOMPARE(got->data().at(1), DataWordClass(0, QStringLiteral("T")));
+                 PhraseClass(7, QStringLiteral("S"), QStringLiteral("L"), 2, QStringLiteral("u")));
+        QCOMPARE(got->data().at(1), PhraseClass(0, QStringLiteral("T")));
     }
 
     void emptyClassListEndsTheProgram() {
@@ -435,8 +434,8 @@ private Q_SLOTS:
 
     void heartbeatChecksOnceAtStartAndOnlyLogsOtherStates() {
         responder.on("/api/user/SyncCheckOSX", ScriptedResponder::json(R"({"msg":"no state"})"));
-        controller_synccheck::start();
-        controller_synccheck::start();
+        SessionHeartbeat::start();
+        SessionHeartbeat::start();
         QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/user/SyncCheckOSX").size(), 1, 20000);
         QTest::qWait(500);
         QCOMPARE(responder.requestsTo("/api/user/SyncCheckOSX").size(), 1);
@@ -444,8 +443,8 @@ private Q_SLOTS:
             responder.requestsTo("/api/user/SyncCheckOSX").value(0).form().value(QStringLiteral("version")),
             QStringLiteral("1"));
         for (const char *json : {R"({"state":0})", R"({"state":1})", R"({"state":-2})"})
-            controller_synccheck::handleReply(QJsonDocument::fromJson(json).object());
-        controller_synccheck::handleReply(std::nullopt);
+            SessionHeartbeat::handleReply(QJsonDocument::fromJson(json).object());
+        SessionHeartbeat::handleReply(std::nullopt);
     }
 
     void picturesTravelByNameAndWithoutCookie() {
@@ -455,12 +454,12 @@ private Q_SLOTS:
         const QByteArray path = "/api/resource/word/getImage64/" + name.toUtf8().toBase64();
         responder.on(path, ScriptedResponder::json(R"({"state":1,"base64":"AAEC"})"));
         responder.on("/api/word/image/imageNameExist", ScriptedResponder::json(R"({"state":0})"));
-        std::optional<ApiResulrDowImage> down, missing;
+        std::optional<PictureDownloadResult> down, missing;
         std::optional<bool> known;
-        api_word_image::dowImage(name, [&](const ApiResulrDowImage &r) { down = r; });
-        api_word_image::dowImage(QStringLiteral("other.png"),
-                                 [&](const ApiResulrDowImage &r) { missing = r; });
-        api_word_image::exist(name, [&](bool k) { known = k; });
+        PictureApi::downloadPicture(name, [&](const PictureDownloadResult &r) { down = r; });
+        PictureApi::downloadPicture(QStringLiteral("other.png"),
+                                    [&](const PictureDownloadResult &r) { missing = r; });
+        PictureApi::exist(name, [&](bool k) { known = k; });
         QTRY_VERIFY_WITH_TIMEOUT(down && missing && known, 20000);
         QVERIFY(down->isSuccess());
         QCOMPARE(down->imageBase64data(), QStringLiteral("AAEC"));
@@ -486,10 +485,10 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(gif, name));
         responder.on("/api/word/image/uploadImage",
                      ScriptedResponder::json(R"({"state":0,"msg":"图片过大"})", {{"Set-Cookie", "up=2"}}));
-        std::optional<DataResult> refused;
+        std::optional<OperationResult> refused;
         QList<int> progress;
-        api_word_image::upload(
-            name, [&](const DataResult &r) { refused = r; }, [&](int p) { progress.append(p); });
+        PictureApi::upload(
+            name, [&](const OperationResult &r) { refused = r; }, [&](int p) { progress.append(p); });
         QTRY_VERIFY_WITH_TIMEOUT(refused.has_value(), 20000);
         QVERIFY(refused->isError());
         QCOMPARE(refused->msg(), QStringLiteral("图片过大"));
@@ -515,8 +514,8 @@ private Q_SLOTS:
 
         // No answer at all: the transport's text after the fixed prefix, the cookie untouched.
         pointAt(deadUrl());
-        std::optional<DataResult> failed;
-        api_word_image::upload(name, [&](const DataResult &r) { failed = r; }, {});
+        std::optional<OperationResult> failed;
+        PictureApi::upload(name, [&](const OperationResult &r) { failed = r; }, {});
         QTRY_VERIFY_WITH_TIMEOUT(failed.has_value(), 20000);
         QVERIFY(failed->msg().startsWith(QStringLiteral("上传失败:")));
         QVERIFY(failed->msg().size() > QStringLiteral("上传失败:").size());
@@ -542,12 +541,12 @@ private Q_SLOTS:
                                         .toJson(QJsonDocument::Compact)));
         responder.on("/api/resource/word/getImage64/" + QByteArray("good.png").toBase64(),
                      ScriptedResponder::json(R"({"state":1,"base64":"iVBORw=="})"));
-        CountingCloudDelegate d;
-        controller_cloud::delegate = &d;
+        CountingSyncListener d;
+        LibrarySync::listener = &d;
         bool done = false;
-        controller_cloud::cloudAll([&]() { done = true; });
+        LibrarySync::cloudAll([&]() { done = true; });
         QTRY_VERIFY_WITH_TIMEOUT(done, 30000);
-        controller_cloud::delegate = nullptr;
+        LibrarySync::listener = nullptr;
         QCOMPARE(d.starts, 1);
         QCOMPARE(d.stops, 1);
         QCOMPARE(AppFileUtil::readImage(QStringLiteral("good.png")).value_or(QByteArray()),
@@ -557,34 +556,33 @@ private Q_SLOTS:
         for (const auto &r : responder.requests())
             pictureRequests += r.path.startsWith("/api/resource/word/getImage64/");
         QCOMPARE(pictureRequests, 1);
-        QCOMPARE(controller_word_list::db().getData(QStringLiteral("P1")).value_or(DataWordList()).parentSign,
+        QCOMPARE(PhraseOperations::db().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
                  QStringLiteral("C1"));
     }
 
     void synchronisationWithoutNetworkKeepsTheLibraryAndEnds() {
         App::userInfo().username = QStringLiteral("offline-user");
-        QVERIFY(controller_word_class::db().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
-                                                   QStringLiteral("offline-user")));
-        QVERIFY(controller_word_list::db().create(QStringLiteral("K"), QStringLiteral("W"),
-                                                  QStringLiteral("w"), QStringLiteral("[]"), 0,
-                                                  QStringLiteral("offline-user")));
+        QVERIFY(ClassOperations::db().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
+                                             QStringLiteral("offline-user")));
+        QVERIFY(PhraseOperations::db().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
+                                              QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
         pointAt(deadUrl());
-        CountingCloudDelegate d;
-        controller_cloud::delegate = &d;
+        CountingSyncListener d;
+        LibrarySync::listener = &d;
         bool first = false, second = false;
-        controller_cloud::cloudAll([&]() { first = true; });
-        QVERIFY(controller_cloud::isCloud());
+        LibrarySync::cloudAll([&]() { first = true; });
+        QVERIFY(LibrarySync::isCloud());
         // A second request while one runs only gets its own action, at once.
-        controller_cloud::cloudAll([&]() { second = true; });
+        LibrarySync::cloudAll([&]() { second = true; });
         QVERIFY(second);
         QVERIFY(!first);
         QTRY_VERIFY_WITH_TIMEOUT(first, 30000);
-        controller_cloud::delegate = nullptr;
-        QVERIFY(!controller_cloud::isCloud());
+        LibrarySync::listener = nullptr;
+        QVERIFY(!LibrarySync::isCloud());
         QCOMPARE(d.starts, 1);
         QCOMPARE(d.stops, 1);
-        QCOMPARE(controller_word_class::db().getAll(QStringLiteral("offline-user")).size(), 1);
-        QVERIFY(controller_word_list::db().getData(QStringLiteral("W")).has_value());
+        QCOMPARE(ClassOperations::db().getAll(QStringLiteral("offline-user")).size(), 1);
+        QVERIFY(PhraseOperations::db().getData(QStringLiteral("W")).has_value());
     }
 };
 
@@ -593,12 +591,12 @@ namespace {
 int runChild(const QString &scenario) {
     QTimer::singleShot(45000, []() { std::_Exit(3); });
     if (scenario == QLatin1String("class-list")) {
-        api_word_class::getAll(QStringLiteral("db"), [](const apiResultWordClasGetAll &) {
+        ClassApi::getAll(QStringLiteral("db"), [](const ClassListResult &) {
             std::cout << "handler called" << std::endl;
             std::_Exit(0);
         });
     } else if (scenario == QLatin1String("heartbeat")) {
-        controller_synccheck::start();
+        SessionHeartbeat::start();
     } else {
         return 2;
     }

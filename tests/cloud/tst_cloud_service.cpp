@@ -1,18 +1,18 @@
 // The cloud client against the real quillora-cloud on an ephemeral port: sign-in, version gate,
 // library operations through the controllers, full synchronisation, picture upload, heartbeat.
-#include "cloud/api_base.h"
-#include "cloud/api_user.h"
-#include "cloud/api_word_class.h"
-#include "cloud/api_word_image.h"
-#include "cloud/api_word_list.h"
-#include "cloud/appsetting.h"
-#include "cloud/controller_cloud.h"
-#include "cloud/controller_synccheck.h"
+#include "cloud/accountapi.h"
+#include "cloud/appsettings.h"
+#include "cloud/classapi.h"
 #include "cloud/imageutil.h"
+#include "cloud/librarysync.h"
+#include "cloud/phraseapi.h"
+#include "cloud/pictureapi.h"
+#include "cloud/serviceapi.h"
+#include "cloud/sessionheartbeat.h"
 #include "cloud/uploadprocedure.h"
 #include "cloud/versiongate.h"
-#include "library/controller_word_class.h"
-#include "library/controller_word_list.h"
+#include "library/classoperations.h"
+#include "library/phraseoperations.h"
 #include "model/app.h"
 #include "store/appfileutil.h"
 #include "store/localpath.h"
@@ -39,7 +39,7 @@ const QString kUser = QStringLiteral("alice");
 const QString kPassword = QStringLiteral("pwhaaaa");
 
 // Records the order of completions and change notices.
-class Listener : public controller_word_class_delegate, public controller_word_list_delegate {
+class Listener : public ClassChangeListener, public PhraseChangeListener {
 public:
     QStringList *events;
     explicit Listener(QStringList *e) : events(e) {}
@@ -69,29 +69,29 @@ class tst_cloud_service : public QObject {
     QStringList events;
     Listener listener{&events};
 
-    template <typename Fn> DataResult await(Fn start) {
-        std::optional<DataResult> result;
-        start([&](const DataResult &r) { result = r; });
+    template <typename Fn> OperationResult await(Fn start) {
+        std::optional<OperationResult> result;
+        start([&](const OperationResult &r) { result = r; });
         if (!QTest::qWaitFor([&]() { return result.has_value(); }, 30000))
-            return DataResult::error(QStringLiteral("no completion"));
+            return OperationResult::error(QStringLiteral("no completion"));
         return *result;
     }
 
     void signIn() {
-        std::optional<ApiLoginResult> login;
-        api_user::login(kUser, kPassword, [&](const ApiLoginResult &r) { login = r; });
+        std::optional<LoginResult> login;
+        AccountApi::login(kUser, kPassword, [&](const LoginResult &r) { login = r; });
         QTRY_VERIFY_WITH_TIMEOUT(login.has_value(), 30000);
         QVERIFY2(login->isOk(), qPrintable(login->msg()));
         App::userInfo().username = login->username();
     }
 
     QStringList serviceClassLabels() {
-        std::optional<apiResultWordClasGetAll> all;
-        api_word_class::getAll(kUser, [&](const apiResultWordClasGetAll &r) { all = r; });
+        std::optional<ClassListResult> all;
+        ClassApi::getAll(kUser, [&](const ClassListResult &r) { all = r; });
         if (!QTest::qWaitFor([&]() { return all.has_value(); }, 30000) || !all->isSuccess())
             return {QStringLiteral("<fetch failed>")};
         QStringList labels;
-        for (const DataWordClass &c : all->data())
+        for (const PhraseClass &c : all->data())
             labels.append(c.label);
         return labels;
     }
@@ -101,33 +101,33 @@ private Q_SLOTS:
         QVERIFY(service.start());
         QVERIFY(service.addUser(kUser, kPassword));
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
-        LocalPath::iniitDir();
-        controller_word_class::sourceChangeDelegate = &listener;
-        controller_word_list::delegate = &listener;
+        LocalPath::initDirs();
+        ClassOperations::viewListener = &listener;
+        PhraseOperations::listener = &listener;
     }
 
     void cleanupTestCase() {
-        controller_word_class::sourceChangeDelegate = nullptr;
-        controller_word_list::delegate = nullptr;
+        ClassOperations::viewListener = nullptr;
+        PhraseOperations::listener = nullptr;
     }
 
     void versionGateAndSignIn() {
         std::optional<std::optional<QJsonValue>> version;
-        api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
+        ServiceApi::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
         QTRY_VERIFY_WITH_TIMEOUT(version.has_value(), 30000);
         QCOMPARE(VersionGate::judge(*version).kind(), VersionGate::Kind::Ready);
 
         // A refused sign-in carries the service's own text.
-        std::optional<ApiLoginResult> wrong;
-        api_user::login(kUser, QStringLiteral("not-the-password"),
-                        [&](const ApiLoginResult &r) { wrong = r; });
+        std::optional<LoginResult> wrong;
+        AccountApi::login(kUser, QStringLiteral("not-the-password"),
+                          [&](const LoginResult &r) { wrong = r; });
         QTRY_VERIFY_WITH_TIMEOUT(wrong.has_value(), 30000);
         QVERIFY(!wrong->isOk());
         QVERIFY(!wrong->msg().isEmpty());
         QVERIFY(wrong->msg() != QStringLiteral("网络连接失败:"));
 
         QList<bool> tourist;
-        api_base::getISTourist([&](bool t) { tourist.append(t); });
+        ServiceApi::isTourist([&](bool t) { tourist.append(t); });
         QTRY_VERIFY_WITH_TIMEOUT(tourist.size() >= 2, 30000);
         QCOMPARE(tourist, (QList<bool>{true, false}));
 
@@ -136,14 +136,14 @@ private Q_SLOTS:
         QVERIFY(!App::setting().cookie.isEmpty());
 
         tourist.clear();
-        api_base::getISTourist([&](bool t) { tourist.append(t); });
+        ServiceApi::isTourist([&](bool t) { tourist.append(t); });
         QTRY_VERIFY_WITH_TIMEOUT(!tourist.isEmpty(), 30000);
         QTest::qWait(300);
         QCOMPARE(tourist, QList<bool>{false});
 
         App::userInfo().username = QStringLiteral("someone");
-        std::optional<ApiResultBase> info;
-        api_user::getUserInfo([&](const ApiResultBase &r) { info = r; });
+        std::optional<CallResult> info;
+        AccountApi::getUserInfo([&](const CallResult &r) { info = r; });
         QTRY_VERIFY_WITH_TIMEOUT(info.has_value(), 30000);
         QVERIFY(info->isOk());
         QCOMPARE(App::userInfo().username, kUser);
@@ -156,7 +156,7 @@ private Q_SLOTS:
         QVERIFY(newer.start());
         qputenv("QUILLORA_SERVICE_URL", newer.baseUrl().toUtf8());
         std::optional<std::optional<QJsonValue>> version;
-        api_base::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
+        ServiceApi::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
         QTRY_VERIFY_WITH_TIMEOUT(version.has_value(), 30000);
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
         const VersionGate gate = VersionGate::judge(*version);
@@ -166,29 +166,28 @@ private Q_SLOTS:
 
     void heartbeatOfAValidSession() {
         CoutCapture out;
-        controller_synccheck::start();
+        SessionHeartbeat::start();
         QTRY_VERIFY_WITH_TIMEOUT(out.text().contains(QStringLiteral("心跳结果 state = 1")), 30000);
     }
 
     void classOperationsReachTheStoreOnlyAfterTheService() {
-        auto &db = controller_word_class::db();
+        auto &db = ClassOperations::db();
         const qint64 before = db.getAll(kUser).size();
 
         events.clear();
-        DataResult r = await(
-            [](DataResultCallback cb) { controller_word_class::create(QStringLiteral("售后"), kUser, cb); });
+        OperationResult r =
+            await([](OperationCallback cb) { ClassOperations::create(QStringLiteral("售后"), kUser, cb); });
         QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
         QCOMPARE(events, QStringList{QStringLiteral("class-change")});
-        r = await(
-            [](DataResultCallback cb) { controller_word_class::create(QStringLiteral("物流"), kUser, cb); });
+        r = await([](OperationCallback cb) { ClassOperations::create(QStringLiteral("物流"), kUser, cb); });
         QVERIFY(r.isSuccess());
-        QList<DataWordClass> local = db.getAll(kUser);
+        QList<PhraseClass> local = db.getAll(kUser);
         QCOMPARE(local.size(), before + 2);
 
         // A refused create (label far too long) stores nothing and reports the service's message.
         events.clear();
-        r = await([](DataResultCallback cb) {
-            controller_word_class::create(QString(5000, QLatin1Char('x')), kUser, cb);
+        r = await([](OperationCallback cb) {
+            ClassOperations::create(QString(5000, QLatin1Char('x')), kUser, cb);
         });
         QVERIFY(r.isError());
         QVERIFY(!r.msg().isEmpty());
@@ -199,8 +198,8 @@ private Q_SLOTS:
         QStringList labels = serviceClassLabels();
         QVERIFY(labels.contains(QStringLiteral("售后")));
         QVERIFY(labels.contains(QStringLiteral("物流")));
-        std::optional<DataWordClass> a, b;
-        for (const DataWordClass &c : db.getAll(kUser)) {
+        std::optional<PhraseClass> a, b;
+        for (const PhraseClass &c : db.getAll(kUser)) {
             if (c.label == QStringLiteral("售后"))
                 a = c;
             if (c.label == QStringLiteral("物流"))
@@ -210,21 +209,21 @@ private Q_SLOTS:
         QVERIFY(a->sign.size() >= 16);
 
         events.clear();
-        controller_word_class::setLabel(a->sign, QStringLiteral("售后服务"), kUser);
+        ClassOperations::setLabel(a->sign, QStringLiteral("售后服务"), kUser);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(a->sign)->label, QStringLiteral("售后服务"));
         QVERIFY(serviceClassLabels().contains(QStringLiteral("售后服务")));
 
         events.clear();
-        controller_word_class::swapPostion(a->sign, b->sign, kUser);
+        ClassOperations::swapPositions(a->sign, b->sign, kUser);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(a->sign)->position, b->position);
         QCOMPARE(db.getData(b->sign)->position, a->position);
 
         // A rename the service refuses (unknown sign) changes nothing and notifies nobody.
         events.clear();
-        controller_word_class::setLabel(QStringLiteral("no-such-sign"), QStringLiteral("x"), kUser);
-        controller_word_class::delete_(a->sign + QLatin1Char('|') + b->sign + QLatin1Char('|'), kUser);
+        ClassOperations::setLabel(QStringLiteral("no-such-sign"), QStringLiteral("x"), kUser);
+        ClassOperations::remove(a->sign + QLatin1Char('|') + b->sign + QLatin1Char('|'), kUser);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QVERIFY(!db.getData(a->sign).has_value());
         QVERIFY(!db.getData(b->sign).has_value());
@@ -234,15 +233,15 @@ private Q_SLOTS:
     }
 
     void phraseOperationsReachTheStoreOnlyAfterTheService() {
-        auto &classes = controller_word_class::db();
+        auto &classes = ClassOperations::db();
         for (const char *label : {"甲", "乙"}) {
-            const DataResult r = await([label](DataResultCallback cb) {
-                controller_word_class::create(QString::fromUtf8(label), kUser, cb);
+            const OperationResult r = await([label](OperationCallback cb) {
+                ClassOperations::create(QString::fromUtf8(label), kUser, cb);
             });
             QVERIFY(r.isSuccess());
         }
         QString c1, c2;
-        for (const DataWordClass &c : classes.getAll(kUser)) {
+        for (const PhraseClass &c : classes.getAll(kUser)) {
             if (c.label == QStringLiteral("甲"))
                 c1 = c.sign;
             if (c.label == QStringLiteral("乙"))
@@ -250,71 +249,71 @@ private Q_SLOTS:
         }
         QVERIFY(!c1.isEmpty() && !c2.isEmpty());
 
-        auto &db = controller_word_list::db();
+        auto &db = PhraseOperations::db();
         const QString content = pictureContent({});
         events.clear();
         // The completion comes before the change notice for a phrase create.
-        DataResult r = await([&](DataResultCallback cb) {
-            controller_word_list::create(c1, QStringLiteral("你好"), content, kUser,
-                                         [&, cb](const DataResult &res) {
-                                             events.append(QStringLiteral("completion"));
-                                             cb(res);
-                                         });
+        OperationResult r = await([&](OperationCallback cb) {
+            PhraseOperations::create(c1, QStringLiteral("你好"), content, kUser,
+                                     [&, cb](const OperationResult &res) {
+                                         events.append(QStringLiteral("completion"));
+                                         cb(res);
+                                     });
         });
         QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 2, 30000);
         QCOMPARE(events, (QStringList{QStringLiteral("completion"), QStringLiteral("list-change")}));
         for (const char *label : {"再见", "稍等"})
-            QVERIFY(await([&](DataResultCallback cb) {
-                        controller_word_list::create(c1, QString::fromUtf8(label), content, kUser, cb);
+            QVERIFY(await([&](OperationCallback cb) {
+                        PhraseOperations::create(c1, QString::fromUtf8(label), content, kUser, cb);
                     }).isSuccess());
         // Each class counts positions on its own.
-        QVERIFY(await([&](DataResultCallback cb) {
-                    controller_word_list::create(c2, QStringLiteral("别处"), content, kUser, cb);
+        QVERIFY(await([&](OperationCallback cb) {
+                    PhraseOperations::create(c2, QStringLiteral("别处"), content, kUser, cb);
                 }).isSuccess());
-        const QList<DataWordList> inC1 = db.getAll(c1, kUser);
+        const QList<Phrase> inC1 = db.getAll(c1, kUser);
         QCOMPARE(inC1.size(), 3);
         QCOMPARE(db.getAll(c2, kUser).size(), 1);
         QCOMPARE(db.getAll(c2, kUser).at(0).position, db.getMaxPosition(QStringLiteral("never")));
 
         // Refused: an unknown class. Nothing stored, the service's text reported.
         const QString before = db.getAllCount(kUser);
-        r = await([&](DataResultCallback cb) {
-            controller_word_list::create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, kUser,
-                                         cb);
+        r = await([&](OperationCallback cb) {
+            PhraseOperations::create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, kUser,
+                                     cb);
         });
         QVERIFY(r.isError());
         QVERIFY(!r.msg().isEmpty());
         QCOMPARE(db.getAllCount(kUser), before);
 
         // Edit moves a phrase to the other class, with "+" "&" "=" in its text intact.
-        const DataWordList first = inC1.at(0);
+        const Phrase first = inC1.at(0);
         const QString edited = QStringLiteral("[{\"type\":1,\"value\":\"a+b&c=d 100%\"}]");
-        r = await([&](DataResultCallback cb) {
-            controller_word_list::udValue(c2, first.sign, QStringLiteral("改"), edited, kUser, cb);
+        r = await([&](OperationCallback cb) {
+            PhraseOperations::updateValue(c2, first.sign, QStringLiteral("改"), edited, kUser, cb);
         });
         QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
-        const DataWordList moved = db.getData(first.sign).value();
+        const Phrase moved = db.getData(first.sign).value();
         QCOMPARE(moved.parentSign, c2);
         QCOMPARE(moved.jsonValue, edited);
 
-        const DataWordList x = db.getData(inC1.at(1).sign).value();
-        const DataWordList y = db.getData(inC1.at(2).sign).value();
+        const Phrase x = db.getData(inC1.at(1).sign).value();
+        const Phrase y = db.getData(inC1.at(2).sign).value();
         events.clear();
-        controller_word_list::swapPostion(x.sign, y.sign, kUser);
+        PhraseOperations::swapPositions(x.sign, y.sign, kUser);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(x.sign)->position, y.position);
         QCOMPARE(db.getData(y.sign)->position, x.position);
 
         // Removed locally meanwhile: the service swaps, no local position changes, views still reload.
-        QVERIFY(db.delete_(y.sign));
+        QVERIFY(db.remove(y.sign));
         events.clear();
-        controller_word_list::swapPostion(x.sign, y.sign, kUser);
+        PhraseOperations::swapPositions(x.sign, y.sign, kUser);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(x.sign)->position, y.position);
 
         events.clear();
-        controller_word_list::delete_(x.sign + QLatin1Char('|') + moved.sign + QLatin1Char('|'), kUser);
+        PhraseOperations::remove(x.sign + QLatin1Char('|') + moved.sign + QLatin1Char('|'), kUser);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QVERIFY(!db.getData(x.sign).has_value());
         QVERIFY(!db.getData(moved.sign).has_value());
@@ -330,8 +329,8 @@ private Q_SLOTS:
         QCOMPARE(up.filenameArr(), (QStringList{n1, n2}));
         QSignalSpy labels(&up, &UploadProcedure::labelChanged);
         QSignalSpy progress(&up, &UploadProcedure::progressChanged);
-        std::optional<DataResult> result;
-        connect(&up, &UploadProcedure::finished, this, [&](const DataResult &r) { result = r; });
+        std::optional<OperationResult> result;
+        connect(&up, &UploadProcedure::finished, this, [&](const OperationResult &r) { result = r; });
         up.start();
         QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
         QVERIFY2(result->isSuccess(), qPrintable(result->msg()));
@@ -344,7 +343,7 @@ private Q_SLOTS:
         UploadProcedure again(pictureContent({n1}));
         QSignalSpy againProgress(&again, &UploadProcedure::progressChanged);
         result.reset();
-        connect(&again, &UploadProcedure::finished, this, [&](const DataResult &r) { result = r; });
+        connect(&again, &UploadProcedure::finished, this, [&](const OperationResult &r) { result = r; });
         again.start();
         QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
         QVERIFY(result->isSuccess());
@@ -360,14 +359,14 @@ private Q_SLOTS:
         UploadProcedure bad(
             pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}));
         result.reset();
-        connect(&bad, &UploadProcedure::finished, this, [&](const DataResult &r) { result = r; });
+        connect(&bad, &UploadProcedure::finished, this, [&](const OperationResult &r) { result = r; });
         bad.start();
         QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
         QVERIFY(result->isError());
         QVERIFY(!result->msg().isEmpty());
         QVERIFY(!result->msg().startsWith(QStringLiteral("上传失败:")));
         std::optional<bool> known;
-        api_word_image::exist(n3, [&](bool k) { known = k; });
+        PictureApi::exist(n3, [&](bool k) { known = k; });
         QTRY_VERIFY_WITH_TIMEOUT(known.has_value(), 30000);
         QVERIFY(*known);
     }
@@ -377,35 +376,33 @@ private Q_SLOTS:
         const QByteArray one = pngBytes('a'), two = pngBytes('b');
         const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
         QString c;
-        for (const DataWordClass &k : controller_word_class::db().getAll(kUser))
+        for (const PhraseClass &k : ClassOperations::db().getAll(kUser))
             if (k.label == QStringLiteral("甲"))
                 c = k.sign;
         QVERIFY(!c.isEmpty());
-        QVERIFY(
-            await([&](DataResultCallback cb) {
-                controller_word_list::create(c, QStringLiteral("图文"), pictureContent({n1, n2}), kUser, cb);
-            }).isSuccess());
+        QVERIFY(await([&](OperationCallback cb) {
+                    PhraseOperations::create(c, QStringLiteral("图文"), pictureContent({n1, n2}), kUser, cb);
+                }).isSuccess());
 
         // Locally: a stray class and phrase the service never had, and the second picture gone.
-        QVERIFY(
-            controller_word_class::db().create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
-        QVERIFY(controller_word_list::db().create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
-                                                  QStringLiteral("[]"), 0, kUser));
+        QVERIFY(ClassOperations::db().create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
+        QVERIFY(PhraseOperations::db().create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
+                                              QStringLiteral("[]"), 0, kUser));
         QVERIFY(QFile::remove(LocalPath::imageDir() + QLatin1Char('/') + n2));
 
         QStringList order;
-        struct Observer : controller_cloud_delegate {
+        struct Observer : LibrarySyncListener {
             QStringList *order;
-            void onCloudStart() override { order->append(QStringLiteral("start")); }
-            void onCloudStop() override { order->append(QStringLiteral("stop")); }
+            void onSyncStart() override { order->append(QStringLiteral("start")); }
+            void onSyncStop() override { order->append(QStringLiteral("stop")); }
         } observer;
         observer.order = &order;
-        controller_cloud::delegate = &observer;
+        LibrarySync::listener = &observer;
         CoutCapture out;
         bool done = false;
-        controller_cloud::cloudAll([&]() { done = true; });
+        LibrarySync::cloudAll([&]() { done = true; });
         QTRY_VERIFY_WITH_TIMEOUT(done, 60000);
-        controller_cloud::delegate = nullptr;
+        LibrarySync::listener = nullptr;
         const QString log = out.text();
 
         QCOMPARE(order, (QStringList{QStringLiteral("start"), QStringLiteral("stop")}));
@@ -419,10 +416,10 @@ private Q_SLOTS:
         const qsizetype pictures = log.indexOf(QStringLiteral("==========下载云图片。数量 "));
         QVERIFY(classes >= 0 && phrases > classes && pictures > phrases);
 
-        QVERIFY(!controller_word_class::db().getData(QStringLiteral("stray")).has_value());
-        QVERIFY(!controller_word_list::db().getData(QStringLiteral("stray-p")).has_value());
+        QVERIFY(!ClassOperations::db().getData(QStringLiteral("stray")).has_value());
+        QVERIFY(!PhraseOperations::db().getData(QStringLiteral("stray-p")).has_value());
         QStringList localLabels;
-        for (const DataWordClass &k : controller_word_class::db().getAll(kUser))
+        for (const PhraseClass &k : ClassOperations::db().getAll(kUser))
             localLabels.append(k.label);
         QStringList remote = serviceClassLabels();
         localLabels.sort();
@@ -455,7 +452,7 @@ int main(int argc, char **argv) {
         App::userInfo().username = kUser;
         App::setting().setCookie(qEnvironmentVariable("QUILLORA_TEST_COOKIE"));
         QTimer::singleShot(45000, []() { std::_Exit(3); });
-        controller_synccheck::start();
+        SessionHeartbeat::start();
         return QCoreApplication::exec();
     }
     tst_cloud_service test;

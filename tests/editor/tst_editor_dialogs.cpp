@@ -1,16 +1,16 @@
-#include "cloud/api_user.h"
-#include "cloud/api_word_image.h"
-#include "cloud/api_word_list.h"
-#include "cloud/appsetting.h"
-#include "editor/cell_emoji.h"
-#include "editor/control_emojis.h"
-#include "editor/control_upimage.h"
-#include "editor/createlistviewcontrollel.h"
-#include "editor/editclassviewcontroller.h"
-#include "editor/editlistviewcontroller.h"
-#include "editor/edittextview.h"
-#include "library/controller_word_class.h"
-#include "library/controller_word_list.h"
+#include "cloud/accountapi.h"
+#include "cloud/appsettings.h"
+#include "cloud/phraseapi.h"
+#include "cloud/pictureapi.h"
+#include "editor/classdialog.h"
+#include "editor/createphrasedialog.h"
+#include "editor/editphrasedialog.h"
+#include "editor/emojicell.h"
+#include "editor/emojipicker.h"
+#include "editor/phraseeditor.h"
+#include "editor/pictureuploaddialog.h"
+#include "library/classoperations.h"
+#include "library/phraseoperations.h"
 #include "model/app.h"
 #include "model/contentformat.h"
 #include "store/localpath.h"
@@ -44,8 +44,8 @@ class TestEditorDialogs : public QObject {
     CloudService service;
 
     bool signIn() {
-        std::optional<ApiLoginResult> result;
-        api_user::login(user, password, [&](const ApiLoginResult &r) { result = r; });
+        std::optional<LoginResult> result;
+        AccountApi::login(user, password, [&](const LoginResult &r) { result = r; });
         if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isOk())
             return false;
         App::userInfo().username = result->username();
@@ -53,19 +53,19 @@ class TestEditorDialogs : public QObject {
     }
 
     QString makeClass(const QString &label) {
-        std::optional<DataResult> result;
-        controller_word_class::create(label, user, [&](const DataResult &r) { result = r; });
+        std::optional<OperationResult> result;
+        ClassOperations::create(label, user, [&](const OperationResult &r) { result = r; });
         if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isSuccess())
             return {};
-        for (const DataWordClass &c : controller_word_class::db().getAll(user))
+        for (const PhraseClass &c : ClassOperations::db().getAll(user))
             if (c.label == label)
                 return c.sign;
         return {};
     }
 
     static void clickSave(PhraseDialog &dialog) {
-        QTest::mouseClick(dialog.button_save, Qt::LeftButton);
-        QVERIFY(!dialog.button_save->isEnabled()); // no second save while this one runs
+        QTest::mouseClick(dialog.saveButton, Qt::LeftButton);
+        QVERIFY(!dialog.saveButton->isEnabled()); // no second save while this one runs
     }
 
 private Q_SLOTS:
@@ -73,7 +73,7 @@ private Q_SLOTS:
         QVERIFY(service.start());
         QVERIFY(service.addUser(user, password));
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
-        LocalPath::iniitDir();
+        LocalPath::initDirs();
         App::userInfo().username = user;
         MessageBox::setAnswerProvider([](const MessageBox::Request &) { return true; });
     }
@@ -82,8 +82,8 @@ private Q_SLOTS:
 
     void failedUploadKeepsTheDialogOpenAndCreatesNothing() {
         // Not signed in yet: the service refuses the picture.
-        AppSetting().setCookie(QString());
-        CreateListViewControllel dialog(QStringLiteral("any-class"), user);
+        AppSettings().setCookie(QString());
+        CreatePhraseDialog dialog(QStringLiteral("any-class"), user);
         dialog.labelViewBox->setText(QStringLiteral("带图短语"));
         dialog.textView->insertString(QStringLiteral("看图："));
         dialog.textView->insertImage(picture(30, 30, Qt::red));
@@ -96,9 +96,9 @@ private Q_SLOTS:
         QVERIFY(!MessageBox::shown()[0].text.isEmpty()); // the service's own reason
         QVERIFY(dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
-        QVERIFY(dialog.button_save->isEnabled());
+        QVERIFY(dialog.saveButton->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(!dialog.uploadDialog(), 5000);
-        QVERIFY(controller_word_list::db().getAll(QStringLiteral("any-class"), user).isEmpty());
+        QVERIFY(PhraseOperations::db().getAll(QStringLiteral("any-class"), user).isEmpty());
         QCOMPARE(dialog.labelViewBox->text(), QStringLiteral("带图短语")); // nothing the user wrote is lost
         QCOMPARE(dialog.textView->getValue().size(), 2);
     }
@@ -110,7 +110,7 @@ private Q_SLOTS:
 
         const QByteArray png = picture(400, 300, Qt::darkBlue);
         const QByteArray jpg = picture(60, 40, Qt::darkGreen, "JPG");
-        CreateListViewControllel dialog(classSign, user);
+        CreatePhraseDialog dialog(classSign, user);
         dialog.labelViewBox->setText(QStringLiteral("欢迎语"));
         dialog.textView->insertString(QStringLiteral("您好 "));
         dialog.textView->insertImage(png);
@@ -126,22 +126,23 @@ private Q_SLOTS:
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         QVERIFY(MessageBox::shown().isEmpty());
 
-        const QList<DataWordList> local = controller_word_list::db().getAll(classSign, user);
+        const QList<Phrase> local = PhraseOperations::db().getAll(classSign, user);
         QCOMPARE(local.size(), 1);
         QCOMPARE(local[0].label, QStringLiteral("欢迎语"));
         QCOMPARE(local[0].jsonValue, json);
 
         // The service has the phrase and both pictures, byte for byte.
-        std::optional<apiResultWordListGetAll> remote;
-        api_word_list::getAll1(user, [&](const apiResultWordListGetAll &r) { remote = r; });
+        std::optional<PhraseListResult> remote;
+        PhraseApi::getAll1(user, [&](const PhraseListResult &r) { remote = r; });
         QTRY_VERIFY_WITH_TIMEOUT(remote.has_value(), 20000);
         QVERIFY(remote->isSuccess());
         QCOMPARE(remote->data().size(), 1);
         QCOMPARE(remote->data()[0].sign, local[0].sign);
         QCOMPARE(remote->data()[0].jsonValue, json);
         for (const auto &[bytes, ext] : {std::pair{png, ".png"}, std::pair{jpg, ".jpg"}}) {
-            std::optional<ApiResulrDowImage> down;
-            api_word_image::dowImage(contentName(bytes, ext), [&](const ApiResulrDowImage &r) { down = r; });
+            std::optional<PictureDownloadResult> down;
+            PictureApi::downloadPicture(contentName(bytes, ext),
+                                        [&](const PictureDownloadResult &r) { down = r; });
             QTRY_VERIFY_WITH_TIMEOUT(down.has_value(), 20000);
             QVERIFY(down->isSuccess());
             QCOMPARE(QByteArray::fromBase64(down->imageBase64data().toLatin1()), bytes);
@@ -150,15 +151,15 @@ private Q_SLOTS:
 
     void refusedCreateStaysOpenWithoutAMessage() {
         QVERIFY(signIn());
-        CreateListViewControllel dialog(QStringLiteral("no-such-class"), user);
+        CreatePhraseDialog dialog(QStringLiteral("no-such-class"), user);
         dialog.textView->insertString(QStringLiteral("孤儿短语"));
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         clickSave(dialog);
-        QTRY_VERIFY_WITH_TIMEOUT(dialog.button_save->isEnabled(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(dialog.saveButton->isEnabled(), 30000);
         QVERIFY(dialog.isVisible());
         QVERIFY(MessageBox::shown().isEmpty());
-        QVERIFY(controller_word_list::db().getAll(QStringLiteral("no-such-class"), user).isEmpty());
+        QVERIFY(PhraseOperations::db().getAll(QStringLiteral("no-such-class"), user).isEmpty());
     }
 
     void editMovesThePhraseToTheChosenClass() {
@@ -166,19 +167,19 @@ private Q_SLOTS:
         const QString first = makeClass(QStringLiteral("物流"));
         const QString second = makeClass(QStringLiteral("售后"));
         QVERIFY(!first.isEmpty() && !second.isEmpty());
-        CreateListViewControllel create(first, user);
+        CreatePhraseDialog create(first, user);
         create.labelViewBox->setText(QStringLiteral("发货"));
         create.textView->insertString(QStringLiteral("已发货"));
         create.textView->insertImage(picture(20, 20, Qt::yellow));
         create.show();
         clickSave(create);
         QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 30000);
-        const DataWordList phrase = controller_word_list::db().getAll(first, user).value(0);
+        const Phrase phrase = PhraseOperations::db().getAll(first, user).value(0);
         QVERIFY(!phrase.sign.isEmpty());
 
-        EditListViewController edit(phrase);
+        EditPhraseDialog edit(phrase);
         // The pop-up lists every class in library order, with the phrase's own class chosen.
-        const QList<DataWordClass> all = controller_word_class::db().getAll(user);
+        const QList<PhraseClass> all = ClassOperations::db().getAll(user);
         QCOMPARE(edit.ItemButton->count(), all.size());
         for (int i = 0; i < all.size(); ++i)
             QCOMPARE(edit.ItemButton->itemText(i), all[i].label);
@@ -195,7 +196,7 @@ private Q_SLOTS:
         clickSave(edit);
         QTRY_VERIFY_WITH_TIMEOUT(!edit.isVisible(), 30000);
         QCOMPARE(edit.result(), int(QDialog::Accepted));
-        const std::optional<DataWordList> moved = controller_word_list::db().getData(phrase.sign);
+        const std::optional<Phrase> moved = PhraseOperations::db().getData(phrase.sign);
         QVERIFY(moved);
         QCOMPARE(moved->parentSign, second);
         QCOMPARE(moved->label, QStringLiteral("发货通知"));
@@ -204,35 +205,35 @@ private Q_SLOTS:
 
     void classDialogCreatesAndRenames() {
         QVERIFY(signIn());
-        EditClassViewController create;
+        ClassDialog create;
         QCOMPARE(create.label->text(), QString());
         create.label->setText(QStringLiteral("售前咨询"));
         create.show();
-        QTest::mouseClick(create.button_save, Qt::LeftButton);
+        QTest::mouseClick(create.saveButton, Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 20000);
         QCOMPARE(create.result(), int(QDialog::Accepted));
-        std::optional<DataWordClass> made;
-        for (const DataWordClass &c : controller_word_class::db().getAll(user))
+        std::optional<PhraseClass> made;
+        for (const PhraseClass &c : ClassOperations::db().getAll(user))
             if (c.label == QStringLiteral("售前咨询"))
                 made = c;
         QVERIFY(made);
 
-        EditClassViewController rename(made);
+        ClassDialog rename(made);
         QCOMPARE(rename.label->text(), QStringLiteral("售前咨询"));
         rename.label->setText(QStringLiteral("售前"));
         rename.show();
-        QTest::mouseClick(rename.button_save, Qt::LeftButton);
+        QTest::mouseClick(rename.saveButton, Qt::LeftButton);
         QVERIFY(!rename.isVisible()); // closes at once; the rename follows in the background
-        QTRY_COMPARE_WITH_TIMEOUT(controller_word_class::db().getData(made->sign)->label,
-                                  QStringLiteral("售前"), 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(ClassOperations::db().getData(made->sign)->label, QStringLiteral("售前"),
+                                  20000);
 
         // A name the service refuses keeps the dialog open, silently.
-        EditClassViewController tooLong;
+        ClassDialog tooLong;
         tooLong.label->setText(QString(300, QChar(u'长')));
         tooLong.show();
-        QTest::mouseClick(tooLong.button_save, Qt::LeftButton);
-        QVERIFY(!tooLong.button_save->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(tooLong.button_save->isEnabled(), 20000);
+        QTest::mouseClick(tooLong.saveButton, Qt::LeftButton);
+        QVERIFY(!tooLong.saveButton->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(tooLong.saveButton->isEnabled(), 20000);
         QVERIFY(tooLong.isVisible());
         QVERIFY(MessageBox::shown().isEmpty());
     }
@@ -248,7 +249,7 @@ private Q_SLOTS:
             QVERIFY(f.open(QIODevice::WriteOnly));
             f.write(bytes);
         }
-        CreateListViewControllel dialog(QStringLiteral("c"), user);
+        CreatePhraseDialog dialog(QStringLiteral("c"), user);
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         dialog.insertImageFile(notPicture);
@@ -267,8 +268,8 @@ private Q_SLOTS:
         QTextCursor c = dialog.textView->textCursor();
         c.movePosition(QTextCursor::Left);
         dialog.textView->setTextCursor(c);
-        dialog.button_emoji_click();
-        control_emojis *picker = dialog.emojiPicker();
+        dialog.emojiClicked();
+        EmojiPicker *picker = dialog.emojiPicker();
         QVERIFY(picker);
         QTRY_VERIFY_WITH_TIMEOUT(picker->isVisible(), 5000);
         QTest::mouseClick(picker->cells()[38], Qt::LeftButton, {}, QPoint(20, 20));
@@ -278,15 +279,15 @@ private Q_SLOTS:
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
-        control_upImage dialog(json, {});
+        PictureUploadDialog dialog(json, {});
         QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
         QCOMPARE(dialog.progressbar->minimum(), 0);
         QCOMPARE(dialog.progressbar->maximum(), 100);
 
         // Nothing to upload: it reports success and closes by itself.
-        std::optional<DataResult> outcome;
-        control_upImage empty(QStringLiteral(R"([{"type":1,"value":"x"}])"),
-                              [&](const DataResult &r) { outcome = r; });
+        std::optional<OperationResult> outcome;
+        PictureUploadDialog empty(QStringLiteral(R"([{"type":1,"value":"x"}])"),
+                                  [&](const OperationResult &r) { outcome = r; });
         empty.show();
         QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);
         QVERIFY(outcome->isSuccess());

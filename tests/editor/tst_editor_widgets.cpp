@@ -1,6 +1,6 @@
-#include "editor/cell_emoji.h"
-#include "editor/control_emojis.h"
-#include "editor/control_emojis_delegate.h"
+#include "editor/emojicell.h"
+#include "editor/emojipicker.h"
+#include "editor/emojipickerlistener.h"
 #include "ui/hoverview.h"
 #include "ui/messagebox.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-struct PickedEmoji : control_emojis_delegate {
+struct PickedEmoji : EmojiPickerListener {
     QStringList picked;
     void onItemClick(const QString &value) override { picked.append(value); }
 };
@@ -131,7 +131,7 @@ private Q_SLOTS:
     }
 
     void emojiTableSplitsByUserPerceivedCharacter() {
-        const QStringList table = control_emojis::emojiTable();
+        const QStringList table = EmojiPicker::emojiTable();
         QCOMPARE(table.size(), 163);
         QCOMPARE(table.first(), QStringLiteral("😃"));
         QCOMPARE(table.last(), QStringLiteral("💀"));
@@ -140,27 +140,27 @@ private Q_SLOTS:
         // A variation selector never stands alone, and every item is one character to the user.
         for (const QString &item : table) {
             QVERIFY2(!item.startsWith(QChar(0xFE0F)), qPrintable(item));
-            QCOMPARE(control_emojis::splitGraphemes(item).size(), 1);
+            QCOMPARE(EmojiPicker::splitGraphemes(item).size(), 1);
         }
-        QCOMPARE(control_emojis::splitGraphemes(QStringLiteral("a♨️b✌️")),
+        QCOMPARE(EmojiPicker::splitGraphemes(QStringLiteral("a♨️b✌️")),
                  (QStringList{"a", "♨️", "b", "✌️"}));
-        control_emojis picker;
+        EmojiPicker picker;
         QCOMPARE(picker.emojiDataSource, table);
         QCOMPARE(picker.cells().size(), 163);
     }
 
     void gridColumnsFollowTheWidth() {
-        QCOMPARE(control_emojis::maxColumns(200), 5);
-        QCOMPARE(control_emojis::maxColumns(239), 5);
-        QCOMPARE(control_emojis::maxColumns(240), 6);
-        QCOMPARE(control_emojis::maxColumns(39), 0);
+        QCOMPARE(EmojiPicker::maxColumns(200), 5);
+        QCOMPARE(EmojiPicker::maxColumns(239), 5);
+        QCOMPARE(EmojiPicker::maxColumns(240), 6);
+        QCOMPARE(EmojiPicker::maxColumns(39), 0);
 
-        control_emojis picker;
+        EmojiPicker picker;
         for (int width : {200, 239, 420, 30}) {
             picker.resize(width, 5000); // tall enough for no scroll bar
             picker.generalLayout();     // a hidden widget gets its resize event only when shown
             QVERIFY(picker.columnCount() >= 1);
-            QVERIFY(picker.columnCount() <= std::max(1, control_emojis::maxColumns(width)));
+            QVERIFY(picker.columnCount() <= std::max(1, EmojiPicker::maxColumns(width)));
             // Cells never overlap and stay inside the width.
             const QRect last = picker.cells()[picker.columnCount() - 1]->geometry();
             QVERIFY(width < 40 || last.right() < width);
@@ -172,15 +172,15 @@ private Q_SLOTS:
         QCOMPARE(picker.cells()[10]->pos(), QPoint(0, 42));
     }
 
-    void clickOnACellReachesTheDelegate() {
-        control_emojis picker;
+    void clickOnACellReachesTheListener() {
+        EmojiPicker picker;
         PickedEmoji sink;
         picker.resize(300, 200);
         picker.show();
         QVERIFY(QTest::qWaitForWindowExposed(&picker, 20000));
         QTest::mouseClick(picker.cells()[3], Qt::LeftButton, {}, QPoint(20, 20));
         QVERIFY(sink.picked.isEmpty());
-        picker.delegate = &sink;
+        picker.listener = &sink;
         QTest::mouseClick(picker.cells()[3], Qt::LeftButton, {}, QPoint(20, 20));
         QTest::mouseClick(picker.cells()[38], Qt::LeftButton, {}, QPoint(5, 35));
         QTest::mouseClick(picker.cells()[38], Qt::RightButton, {}, QPoint(5, 35));

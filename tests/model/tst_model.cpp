@@ -2,9 +2,9 @@
 
 #include "model/app.h"
 #include "model/contentformat.h"
-#include "model/datawordclass.h"
-#include "model/datawordlist.h"
-#include "model/wordlistjson.h"
+#include "model/phrase.h"
+#include "model/phraseclass.h"
+#include "model/phraselistreply.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -14,17 +14,17 @@
 
 namespace {
 
-DataJsonItemPtr t(const QString &v) {
-    return makeJsonItem(DataJsonItem::Text, v);
+ContentPiecePtr t(const QString &v) {
+    return makeContentPiece(ContentPiece::Text, v);
 }
-DataJsonItemPtr img(const QString &v) {
-    return makeJsonItem(DataJsonItem::Image, v);
+ContentPiecePtr img(const QString &v) {
+    return makeContentPiece(ContentPiece::Image, v);
 }
 
 // "1:ab 2:x.png" - a readable picture of an item array for comparisons.
-QString describe(const DataJsonItemArr &items) {
+QString describe(const ContentPieces &items) {
     QStringList parts;
-    for (const DataJsonItemPtr &i : items)
+    for (const ContentPiecePtr &i : items)
         parts << QStringLiteral("%1:%2").arg(i->type).arg(i->value);
     return parts.join(QLatin1Char(' '));
 }
@@ -44,19 +44,19 @@ class TestModel : public QObject {
 
 private Q_SLOTS:
     void linktextMergesTextsAndKeepsPictureObjects() {
-        const DataJsonItemPtr picture = img(QStringLiteral("x.png"));
-        const DataJsonItemArr items{t(QStringLiteral("a")),
-                                    t(QString()),
-                                    t(QStringLiteral("b")),
-                                    picture,
-                                    makeJsonItem(7, QStringLiteral("odd")),
-                                    nullptr,
-                                    t(QStringLiteral("c"))};
-        const DataJsonItemArr linked = toLinktext(items);
+        const ContentPiecePtr picture = img(QStringLiteral("x.png"));
+        const ContentPieces items{t(QStringLiteral("a")),
+                                  t(QString()),
+                                  t(QStringLiteral("b")),
+                                  picture,
+                                  makeContentPiece(7, QStringLiteral("odd")),
+                                  nullptr,
+                                  t(QStringLiteral("c"))};
+        const ContentPieces linked = normalizePieces(items);
         QCOMPARE(describe(linked), QStringLiteral("1:ab 2:x.png 1:c"));
         QCOMPARE(linked.at(1).get(), picture.get()); // the same object, not a copy
-        QVERIFY(toLinktext({t(QString())}).isEmpty());
-        QCOMPARE(describe(toLinktext({img(QStringLiteral("a.png")), img(QStringLiteral("a.png"))})),
+        QVERIFY(normalizePieces({t(QString())}).isEmpty());
+        QCOMPARE(describe(normalizePieces({img(QStringLiteral("a.png")), img(QStringLiteral("a.png"))})),
                  QStringLiteral("2:a.png 2:a.png"));
     }
 
@@ -72,22 +72,22 @@ private Q_SLOTS:
         // parse -> write -> parse gives the same canonical items
         const QString json =
             toJsonValue({t(QStringLiteral("a")), img(QStringLiteral("d/x.png")), t(QStringLiteral("😀"))});
-        const std::optional<DataJsonItemArr> parsed = toDataJsonItemArr(json);
+        const std::optional<ContentPieces> parsed = parseContent(json);
         QVERIFY(parsed);
         QCOMPARE(describe(*parsed), QStringLiteral("1:a 2:x.png 1:😀"));
         QCOMPARE(toJsonValue(*parsed), json);
     }
 
     void parsingIsLenient() {
-        const std::optional<DataJsonItemArr> items =
-            toDataJsonItemArr(js(" [ {'value':'v','type':2}, 5, 's', {'type':1}, {'value':'only'}, {} ] "));
+        const std::optional<ContentPieces> items =
+            parseContent(js(" [ {'value':'v','type':2}, 5, 's', {'type':1}, {'value':'only'}, {} ] "));
         QVERIFY(items);
         QCOMPARE(describe(*items), QStringLiteral("2:v 1: 0:only 0:"));
-        QVERIFY(toDataJsonItemArr(QStringLiteral("[]"))->isEmpty());
-        QVERIFY(!toDataJsonItemArr(QStringLiteral("{\"type\":1}")));
-        QVERIFY(!toDataJsonItemArr(QStringLiteral("[{\"type\":1,")));
-        QVERIFY(!toDataJsonItemArr(QString()));
-        QVERIFY(!toDataJsonItemArr(QStringLiteral("plain text")));
+        QVERIFY(parseContent(QStringLiteral("[]"))->isEmpty());
+        QVERIFY(!parseContent(QStringLiteral("{\"type\":1}")));
+        QVERIFY(!parseContent(QStringLiteral("[{\"type\":1,")));
+        QVERIFY(!parseContent(QString()));
+        QVERIFY(!parseContent(QStringLiteral("plain text")));
     }
 
     void textsAndPictureNames() {
@@ -95,14 +95,14 @@ private Q_SLOTS:
         QCOMPARE(*getStringValue({t(QStringLiteral("a")), img(QStringLiteral("x")), t(QStringLiteral("b"))}),
                  QStringLiteral("ab"));
 
-        // the repeat test of getImagenameArr looks for the name inside the earlier names
-        const DataJsonItemArr pictures{img(QStringLiteral("ab.png")), img(QStringLiteral("b.png")),
-                                       img(QString()), img(QStringLiteral("c.png")),
-                                       img(QStringLiteral("ab.png"))};
-        QCOMPARE(*getImagenameArr(pictures), QStringList({"ab.png", "c.png"}));
-        QCOMPARE(*getImagenameArrAll(pictures), QStringList({"ab.png", "b.png", "c.png", "ab.png"}));
-        QVERIFY(!getImagenameArr({t(QStringLiteral("a.png")), img(QString())}));
-        QVERIFY(!getImagenameArrAll({t(QStringLiteral("a.png")), img(QString())}));
+        // the repeat test of distinctPictureNames looks for the name inside the earlier names
+        const ContentPieces pictures{img(QStringLiteral("ab.png")), img(QStringLiteral("b.png")),
+                                     img(QString()), img(QStringLiteral("c.png")),
+                                     img(QStringLiteral("ab.png"))};
+        QCOMPARE(*distinctPictureNames(pictures), QStringList({"ab.png", "c.png"}));
+        QCOMPARE(*allPictureNames(pictures), QStringList({"ab.png", "b.png", "c.png", "ab.png"}));
+        QVERIFY(!distinctPictureNames({t(QStringLiteral("a.png")), img(QString())}));
+        QVERIFY(!allPictureNames({t(QStringLiteral("a.png")), img(QString())}));
     }
 
     void derivedColumns() {
@@ -134,8 +134,8 @@ private Q_SLOTS:
     }
 
     void stringOperations() {
-        QCOMPARE(removeAllNull(QStringLiteral("a \n\r \r\nb")), QStringLiteral("ab"));
-        QCOMPARE(removeAllNull(QStringLiteral("a\tb")), QStringLiteral("a\tb"));
+        QCOMPARE(removeWhitespace(QStringLiteral("a \n\r \r\nb")), QStringLiteral("ab"));
+        QCOMPARE(removeWhitespace(QStringLiteral("a\tb")), QStringLiteral("a\tb"));
         QCOMPARE(split(QStringLiteral("|a||b|"), QStringLiteral("|")), QStringList({"", "a", "", "b", ""}));
         QCOMPARE(split(QStringLiteral("a--b"), QStringLiteral("--")), QStringList({"a", "b"}));
         QCOMPARE(replace(QStringLiteral("a.b.c"), QStringLiteral("."), QStringLiteral("::")),
@@ -148,15 +148,15 @@ private Q_SLOTS:
                 jb("{'id':7,'parentSign':'p','sign':'s','label':'l','jsonValue':'[]','texts':'t',"
                    "'images':'i|','position':3,'username':'u','keycode':'k','bgColor':'#fff'}"))
                 .object();
-        QCOMPARE(DataWordList::fromJson(full),
-                 DataWordList(7, QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
-                              QStringLiteral("[]"), QStringLiteral("t"), QStringLiteral("i|"), 3,
-                              QStringLiteral("u"), QStringLiteral("k"), QStringLiteral("#fff")));
+        QCOMPARE(Phrase::fromJson(full),
+                 Phrase(7, QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
+                        QStringLiteral("[]"), QStringLiteral("t"), QStringLiteral("i|"), 3,
+                        QStringLiteral("u"), QStringLiteral("k"), QStringLiteral("#fff")));
 
         // missing (or null) members keep the defaults
         const QJsonObject partial =
             QJsonDocument::fromJson(jb("{'sign':'s','label':null,'username':'u'}")).object();
-        const DataWordList d = DataWordList::fromJson(partial);
+        const Phrase d = Phrase::fromJson(partial);
         QCOMPARE(d.sign, QStringLiteral("s"));
         QCOMPARE(d.id, 0);
         QCOMPARE(d.position, 0);
@@ -167,13 +167,13 @@ private Q_SLOTS:
     }
 
     void wordListReply() {
-        const std::optional<WordListJson> empty = WordListJson::fromText("{}");
+        const std::optional<PhraseListReply> empty = PhraseListReply::fromText("{}");
         QVERIFY(empty);
         QCOMPARE(empty->state, -1);
         QCOMPARE(empty->msg, QString());
         QVERIFY(empty->data.isEmpty());
 
-        const std::optional<WordListJson> reply = WordListJson::fromText(
+        const std::optional<PhraseListReply> reply = PhraseListReply::fromText(
             jb("{'state':0,'msg':'ok','data':[{'sign':'a','position':2},7,{'sign':'b'}]}"));
         QVERIFY(reply);
         QCOMPARE(reply->state, 0);
@@ -182,14 +182,14 @@ private Q_SLOTS:
         QCOMPARE(reply->data.at(0).position, 2);
         QCOMPARE(reply->data.at(1).sign, QStringLiteral("b"));
 
-        QVERIFY(!WordListJson::fromText("[]"));
-        QVERIFY(!WordListJson::fromText("<html>"));
+        QVERIFY(!PhraseListReply::fromText("[]"));
+        QVERIFY(!PhraseListReply::fromText("<html>"));
     }
 
     void ownerBeforeSignIn() {
         QCOMPARE(App::userInfo().username, QStringLiteral("123"));
         QCOMPARE(App::version, 1);
-        QCOMPARE(DataWordClass(), DataWordClass(0, QString(), QString(), 0, QString()));
+        QCOMPARE(PhraseClass(), PhraseClass(0, QString(), QString(), 0, QString()));
     }
 };
 

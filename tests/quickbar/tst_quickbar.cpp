@@ -1,9 +1,9 @@
-#include "cloud/appsetting.h"
-#include "send/controller_service_window.h"
-#include "send/nsscrubberbuttonitemview.h"
+#include "cloud/appsettings.h"
+#include "send/phrasesender.h"
 #include "send/quickbar.h"
-#include "send/quickbarkeys.h"
-#include "send/sendjsonvalueutil.h"
+#include "send/quickbarshortcuts.h"
+#include "send/quickbarslot.h"
+#include "send/targetwindowtracker.h"
 #include "xvfbsession.h"
 
 #include "desktop.h"
@@ -29,8 +29,8 @@ using namespace desktop;
 
 namespace {
 
-DataWordList phrase(const QString &sign, const QString &text, int position) {
-    DataWordList word;
+Phrase phrase(const QString &sign, const QString &text, int position) {
+    Phrase word;
     word.sign = sign;
     word.parentSign = QStringLiteral("class-a");
     word.label = text;
@@ -50,10 +50,10 @@ class TestQuickBar : public QObject {
     QuickBar *bar_ = nullptr;
     QWidget *home_ = nullptr;
     // What the home window shows; absent while no class is loaded.
-    std::optional<QList<DataWordList>> shown_;
+    std::optional<QList<Phrase>> shown_;
     QList<int> selectedRows_;
 
-    const QList<DataWordList> greetings_{
+    const QList<Phrase> greetings_{
         phrase(QStringLiteral("p1"), QStringLiteral("您好，在的，有什么可以帮助您的吗？"), 1),
         phrase(QStringLiteral("p2"), QStringLiteral("请稍等，我帮您查一下订单。"), 2),
         phrase(QStringLiteral("p3"), QStringLiteral("感谢您的耐心等待，祝您生活愉快！"), 3)};
@@ -61,7 +61,7 @@ class TestQuickBar : public QObject {
     QStringList pasted() const { return target_.pasted(); }
     int enters() const { return target_.enters(); }
     // Lets the previous send finish, so that the next one is not dropped as overlapping.
-    void settle() { QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 10000); }
+    void settle() { QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 10000); }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -70,10 +70,9 @@ private Q_SLOTS:
         // Beside the strip, so that the picture of the two tells the story.
         moveWindow(target_.window(), QRect(380, 470, 520, 120));
 
-        controller_service_window::start();
-        QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
-                                     controller_service_window::nowWindowFrom()->processIdentifier ==
-                                         target_.pid(),
+        TargetWindowTracker::start();
+        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
+                                     TargetWindowTracker::lastTarget()->processIdentifier == target_.pid(),
                                  10000);
 
         home_ = new QWidget;
@@ -155,9 +154,8 @@ private Q_SLOTS:
     void theListIsReadAtTheMomentOfTheTap() {
         const int before = pasted().size();
         // Another class selected in the home window: the bar follows without being told.
-        const DataWordList other =
-            phrase(QStringLiteral("q1"), QStringLiteral("订单已发货，请注意查收。"), 1);
-        shown_ = QList<DataWordList>{other};
+        const Phrase other = phrase(QStringLiteral("q1"), QStringLiteral("订单已发货，请注意查收。"), 1);
+        shown_ = QList<Phrase>{other};
         click(centreOf(bar_->item(1)));
         click(centreOf(bar_->item(0)));
         QTRY_COMPARE_WITH_TIMEOUT(pasted().size(), before + 1, 10000);
@@ -168,7 +166,7 @@ private Q_SLOTS:
         click(centreOf(bar_->item(0)));
         QTest::qWait(1500);
         QCOMPARE(pasted().size(), before + 1);
-        QVERIFY(!SendJsonValueUtil::runs());
+        QVERIFY(!PhraseSender::runs());
     }
 
     void hoverSelectsTheRowOfTheShownList() {
@@ -224,7 +222,7 @@ private Q_SLOTS:
         pressWith({XK_Control_L, XK_Shift_L}, XK_F1);
         QVERIFY(!bar_->setShortcutModifiers(QStringLiteral("Ctrl+Hyper")));
         QVERIFY(!bar_->setShortcutModifiers(QStringLiteral("Ctrl+Alt")));
-        AppSetting::setString(QuickBar::shortcutsKey, QStringLiteral("Ctrl+Shift"));
+        AppSettings::setString(QuickBar::shortcutsKey, QStringLiteral("Ctrl+Shift"));
         QVERIFY(bar_->applyShortcutSetting());
         pressWith({XK_Control_L, XK_Shift_L}, XK_F3);
         QTRY_COMPARE_WITH_TIMEOUT(pasted().size(), before + 1, 10000);
@@ -232,7 +230,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(enters(), entersBefore + 1, 10000);
         settle();
         // Switched off again, the keys reach the chat program as before.
-        AppSetting::setString(QuickBar::shortcutsKey, QString());
+        AppSettings::setString(QuickBar::shortcutsKey, QString());
         QVERIFY(bar_->applyShortcutSetting());
         pressWith({XK_Control_L, XK_Shift_L}, XK_F1);
         QTest::qWait(1500);
@@ -254,14 +252,14 @@ private Q_SLOTS:
         QTRY_COMPARE(bar_->pos(), start + QPoint(-150, -200));
         QCOMPARE(activeWindow(), target_.window());
         // The next bar, after a restart, comes up there.
-        QTRY_VERIFY(!AppSetting::getString(QuickBar::positionKey).isEmpty());
+        QTRY_VERIFY(!AppSettings::getString(QuickBar::positionKey).isEmpty());
         {
             QuickBar next;
             next.present();
             QCOMPARE(next.pos(), bar_->pos());
         }
         // Unless that place is no longer on any screen.
-        AppSetting::setString(QuickBar::positionKey, QStringLiteral("5000,40"));
+        AppSettings::setString(QuickBar::positionKey, QStringLiteral("5000,40"));
         QuickBar next;
         next.present();
         QCOMPARE(next.pos(), start);
@@ -274,8 +272,8 @@ private Q_SLOTS:
         XGrabKey(other, XKeysymToKeycode(other, XK_F4), ControlMask | ShiftMask, DefaultRootWindow(other),
                  False, GrabModeAsync, GrabModeAsync);
         XSync(other, False);
-        QuickBarKeys keys;
-        QSignalSpy pressed(&keys, &QuickBarKeys::pressed);
+        QuickBarShortcuts keys;
+        QSignalSpy pressed(&keys, &QuickBarShortcuts::pressed);
         QVERIFY(!keys.setModifiers(QStringLiteral("ctrl + shift")));
         QCOMPARE(keys.grabbedCount(), 11);
         pressWith({XK_Control_L, XK_Shift_L}, XK_F12);

@@ -1,15 +1,15 @@
-#include "app/appdelegate.h"
-#include "app/mainwindowcontroller.h"
-#include "cloud/controller_cloud.h"
-#include "library/control_word_list.h"
-#include "library/homeviewcontrollers.h"
+#include "app/appcontroller.h"
+#include "app/mainwindow.h"
+#include "cloud/librarysync.h"
+#include "library/homeview.h"
+#include "library/phraselist.h"
 #include "model/app.h"
 #include "model/contentformat.h"
-#include "send/controller_service_window.h"
-#include "send/nsscrubberbuttonitemview.h"
+#include "send/phrasesender.h"
 #include "send/quickbar.h"
-#include "send/sendjsonvalueutil.h"
-#include "send/touchbarcontroller.h"
+#include "send/quickbarentry.h"
+#include "send/quickbarslot.h"
+#include "send/targetwindowtracker.h"
 
 #include "cloudservice.h"
 #include "desktop.h"
@@ -33,8 +33,8 @@ class TestQuickBarHome : public QObject {
 
     CloudService cloud_;
     PasteTargetProcess target_;
-    AppDelegate delegate_;
-    HomeViewControllers *home_ = nullptr;
+    AppController delegate_;
+    HomeView *home_ = nullptr;
     QuickBar *bar_ = nullptr;
 
     QWidget *window() const { return delegate_.window(); }
@@ -44,7 +44,7 @@ class TestQuickBarHome : public QObject {
     // agent would open the menu again, and so does this.
     void pickTrayEntry() {
         QMenu *menu = home_->trayMenu();
-        QAction *entry = TouchBarController::shared().button;
+        QAction *entry = QuickBarEntry::shared().button;
         QSignalSpy picked(entry, &QAction::triggered);
         for (int attempt = 0; attempt < 3 && picked.isEmpty(); ++attempt) {
             menu->popup(QPoint(600, 150));
@@ -66,27 +66,25 @@ private Q_SLOTS:
         moveWindow(target_.window(), QRect(330, 300, 520, 120));
 
         delegate_.applicationDidFinishLaunching();
-        QTRY_VERIFY_WITH_TIMEOUT((home_ = qobject_cast<HomeViewControllers *>(
-                                      qobject_cast<MainWindowController *>(window())->contentView())) !=
-                                     nullptr,
+        QTRY_VERIFY_WITH_TIMEOUT((home_ = qobject_cast<HomeView *>(
+                                      qobject_cast<MainWindow *>(window())->contentView())) != nullptr,
                                  60000);
-        QTRY_VERIFY_WITH_TIMEOUT(!controller_cloud::isCloud(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 60000);
         QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->dataSource.size(), 3, 30000);
-        bar_ = qobject_cast<QuickBar *>(App::wordTouchBar);
+        bar_ = qobject_cast<QuickBar *>(App::quickBar);
         QVERIFY(bar_);
         // Only the tray entry brings it up.
         QVERIFY(!bar_->isVisible());
 
         // The agent goes back to the chat.
         QVERIFY(target_.activate());
-        QTRY_VERIFY_WITH_TIMEOUT(controller_service_window::nowWindowFrom() &&
-                                     controller_service_window::nowWindowFrom()->processIdentifier ==
-                                         target_.pid(),
+        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
+                                     TargetWindowTracker::lastTarget()->processIdentifier == target_.pid(),
                                  10000);
     }
 
     void trayEntryPresentsTheBarAndTogglesTheWindow() {
-        QAction *entry = TouchBarController::shared().button;
+        QAction *entry = QuickBarEntry::shared().button;
         QVERIFY(entry);
         QVERIFY(home_->trayMenu()->actions().contains(entry));
         QSignalSpy picked(entry, &QAction::triggered);
@@ -105,7 +103,7 @@ private Q_SLOTS:
     }
 
     void hoverSelectsThePhraseRow() {
-        control_word_list *list = home_->phraseList();
+        PhraseList *list = home_->phraseList();
         pointerTo(centreOf(bar_->item(1)));
         QTRY_COMPARE(list->_selectIndexPathAll, QList<int>{1});
         pointerTo(centreOf(bar_->item(8)));
@@ -115,13 +113,13 @@ private Q_SLOTS:
     }
 
     void tapSendsThePhraseOfTheShownClass() {
-        const QList<DataWordList> phrases = home_->phraseList()->dataSource;
+        const QList<Phrase> phrases = home_->phraseList()->dataSource;
         int row = -1;
         for (int i = 0; i < phrases.size() && row < 0; ++i)
             if (phrases[i].images.isEmpty())
                 row = i;
         QVERIFY(row >= 0);
-        QString expected = getStringValue(*toDataJsonItemArr(phrases[row].jsonValue)).value();
+        QString expected = getStringValue(*parseContent(phrases[row].jsonValue)).value();
         expected.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
             .replace(QLatin1Char('\n'), QLatin1String("\\n"));
 
@@ -133,7 +131,7 @@ private Q_SLOTS:
         // The home window came forward, the chat program kept the focus.
         QVERIFY(window()->isVisible());
         QTRY_COMPARE(activeWindow(), target_.window());
-        QTRY_VERIFY_WITH_TIMEOUT(!SendJsonValueUtil::runs(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 10000);
 
         const QByteArray shots = qgetenv("QUILLORA_SCREENSHOTS");
         if (!shots.isEmpty()) {
@@ -151,6 +149,6 @@ private Q_SLOTS:
     }
 };
 
-QUILLORA_X11_TEST_MAIN_PREPARED(TestQuickBarHome, AppDelegate::prepareProcess())
+QUILLORA_X11_TEST_MAIN_PREPARED(TestQuickBarHome, AppController::prepareProcess())
 
 #include "tst_quickbar_home.moc"

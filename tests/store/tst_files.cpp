@@ -42,13 +42,13 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(LocalPath::imageDir()));
 
         CoutCapture out;
-        LocalPath::iniitDir();
+        LocalPath::initDirs();
         QCOMPARE(out.text(), QStringLiteral("Succes to create folder\n").repeated(3));
         QVERIFY(QFileInfo(LocalPath::imageDir()).isDir());
         QVERIFY(QFileInfo(LocalPath::sqliteDir()).isDir());
         QVERIFY(QFileInfo(LocalPath::tempDir()).isDir());
         out.clear();
-        LocalPath::iniitDir();
+        LocalPath::initDirs();
         QCOMPARE(out.text(), QString());
 
         QFile blocker(env_.home() + QStringLiteral("/file"));

@@ -1,5 +1,5 @@
 #include "store/base64ops.h"
-#include "store/converts.h"
+#include "store/conversions.h"
 #include "store/pathops.h"
 
 #include <QTest>
@@ -94,12 +94,12 @@ private Q_SLOTS:
     void base64RoundTrip() {
         for (const QString &s : {QString(), QStringLiteral("a"), QStringLiteral("ab"),
                                  QStringLiteral("您好 😀"), QString(300, QLatin1Char('x'))}) {
-            const std::optional<QString> encoded = encodBase64(s);
+            const std::optional<QString> encoded = encodeBase64(s);
             QVERIFY(encoded);
             QVERIFY(!encoded->contains(QLatin1Char('\n')));
             QCOMPARE(decodeBase64(*encoded), s);
         }
-        QCOMPARE(*encodBase64(QStringLiteral("好")), QStringLiteral("5aW9"));
+        QCOMPARE(*encodeBase64(QStringLiteral("好")), QStringLiteral("5aW9"));
     }
 
     void base64IsStrict_data() {
@@ -121,7 +121,7 @@ private Q_SLOTS:
 
     void base64Bytes() {
         // bytes that are not UTF-8 decode as data but not as text
-        const QString encoded = converts::uint8ArrToBase64({0xff, 0xfe, 0x00, 0x41});
+        const QString encoded = Conversions::uint8ArrToBase64({0xff, 0xfe, 0x00, 0x41});
         QCOMPARE(encoded, QStringLiteral("//4AQQ=="));
         QCOMPARE(*decodeBase64Data(encoded), QByteArray("\xff\xfe\x00\x41", 4));
         QVERIFY(!decodeBase64(encoded));
@@ -130,15 +130,15 @@ private Q_SLOTS:
 
     void conversions() {
         const QByteArray bytes("\x00\x01\xc3\xa9\xff", 5);
-        const std::vector<quint8> array = converts::dataToUint8(bytes);
+        const std::vector<quint8> array = Conversions::dataToUint8(bytes);
         QCOMPARE(array, std::vector<quint8>({0x00, 0x01, 0xc3, 0xa9, 0xff}));
-        QCOMPARE(converts::uint8ToData(array), bytes);
-        QCOMPARE(converts::stringToUint8(QStringLiteral("é好")),
+        QCOMPARE(Conversions::uint8ToData(array), bytes);
+        QCOMPARE(Conversions::stringToUint8(QStringLiteral("é好")),
                  std::vector<quint8>({0xc3, 0xa9, 0xe5, 0xa5, 0xbd}));
-        QCOMPARE(converts::uint8ToString({0xc3, 0xa9, 0xe5, 0xa5, 0xbd}), QStringLiteral("é好"));
-        QCOMPARE(converts::dataToString(converts::stringToData(QStringLiteral("a\0b"))),
+        QCOMPARE(Conversions::uint8ToString({0xc3, 0xa9, 0xe5, 0xa5, 0xbd}), QStringLiteral("é好"));
+        QCOMPARE(Conversions::dataToString(Conversions::stringToData(QStringLiteral("a\0b"))),
                  QStringLiteral("a\0b"));
-        QVERIFY(converts::uint8ToData({}).isEmpty());
+        QVERIFY(Conversions::uint8ToData({}).isEmpty());
     }
 };
 

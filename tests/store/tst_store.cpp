@@ -1,9 +1,9 @@
 #include "coutcapture.h"
 #include "testenv.h"
 
-#include "store/db_word_class.h"
-#include "store/db_word_list.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/phrasestore.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -25,16 +25,16 @@ QString text(const QString &t) {
     return QStringLiteral("[{\"type\":1,\"value\":\"%1\"}]").arg(t);
 }
 
-QStringList signsOf(const QList<DataWordList> &rows) {
+QStringList signsOf(const QList<Phrase> &rows) {
     QStringList signs;
-    for (const DataWordList &r : rows)
+    for (const Phrase &r : rows)
         signs << r.sign;
     return signs;
 }
 
-QStringList signsOf(const QList<DataWordClass> &rows) {
+QStringList signsOf(const QList<PhraseClass> &rows) {
     QStringList signs;
-    for (const DataWordClass &r : rows)
+    for (const PhraseClass &r : rows)
         signs << r.sign;
     return signs;
 }
@@ -52,20 +52,20 @@ class TestStore : public QObject {
 
 private Q_SLOTS:
     void initTestCase() {
-        LocalPath::iniitDir();
+        LocalPath::initDirs();
         CoutCapture out;
-        db_word_class classes;
-        db_word_list phrases;
-        QVERIFY(db_base::connection());
-        QVERIFY(db_base::openError().isEmpty());
+        ClassStore classes;
+        PhraseStore phrases;
+        QVERIFY(LocalStore::connection());
+        QVERIFY(LocalStore::openError().isEmpty());
         QCOMPARE(out.text().count(QStringLiteral("创建表 TABLE_LAMP 成功\n")), 2);
         out.clear();
-        db_word_list again;
+        PhraseStore again;
         QCOMPARE(out.text(), QString()); // later objects reuse the connection
     }
 
     void init() {
-        db_word_class().deleteAll();
+        ClassStore().deleteAll();
         SQLite::Database db = side();
         db.exec("DELETE FROM word_list");
     }
@@ -100,12 +100,12 @@ private Q_SLOTS:
     }
 
     void classOperations() {
-        db_word_class store;
+        ClassStore store;
         QCOMPARE(store.getMaxPosition(QStringLiteral("u")), 0);
 
         CoutCapture out;
         QVERIFY(store.create(QStringLiteral("c2"), QStringLiteral("售后"), 2, QStringLiteral("u")));
-        const qint64 id = db_base::connection()->getLastInsertRowid();
+        const qint64 id = LocalStore::connection()->getLastInsertRowid();
         QCOMPARE(out.text(), QStringLiteral("插入成功：%1 sign = c2\n").arg(id));
         QVERIFY(store.create(QStringLiteral("c0"), QStringLiteral("问候 hello"), 0, QStringLiteral("u")));
         QVERIFY(store.create(QStringLiteral("c1"), QStringLiteral("退款"), 1, QStringLiteral("u")));
@@ -115,10 +115,9 @@ private Q_SLOTS:
         QCOMPARE(store.getMaxPosition(QStringLiteral("u")), 3);
         QCOMPARE(store.getMaxPosition(QStringLiteral("v")), 8);
 
-        const std::optional<DataWordClass> c2 = store.getData(QStringLiteral("c2"));
+        const std::optional<PhraseClass> c2 = store.getData(QStringLiteral("c2"));
         QVERIFY(c2);
-        QCOMPARE(*c2,
-                 DataWordClass(id, QStringLiteral("c2"), QStringLiteral("售后"), 2, QStringLiteral("u")));
+        QCOMPARE(*c2, PhraseClass(id, QStringLiteral("c2"), QStringLiteral("售后"), 2, QStringLiteral("u")));
         QVERIFY(!store.getData(QStringLiteral("nope")));
 
         out.clear();
@@ -133,8 +132,8 @@ private Q_SLOTS:
         QCOMPARE(store.getData(QStringLiteral("c2"))->label, QStringLiteral("售后 2"));
 
         out.clear();
-        QVERIFY(store.delete_(QStringLiteral("c1")));
-        QVERIFY(!store.delete_(QStringLiteral("c1")));
+        QVERIFY(store.remove(QStringLiteral("c1")));
+        QVERIFY(!store.remove(QStringLiteral("c1")));
         QCOMPARE(out.text(), QStringLiteral("删除完毕 影响 1 行\n删除完毕 影响 0 行\n"));
 
         QVERIFY(store.deleteAll(QStringLiteral("u")));
@@ -146,7 +145,7 @@ private Q_SLOTS:
     }
 
     void classSearch() {
-        db_word_class store;
+        ClassStore store;
         store.create(QStringLiteral("a"), QStringLiteral("abc"), 2, QStringLiteral("u"));
         store.create(QStringLiteral("b"), QStringLiteral("ABC 大"), 1, QStringLiteral("u"));
         store.create(QStringLiteral("c"), QStringLiteral("a%c"), 0, QStringLiteral("u"));
@@ -163,7 +162,7 @@ private Q_SLOTS:
     }
 
     void phraseOperations() {
-        db_word_list store;
+        PhraseStore store;
         QCOMPARE(store.getMaxPosition(QStringLiteral("p")), 0);
         QCOMPARE(store.getAllCount(QStringLiteral("u")), QStringLiteral("0"));
         QCOMPARE(store.getCount(QStringLiteral("u"), QStringLiteral("p")), QStringLiteral("0"));
@@ -184,7 +183,7 @@ private Q_SLOTS:
         QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s3"), QStringLiteral("other user"),
                              text("x"), 5, QStringLiteral("v")));
 
-        const std::optional<DataWordList> s1 = store.getData(QStringLiteral("s1"));
+        const std::optional<Phrase> s1 = store.getData(QStringLiteral("s1"));
         QVERIFY(s1);
         QCOMPARE(s1->parentSign, QStringLiteral("p"));
         QCOMPARE(s1->label, QStringLiteral("问候"));
@@ -211,22 +210,22 @@ private Q_SLOTS:
         QVERIFY(store.setPosition(QStringLiteral("s1"), 9));
         QCOMPARE(out.text(), QStringLiteral("修改数据List 影响 1 行\n修改数据List 影响 0 行\n"
                                             "修改数据class_upcount 影响 1 行\n"));
-        const DataWordList moved = *store.getData(QStringLiteral("s1"));
+        const Phrase moved = *store.getData(QStringLiteral("s1"));
         QCOMPARE(moved.parentSign, QStringLiteral("q"));
         QCOMPARE(moved.texts, QString());
         QCOMPARE(moved.images, QStringLiteral("c.gif|"));
         QCOMPARE(signsOf(store.getAll(QStringLiteral("q"), QStringLiteral("u"))), QStringList({"s2", "s1"}));
 
         out.clear();
-        QVERIFY(!store.delete_(QStringLiteral("nope")));
-        QVERIFY(store.delete_(QStringLiteral("s2")));
+        QVERIFY(!store.remove(QStringLiteral("nope")));
+        QVERIFY(store.remove(QStringLiteral("s2")));
         QVERIFY(store.deleteAll(QStringLiteral("u")));
         QCOMPARE(out.text(), QStringLiteral("删除完毕 影响 0 行\n删除完毕 影响 1 行\n删除完毕 影响 2 行\n"));
         QCOMPARE(store.getAllCount(QStringLiteral("v")), QStringLiteral("1"));
     }
 
     void phraseSearch() {
-        db_word_list store;
+        PhraseStore store;
         store.create(QStringLiteral("p"), QStringLiteral("a"), QStringLiteral("Refund"),
                      text(QStringLiteral("请稍等")), 3, QStringLiteral("u"));
         store.create(QStringLiteral("p"), QStringLiteral("b"), QStringLiteral("问候"),
@@ -249,7 +248,7 @@ private Q_SLOTS:
     }
 
     void imageNames() {
-        db_word_list store;
+        PhraseStore store;
         store.create(QStringLiteral("p"), QStringLiteral("1"), QStringLiteral("l"),
                      images({"a1.png", "b2.png"}), 0, QStringLiteral("u"));
         store.create(QStringLiteral("p"), QStringLiteral("2"), QStringLiteral("l"), text(QStringLiteral("t")),
@@ -258,13 +257,13 @@ private Q_SLOTS:
                      images({"ab", "b2.png", "c3.png"}), 2, QStringLiteral("u"));
         store.create(QStringLiteral("p"), QStringLiteral("4"), QStringLiteral("l"), images({"z9.png"}), 3,
                      QStringLiteral("v"));
-        QCOMPARE(store.getImagenameAll(QStringLiteral("u")), QStringList({"a1.png", "b2.png", "c3.png"}));
-        QCOMPARE(store.getImagenameAll(QStringLiteral("w")), QStringList());
+        QCOMPARE(store.allPictureNames(QStringLiteral("u")), QStringList({"a1.png", "b2.png", "c3.png"}));
+        QCOMPARE(store.allPictureNames(QStringLiteral("w")), QStringList());
     }
 
     void replaceAllIsAtomic() {
-        db_word_list phrases;
-        db_word_class classes;
+        PhraseStore phrases;
+        ClassStore classes;
         phrases.create(QStringLiteral("p"), QStringLiteral("old1"), QStringLiteral("l"), text("a"), 0,
                        QStringLiteral("u"));
         phrases.create(QStringLiteral("p"), QStringLiteral("old2"), QStringLiteral("l"), text("b"), 1,
@@ -274,10 +273,10 @@ private Q_SLOTS:
         classes.create(QStringLiteral("oldc"), QStringLiteral("l"), 0, QStringLiteral("u"));
         classes.create(QStringLiteral("keepc"), QStringLiteral("l"), 0, QStringLiteral("v"));
 
-        QList<DataWordList> rows;
-        QList<DataWordClass> classRows;
+        QList<Phrase> rows;
+        QList<PhraseClass> classRows;
         for (int i = 0; i < 50; ++i) {
-            DataWordList row;
+            Phrase row;
             row.parentSign = QStringLiteral("p");
             row.sign = i == 25 ? QStringLiteral("bad") : QStringLiteral("new%1").arg(i);
             row.label = QStringLiteral("L%1").arg(i);
@@ -287,7 +286,7 @@ private Q_SLOTS:
             row.position = 49 - i;
             row.username = QStringLiteral("someone else");
             rows << row;
-            classRows << DataWordClass(0, row.sign, row.label, i, QStringLiteral("someone else"));
+            classRows << PhraseClass(0, row.sign, row.label, i, QStringLiteral("someone else"));
         }
         {
             SQLite::Database db = side();
@@ -317,7 +316,7 @@ private Q_SLOTS:
 
         QVERIFY(phrases.replaceAll(QStringLiteral("u"), rows));
         QVERIFY(classes.replaceAll(QStringLiteral("u"), classRows));
-        const QList<DataWordList> stored = phrases.getAll(QStringLiteral("p"), QStringLiteral("u"));
+        const QList<Phrase> stored = phrases.getAll(QStringLiteral("p"), QStringLiteral("u"));
         QCOMPARE(stored.size(), 50);
         QCOMPARE(stored.first().sign, QStringLiteral("new49"));
         QCOMPARE(stored.first().texts, QStringLiteral("t49"));
@@ -334,11 +333,11 @@ private Q_SLOTS:
     }
 
     void textRoundTrip() {
-        db_word_list store;
+        PhraseStore store;
         const QString label = QStringLiteral("emoji 😀 \"quote\" 'single' \\ 中文");
         QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("r"), label,
                              text(QStringLiteral("line\\nnext")), 0, QStringLiteral("u")));
-        const DataWordList r = *store.getData(QStringLiteral("r"));
+        const Phrase r = *store.getData(QStringLiteral("r"));
         QCOMPARE(r.label, label);
         QCOMPARE(r.texts, QStringLiteral("line\nnext"));
     }

@@ -1,9 +1,9 @@
 #include "coutcapture.h"
 #include "testenv.h"
 
-#include "store/db_word_class.h"
-#include "store/db_word_list.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/phrasestore.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -16,31 +16,31 @@ class TestStoreOpen : public QObject {
     Q_OBJECT
 
     // made before the folder exists, as a long-lived shared store object would be
-    db_word_class early_;
+    ClassStore early_;
 
 private Q_SLOTS:
     void missingFolder() {
         QVERIFY(!QFileInfo::exists(LocalPath::sqliteDir()));
         QVERIFY(!early_.getData(QStringLiteral("c")));
         CoutCapture out;
-        db_word_list phrases;
-        db_word_class classes;
-        QVERIFY(!db_base::connection());
-        const QString error = db_base::openError();
+        PhraseStore phrases;
+        ClassStore classes;
+        QVERIFY(!LocalStore::connection());
+        const QString error = LocalStore::openError();
         QVERIFY(error.contains(LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3")));
         QVERIFY(error.contains(QStringLiteral("unable to open database file")));
 
         out.clear();
         QVERIFY(!phrases.create(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
                                 QStringLiteral("[]"), 0, QStringLiteral("u")));
-        QVERIFY(!classes.replaceAll(QStringLiteral("u"), {DataWordClass(0, QStringLiteral("c"))}));
+        QVERIFY(!classes.replaceAll(QStringLiteral("u"), {PhraseClass(0, QStringLiteral("c"))}));
         QVERIFY(out.text().startsWith(QStringLiteral("插入失败\n")));
-        QVERIFY(!phrases.delete_(QStringLiteral("s")));
+        QVERIFY(!phrases.remove(QStringLiteral("s")));
         QVERIFY(!classes.setLabel(QStringLiteral("s"), QStringLiteral("x")));
         QCOMPARE(phrases.getAllCount(QStringLiteral("u")), QStringLiteral("---"));
         QCOMPARE(phrases.getMaxPosition(QStringLiteral("p")), 0);
         QVERIFY(phrases.getAll(QStringLiteral("p"), QStringLiteral("u")).isEmpty());
-        QVERIFY(phrases.getImagenameAll(QStringLiteral("u")).isEmpty());
+        QVERIFY(phrases.allPictureNames(QStringLiteral("u")).isEmpty());
         QVERIFY(!classes.getData(QStringLiteral("c")));
         QVERIFY(!out.text().contains(QStringLiteral("无法打开数据库"))); // reported once, not on every use
     }
@@ -53,10 +53,10 @@ private Q_SLOTS:
         file.write(QByteArray(8192, 'x'));
         file.close();
         CoutCapture out;
-        db_word_class classes;
-        QVERIFY(!db_base::connection());
-        QVERIFY(db_base::openError().contains(path));
-        QVERIFY(out.text().contains(db_base::openError()));
+        ClassStore classes;
+        QVERIFY(!LocalStore::connection());
+        QVERIFY(LocalStore::openError().contains(path));
+        QVERIFY(out.text().contains(LocalStore::openError()));
         QVERIFY(!classes.create(QStringLiteral("c"), QStringLiteral("l"), 0, QStringLiteral("u")));
         QCOMPARE(QFileInfo(path).size(), 8192); // left as it was
         QVERIFY(file.remove());
@@ -73,17 +73,17 @@ private Q_SLOTS:
             db.exec("INSERT INTO word_class (sign, label, position, username) VALUES ('c', '旧', 4, 'u')");
         }
         CoutCapture out;
-        const QList<DataWordClass> rows = early_.getAll(QStringLiteral("u"));
-        QVERIFY(db_base::connection());
-        QVERIFY(db_base::openError().isEmpty());
+        const QList<PhraseClass> rows = early_.getAll(QStringLiteral("u"));
+        QVERIFY(LocalStore::connection());
+        QVERIFY(LocalStore::openError().isEmpty());
         QCOMPARE(out.text(), QStringLiteral("创建表 TABLE_LAMP 成功\n创建表 TABLE_LAMP 成功\n"));
-        db_word_class classes;
+        ClassStore classes;
         QCOMPARE(rows.size(), 1);
         QCOMPARE(rows.first().label, QStringLiteral("旧"));
         QCOMPARE(classes.getMaxPosition(QStringLiteral("u")), 5);
-        QVERIFY(db_word_list().create(QStringLiteral("c"), QStringLiteral("s"), QStringLiteral("l"),
-                                      QStringLiteral("[]"), 0, QStringLiteral("u")));
-        QCOMPARE(db_word_list().getCount(QStringLiteral("u"), QStringLiteral("c")), QStringLiteral("1"));
+        QVERIFY(PhraseStore().create(QStringLiteral("c"), QStringLiteral("s"), QStringLiteral("l"),
+                                     QStringLiteral("[]"), 0, QStringLiteral("u")));
+        QCOMPARE(PhraseStore().getCount(QStringLiteral("u"), QStringLiteral("c")), QStringLiteral("1"));
     }
 };
 

@@ -1,17 +1,17 @@
 #include "app/webview/webviewplugin.h"
 
-#include "app/webview/webviewcontroller.h"
+#include "app/webview/webpageview.h"
 
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
 QDialog *WebViewPlugin::createWindow(const QUrl &url, QWidget *parent) {
-    return new WebViewController(url, parent);
+    return new WebPageView(url, parent);
 }
 
 void WebViewPlugin::runJavaScript(QDialog *window, const QString &script,
                                   const std::function<void(const QVariant &)> &done) {
-    auto *web = qobject_cast<WebViewController *>(window);
+    auto *web = qobject_cast<WebPageView *>(window);
     if (!web) {
         if (done)
             done(QVariant());

@@ -1,13 +1,13 @@
 // render_app OUTDIR: the sign-in window, the home window with the demo library and a search, as
 // app-signin.png, app-home.png and app-search.png, on a private X display against a private service.
-#include "app/loginviewcontroller.h"
-#include "app/mainwindowcontroller.h"
-#include "library/control_search_resulr_word_list.h"
-#include "library/control_word.h"
-#include "library/control_word_list.h"
-#include "library/homeviewcontrollers.h"
-#include "send/controller_service_window.h"
-#include "send/win32apiwindow.h"
+#include "app/mainwindow.h"
+#include "app/signinview.h"
+#include "library/homeview.h"
+#include "library/librarypanel.h"
+#include "library/phraselist.h"
+#include "library/searchresultlist.h"
+#include "send/targetwindowtracker.h"
+#include "send/windowactivation.h"
 
 #include "cloudservice.h"
 #include "xvfbsession.h"
@@ -77,12 +77,12 @@ int main(int argc, char **argv) {
                {"--log", logs.filePath("chat.log"), "--class", "chat", "--title", "客服工作台"});
     chat.waitForStarted(10000);
 
-    MainWindowController window;
-    auto *login = new LoginViewController(&window);
+    MainWindow window;
+    auto *login = new SignInView(&window);
     window.setContentView(login);
-    window.resize(LoginViewController::windowSize);
+    window.resize(SignInView::windowSize);
     bool ready = false;
-    QObject::connect(login, &LoginViewController::ready, [&] { ready = true; });
+    QObject::connect(login, &SignInView::ready, [&] { ready = true; });
     window.show();
     if (!waitFor([&] { return ready; }, 30000)) {
         std::cerr << "render_app: the sign-in window never became ready" << std::endl;
@@ -95,11 +95,11 @@ int main(int argc, char **argv) {
     if (!save(&window, out, "app-signin.png"))
         return 1;
 
-    HomeViewControllers *home = nullptr;
+    HomeView *home = nullptr;
     bool synced = false;
-    QObject::connect(login, &LoginViewController::signedIn, [&](HomeViewControllers *h) {
+    QObject::connect(login, &SignInView::signedIn, [&](HomeView *h) {
         home = h;
-        QObject::connect(h, &HomeViewControllers::cloudStopped, [&] { synced = true; });
+        QObject::connect(h, &HomeView::cloudStopped, [&] { synced = true; });
     });
     login->loginButton->click();
     if (!waitFor([&] { return synced; }, 30000)) {
@@ -107,10 +107,10 @@ int main(int argc, char **argv) {
         return 1;
     }
     // Bring the chat window forward once so the tracker picks it, then the home window again.
-    for (const RunningApplication &a : Win32ApiWindow::runningApplications())
+    for (const RunningApplication &a : WindowActivation::runningApplications())
         if (a.processIdentifier == qint32(chat.processId()))
-            Win32ApiWindow::setForeguangd(a);
-    waitFor([] { return controller_service_window::nowWindowFrom().has_value(); }, 5000);
+            WindowActivation::activate(a);
+    waitFor([] { return TargetWindowTracker::lastTarget().has_value(); }, 5000);
     window.activateWindow();
     home->phraseList()->selectRow(1);
     settle(800);

@@ -1,13 +1,13 @@
 // Shows each dialog of the phrase editor on a private X display and saves what it looks like.
 // Usage: render_editor <output folder>
 
-#include "editor/control_emojis.h"
-#include "editor/control_upimage.h"
-#include "editor/createlistviewcontrollel.h"
-#include "editor/editclassviewcontroller.h"
-#include "editor/editlistviewcontroller.h"
-#include "editor/edittextview.h"
-#include "library/controller_word_class.h"
+#include "editor/classdialog.h"
+#include "editor/createphrasedialog.h"
+#include "editor/editphrasedialog.h"
+#include "editor/emojipicker.h"
+#include "editor/phraseeditor.h"
+#include "editor/pictureuploaddialog.h"
+#include "library/classoperations.h"
 #include "model/app.h"
 #include "model/contentformat.h"
 #include "store/localpath.h"
@@ -93,11 +93,11 @@ int main(int argc, char **argv) {
     QApplication app(argc, argv);
     outDir = QDir(QString::fromLocal8Bit(argv[1])).absolutePath();
     QDir().mkpath(outDir);
-    LocalPath::iniitDir();
+    LocalPath::initDirs();
     App::userInfo().username = QStringLiteral("agent01");
     for (const auto &[sign, label] : {std::pair{"c1", "常用问候"}, {"c2", "物流查询"}, {"c3", "售后服务"}})
-        controller_word_class::db().create(QString::fromUtf8(sign), QString::fromUtf8(label), 0,
-                                           App::userInfo().username);
+        ClassOperations::db().create(QString::fromUtf8(sign), QString::fromUtf8(label), 0,
+                                     App::userInfo().username);
 
     const QByteArray card = orderCard(420, 240, QColor(0x3b, 0x82, 0xf6), QColor(0x1e, 0x3a, 0x8a),
                                       QStringLiteral("订单 #20261122"));
@@ -106,7 +106,7 @@ int main(int argc, char **argv) {
     int failures = 0;
 
     {
-        CreateListViewControllel dialog(QStringLiteral("c1"), App::userInfo().username);
+        CreatePhraseDialog dialog(QStringLiteral("c1"), App::userInfo().username);
         dialog.labelViewBox->setText(QStringLiteral("订单确认"));
         dialog.textView->insertString(QStringLiteral("您好，您的订单已确认，详情如下 😊\n"));
         dialog.textView->insertImage(card);
@@ -114,7 +114,7 @@ int main(int argc, char **argv) {
         showAndWait(&dialog);
         failures += !save(&dialog, QStringLiteral("editor-create-phrase.png"));
 
-        dialog.button_emoji_click();
+        dialog.emojiClicked();
         QTest::qWait(300);
         failures += !save(dialog.emojiPicker()->parentWidget(), QStringLiteral("editor-emoji.png"));
         dialog.emojiPicker()->parentWidget()->hide();
@@ -128,7 +128,7 @@ int main(int argc, char **argv) {
             ++failures;
         }
 
-        dialog.button_openImageFileClick();
+        dialog.openPictureClicked();
         QTest::qWait(400);
         if (auto *panel = dialog.findChild<QFileDialog *>()) {
             panel->resize(640, 420);
@@ -139,29 +139,29 @@ int main(int argc, char **argv) {
         }
     }
     {
-        DataWordList phrase;
+        Phrase phrase;
         phrase.sign = QStringLiteral("p1");
         phrase.parentSign = QStringLiteral("c2");
         phrase.label = QStringLiteral("发货通知");
-        EditTextView scratch; // stores the pictures under their content names
+        PhraseEditor scratch; // stores the pictures under their content names
         scratch.insertString(QStringLiteral("亲，您的包裹已经发出 🚚\n"));
         scratch.insertImage(parcel);
         scratch.insertString(
             QStringLiteral("\n物流单号稍后同步，有问题随时联系我们 ❤️"));
         phrase.jsonValue = toJsonValue(scratch.getValue());
-        EditListViewController dialog(phrase);
+        EditPhraseDialog dialog(phrase);
         showAndWait(&dialog);
         failures += !save(&dialog, QStringLiteral("editor-edit-phrase.png"));
     }
     {
-        EditClassViewController dialog;
+        ClassDialog dialog;
         dialog.label->setText(QStringLiteral("售前咨询"));
         showAndWait(&dialog);
         failures += !save(&dialog, QStringLiteral("editor-class.png"));
     }
     {
         // Rendered without being shown: showing starts the uploads.
-        control_upImage dialog(QStringLiteral("[]"), {});
+        PictureUploadDialog dialog(QStringLiteral("[]"), {});
         dialog.label->setText(QStringLiteral("正在上传图片 3f2a9c…e81b.png"));
         dialog.progressbar->setValue(64);
         dialog.adjustSize();

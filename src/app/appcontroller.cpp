@@ -1,0 +1,74 @@
+#include "app/appcontroller.h"
+
+#include "app/mainwindow.h"
+#include "app/signinview.h"
+#include "model/app.h"
+#include "send/quickbarentry.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QMetaObject>
+#include <iostream>
+#include <unistd.h>
+
+AppController::AppController(QObject *parent) : QObject(parent) {}
+
+void AppController::prepareProcess() {
+    // The windows are plain widgets. Without this OpenGL is set up at start-up (for the contexts the
+    // web view module shares), which on a machine without a GPU loads a software renderer of some
+    // 50 MB for nothing; the register and reset pages render fine in software. These settings are
+    // made here because the web engine reads them only when the module is loaded.
+    if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION") &&
+        !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
+        qputenv("QT_XCB_GL_INTEGRATION", "none");
+        qputenv("QT_QUICK_BACKEND", "software");
+    }
+    // The web engine's sandbox refuses to start for root; the pages shown are the service's own.
+    if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+}
+
+void AppController::applicationDidFinishLaunching() {
+    QuickBarEntry &touchBar = QuickBarEntry::shared();
+    touchBar.setupControlStripPresence();
+    connect(touchBar.button, &QAction::triggered, this, &AppController::iconClicked);
+
+    window_ = new MainWindow;
+    window_->setAttribute(Qt::WA_DeleteOnClose, false);
+    auto *login = new SignInView(window_);
+    window_->setContentView(login);
+    window_->resize(SignInView::windowSize);
+    window_->show();
+}
+
+void AppController::iconClicked() {
+    // The quick bar presents itself above other windows without taking the focus.
+    if (App::quickBar)
+        QMetaObject::invokeMethod(App::quickBar, "present", Qt::DirectConnection);
+    QWidget *w = window_;
+    if (!w)
+        return;
+    if (!QuickBarEntry::isKeyWindow(w)) {
+        w->close();
+        w->show();
+        w->raise();
+        w->activateWindow();
+    } else {
+        w->close();
+    }
+}
+
+bool AppController::applicationShouldHandleReopen(bool hasVisibleWindows) {
+    std::cout << "flag = " << (hasVisibleWindows ? "true" : "false") << std::endl;
+    if (!hasVisibleWindows && window_) {
+        // Closing before showing is how it has always been done.
+        window_->close();
+        window_->show();
+        window_->raise();
+        window_->activateWindow();
+    }
+    return true;
+}
+
+void AppController::applicationWillTerminate() {}

@@ -1,0 +1,230 @@
+#include "app/signinview.h"
+
+#include "app/webviewmodule.h"
+#include "cloud/accountapi.h"
+#include "cloud/appsettings.h"
+#include "cloud/serviceapi.h"
+#include "cloud/versiongate.h"
+#include "model/app.h"
+#include "send/windowutils.h"
+#include "ui/framedwindow.h"
+#include "ui/messagebox.h"
+
+#include <QCheckBox>
+#include <QDesktopServices>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QSvgRenderer>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <QWindow>
+#include <iostream>
+
+#include "library/homeview.h"
+
+static void initLoginResources() {
+    Q_INIT_RESOURCE(app);
+}
+
+SignInView::SignInView(QWidget *parent) : QWidget(parent) {
+    initLoginResources();
+    setAutoFillBackground(true);
+    QPalette pal = palette();
+    pal.setColor(QPalette::Window, Qt::white);
+    setPalette(pal);
+    setStyleSheet(
+        "QLineEdit{border:1px solid #dfe3e8;border-radius:8px;padding:0 12px;min-height:38px;"
+        "background:#f6f7f9;color:#1f2328;font-size:14px;}"
+        "QLineEdit:focus{border-color:#2e9a6e;background:#ffffff;}"
+        "QPushButton#login{background:#2e9a6e;color:white;border:0;border-radius:8px;min-height:40px;"
+        "font-size:15px;font-weight:600;}"
+        "QPushButton#login:hover{background:#288a62;}"
+        "QPushButton#login:disabled{background:#a9d5c2;}"
+        "QPushButton[link=\"true\"]{border:0;background:transparent;color:#2e7fd6;font-size:13px;}"
+        "QPushButton[link=\"true\"]:hover{color:#1c5fa8;text-decoration:underline;}"
+        "QCheckBox{color:#4a5560;font-size:13px;}");
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(36, 18, 36, 22);
+    layout->setSpacing(0);
+
+    auto *logo = new QLabel(this);
+    logo->setFixedSize(64, 64);
+    logo->setPixmap(QIcon(":/icon.svg").pixmap(64, 64));
+    auto *title = new QLabel("Quillora", this);
+    title->setAlignment(Qt::AlignHCenter);
+    title->setStyleSheet("color:#1f2328;font-size:22px;font-weight:700;");
+    auto *subtitle = new QLabel(QString::fromUtf8("常用回复，一键发送"), this);
+    subtitle->setAlignment(Qt::AlignHCenter);
+    subtitle->setStyleSheet("color:#8a9199;font-size:13px;");
+    layout->addWidget(logo, 0, Qt::AlignHCenter);
+    layout->addSpacing(10);
+    layout->addWidget(title);
+    layout->addSpacing(4);
+    layout->addWidget(subtitle);
+    layout->addSpacing(26);
+
+    usernameText = new QLineEdit(this);
+    usernameText->setPlaceholderText(QString::fromUtf8("账号"));
+    passwordText = new QLineEdit(this);
+    passwordText->setPlaceholderText(QString::fromUtf8("密码"));
+    passwordText->setEchoMode(QLineEdit::Password);
+    layout->addWidget(usernameText);
+    layout->addSpacing(12);
+    layout->addWidget(passwordText);
+    layout->addSpacing(12);
+
+    checkBox = new QCheckBox(QString::fromUtf8("记住密码"), this);
+    layout->addWidget(checkBox);
+    layout->addSpacing(16);
+
+    loginButton = new QPushButton(QString::fromUtf8("登录"), this);
+    loginButton->setObjectName("login");
+    loginButton->setCursor(Qt::PointingHandCursor);
+    loginButton->setDefault(true);
+    layout->addWidget(loginButton);
+    layout->addSpacing(8);
+
+    status_ = new QLabel(this);
+    status_->setAlignment(Qt::AlignHCenter);
+    status_->setStyleSheet("color:#8a9199;font-size:12px;");
+    status_->setFixedHeight(18);
+    layout->addWidget(status_);
+    layout->addStretch(1);
+
+    auto *links = new QHBoxLayout;
+    links->setSpacing(6);
+    registerLink = new QPushButton(QString::fromUtf8("注册账号"), this);
+    resetLink = new QPushButton(QString::fromUtf8("忘记密码"), this);
+    auto *bar = new QLabel("|", this);
+    bar->setStyleSheet("color:#c4c9cf;");
+    for (QPushButton *b : {registerLink, resetLink}) {
+        b->setProperty("link", true);
+        b->setCursor(Qt::PointingHandCursor);
+        b->setFocusPolicy(Qt::NoFocus);
+    }
+    links->addStretch(1);
+    links->addWidget(registerLink);
+    links->addWidget(bar);
+    links->addWidget(resetLink);
+    links->addStretch(1);
+    layout->addLayout(links);
+
+    connect(loginButton, &QPushButton::clicked, this, &SignInView::loginButtonClick);
+    connect(passwordText, &QLineEdit::returnPressed, loginButton, &QPushButton::click);
+    connect(registerLink, &QPushButton::clicked, this, &SignInView::openRegister);
+    connect(resetLink, &QPushButton::clicked, this, &SignInView::openReset);
+
+    viewDidLoad();
+}
+
+void SignInView::viewDidLoad() {
+    if (AppSettings::getBool("pwd_check")) {
+        checkBox->setChecked(true);
+        usernameText->setText(App::setting().username);
+        passwordText->setText(App::setting().password);
+    }
+}
+
+void SignInView::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    if (appeared_)
+        return;
+    appeared_ = true;
+    viewDidAppear();
+}
+
+void SignInView::setStatus(const QString &text) {
+    status_->setText(text);
+}
+
+std::optional<std::pair<QString, QString>> SignInView::autoLogin() {
+    const QString value = qEnvironmentVariable("QUILLORA_AUTOLOGIN");
+    const qsizetype colon = value.indexOf(QLatin1Char(':'));
+    if (colon <= 0)
+        return std::nullopt;
+    return std::make_pair(value.left(colon), value.mid(colon + 1));
+}
+
+void SignInView::viewDidAppear() {
+    if (QWidget *w = window(); w && w->windowHandle())
+        WindowUtils::moveToCenter(w->windowHandle());
+    loginButton->setEnabled(false);
+    setStatus(QString::fromUtf8("正在连接服务…"));
+    QPointer<SignInView> self(this);
+    ServiceApi::getVersionCheck([self](const std::optional<QJsonValue> &reply) {
+        const VersionGate gate = VersionGate::judge(reply);
+        QWidget *w = self ? self->window() : nullptr;
+        switch (gate.kind()) {
+        case VersionGate::Kind::NetworkFailure:
+            MessageBox::show(QString::fromUtf8("失败"), QString::fromUtf8("网络连接失败"), w,
+                             QMessageBox::Critical, [] { ServiceApi::endProgram(); });
+            return;
+        case VersionGate::Kind::UpdateRequired: {
+            const QUrl url = gate.url();
+            MessageBox::show(QString::fromUtf8("请更新"), VersionGate::updateMessage(), w,
+                             QMessageBox::Warning, [url] {
+                                 QDesktopServices::openUrl(url);
+                                 ServiceApi::endProgram();
+                             });
+            return;
+        }
+        case VersionGate::Kind::Ready:
+            break;
+        }
+        if (!self)
+            return;
+        self->loginButton->setEnabled(true);
+        self->setStatus(QString());
+        Q_EMIT self->ready();
+        if (const auto account = autoLogin()) {
+            self->usernameText->setText(account->first);
+            self->passwordText->setText(account->second);
+            self->loginButton->click();
+        }
+    });
+}
+
+void SignInView::loginButtonClick() {
+    const QString password = passwordText->text();
+    setStatus(QString::fromUtf8("正在登录…"));
+    QPointer<SignInView> self(this);
+    AccountApi::login(usernameText->text(), password, [self, password](const LoginResult &result) {
+        if (!self)
+            return;
+        self->setStatus(QString());
+        if (!result.isOk()) {
+            Q_EMIT self->loginFailed(result.msg());
+            MessageBox::show(QString::fromUtf8("登录失败"), result.msg(), self->window(),
+                             QMessageBox::Warning);
+            return;
+        }
+        const QString name = result.username();
+        std::cout << "set username = " << name.toStdString() << std::endl;
+        App::userInfo().username = name;
+        App::setting().setUsername(name);
+        const bool remember = self->checkBox->isChecked();
+        App::setting().setPassword(remember ? password : QString());
+        AppSettings::setBool("pwd_check", remember);
+
+        // The home view takes the sign-in view's place in the same window.
+        auto *window = qobject_cast<FramedWindow *>(self->window());
+        auto *home = new HomeView;
+        Q_EMIT self->signedIn(home);
+        if (window)
+            window->setContentView(home); // deletes this view later
+        else
+            home->show();
+    });
+}
+
+void SignInView::openRegister() {
+    WebViewModule::open(QUrl(ServiceApi::registerUrl()), window());
+}
+
+void SignInView::openReset() {
+    WebViewModule::open(QUrl(ServiceApi::resetUrl()), window());
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QSize>
+#include <QWidget>
+#include <optional>
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class HomeView;
+
+// The sign-in view: version gate, account and password, remember-password, and the links to the
+// service's registration and reset pages. On success the home view takes its place in the window.
+//
+// QUILLORA_AUTOLOGIN=name:password signs in with that account as soon as the gate lets it.
+class SignInView : public QWidget {
+    Q_OBJECT
+public:
+    explicit SignInView(QWidget *parent = nullptr);
+
+    QLineEdit *usernameText = nullptr;
+    QLineEdit *passwordText = nullptr;
+    QCheckBox *checkBox = nullptr;
+    QPushButton *loginButton = nullptr;
+    QPushButton *registerLink = nullptr;
+    QPushButton *resetLink = nullptr;
+
+    static constexpr QSize windowSize{360, 480};
+
+    void loginButtonClick();
+    void openRegister();
+    void openReset();
+    // Name and password of QUILLORA_AUTOLOGIN, when it is set and well formed.
+    static std::optional<std::pair<QString, QString>> autoLogin();
+
+Q_SIGNALS:
+    // The gate let the user through: the sign-in button is enabled.
+    void ready();
+    void signedIn(HomeView *home);
+    void loginFailed(const QString &msg);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void viewDidLoad();
+    void viewDidAppear();
+    void setStatus(const QString &text);
+
+    QLabel *status_ = nullptr;
+    bool appeared_ = false;
+};

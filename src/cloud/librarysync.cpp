@@ -1,0 +1,132 @@
+#include "cloud/librarysync.h"
+
+#include "cloud/classapi.h"
+#include "cloud/phraseapi.h"
+#include "cloud/pictureapi.h"
+#include "library/classoperations.h"
+#include "library/phraseoperations.h"
+#include "model/app.h"
+#include "store/appfileutil.h"
+#include "store/base64ops.h"
+
+#include <QCoreApplication>
+#include <QSemaphore>
+#include <QThreadPool>
+#include <iostream>
+#include <memory>
+#include <string>
+
+void LibrarySync::setCloud(bool value) {
+    cloud_ = value;
+    if (!listener)
+        return;
+    if (value)
+        listener->onSyncStart();
+    else
+        listener->onSyncStop();
+}
+
+void LibrarySync::cloudAll(std::function<void()> action) {
+    if (cloud_) {
+        if (action)
+            action();
+        return;
+    }
+    setCloud(true);
+    const QString dbname = App::userInfo().username;
+    syncClasses(dbname, [dbname, action]() {
+        syncPhrases(dbname, [dbname, action]() {
+            downloadMissingPictures(dbname, [action]() {
+                setCloud(false);
+                std::cout << "==================同步完毕" << std::endl;
+                if (action)
+                    action();
+            });
+        });
+    });
+}
+
+void LibrarySync::syncClasses(const QString &dbname, std::function<void()> action) {
+    std::cout << "XXXXXXXXXX" << std::endl;
+    ClassApi::getAll(dbname, [dbname, action](const ClassListResult &r) {
+        std::cout << "XXCCCCCCCC" << std::endl;
+        if (r.isSuccess()) {
+            // One transaction: a crash midway keeps the old classes.
+            ClassOperations::db().replaceAll(dbname, r.data());
+            ClassOperations::setDataChange();
+        } else {
+            std::cout << "Err msg = " << r.msg().toStdString() << std::endl;
+            std::cout << "dbName = " << dbname.toStdString() << std::endl;
+        }
+        if (action)
+            action();
+    });
+}
+
+void LibrarySync::syncPhrases(const QString &dbname, std::function<void()> action) {
+    PhraseApi::getAll1(dbname, [dbname, action](const PhraseListResult &r) {
+        if (r.isSuccess()) {
+            // Tens of thousands of lines: one buffer and one flush instead of a flush per line.
+            std::string lines;
+            for (const Phrase &item : r.data()) {
+                lines += "---->";
+                lines += item.label.toStdString();
+                lines += "<\n";
+            }
+            std::cout << lines << std::flush;
+            PhraseOperations::db().replaceAll(dbname, r.data());
+            PhraseOperations::setDataChange();
+        }
+        if (action)
+            action();
+    });
+}
+
+namespace {
+
+const char *const DOWNLOAD_PREFIX = "============下载图片========== ";
+
+} // namespace
+
+void LibrarySync::downloadMissingPictures(const QString &dbUname, std::function<void()> action) {
+    // The names are read here on the GUI thread, which owns the database connection.
+    const QStringList names = PhraseOperations::db().allPictureNames(dbUname);
+    QThreadPool::globalInstance()->start([names, action]() {
+        std::cout << "==========下载云图片。数量 " << names.size() << std::endl;
+        auto semaphore = std::make_shared<QSemaphore>(0);
+        for (const QString &name : names) {
+            const std::string n = name.toStdString();
+            std::cout << DOWNLOAD_PREFIX << n << std::endl;
+            if (!AppFileUtil::isPlainFileName(name)) {
+                std::cout << DOWNLOAD_PREFIX << n << " - 图片名无效，跳过" << std::endl;
+                continue;
+            }
+            if (AppFileUtil::exist(name)) {
+                semaphore->release();
+                std::cout << DOWNLOAD_PREFIX << n << " - 无需下载" << std::endl;
+            } else {
+                PictureApi::downloadPicture(name, [semaphore, name, n](const PictureDownloadResult &r) {
+                    // Released before the write: the next request may start while this one is saved.
+                    semaphore->release();
+                    if (!r.isSuccess()) {
+                        std::cout << DOWNLOAD_PREFIX << n << "=>下载失败" << std::endl;
+                        return;
+                    }
+                    const std::optional<QByteArray> data = decodeBase64Data(r.imageBase64data());
+                    if (!data)
+                        return;
+                    AppFileUtil::saveImage(*data, name);
+                    std::cout << "============下载结果 " << n << "=>下载完毕" << std::endl;
+                });
+            }
+            semaphore->acquire();
+        }
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [action]() {
+                if (action)
+                    action();
+            },
+            Qt::QueuedConnection);
+    });
+}

@@ -1,0 +1,39 @@
+#include "editor/editphrasedialog.h"
+
+#include "editor/phraseeditor.h"
+#include "library/classoperations.h"
+#include "library/phraseoperations.h"
+#include "model/app.h"
+
+#include <QComboBox>
+#include <QFormLayout>
+#include <QLineEdit>
+#include <QPointer>
+
+EditPhraseDialog::EditPhraseDialog(const Phrase &oldData, QWidget *parent)
+    : PhraseDialog(QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)), oldData(oldData),
+      username(App::userInfo().username),
+      classDataAll(ClassOperations::db().getAll(App::userInfo().username)) {
+    for (const PhraseClass &c : classDataAll) {
+        ItemButton->addItem(c.label);
+        if (c.sign == oldData.parentSign)
+            ItemButton->setCurrentIndex(ItemButton->count() - 1);
+    }
+    fields->addRow(QStringLiteral("分类"), ItemButton);
+    labelViewBox->setText(oldData.label);
+    textView->setJsonValue(oldData.jsonValue);
+    textView->moveCursor(QTextCursor::End);
+}
+
+void EditPhraseDialog::save() {
+    const int index = ItemButton->currentIndex();
+    // Without a class to choose from the phrase stays where it is.
+    const QString newParentSign =
+        index >= 0 && index < classDataAll.size() ? classDataAll[index].sign : oldData.parentSign;
+    QPointer<EditPhraseDialog> self(this);
+    PhraseOperations::updateValue(newParentSign, oldData.sign, labelViewBox->text(), jsonValue(), username,
+                                  [self](const OperationResult &result) {
+                                      if (self)
+                                          self->savedWith(result);
+                                  });
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "model/contentpiece.h"
+
+#include <QByteArray>
+#include <QSize>
+#include <QString>
+#include <QTextEdit>
+#include <optional>
+
+class QMimeData;
+
+// The phrase editor: text with pictures between the words, read and written as jsonValue pieces.
+class PhraseEditor : public QTextEdit {
+    Q_OBJECT
+public:
+    // The private clipboard type of the editor's own copy: the selection as jsonValue text (UTF-8).
+    static inline const QString pasteTypeName = QStringLiteral("com.quillora.copy");
+    // Separates a picture's file name from the random number that keeps two insertions apart.
+    static inline const QString nameSeparator = QStringLiteral("]-[");
+    // Pictures wider than this are shown scaled down to it.
+    static constexpr int maxImageWidth = 200;
+
+    explicit PhraseEditor(QWidget *parent = nullptr);
+
+    ContentPieces getValue() const;
+    ContentPieces getSelectValue() const;
+    void setJsonValue(const QString &jsonString);
+    void insertJsonValue(const QString &jsonString);
+    void insertString(const QString &value);
+    void insertImage(const QByteArray &data);
+    // Appends at the end.
+    void appendPicture(const QByteArray &data);
+
+    // On-screen size of a picture of the given pixel size.
+    static QSize displaySize(const QSize &imageSize);
+
+    const QString &imageDir() const { return imageDir_; }
+
+protected:
+    QMimeData *createMimeDataFromSelection() const override;
+    bool canInsertFromMimeData(const QMimeData *source) const override;
+    void insertFromMimeData(const QMimeData *source) override;
+
+private:
+    ContentPieces piecesIn(int from, int to) const;
+    void insertPieces(const QString &jsonString, bool atEnd);
+    void insertTextAt(QTextCursor &cursor, const QString &text);
+    bool insertImageAt(QTextCursor &cursor, const QByteArray &data);
+
+    std::optional<QString> getClipboardJsonValue(const QMimeData *source) const;
+    std::optional<QByteArray> getClipboardImageData(const QMimeData *source) const;
+    QList<QByteArray> getFileImageData(const QMimeData *source) const;
+
+    std::optional<QString> saveImageToPath(const QByteArray &data);
+    bool saveImage(const QByteArray &data, const QString &imageFileName);
+    std::optional<QByteArray> readImageData(const QString &imageName) const;
+    bool exist(const QString &imageFilename) const;
+    QString pathOf(const QString &imageName) const;
+
+    QString imageDir_;
+};

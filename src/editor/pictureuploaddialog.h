@@ -1,0 +1,39 @@
+#pragma once
+
+#include "model/operationresult.h"
+
+#include <QDialog>
+#include <QStringList>
+
+class QLabel;
+class QProgressBar;
+class UploadProcedure;
+
+// Puts the pictures of a phrase on the service before it is saved, showing which picture is on its
+// way and how far it got. Starts when shown; closes by itself and reports the overall outcome.
+class PictureUploadDialog : public QDialog {
+    Q_OBJECT
+public:
+    PictureUploadDialog(const QString &jsonValue, OperationCallback callback, QWidget *parent = nullptr);
+
+    const QStringList &filenameArr() const;
+    bool isRunning() const { return running_; }
+
+    QProgressBar *progressbar;
+    QLabel *label;
+
+public Q_SLOTS:
+    void reject() override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    void finish(const OperationResult &result);
+
+    UploadProcedure *procedure_;
+    OperationCallback callback;
+    bool running_ = false;
+    bool started_ = false;
+};

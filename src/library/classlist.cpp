@@ -1,0 +1,224 @@
+#include "library/classlist.h"
+
+#include "library/classcell.h"
+#include "library/classoperations.h"
+#include "library/listselection.h"
+#include "model/app.h"
+#include "ui/elidedlabel.h"
+
+#include <QCursor>
+#include <QListWidget>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <iostream>
+
+#include "editor/classdialog.h"
+
+namespace {
+// Keeps the selection when the empty part of the strip is clicked and reports right presses there.
+class ClassStrip : public QListWidget {
+public:
+    std::function<void(const QPoint &)> onEmptyRightPress;
+    using QListWidget::QListWidget;
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override {
+        const bool onItem = itemAt(event->position().toPoint()) != nullptr;
+        if (event->button() == Qt::RightButton) {
+            if (!onItem && onEmptyRightPress)
+                onEmptyRightPress(event->globalPosition().toPoint());
+            event->accept();
+            return;
+        }
+        if (!onItem) {
+            event->accept();
+            return;
+        }
+        QListWidget::mousePressEvent(event);
+    }
+};
+} // namespace
+
+ClassList::ClassList(QWidget *parent) : QWidget(parent) {
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(4, 0, 4, 0);
+    auto *strip = new ClassStrip(this);
+    strip->onEmptyRightPress = [this](const QPoint &p) { openMenu(p); };
+    collectionView = strip;
+    collectionView->setFlow(QListView::LeftToRight);
+    collectionView->setWrapping(true);
+    collectionView->setResizeMode(QListView::Adjust);
+    collectionView->setFrameShape(QFrame::NoFrame);
+    collectionView->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    collectionView->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    collectionView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    collectionView->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    collectionView->setStyleSheet("QListWidget{background:transparent;outline:0;}"
+                                  "QListWidget::item,QListWidget::item:selected,QListWidget::item:hover{"
+                                  "background:transparent;border:0;}");
+    layout->addWidget(collectionView);
+
+    menu = new QMenu(this);
+    menu_添加分类 = menu->addAction(QString::fromUtf8("添加分类"));
+    menu_编辑分类 = menu->addAction(QString::fromUtf8("编辑分类"));
+    menu->addSeparator();
+    menu_向上移动 = menu->addAction(QString::fromUtf8("向上移动"));
+    menu_向下移动 = menu->addAction(QString::fromUtf8("向下移动"));
+    menu->addSeparator();
+    menu_删除选中 = menu->addAction(QString::fromUtf8("删除选中"));
+    connect(menu, &QMenu::triggered, this, &ClassList::MenuAction);
+    connect(collectionView, &QListWidget::itemSelectionChanged, this, &ClassList::selectionChanged);
+
+    ClassOperations::viewListener = this;
+    reloadMenuState();
+}
+
+ClassList::~ClassList() {
+    if (ClassOperations::viewListener == this)
+        ClassOperations::viewListener = nullptr;
+}
+
+void ClassList::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    ClassOperations::viewListener = this;
+}
+
+void ClassList::reloadWordData() {
+    dataSource = ClassOperations::db().getAll(App::userInfo().username);
+    applyingSelection_ = true;
+    collectionView->clear();
+    for (int row = 0; row < dataSource.size(); ++row) {
+        auto *item = new QListWidgetItem(collectionView);
+        auto *cell = new ClassCell;
+        cell->listener = this;
+        cell->setData(row, dataSource[row].label);
+        item->setSizeHint(QSize(ClassCell::widthFor(dataSource[row].label, cell->label->font()), 30));
+        collectionView->setItemWidget(item, cell);
+    }
+    applyingSelection_ = false;
+    reloadSelectedData();
+}
+
+void ClassList::reloadSelectedData() {
+    // The strip never stays without a selection while it has classes.
+    setSelection(_selectIndexPathAll.isEmpty() && !dataSource.isEmpty() ? QList<int>{0}
+                                                                        : _selectIndexPathAll);
+}
+
+void ClassList::setSelection(const QList<int> &rows) {
+    QList<int> kept;
+    for (int r : rows)
+        if (r >= 0 && r < dataSource.size() && !kept.contains(r))
+            kept.append(r);
+    if (kept.isEmpty() && !dataSource.isEmpty())
+        kept = {int(qMin<qsizetype>(rows.isEmpty() ? 0 : rows.first(), dataSource.size() - 1))};
+    std::sort(kept.begin(), kept.end());
+    applyingSelection_ = true;
+    ListSelection::select(collectionView, kept, dataSource.size());
+    if (!kept.isEmpty())
+        collectionView->setCurrentRow(kept.first(), QItemSelectionModel::NoUpdate);
+    applyingSelection_ = false;
+    selectionChanged();
+}
+
+void ClassList::setSelectIndex(int indexPath) {
+    setSelection({indexPath});
+    if (QListWidgetItem *item = collectionView->item(indexPath))
+        collectionView->scrollToItem(item);
+}
+
+ClassCell *ClassList::cellAt(int row) const {
+    QListWidgetItem *item = collectionView->item(row);
+    return item ? qobject_cast<ClassCell *>(collectionView->itemWidget(item)) : nullptr;
+}
+
+void ClassList::selectionChanged() {
+    if (applyingSelection_)
+        return;
+    const QList<int> rows = ListSelection::selectedRows(collectionView);
+    _selectIndexPathAll = rows;
+    for (int r = 0; r < collectionView->count(); ++r)
+        if (auto *cell = cellAt(r))
+            cell->setSelect(rows.contains(r));
+    reloadMenuState();
+
+    // With several selected, the phrases of the one clicked last are shown.
+    std::optional<PhraseClass> shown;
+    const int current = collectionView->currentRow();
+    if (rows.contains(current))
+        shown = dataSource[current];
+    else if (!rows.isEmpty())
+        shown = dataSource[rows.first()];
+    const std::optional<QString> sign = shown ? std::optional<QString>(shown->sign) : std::nullopt;
+    // A reload that keeps the same class shown keeps the phrase list's own selection.
+    if (sign == shownSign_ && sign)
+        return;
+    shownSign_ = sign;
+    if (listener)
+        listener->onSelectionChange(shown);
+}
+
+void ClassList::reloadMenuState() {
+    const qsizetype n = _selectIndexPathAll.size();
+    menu_添加分类->setEnabled(true);
+    menu_编辑分类->setEnabled(n == 1);
+    menu_向上移动->setEnabled(n == 1);
+    menu_向下移动->setEnabled(n == 1);
+    menu_删除选中->setEnabled(n >= 1);
+}
+
+void ClassList::openMenu(const QPoint &globalPos) {
+    reloadMenuState();
+    menu->popup(globalPos);
+    Q_EMIT menuOpened();
+}
+
+void ClassList::onRightClick(int indexPath) {
+    if (_selectIndexPathAll.size() < 2)
+        setSelection({indexPath});
+    openMenu(QCursor::pos());
+}
+
+void ClassList::onChange() {
+    reloadWordData();
+}
+
+void ClassList::MenuAction(QAction *action) {
+    const QString title = action->text();
+    const QList<int> sel = _selectIndexPathAll;
+    const QString user = App::userInfo().username;
+    if (title == QString::fromUtf8("添加分类")) {
+        ClassDialog dialog(std::nullopt, window());
+        dialog.setWindowTitle(QString::fromUtf8("添加分类"));
+        dialog.exec();
+    } else if (title == QString::fromUtf8("编辑分类")) {
+        if (sel.size() == 1) {
+            ClassDialog dialog(dataSource[sel.first()], window());
+            dialog.setWindowTitle(QString::fromUtf8("编辑分类"));
+            dialog.exec();
+        }
+    } else if (title == QString::fromUtf8("向上移动")) {
+        if (sel.size() == 1 && sel.first() > 0) {
+            const int i = sel.first();
+            _selectIndexPathAll = {i - 1};
+            ClassOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
+        }
+    } else if (title == QString::fromUtf8("向下移动")) {
+        if (sel.size() == 1 && sel.first() < dataSource.size() - 1) {
+            const int i = sel.first();
+            _selectIndexPathAll = {i + 1};
+            ClassOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
+        }
+    } else if (title == QString::fromUtf8("删除选中")) {
+        if (!sel.isEmpty() && !dataSource.isEmpty()) {
+            QString signs;
+            for (int r : sel)
+                signs += dataSource[r].sign + QLatin1Char('|');
+            _selectIndexPathAll.clear();
+            ClassOperations::remove(signs, user);
+        }
+    }
+    std::cout << "MenuClick - WordClass" << std::endl;
+}

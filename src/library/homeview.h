@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+class QLabel;
+class QLineEdit;
+class QMenu;
+class QSystemTrayIcon;
+class QTimer;
+class ElidedLabel;
+class LibraryPanel;
+class PhraseList;
+class SearchResultList;
+
+// The home view: target application, search field, and the library or the search results. It docks
+// its window at the right edge every time it appears; the first time it also starts the services.
+class HomeView : public QWidget {
+    Q_OBJECT
+public:
+    explicit HomeView(QWidget *parent = nullptr);
+    ~HomeView() override;
+
+    QSystemTrayIcon *statusBarItem = nullptr;
+    QWidget *wordBlock = nullptr;
+    QLabel *IconImageView = nullptr;
+    ElidedLabel *IconLabelView = nullptr;
+    LibraryPanel *wordControl = nullptr;
+    SearchResultList *searchListControl = nullptr;
+    QLineEdit *searchTextView = nullptr;
+    bool one = false;
+
+    void showView();
+    void moveWindowToRight();
+    void startUploadIcon();
+    void searchTextChanged();
+
+    // For the quick bar: the phrase list (its dataSource and selectRow), the search field, the tray menu.
+    PhraseList *phraseList() const;
+    QLineEdit *searchField() const { return searchTextView; }
+    QMenu *trayMenu() const { return trayMenu_; }
+
+    static constexpr int dockWidth = 300;
+    static constexpr int dockRightGap = 5;
+    static constexpr int dockDelayMs = 100;
+    static constexpr int iconRefreshMs = 60;
+
+Q_SIGNALS:
+    // The one-time start-up has run (tray icon, synchronisation, tracker, icon refresh, heartbeat).
+    void started();
+    void cloudStopped();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void viewDidAppear();
+    void refreshTarget();
+
+    QMenu *trayMenu_ = nullptr;
+    QTimer *iconTimer_ = nullptr;
+    quint64 iconWindow_ = 0;
+};

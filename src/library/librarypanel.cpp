@@ -1,0 +1,111 @@
+#include "library/librarypanel.h"
+
+#include "cloud/librarysync.h"
+#include "library/classlist.h"
+#include "library/phraselist.h"
+#include "library/phraseoperations.h"
+#include "ui/elidedlabel.h"
+#include "ui/imagebutton.h"
+
+#include <QHBoxLayout>
+#include <QProgressBar>
+#include <QSplitter>
+#include <QVBoxLayout>
+#include <malloc.h>
+
+LibraryPanel::LibraryPanel(QWidget *parent) : QWidget(parent) {
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    auto *header = new QWidget(this);
+    header->setFixedHeight(32);
+    auto *row = new QHBoxLayout(header);
+    row->setContentsMargins(12, 0, 8, 0);
+    row->setSpacing(6);
+    labelTextView = new ElidedLabel(header);
+    labelTextView->setStyleSheet("color:#1f2328;font-size:14px;font-weight:600;");
+    loadingBar = new QProgressBar(header);
+    loadingBar->setRange(0, 1);
+    loadingBar->setTextVisible(false);
+    loadingBar->setFixedSize(64, 6);
+    loadingBar->setStyleSheet("QProgressBar{background:#e6e9ed;border:0;border-radius:3px;}"
+                              "QProgressBar::chunk{background:#2e9a6e;border-radius:3px;}");
+    loadingBar->hide();
+    cloudButton = new ImageButton(QIcon(":/cloud.svg"), header);
+    cloudButton->setToolTip(QString::fromUtf8("从云端同步"));
+    row->addWidget(labelTextView, 1);
+    row->addWidget(loadingBar);
+    row->addWidget(cloudButton);
+    layout->addWidget(header);
+
+    splitView = new QSplitter(Qt::Vertical, this);
+    splitView->setChildrenCollapsible(false);
+    splitView->setHandleWidth(5);
+    splitView->setStyleSheet("QSplitter::handle{background:transparent;border-bottom:1px solid #eceef1;}");
+    topView = new QWidget(splitView);
+    bottomView = new QWidget(splitView);
+    topView->setMinimumHeight(classStripHeight);
+    splitView->addWidget(topView);
+    splitView->addWidget(bottomView);
+    splitView->setStretchFactor(1, 1);
+    layout->addWidget(splitView, 1);
+
+    classList = new ClassList(topView);
+    auto *topLayout = new QVBoxLayout(topView);
+    topLayout->setContentsMargins(0, 0, 0, 0);
+    topLayout->addWidget(classList);
+    classList->listener = this;
+
+    phraseList = new PhraseList(bottomView);
+    auto *downLayout = new QVBoxLayout(bottomView);
+    downLayout->setContentsMargins(0, 0, 0, 0);
+    downLayout->addWidget(phraseList);
+
+    // Divider 0 at 30: the class strip is one row high until the user drags it open.
+    splitView->setSizes({classStripHeight, 10000});
+
+    connect(cloudButton, &QPushButton::clicked, this, &LibraryPanel::cloudButtonClick);
+    connect(phraseList, &PhraseList::dataReloaded, this, &LibraryPanel::refreshLabel);
+}
+
+LibraryPanel::~LibraryPanel() {
+    if (LibrarySync::listener == this)
+        LibrarySync::listener = nullptr;
+    classList->listener = nullptr;
+}
+
+void LibraryPanel::onSelectionChange(const std::optional<PhraseClass> &data) {
+    shown_ = data;
+    refreshLabel();
+    phraseList->setWordData(data);
+}
+
+void LibraryPanel::refreshLabel() {
+    if (!shown_) {
+        labelTextView->setText(QString());
+        return;
+    }
+    const QString count = PhraseOperations::db().getCount(shown_->username, shown_->sign);
+    labelTextView->setText(shown_->label + "(" + count + ")");
+}
+
+void LibraryPanel::cloudButtonClick() {
+    LibrarySync::cloudAll([] {});
+}
+
+void LibraryPanel::onSyncStart() {
+    loadingBar->setRange(0, 0);
+    loadingBar->show();
+    cloudButton->hide();
+    Q_EMIT cloudStarted();
+}
+
+void LibraryPanel::onSyncStop() {
+    // A synchronisation parses the whole library at once; give the freed reply buffers back.
+    malloc_trim(0);
+    loadingBar->setRange(0, 1);
+    loadingBar->hide();
+    cloudButton->show();
+    Q_EMIT cloudStopped();
+}

@@ -1,0 +1,78 @@
+#include "library/searchresultlist.h"
+
+#include "library/lazyrowlist.h"
+#include "library/listselection.h"
+#include "library/searchresultrow.h"
+#include "send/phrasesender.h"
+
+#include <QLabel>
+#include <QVBoxLayout>
+
+SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    collectionView = new LazyRowList(this);
+    collectionView->setInsets(5);
+    collectionView->setCellFactory([this](int row) -> QWidget * {
+        auto *cell = new SearchResultRow;
+        cell->listener = this;
+        if (row >= 0 && row < dataSource.size())
+            cell->setData(row, dataSource[row], keyString.value_or(QString()));
+        cell->setSelect(_selectIndexPathAll.contains(row));
+        return cell;
+    });
+    layout->addWidget(collectionView);
+    emptyLabel_ = new QLabel(QString::fromUtf8("没有找到匹配的短语"), this);
+    emptyLabel_->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+    emptyLabel_->setStyleSheet("color:#9aa0a6;padding-top:24px;");
+    emptyLabel_->hide();
+    layout->addWidget(emptyLabel_, 1);
+    connect(collectionView, &QListWidget::itemSelectionChanged, this, &SearchResultList::selectionChanged);
+}
+
+void SearchResultList::setData(const QList<Phrase> &data, const QString &key) {
+    dataSource = data;
+    keyString = key;
+    _selectIndexPathAll.clear();
+    applyingSelection_ = true;
+    collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
+    applyingSelection_ = false;
+    collectionView->scrollToTop();
+    collectionView->setVisible(!dataSource.isEmpty());
+    emptyLabel_->setVisible(dataSource.isEmpty());
+}
+
+SearchResultRow *SearchResultList::cellAt(int row) {
+    return qobject_cast<SearchResultRow *>(collectionView->cellAt(row));
+}
+
+void SearchResultList::setSelection(const QList<int> &rows) {
+    applyingSelection_ = true;
+    ListSelection::select(collectionView, rows, dataSource.size());
+    applyingSelection_ = false;
+    selectionChanged();
+}
+
+void SearchResultList::selectionChanged() {
+    if (applyingSelection_)
+        return;
+    const QList<int> rows = ListSelection::selectedRows(collectionView);
+    _selectIndexPathAll = rows;
+    for (int r = 0; r < collectionView->count(); ++r)
+        if (auto *cell = qobject_cast<SearchResultRow *>(collectionView->existingCellAt(r)))
+            cell->setSelect(rows.contains(r));
+}
+
+void SearchResultList::onRightClick(int indexPath, const Phrase &) {
+    if (_selectIndexPathAll.size() < 2)
+        setSelection({indexPath});
+}
+
+void SearchResultList::onSendButtonClick(int, const Phrase &data) {
+    PhraseSender::send(data.jsonValue, true);
+}
+
+void SearchResultList::onDoubleClick(int, const Phrase &data) {
+    PhraseSender::send(data.jsonValue, false);
+}

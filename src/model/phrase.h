@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+#include <QtGlobal>
+#include <optional>
+
+// One phrase. A plain value; keycode and bgColor travel with server records but are not stored locally.
+struct Phrase {
+    qint64 id = 0;
+    QString parentSign;
+    QString sign;
+    QString label;
+    QString jsonValue;
+    QString texts;
+    QString images;
+    qint64 position = 0;
+    QString username;
+    std::optional<QString> keycode;
+    std::optional<QString> bgColor;
+
+    Phrase() = default;
+    Phrase(qint64 id, QString parentSign, QString sign, QString label, QString jsonValue, QString texts,
+           QString images, qint64 position, QString username, std::optional<QString> keycode,
+           std::optional<QString> bgColor);
+
+    // Fills every field from the member of the same name; a missing member keeps the default.
+    static Phrase fromJson(const QJsonObject &object);
+
+    bool operator==(const Phrase &) const = default;
+};

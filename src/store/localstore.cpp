@@ -1,0 +1,208 @@
+#include "store/localstore.h"
+
+#include "store/likematch.h"
+#include "store/localpath.h"
+
+#include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Transaction.h>
+#include <iostream>
+
+std::optional<SQLite::Database> LocalStore::dbConnection;
+
+namespace {
+
+QString &openErrorText() {
+    static QString text;
+    return text;
+}
+
+// Tuning that leaves every result unchanged:
+// - WAL lets a write commit with one append instead of rewriting a rollback journal, and readers
+//   never block on a writer;
+// - synchronous=NORMAL drops the fsync on each commit (a power cut may lose the last commits, never
+//   corrupt the file); the service holds the master copy and start-up sync rewrites the library;
+// - a larger page cache and memory-mapped reads make the full-table LIKE scans of search cheaper;
+// - LIKE is our own matcher with the built-in results; it turns "%word%" into a substring search;
+// - a short busy timeout rides out a second instance holding the write lock for a moment.
+void tune(SQLite::Database &db) {
+    db.tryExec("PRAGMA journal_mode=WAL");
+    db.tryExec("PRAGMA synchronous=NORMAL");
+    db.tryExec("PRAGMA cache_size=-32768");
+    db.tryExec("PRAGMA mmap_size=268435456");
+    db.setBusyTimeout(2000);
+    installLike(db.getHandle());
+}
+
+void createTable(const char *sql) {
+    try {
+        LocalStore::connection()->exec(sql);
+        std::cout << "创建表 TABLE_LAMP 成功" << std::endl;
+    } catch (const std::exception &e) {
+        std::cout << "创建表失败：" << e.what() << std::endl;
+    }
+}
+
+} // namespace
+
+LocalStore::LocalStore() {
+    if (!dbConnection)
+        open();
+}
+
+void LocalStore::open() {
+    const QString path = databasePath();
+    try {
+        dbConnection.emplace(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        // opening is lazy: read the schema now so that a file that is not a database is reported here
+        dbConnection->execAndGet("SELECT count(*) FROM sqlite_master");
+        tune(*dbConnection);
+    } catch (const std::exception &e) {
+        dbConnection.reset();
+        const QString error = QStringLiteral("无法打开数据库 %1：%2").arg(path, QString::fromUtf8(e.what()));
+        if (error != openErrorText()) // a retry that fails the same way says nothing new
+            std::cout << error.toStdString() << std::endl;
+        openErrorText() = error;
+        return;
+    }
+    openErrorText().clear();
+    createClassTable();
+    createPhraseTable();
+}
+
+SQLite::Database *LocalStore::connection() {
+    // A store object made before the data folders existed opens the database on its next use.
+    if (!dbConnection)
+        open();
+    return dbConnection ? &*dbConnection : nullptr;
+}
+
+QString LocalStore::openError() {
+    return openErrorText();
+}
+
+QString LocalStore::databasePath() {
+    return LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3");
+}
+
+void LocalStore::createClassTable() {
+    createTable("CREATE TABLE IF NOT EXISTS \"word_class\" ("
+                "\"id\" INTEGER PRIMARY KEY NOT NULL, "
+                "\"sign\" TEXT NOT NULL, "
+                "\"label\" TEXT NOT NULL, "
+                "\"position\" INTEGER NOT NULL, "
+                "\"username\" TEXT NOT NULL)");
+}
+
+void LocalStore::createPhraseTable() {
+    createTable("CREATE TABLE IF NOT EXISTS \"Word_list\" ("
+                "\"id\" INTEGER PRIMARY KEY NOT NULL, "
+                "\"parentSign\" TEXT NOT NULL, "
+                "\"sign\" TEXT NOT NULL, "
+                "\"label\" TEXT NOT NULL, "
+                "\"texts\" TEXT NOT NULL, "
+                "\"images\" TEXT NOT NULL, "
+                "\"jsonValue\" TEXT NOT NULL, "
+                "\"position\" INTEGER NOT NULL, "
+                "\"username\" TEXT NOT NULL)");
+}
+
+int LocalStore::changes(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return 0;
+    try {
+        SQLite::Statement statement(*db, sql);
+        bind(statement);
+        return statement.exec();
+    } catch (const std::exception &e) {
+        std::cout << "执行失败：" << e.what() << std::endl;
+        return 0;
+    }
+}
+
+bool LocalStore::changesLogged(const char *what, const char *sql,
+                               const std::function<void(SQLite::Statement &)> &bind) {
+    const int n = changes(sql, bind);
+    std::cout << what << " 影响 " << n << " 行" << std::endl;
+    return n > 0;
+}
+
+bool LocalStore::insertOne(const char *sql, const QString &sign,
+                           const std::function<void(SQLite::Statement &)> &bind) {
+    SQLite::Database *db = connection();
+    if (!db) {
+        std::cout << "插入失败" << std::endl;
+        return false;
+    }
+    try {
+        SQLite::Statement insert(*db, sql);
+        bind(insert);
+        insert.exec();
+        std::cout << "插入成功：" << db->getLastInsertRowid() << " sign = " << sign.toStdString()
+                  << std::endl;
+        return true;
+    } catch (const std::exception &e) {
+        std::cout << "插入失败：" << e.what() << std::endl;
+        return false;
+    }
+}
+
+bool LocalStore::replaceAllOf(const char *table, const QString &username, const char *insertSql,
+                              int usernameIndex, qsizetype count,
+                              const std::function<void(SQLite::Statement &, qsizetype)> &bindRow) {
+    SQLite::Database *db = connection();
+    if (!db) {
+        std::cout << "插入失败" << std::endl;
+        return false;
+    }
+    try {
+        SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement remove(*db, std::string("DELETE FROM ") + table + " WHERE username = (?)");
+        bindText(remove, 1, username);
+        remove.exec();
+        SQLite::Statement insert(*db, insertSql);
+        bindText(insert, usernameIndex, username);
+        for (qsizetype i = 0; i < count; ++i) {
+            bindRow(insert, i);
+            insert.exec();
+            insert.reset();
+        }
+        transaction.commit();
+        std::cout << "批量写入 " << table << " 成功：" << count << " 行 username = " << username.toStdString()
+                  << std::endl;
+        return true;
+    } catch (const std::exception &e) {
+        std::cout << "批量写入 " << table << " 失败：" << e.what() << std::endl;
+        return false;
+    }
+}
+
+qint64 LocalStore::nextPosition(const char *sql, const QString &key) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return 0;
+    try {
+        SQLite::Statement max(*db, sql);
+        bindText(max, 1, key);
+        if (!max.executeStep() || max.getColumn(0).isNull())
+            return 0;
+        return max.getColumn(0).getInt64() + 1;
+    } catch (const std::exception &e) {
+        logQueryFailure(e);
+        return 0;
+    }
+}
+
+void LocalStore::logQueryFailure(const std::exception &e) {
+    std::cout << "查询失败：" << e.what() << std::endl;
+}
+
+void LocalStore::bindText(SQLite::Statement &statement, int index, const QString &value) {
+    statement.bind(index, value.toStdString()); // bound as TEXT (UTF-8), never as a blob
+}
+
+QString LocalStore::textAt(const SQLite::Statement &statement, int index) {
+    const SQLite::Column column = statement.getColumn(index);
+    const char *text = column.getText();
+    return QString::fromUtf8(text, column.getBytes());
+}

@@ -1,0 +1,184 @@
+#include "store/phrasestore.h"
+
+#include "model/contentformat.h"
+
+#include <QSet>
+
+#define WORD_LIST_COLUMNS                                                                                    \
+    "SELECT id, parentSign, sign, label, jsonValue, texts, images, position, username FROM word_list "
+
+namespace {
+
+const char *const insertSql = "INSERT INTO Word_list (parentSign, sign, label, jsonValue, texts, images, "
+                              "position, username) VALUES (?, ?, ?, ?, ?, ?, ?, ?)";
+
+} // namespace
+
+bool PhraseStore::create(const QString &parentSign, const QString &sign, const QString &label,
+                         const QString &jsonValue, qint64 position, const QString &username) {
+    return insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
+        bindRow(insert, parentSign, sign, label, jsonValue, position);
+        bindText(insert, 8, username);
+    });
+}
+
+bool PhraseStore::remove(const QString &sign) {
+    return changesLogged("删除完毕", "DELETE FROM word_list WHERE sign = (?)",
+                         [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+}
+
+bool PhraseStore::deleteAll(const QString &username) {
+    return changesLogged("删除完毕", "DELETE FROM word_list WHERE username = (?)",
+                         [&](SQLite::Statement &s) { bindText(s, 1, username); });
+}
+
+bool PhraseStore::setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
+                           const QString &newJsonValue) {
+    return changesLogged(
+        "修改数据List",
+        "UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
+        "(?) WHERE sign = (?)",
+        [&](SQLite::Statement &s) {
+            bindText(s, 1, newParentSign);
+            bindText(s, 2, newLabel);
+            bindText(s, 3, newJsonValue);
+            const DerivedColumns derived = jsonStringToColumns(newJsonValue);
+            bindText(s, 4, derived.texts);
+            bindText(s, 5, derived.images);
+            bindText(s, 6, sign);
+        });
+}
+
+bool PhraseStore::setPosition(const QString &sign, qint64 newPosition) {
+    return changesLogged("修改数据class_upcount", "UPDATE word_list SET position = (?) WHERE sign = (?)",
+                         [&](SQLite::Statement &s) {
+                             s.bind(1, int64_t(newPosition));
+                             bindText(s, 2, sign);
+                         });
+}
+
+QList<Phrase> PhraseStore::getAll(const QString &parentSign, const QString &username) {
+    // id breaks ties between equal positions so the order is stable
+    return query(WORD_LIST_COLUMNS "WHERE username = ? AND parentSign = ? ORDER BY position ASC, id ASC",
+                 [&](SQLite::Statement &s) {
+                     bindText(s, 1, username);
+                     bindText(s, 2, parentSign);
+                 });
+}
+
+QString PhraseStore::getAllCount(const QString &username) {
+    return countOf("select count(id) from word_list where username = (?)",
+                   [&](SQLite::Statement &s) { bindText(s, 1, username); });
+}
+
+QString PhraseStore::getCount(const QString &username, const QString &parentSign) {
+    return countOf("select count(id) from word_list where username = (?) and parentSign = (?)",
+                   [&](SQLite::Statement &s) {
+                       bindText(s, 1, username);
+                       bindText(s, 2, parentSign);
+                   });
+}
+
+QStringList PhraseStore::allPictureNames(const QString &username) {
+    QStringList names;
+    QSet<QString> seen; // the same equality test as a search of names, without its quadratic cost
+    SQLite::Database *db = connection();
+    if (!db)
+        return names;
+    try {
+        SQLite::Statement select(*db, "SELECT images FROM word_list WHERE username = ?");
+        bindText(select, 1, username);
+        while (select.executeStep()) {
+            const QString images = textAt(select, 0);
+            for (const QStringView piece : QStringView(images).split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
+                // names of two characters or fewer are never real picture names
+                if (piece.size() <= 2)
+                    continue;
+                const QString name = piece.toString();
+                if (!seen.contains(name)) {
+                    seen.insert(name);
+                    names.append(name);
+                }
+            }
+        }
+    } catch (const std::exception &e) {
+        logQueryFailure(e);
+        names.clear();
+    }
+    return names;
+}
+
+std::optional<Phrase> PhraseStore::getData(const QString &sign) {
+    const QList<Phrase> rows = query(WORD_LIST_COLUMNS "WHERE sign = ? LIMIT 1",
+                                     [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+    if (rows.isEmpty())
+        return std::nullopt;
+    return rows.first();
+}
+
+QList<Phrase> PhraseStore::getLikeAll(const QString &keyText, const QString &username) {
+    // "%" and "_" in the key stay wildcards: the pattern is not escaped
+    return query(WORD_LIST_COLUMNS "WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
+                 [&](SQLite::Statement &s) {
+                     bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
+                     bindText(s, 2, username);
+                 });
+}
+
+qint64 PhraseStore::getMaxPosition(const QString &parentSign) {
+    return nextPosition("SELECT max(position) FROM word_list WHERE parentSign = (?)", parentSign);
+}
+
+bool PhraseStore::replaceAll(const QString &username, const QList<Phrase> &rows) {
+    return replaceAllOf("word_list", username, insertSql, 8, rows.size(),
+                        [&](SQLite::Statement &insert, qsizetype i) {
+                            const Phrase &row = rows[i];
+                            bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.position);
+                        });
+}
+
+void PhraseStore::bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
+                          const QString &label, const QString &jsonValue, qint64 position) {
+    bindText(insert, 1, parentSign);
+    bindText(insert, 2, sign);
+    bindText(insert, 3, label);
+    const DerivedColumns derived = jsonStringToColumns(jsonValue);
+    bindText(insert, 4, jsonValue);
+    bindText(insert, 5, derived.texts);
+    bindText(insert, 6, derived.images);
+    insert.bind(7, int64_t(position));
+}
+
+Phrase PhraseStore::fromRow(const SQLite::Statement &row) {
+    Phrase d;
+    d.id = row.getColumn(0).getInt64();
+    d.parentSign = textAt(row, 1);
+    d.sign = textAt(row, 2);
+    d.label = textAt(row, 3);
+    d.jsonValue = textAt(row, 4);
+    d.texts = textAt(row, 5);
+    d.images = textAt(row, 6);
+    d.position = row.getColumn(7).getInt64();
+    d.username = textAt(row, 8);
+    return d;
+}
+
+QList<Phrase> PhraseStore::query(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
+    return rowsOf(sql, bind, &fromRow);
+}
+
+QString PhraseStore::countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
+    SQLite::Database *db = connection();
+    if (!db)
+        return QStringLiteral("---");
+    try {
+        SQLite::Statement count(*db, sql);
+        bind(count);
+        if (!count.executeStep())
+            return QStringLiteral("---");
+        return QString::number(count.getColumn(0).getInt64());
+    } catch (const std::exception &e) {
+        logQueryFailure(e);
+        return QStringLiteral("---");
+    }
+}

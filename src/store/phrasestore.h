@@ -1,0 +1,40 @@
+#pragma once
+
+#include "model/phrase.h"
+#include "store/localstore.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+class PhraseStore : public LocalStore {
+public:
+    bool create(const QString &parentSign, const QString &sign, const QString &label,
+                const QString &jsonValue, qint64 position, const QString &username);
+    // `delete` is a keyword; remove is the nearest legal name.
+    bool remove(const QString &sign);
+    bool deleteAll(const QString &username);
+    bool setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
+                  const QString &newJsonValue);
+    bool setPosition(const QString &sign, qint64 newPosition);
+    QList<Phrase> getAll(const QString &parentSign, const QString &username);
+    QString getAllCount(const QString &username);
+    QString getCount(const QString &username, const QString &parentSign);
+    QStringList allPictureNames(const QString &username);
+    std::optional<Phrase> getData(const QString &sign);
+    QList<Phrase> getLikeAll(const QString &keyText, const QString &username);
+    qint64 getMaxPosition(const QString &parentSign);
+
+    // Deletes every phrase of the user and inserts these under that user (texts and images derived
+    // from jsonValue), in one transaction: all or nothing. Ids are assigned anew.
+    bool replaceAll(const QString &username, const QList<Phrase> &rows);
+
+private:
+    static Phrase fromRow(const SQLite::Statement &row);
+    // Columns 1-7 of the insert statement.
+    static void bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
+                        const QString &label, const QString &jsonValue, qint64 position);
+    static QList<Phrase> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    static QString countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+};

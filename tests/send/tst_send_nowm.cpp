@@ -1,0 +1,90 @@
+// Sending on a bare X display without a window manager: no _NET_ACTIVE_WINDOW, no client list;
+// the back-end falls back to the focused window, the top-level windows and raise-and-focus.
+#include "send/phrasesender.h"
+#include "send/targetwindowtracker.h"
+#include "send/windowactivation.h"
+#include "xvfbsession.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QLineEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+std::optional<RunningApplication> applicationOf(qint32 pid) {
+    for (const RunningApplication &app : WindowActivation::runningApplications())
+        if (app.processIdentifier == pid)
+            return app;
+    return std::nullopt;
+}
+
+qint32 frontPid() {
+    const auto front = WindowActivation::getForeground();
+    return front ? front->processIdentifier : -1;
+}
+
+} // namespace
+
+class SendNoWmTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void textArrivesWithoutWindowManager() {
+        QTemporaryDir dir;
+        const QString log = dir.filePath(QStringLiteral("target.log"));
+        QProcess target;
+        target.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        target.start(QStringLiteral(PASTETARGET_BINARY),
+                     {QStringLiteral("--log"), log, QStringLiteral("--class"), QStringLiteral("BareTarget")});
+        const auto pid = qint32(target.processId());
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(pid).has_value(), 60000);
+        QCOMPARE(applicationOf(pid)->bundleIdentifier, std::optional<QString>(QStringLiteral("BareTarget")));
+
+        QLineEdit own;
+        own.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&own, 60000));
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(qint32(QCoreApplication::applicationPid())).has_value(),
+                                 10000);
+
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*applicationOf(pid)) && frontPid() == pid, 10000);
+        TargetWindowTracker::start();
+        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
+                                     TargetWindowTracker::lastTarget()->processIdentifier == pid,
+                                 10000);
+        const auto self = applicationOf(qint32(QCoreApplication::applicationPid()));
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*self) && frontPid() == self->processIdentifier,
+                                 10000);
+        QTest::qWait(4 * TargetWindowTracker::periodMs);
+
+        PhraseSender::send(QStringLiteral("[{\"type\":1,\"value\":\"bare\"}]"), true);
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        const auto lines = [&log] {
+            QFile file(log);
+            return file.open(QIODevice::ReadOnly)
+                       ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                       : QStringList();
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(lines().size(), 2, 10000);
+        QVERIFY2(lines()[0].endsWith(QStringLiteral(" text=bare")), qPrintable(lines()[0]));
+        QCOMPARE(lines()[1], QStringLiteral("enter keypad"));
+        QVERIFY(own.text().isEmpty());
+
+        target.terminate();
+        target.waitForFinished(5000);
+    }
+};
+
+int main(int argc, char **argv) {
+    TestEnv env;
+    XvfbSession x11;
+    if (!x11.start(false))
+        qFatal("could not start Xvfb");
+    QApplication app(argc, argv);
+    SendNoWmTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_send_nowm.moc"

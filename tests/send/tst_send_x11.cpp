@@ -1,0 +1,357 @@
+#include "send/clipboardutil.h"
+#include "send/phrasedelivery.h"
+#include "send/phrasesender.h"
+#include "send/sendbutton.h"
+#include "send/targetwindowtracker.h"
+#include "send/windowactivation.h"
+#include "store/localpath.h"
+#include "xvfbsession.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QClipboard>
+#include <QEnterEvent>
+#include <QFile>
+#include <QImage>
+#include <QLineEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QVBoxLayout>
+#include <QtTest>
+#include <memory>
+
+namespace {
+
+// One pastetarget process and its log.
+struct Target {
+    std::unique_ptr<QProcess> process = std::make_unique<QProcess>();
+    QString log;
+    qint32 pid = 0;
+
+    QStringList lines() const {
+        QFile file(log);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+};
+
+std::optional<RunningApplication> applicationOf(qint32 pid) {
+    for (const RunningApplication &app : WindowActivation::runningApplications())
+        if (app.processIdentifier == pid)
+            return app;
+    return std::nullopt;
+}
+
+qint32 ownPid() {
+    return qint32(QCoreApplication::applicationPid());
+}
+
+qint32 frontPid() {
+    const auto front = WindowActivation::getForeground();
+    return front ? front->processIdentifier : -1;
+}
+
+qint32 targetPid() {
+    const auto target = TargetWindowTracker::lastTarget();
+    return target ? target->processIdentifier : -1;
+}
+
+QString text(const QString &value) {
+    return QStringLiteral("{\"type\":1,\"value\":\"%1\"}").arg(value);
+}
+
+QString picture(const QString &name) {
+    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(name);
+}
+
+QString phrase(const QStringList &pieces) {
+    return QLatin1Char('[') + pieces.join(QLatin1Char(',')) + QLatin1Char(']');
+}
+
+} // namespace
+
+class SendX11Test : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir logs_;
+    std::vector<std::unique_ptr<Target>> targets_;
+    QWidget own_;
+    QLineEdit *ownField_ = nullptr;
+    QByteArray png_, jpeg_;
+
+    Target &startTarget(const QStringList &args) {
+        auto t = std::make_unique<Target>();
+        t->log = logs_.filePath(QStringLiteral("target%1.log").arg(targets_.size()));
+        t->process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        t->process->start(QStringLiteral(PASTETARGET_BINARY),
+                          QStringList{QStringLiteral("--log"), t->log} + args);
+        t->pid = qint32(t->process->processId());
+        targets_.push_back(std::move(t));
+        return *targets_.back();
+    }
+
+    // Brings the target to the front and lets the tracker see it, then clicks back into this
+    // program, which must not become the target.
+    void makeTargetThenFocusOwn(const Target &t) {
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*applicationOf(t.pid)) && frontPid() == t.pid,
+                                 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(targetPid(), t.pid, 10000);
+        focusOwn();
+    }
+
+    void focusOwn() {
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(ownPid()).has_value(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            WindowActivation::activate(*applicationOf(ownPid())) && frontPid() == ownPid(), 10000);
+        QTest::qWait(4 * TargetWindowTracker::periodMs);
+    }
+
+    // Sends and waits until the send block is over and its keys have been played.
+    void sendAndSettle(const QString &json, bool isEnter) {
+        PhraseSender::send(json, isEnter);
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QTest::qWait(300);
+    }
+
+    static QString clipboardText() { return QGuiApplication::clipboard()->text(); }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(logs_.isValid());
+        LocalPath::initDirs();
+        QImage image(7, 5, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        QBuffer pngBuffer(&png_), jpegBuffer(&jpeg_);
+        QVERIFY(image.save(&pngBuffer, "PNG"));
+        QVERIFY(QImage(9, 4, QImage::Format_RGB32).save(&jpegBuffer, "JPG"));
+        for (const auto &[name, bytes] :
+             {std::pair{QStringLiteral("pic.png"), png_}, {QStringLiteral("photo.jpg"), jpeg_}}) {
+            QFile file(LocalPath::imageDir() + QLatin1Char('/') + name);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(bytes);
+        }
+
+        ownField_ = new QLineEdit(&own_);
+        (new QVBoxLayout(&own_))->addWidget(ownField_);
+        own_.setWindowTitle(QStringLiteral("own window"));
+        own_.resize(300, 60);
+        own_.show();
+        // The first window of a fresh display can take long on a loaded machine (fonts, the
+        // window manager still starting).
+        QVERIFY(QTest::qWaitForWindowExposed(&own_, 60000));
+    }
+
+    void cleanupTestCase() {
+        for (auto &t : targets_) {
+            t->process->terminate();
+            t->process->waitForFinished(3000);
+        }
+    }
+
+    void describesWindowsOfOtherPrograms() {
+        Target &t = startTarget({QStringLiteral("--class"), QStringLiteral("PasteTargetA"),
+                                 QStringLiteral("--title"), QStringLiteral("Chat A")});
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 60000);
+        const RunningApplication app = *applicationOf(t.pid);
+        QCOMPARE(app.bundleIdentifier, std::optional<QString>(QStringLiteral("PasteTargetA")));
+        QCOMPARE(app.localizedName, QStringLiteral("Chat A"));
+        QCOMPARE(WindowActivation::getBundleIdentifier(QStringLiteral("PasteTargetA"))->processIdentifier,
+                 t.pid);
+        QVERIFY(!WindowActivation::getBundleIdentifier(QStringLiteral("NoSuchProgram")));
+        const QImage icon = app.icon();
+        QVERIFY(!icon.isNull());
+        QCOMPARE(icon.pixelColor(icon.width() / 2, icon.height() / 2), QColor(200, 30, 60));
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(app) && app.isActive(), 10000);
+    }
+
+    // This program has been in front since the tracker started: there is no target yet.
+    void nothingIsSentWithoutTarget() {
+        focusOwn();
+        TargetWindowTracker::start();
+        QTest::qWait(4 * TargetWindowTracker::periodMs);
+        QVERIFY(TargetWindowTracker::isRun());
+        QVERIFY(!TargetWindowTracker::lastTarget());
+        QVERIFY(ClipboardUtil::setText(QStringLiteral("sentinel")));
+        sendAndSettle(phrase({text(QStringLiteral("hello"))}), true);
+        QCOMPARE(targets_[0]->lines(), QStringList());
+        QCOMPARE(clipboardText(), QStringLiteral("sentinel"));
+        QVERIFY(ownField_->text().isEmpty());
+    }
+
+    // The target stays the chat window while this program is in front; a double-click pastes
+    // only, the send button adds the keypad Enter.
+    void textPhraseWithAndWithoutEnter() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        sendAndSettle(phrase({text(QStringLiteral("你好 world"))}), false);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 1, 10000);
+        QVERIFY2(t.lines()[0].startsWith(QStringLiteral("paste types=")), qPrintable(t.lines()[0]));
+        QVERIFY2(t.lines()[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(t.lines()[0]));
+        QVERIFY(t.lines()[0].contains(QStringLiteral("text/plain")));
+        QVERIFY(!t.lines()[0].contains(QStringLiteral("image/png")));
+
+        focusOwn();
+        QCOMPARE(targetPid(), t.pid);
+        sendAndSettle(phrase({text(QStringLiteral("second"))}), true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 3, 10000);
+        QVERIFY2(t.lines()[1].endsWith(QStringLiteral(" text=second")), qPrintable(t.lines()[1]));
+        QCOMPARE(t.lines()[2], QStringLiteral("enter keypad"));
+        QVERIFY(ownField_->text().isEmpty());
+    }
+
+    void textPictureTextArrivesInOrder() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        const qsizetype before = t.lines().size();
+        sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
+                              text(QStringLiteral("after"))}),
+                      true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
+        const QStringList got = t.lines().mid(before);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got[0]));
+        QVERIFY2(got[1].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())), qPrintable(got[1]));
+        QVERIFY(got[1].contains(QStringLiteral("image/png")));
+        QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
+        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got[2]));
+        QCOMPARE(got[3], QStringLiteral("enter keypad"));
+        // The earlier clipboard content is gone; the last piece stays.
+        QCOMPARE(clipboardText(), QStringLiteral("after"));
+        QVERIFY(ownField_->text().isEmpty());
+    }
+
+    // A missing file is skipped; a JPEG goes over unchanged, typed as PNG.
+    void missingPictureSkippedJpegUnchanged() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        const qsizetype before = t.lines().size();
+        sendAndSettle(phrase({text(QStringLiteral("a")), picture(QStringLiteral("missing.png")),
+                              picture(QStringLiteral("photo.jpg")), text(QStringLiteral("b"))}),
+                      false);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
+        QTest::qWait(300);
+        const QStringList got = t.lines().mid(before);
+        QCOMPARE(got.size(), 3);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=a")), qPrintable(got[0]));
+        QVERIFY2(got[1].endsWith(QStringLiteral(" image=9x4 bytes=%1").arg(jpeg_.size())),
+                 qPrintable(got[1]));
+        QVERIFY2(got[2].endsWith(QStringLiteral(" text=b")), qPrintable(got[2]));
+    }
+
+    void secondSendWhileRunningIsDropped() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        const qsizetype before = t.lines().size();
+        PhraseSender::send(phrase({text(QStringLiteral("first"))}), false);
+        QVERIFY(PhraseSender::runs());
+        PhraseSender::send(phrase({text(QStringLiteral("dropped"))}), true);
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
+        QTest::qWait(500);
+        QCOMPARE(t.lines().size(), before + 1);
+        QVERIFY2(t.lines().last().endsWith(QStringLiteral(" text=first")), qPrintable(t.lines().last()));
+    }
+
+    // The chat program with its own procedure, known by its WM_CLASS or by its desktop id.
+    void specialTargetGetsLeftFirst_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("identifier");
+        QTest::newRow("WM_CLASS") << QStringList{QStringLiteral("--class"), QStringLiteral("QQ")}
+                                  << QStringLiteral("QQ");
+        QTest::newRow("desktop id") << QStringList{QStringLiteral("--class"), QStringLiteral("Other"),
+                                                   QStringLiteral("--desktop-id"),
+                                                   QStringLiteral("com.tencent.qq")}
+                                    << QStringLiteral("com.tencent.qq");
+    }
+
+    void specialTargetGetsLeftFirst() {
+        QFETCH(QStringList, args);
+        QFETCH(QString, identifier);
+        Target &t = startTarget(args);
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        QCOMPARE(TargetWindowTracker::lastTarget()->bundleIdentifier, std::optional<QString>(identifier));
+        sendAndSettle(phrase({text(QStringLiteral("hi"))}), true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 3, 10000);
+        QCOMPARE(t.lines()[0], QStringLiteral("left"));
+        QVERIFY2(t.lines()[1].endsWith(QStringLiteral(" text=hi")), qPrintable(t.lines()[1]));
+        QCOMPARE(t.lines()[2], QStringLiteral("enter keypad"));
+
+        focusOwn();
+        sendAndSettle(phrase({text(QStringLiteral("x")), picture(QStringLiteral("pic.png"))}), false);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 6, 10000);
+        QCOMPARE(t.lines()[3], QStringLiteral("left"));
+        QVERIFY2(t.lines()[4].endsWith(QStringLiteral(" text=x")), qPrintable(t.lines()[4]));
+        QVERIFY2(t.lines()[5].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())),
+                 qPrintable(t.lines()[5]));
+    }
+
+    // The target quit after the tracker saw it: nothing lands anywhere else.
+    void closedTargetGetsNothing() {
+        Target &t = startTarget({QStringLiteral("--class"), QStringLiteral("Closing")});
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        t.process->kill();
+        QVERIFY(t.process->waitForFinished(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(!applicationOf(t.pid), 10000);
+        QCOMPARE(targetPid(), t.pid);
+        std::vector<qsizetype> before;
+        for (auto &other : targets_)
+            before.push_back(other->lines().size());
+        QVERIFY(ClipboardUtil::setText(QStringLiteral("sentinel")));
+        sendAndSettle(phrase({text(QStringLiteral("lost"))}), true);
+        QTest::qWait(500);
+        for (size_t i = 0; i < targets_.size(); ++i)
+            QCOMPARE(targets_[i]->lines().size(), before[i]);
+        QVERIFY(ownField_->text().isEmpty());
+        QCOMPARE(clipboardText(), QStringLiteral("sentinel"));
+    }
+
+    void sendButtonHighlightsOnHover() {
+        SendButton button;
+        button.resize(60, 40);
+        button.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&button, 20000));
+        QVERIFY(button.text().isEmpty());
+        const QColor plain = button.grab().toImage().pixelColor(30, 10);
+        QEnterEvent enter(QPointF(30, 10), QPointF(30, 10), QPointF(30, 10));
+        QApplication::sendEvent(&button, &enter);
+        QVERIFY(button.isHighlighted());
+        QVERIFY(button.grab().toImage().pixelColor(30, 10) != plain);
+        QMouseEvent below(QEvent::MouseMove, QPointF(30, 35), QPointF(30, 35), Qt::NoButton, Qt::NoButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&button, &below);
+        QVERIFY(!button.isHighlighted());
+        QMouseEvent above(QEvent::MouseMove, QPointF(30, 5), QPointF(30, 5), Qt::NoButton, Qt::NoButton,
+                          Qt::NoModifier);
+        QApplication::sendEvent(&button, &above);
+        QVERIFY(button.isHighlighted());
+        QEvent leave(QEvent::Leave);
+        QApplication::sendEvent(&button, &leave);
+        QVERIFY(!button.isHighlighted());
+        QCOMPARE(button.grab().toImage().pixelColor(30, 10), plain);
+    }
+
+    // Runs last: content that does not parse blocks every later send for the life of the process.
+    void unparsablePhraseBlocksLaterSends() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QCOMPARE(targetPid(), t.pid);
+        const qsizetype before = t.lines().size();
+        PhraseSender::send(QStringLiteral("{not json"), true);
+        QVERIFY(PhraseSender::runs());
+        PhraseSender::send(phrase({text(QStringLiteral("blocked"))}), true);
+        QTest::qWait(1500);
+        QVERIFY(PhraseSender::runs());
+        QCOMPARE(t.lines().size(), before);
+    }
+};
+
+QUILLORA_X11_TEST_MAIN(SendX11Test)
+#include "tst_send_x11.moc"
