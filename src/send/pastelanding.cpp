@@ -33,10 +33,14 @@ PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64
         return outcome;
     qint64 quietNeeded = firstQuietMs;
     if (pattern.bursts > 0) {
-        // A burst still to come is waited for a while longer than it took last time; a page
-        // that handled the paste itself never sends it.
-        quietNeeded = burstsOf(requests, nullptr) >= pattern.bursts ? settleMs
-                                                                    : std::max(settleMs, pattern.gapMs * 3 / 2 + 50);
+        // The expected bursts are in when there are as many and they took most of the time they
+        // took last time (a burst split by a slow moment is not two). A burst still to come is
+        // waited for a while longer than it took last time; a page that handled the paste
+        // itself never sends it.
+        const qint64 span = requests.last().atMs - requests.first().atMs;
+        const bool complete = burstsOf(requests, nullptr) >= pattern.bursts &&
+                              (pattern.spanMs <= burstGapMs || span >= pattern.spanMs * 4 / 5);
+        quietNeeded = complete ? settleMs : std::max(settleMs, pattern.gapMs * 3 / 2 + 50);
     }
     return nowMs - requests.last().atMs >= quietNeeded ? outcome : Verdict::Waiting;
 }
@@ -44,5 +48,7 @@ PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64
 PasteLanding::Pattern PasteLanding::learn(const QList<Request> &requests) {
     Pattern pattern;
     pattern.bursts = burstsOf(requests, &pattern.gapMs);
+    if (!requests.isEmpty())
+        pattern.spanMs = requests.last().atMs - requests.first().atMs;
     return pattern;
 }

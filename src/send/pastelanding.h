@@ -25,10 +25,11 @@ public:
     };
 
     // What a window did with its last piece: how many bursts of requests, the longest silence
-    // between two of them. bursts == 0: not known yet.
+    // between two of them, the time from its first request to its last. bursts == 0: not known yet.
     struct Pattern {
         int bursts = 0;
         qint64 gapMs = 0;
+        qint64 spanMs = 0;
     };
 
     static Verdict judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs, const Pattern &pattern);

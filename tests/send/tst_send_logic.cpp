@@ -278,6 +278,9 @@ private Q_SLOTS:
         const QList<Request> firstBurst = twoBursts.mid(0, 2);
         QCOMPARE(PasteLanding::judge(firstBurst, 990, 1001 + 600, chromium), Verdict::Waiting);
         QCOMPARE(PasteLanding::judge(twoBursts, 990, 1501 + PasteLanding::settleMs, chromium), Verdict::Landed);
+        // A first burst slowed down into two is not the second burst.
+        const QList<Request> split{{1000, false}, {1001, true}, {1060, true}};
+        QCOMPARE(PasteLanding::judge(split, 990, 1060 + PasteLanding::settleMs, chromium), Verdict::Waiting);
         // A page that handled the paste itself never sends the second burst.
         QCOMPARE(PasteLanding::judge(firstBurst, 990, 1001 + 499 * 3 / 2 + 50, chromium), Verdict::Landed);
     }

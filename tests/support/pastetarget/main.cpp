@@ -47,21 +47,29 @@ int number(const QCommandLineParser &parser, const QString &name) {
 } // namespace
 
 int main(int argc, char **argv) {
-    // The WM_CLASS class is the application name when the first window is made.
-    QString className;
-    for (int i = 1; i + 1 < argc; ++i)
-        if (QByteArray(argv[i]) == "--class")
+    // The WM_CLASS class is the application name when the first window is made. Qt on X11 would
+    // take --title for itself (the title of whichever window comes first): it is taken out here.
+    QString className, title = QStringLiteral("paste target");
+    std::vector<char *> args{argv[0]};
+    for (int i = 1; i < argc; ++i) {
+        if (QByteArray(argv[i]) == "--class" && i + 1 < argc)
             className = QString::fromLocal8Bit(argv[i + 1]);
+        if (QByteArray(argv[i]) == "--title" && i + 1 < argc) {
+            title = QString::fromLocal8Bit(argv[++i]);
+            continue;
+        }
+        args.push_back(argv[i]);
+    }
+    int count = int(args.size());
     if (!className.isEmpty())
         QCoreApplication::setApplicationName(className);
 
-    QApplication app(argc, argv);
+    QApplication app(count, args.data());
     QCommandLineParser parser;
     parser.addOptions(
         {{QStringLiteral("log"), QStringLiteral("log file"), QStringLiteral("file")},
          {QStringLiteral("class"), QStringLiteral("WM_CLASS class"), QStringLiteral("name")},
          {QStringLiteral("desktop-id"), QStringLiteral("desktop application id"), QStringLiteral("id")},
-         {QStringLiteral("title"), QStringLiteral("window title"), QStringLiteral("text")},
          {QStringLiteral("stamp"), QStringLiteral("time stamps in the log")},
          {QStringLiteral("reread"), QStringLiteral("read again after ms"), QStringLiteral("ms")},
          {QStringLiteral("async"), QStringLiteral("use the data ms later"), QStringLiteral("ms")},
@@ -92,16 +100,14 @@ int main(int argc, char **argv) {
     behaviour.asyncMs = number(parser, QStringLiteral("async"));
     behaviour.textOnly = parser.isSet(QStringLiteral("text-only"));
     behaviour.terminal = parser.isSet(QStringLiteral("terminal"));
-    const QString title = parser.value(QStringLiteral("title")).isEmpty() ? QStringLiteral("paste target")
-                                                                          : parser.value(QStringLiteral("title"));
-    const int count = std::max(1, number(parser, QStringLiteral("windows")));
+    const int windowCount = std::max(1, number(parser, QStringLiteral("windows")));
     // A plain icon, so that readers of _NET_WM_ICON have something to find.
     QPixmap icon(48, 48);
     icon.fill(QColor(200, 30, 60));
 
     std::vector<std::unique_ptr<QWidget>> windows;
     PasteField *first = nullptr;
-    for (int i = count; i >= 1; --i) {
+    for (int i = windowCount; i >= 1; --i) {
         auto window = std::make_unique<QWidget>();
         window->setWindowTitle(i == 1 ? title : title + QStringLiteral(" %1").arg(i));
         const QString log = parser.value(QStringLiteral("log")) + (i == 1 ? QString() : QStringLiteral(".%1").arg(i));
