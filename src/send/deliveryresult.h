@@ -19,7 +19,9 @@ public:
         Quitting,
     };
 
-    static DeliveryResult delivered(QStringList notices = {}) { return DeliveryResult(true, {}, std::move(notices)); }
+    static DeliveryResult delivered(QStringList notices = {}) {
+        return DeliveryResult(true, {}, std::move(notices));
+    }
     static DeliveryResult dropped(Reason reason) { return DeliveryResult(false, reason, {}); }
 
     bool isDelivered() const { return delivered_; }

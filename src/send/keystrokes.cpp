@@ -12,7 +12,8 @@ using Reason = DeliveryResult::Reason;
 void post(DesktopBackend::Key key, bool control) {
     if (auto *app = QCoreApplication::instance())
         QMetaObject::invokeMethod(
-            app, [key, control] { DesktopBackend::instance().keyStroke(key, control); }, Qt::QueuedConnection);
+            app, [key, control] { DesktopBackend::instance().keyStroke(key, control); },
+            Qt::QueuedConnection);
 }
 
 } // namespace

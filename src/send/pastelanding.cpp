@@ -27,7 +27,8 @@ PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64
     const bool timedOut = nowMs - strokeMs >= maxWaitMs;
     if (requests.isEmpty())
         return timedOut ? Verdict::Unserved : Verdict::Waiting;
-    const bool taken = std::any_of(requests.begin(), requests.end(), [](const Request &r) { return r.ownType; });
+    const bool taken =
+        std::any_of(requests.begin(), requests.end(), [](const Request &r) { return r.ownType; });
     const auto outcome = taken ? Verdict::Landed : Verdict::Declined;
     if (timedOut)
         return outcome;

@@ -32,7 +32,8 @@ public:
         qint64 spanMs = 0;
     };
 
-    static Verdict judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs, const Pattern &pattern);
+    static Verdict judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs,
+                         const Pattern &pattern);
     static Pattern learn(const QList<Request> &requests);
 
     // Requests closer than this belong to one burst.

@@ -14,20 +14,26 @@ namespace {
 using Reason = DeliveryResult::Reason;
 using Kind = SendPlan::Step::Kind;
 
-// What each window did with its last piece; only the send thread uses it, one send at a time.
+// What each window did with its last piece. A window id is given again to a later program's
+// window, so the process belongs to the key.
+using WindowKey = QPair<quint64, qint32>;
 std::mutex patternMutex;
-QHash<quint64, PasteLanding::Pattern> patterns;
+QHash<WindowKey, PasteLanding::Pattern> patterns;
 
-PasteLanding::Pattern patternOf(quint64 window) {
-    std::lock_guard lock(patternMutex);
-    return patterns.value(window);
+WindowKey keyOf(const RunningApplication &target) {
+    return {target.window, target.processIdentifier};
 }
 
-void remember(quint64 window, const PasteLanding::Pattern &pattern) {
+PasteLanding::Pattern patternOf(const WindowKey &key) {
+    std::lock_guard lock(patternMutex);
+    return patterns.value(key);
+}
+
+void remember(const WindowKey &key, const PasteLanding::Pattern &pattern) {
     std::lock_guard lock(patternMutex);
     if (patterns.size() > 256)
         patterns.clear();
-    patterns.insert(window, pattern);
+    patterns.insert(key, pattern);
 }
 
 } // namespace
@@ -41,12 +47,12 @@ bool PhraseDelivery::carriesPiece(const QString &typeName, bool picture) {
 }
 
 std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const SendPlan::Piece &piece,
-                                                     qint64 beforeMs, int holdMs, const std::atomic<bool> &cancel,
-                                                     bool *declined) {
+                                                     qint64 beforeMs, int holdMs,
+                                                     const std::atomic<bool> &cancel, bool *declined) {
     DesktopBackend &backend = DesktopBackend::instance();
     const qint64 strokeMs = ClipboardRequests::nowMs();
     const quint64 window = plan.target.window;
-    const PasteLanding::Pattern pattern = patternOf(window);
+    const PasteLanding::Pattern pattern = patternOf(keyOf(plan.target));
     for (;;) {
         // Only the target's own requests count: a window manager or clipboard manager reads every
         // new clipboard content whether anything is pasted or not.
@@ -59,7 +65,7 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
         if (verdict != PasteLanding::Verdict::Waiting && now - strokeMs >= holdMs) {
             switch (verdict) {
             case PasteLanding::Verdict::Landed:
-                remember(window, PasteLanding::learn(own));
+                remember(keyOf(plan.target), PasteLanding::learn(own));
                 return std::nullopt;
             case PasteLanding::Verdict::Declined:
                 if (!piece.picture)
@@ -77,7 +83,8 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
     }
 }
 
-DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy, const std::atomic<bool> &cancel) {
+DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
+                                   const std::atomic<bool> &cancel) {
     QStringList notices;
     int declinedPictures = 0;
     bool typed = false;

@@ -24,7 +24,8 @@ public:
 
 private:
     // After the stroke: until the target is done with the piece. Absent when it took it.
-    static std::optional<DeliveryResult::Reason> waitForLanding(const SendPlan &plan, const SendPlan::Piece &piece,
-                                                                qint64 beforeMs, int holdMs,
-                                                                const std::atomic<bool> &cancel, bool *declined);
+    static std::optional<DeliveryResult::Reason> waitForLanding(const SendPlan &plan,
+                                                                const SendPlan::Piece &piece, qint64 beforeMs,
+                                                                int holdMs, const std::atomic<bool> &cancel,
+                                                                bool *declined);
 };

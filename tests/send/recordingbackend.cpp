@@ -94,7 +94,7 @@ DesktopBackend::Focus RecordingBackend::focus(quint64 window) {
 }
 
 QString RecordingBackend::typeName(quint32 type) {
-    return type == textType ? QStringLiteral("UTF8_STRING")
+    return type == textType  ? QStringLiteral("UTF8_STRING")
            : type == pngType ? QStringLiteral("image/png")
                              : QStringLiteral("TARGETS");
 }

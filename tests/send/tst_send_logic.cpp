@@ -77,11 +77,15 @@ private:
     }
 
     QStringList textPictureText(bool isEnter) {
-        return send(phrase({{1, QStringLiteral("before")}, {2, QStringLiteral("pic.png")}, {1, QStringLiteral("after")}}),
+        return send(phrase({{1, QStringLiteral("before")},
+                            {2, QStringLiteral("pic.png")},
+                            {1, QStringLiteral("after")}}),
                     isEnter);
     }
 
-    QString pngLine(qint32 pid) const { return QStringLiteral("paste png %1 bytes -> %2").arg(png_.size()).arg(pid); }
+    QString pngLine(qint32 pid) const {
+        return QStringLiteral("paste png %1 bytes -> %2").arg(png_.size()).arg(pid);
+    }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -193,8 +197,9 @@ private Q_SLOTS:
         desk_->burstGapMs = 0;
         desk_->applications.removeLast();
         for (const QStringList &got : {first, second})
-            QCOMPARE(got, (QStringList{QStringLiteral("activate %1").arg(pid), QStringLiteral("paste before") + to,
-                                       pngLine(pid), QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
+            QCOMPARE(got, (QStringList{QStringLiteral("activate %1").arg(pid),
+                                       QStringLiteral("paste before") + to, pngLine(pid),
+                                       QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
     }
 
     // A target that asks for the data a while after the keys has it pasted before the Enter.
@@ -228,16 +233,18 @@ private Q_SLOTS:
         const QStringList got = textPictureText(true);
         desk_->textOnly = false;
         QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
-                                   QStringLiteral("paste nothing -> 4242"), QStringLiteral("paste after -> 4242"),
-                                   QStringLiteral("enter -> 4242")}));
+                                   QStringLiteral("paste nothing -> 4242"),
+                                   QStringLiteral("paste after -> 4242"), QStringLiteral("enter -> 4242")}));
         QCOMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
     }
 
     void pasteKeysPerProgram() {
         using Key = DesktopBackend::Key;
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("Chat")).stroke, (DesktopBackend::Stroke{Key::V, true, false}));
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("Chat")).stroke,
+                 (DesktopBackend::Stroke{Key::V, true, false}));
         QVERIFY(PasteKeys::forProgram(std::nullopt).takesPictures);
-        for (const char *id : {"org.gnome.Terminal", "konsole", "Xfce4-terminal", "Alacritty", "kitty", "foot"}) {
+        for (const char *id :
+             {"org.gnome.Terminal", "konsole", "Xfce4-terminal", "Alacritty", "kitty", "foot"}) {
             const auto paste = PasteKeys::forProgram(QString::fromLatin1(id));
             QCOMPARE(paste.stroke, (DesktopBackend::Stroke{Key::V, true, true}));
             QVERIFY(!paste.primary);
@@ -249,10 +256,12 @@ private Q_SLOTS:
         AppSettings::setString(QStringLiteral("pasteKeys/XTerm"), QStringLiteral("Ctrl+Shift+V"));
         AppSettings::setString(QStringLiteral("pasteKeys/Chat"), QStringLiteral("shift+insert"));
         AppSettings::setString(QStringLiteral("pasteKeys/kitty"), QStringLiteral("alt+v"));
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm")).stroke, (DesktopBackend::Stroke{Key::V, true, true}));
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm")).stroke,
+                 (DesktopBackend::Stroke{Key::V, true, true}));
         QVERIFY(!PasteKeys::forProgram(QStringLiteral("XTerm")).primary);
         QVERIFY(PasteKeys::forProgram(QStringLiteral("Chat")).primary);
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("kitty")).stroke, (DesktopBackend::Stroke{Key::V, true, true}));
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("kitty")).stroke,
+                 (DesktopBackend::Stroke{Key::V, true, true}));
         for (const char *key : {"pasteKeys/XTerm", "pasteKeys/Chat", "pasteKeys/kitty"})
             AppSettings::setString(QString::fromLatin1(key), QString());
     }
@@ -265,11 +274,13 @@ private Q_SLOTS:
         QCOMPARE(PasteLanding::judge({}, 990, 1500, unknown), Verdict::Waiting);
         QCOMPARE(PasteLanding::judge({}, 990, 990 + PasteLanding::maxWaitMs, unknown), Verdict::Unserved);
         QCOMPARE(PasteLanding::judge(oneBurst, 990, 1300, unknown), Verdict::Waiting);
-        QCOMPARE(PasteLanding::judge(oneBurst, 990, 1002 + PasteLanding::firstQuietMs, unknown), Verdict::Landed);
+        QCOMPARE(PasteLanding::judge(oneBurst, 990, 1002 + PasteLanding::firstQuietMs, unknown),
+                 Verdict::Landed);
         const auto single = PasteLanding::learn(oneBurst);
         QCOMPARE(single.bursts, 1);
         QCOMPARE(PasteLanding::judge(oneBurst, 990, 1002 + PasteLanding::settleMs, single), Verdict::Landed);
-        QCOMPARE(PasteLanding::judge({{1000, false}}, 990, 1000 + PasteLanding::settleMs, single), Verdict::Declined);
+        QCOMPARE(PasteLanding::judge({{1000, false}}, 990, 1000 + PasteLanding::settleMs, single),
+                 Verdict::Declined);
 
         const QList<Request> twoBursts{{1000, false}, {1001, true}, {1500, false}, {1501, true}};
         const auto chromium = PasteLanding::learn(twoBursts);
@@ -277,7 +288,8 @@ private Q_SLOTS:
         QCOMPARE(chromium.gapMs, 499);
         const QList<Request> firstBurst = twoBursts.mid(0, 2);
         QCOMPARE(PasteLanding::judge(firstBurst, 990, 1001 + 600, chromium), Verdict::Waiting);
-        QCOMPARE(PasteLanding::judge(twoBursts, 990, 1501 + PasteLanding::settleMs, chromium), Verdict::Landed);
+        QCOMPARE(PasteLanding::judge(twoBursts, 990, 1501 + PasteLanding::settleMs, chromium),
+                 Verdict::Landed);
         // A first burst slowed down into two is not the second burst.
         const QList<Request> split{{1000, false}, {1001, true}, {1060, true}};
         QCOMPARE(PasteLanding::judge(split, 990, 1060 + PasteLanding::settleMs, chromium), Verdict::Waiting);
@@ -288,7 +300,8 @@ private Q_SLOTS:
     // All or nothing: a step that fails drops the rest of the send, its Enter above all.
     void focusTakenByAnotherProgramDropsTheRest() {
         target(chatPid);
-        PhraseSender::send(phrase({{1, QStringLiteral("before")}, {2, QStringLiteral("pic.png")},
+        PhraseSender::send(phrase({{1, QStringLiteral("before")},
+                                   {2, QStringLiteral("pic.png")},
                                    {1, QStringLiteral("after")}}),
                            true);
         QTRY_VERIFY_WITH_TIMEOUT(desk_->journal().contains(QStringLiteral("paste before -> 4242")), 10000);
@@ -368,11 +381,13 @@ private Q_SLOTS:
         // From another thread the write happens on the GUI thread while the caller waits; a GUI
         // thread that does not answer in time makes the write fail rather than come late.
         std::atomic<int> written{-1};
-        std::thread worker([&written] { written = ClipboardUtil::setText(QStringLiteral("worker")) ? 1 : 0; });
+        std::thread worker(
+            [&written] { written = ClipboardUtil::setText(QStringLiteral("worker")) ? 1 : 0; });
         QTRY_COMPARE_WITH_TIMEOUT(written.load(), 1, 5000);
         worker.join();
         QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("worker"));
-        std::thread blocked([&written] { written = ClipboardUtil::setText(QStringLiteral("too late")) ? 1 : 0; });
+        std::thread blocked(
+            [&written] { written = ClipboardUtil::setText(QStringLiteral("too late")) ? 1 : 0; });
         QThread::msleep(ClipboardUtil::guiWaitMs + 300);
         blocked.join();
         QCOMPARE(written.load(), 0);

@@ -1,6 +1,8 @@
 // Sending into real programs of other makers under a private Xvfb with openbox: Chromium with a
 // chat-like page that posts what its box holds to this test over loopback, a GTK 3 text field
 // (zenity), the GTK text editor mousepad and xterm.
+#include "chatpageserver.h"
+#include "eventloopwait.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
@@ -13,8 +15,6 @@
 #include <QImage>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QWidget>
 #include <QtTest>
@@ -24,71 +24,6 @@
 #include <X11/keysym.h>
 
 namespace {
-
-// Serves the chat page and records what it posts: "/ready" once loaded, "/sent" with the box's
-// content at each Enter.
-struct ChatServer {
-    QTcpServer server;
-    QByteArray page;
-    QList<QPair<QByteArray, QString>> posts;
-
-    bool start() {
-        QFile file(QStringLiteral(PROGRAMS_DIR "/chat.html"));
-        if (!file.open(QIODevice::ReadOnly))
-            return false;
-        page = file.readAll();
-        QObject::connect(&server, &QTcpServer::newConnection, [this] {
-            while (QTcpSocket *socket = server.nextPendingConnection()) {
-                QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] { answer(socket); });
-                QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            }
-        });
-        return server.listen(QHostAddress::LocalHost);
-    }
-
-    QString url(int handlerMs) const {
-        return QStringLiteral("http://127.0.0.1:%1/?h=%2").arg(server.serverPort()).arg(handlerMs);
-    }
-
-    QStringList sent() const {
-        QStringList out;
-        for (const auto &[path, body] : posts)
-            if (path == "/sent")
-                out << body;
-        return out;
-    }
-
-    bool ready() const {
-        return std::any_of(posts.begin(), posts.end(), [](const auto &p) { return p.first == "/ready"; });
-    }
-
-    void answer(QTcpSocket *socket) {
-        QByteArray request = socket->property("request").toByteArray() + socket->readAll();
-        socket->setProperty("request", request);
-        const qsizetype headerEnd = request.indexOf("\r\n\r\n");
-        if (headerEnd < 0)
-            return;
-        const QList<QByteArray> head = request.left(headerEnd).split('\n');
-        qsizetype length = 0;
-        for (const QByteArray &line : head)
-            if (line.toLower().startsWith("content-length:"))
-                length = line.mid(15).trimmed().toLongLong();
-        if (request.size() < headerEnd + 4 + length)
-            return;
-        const QList<QByteArray> first = head.value(0).split(' ');
-        const QByteArray method = first.value(0), path = first.value(1);
-        QByteArray body = "ok", type = "text/plain";
-        if (method == "POST") {
-            posts.append({path, QString::fromUtf8(request.mid(headerEnd + 4, length))});
-        } else {
-            body = page;
-            type = "text/html; charset=utf-8";
-        }
-        socket->write("HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nContent-Length: " +
-                      QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
-        socket->disconnectFromHost();
-    }
-};
 
 std::optional<RunningApplication> windowTitled(const QString &title) {
     for (const RunningApplication &app : WindowActivation::runningApplications())
@@ -160,7 +95,7 @@ private:
 
     void sendAndSettle(const QString &json, bool isEnter) {
         PhraseSender::send(json, isEnter);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 30000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 30000));
     }
 
     static void stop(QProcess &process) {
@@ -202,18 +137,21 @@ private Q_SLOTS:
         QFETCH(int, handlerMs);
         const QString chromium = QStandardPaths::findExecutable(QStringLiteral("chromium"));
         QVERIFY2(!chromium.isEmpty(), "chromium is missing: run scripts/setup");
-        ChatServer chat;
+        ChatPageServer chat;
         QVERIFY(chat.start());
         QTemporaryDir profile;
         // As root Chromium runs only without its sandbox.
-        auto browser = start(chromium, {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + profile.path(),
-                                        QStringLiteral("--no-first-run"), QStringLiteral("--no-default-browser-check"),
-                                        QStringLiteral("--disable-gpu"), QStringLiteral("--password-store=basic"),
-                                        QStringLiteral("--window-size=800,500"), QStringLiteral("--app=") + chat.url(handlerMs)});
+        auto browser =
+            start(chromium,
+                  {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + profile.path(),
+                   QStringLiteral("--no-first-run"), QStringLiteral("--no-default-browser-check"),
+                   QStringLiteral("--disable-gpu"), QStringLiteral("--password-store=basic"),
+                   QStringLiteral("--window-size=800,500"), QStringLiteral("--app=") + chat.url(handlerMs)});
         QTRY_VERIFY_WITH_TIMEOUT(chat.ready(), 60000);
         makeTargetThenFocusOwn(QStringLiteral("Chat"));
         for (int round = 0; round < 2; ++round) {
-            sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")), text(QStringLiteral("after"))}),
+            sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
+                                  text(QStringLiteral("after"))}),
                           true);
             QTRY_COMPARE_WITH_TIMEOUT(chat.sent().size(), round + 1, 10000);
             QCOMPARE(chat.sent()[round], QStringLiteral("before[img]after"));
@@ -243,7 +181,7 @@ private Q_SLOTS:
         QVERIFY2(!mousepad.isEmpty(), "mousepad is missing: run scripts/setup");
         const QString doc = dir_.filePath(QStringLiteral("reply.txt"));
         QFile(doc).open(QIODevice::WriteOnly);
-        auto editor = start(mousepad, {doc});
+        auto editor = start(mousepad, {QStringLiteral("--disable-server"), doc});
         makeTargetThenFocusOwn(QStringLiteral("reply.txt"));
         sendAndSettle(phrase({text(QStringLiteral("Hello from Quillora 123"))}), true);
         QVERIFY(reports_.isEmpty());
@@ -259,8 +197,8 @@ private Q_SLOTS:
         const QString xterm = QStandardPaths::findExecutable(QStringLiteral("xterm"));
         QVERIFY2(!xterm.isEmpty(), "xterm is missing: run scripts/setup");
         const QString out = dir_.filePath(QStringLiteral("typed.txt"));
-        auto terminal = start(xterm, {QStringLiteral("-title"), QStringLiteral("Terminal"), QStringLiteral("-e"),
-                                      QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+        auto terminal = start(xterm, {QStringLiteral("-title"), QStringLiteral("Terminal"),
+                                      QStringLiteral("-e"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
                                       QStringLiteral("stty -echo; cat > '%1'").arg(out)});
         makeTargetThenFocusOwn(QStringLiteral("Terminal"));
         sendAndSettle(phrase({text(QStringLiteral("echo hello")), picture(QStringLiteral("pic.png")),

@@ -1,3 +1,4 @@
+#include "eventloopwait.h"
 #include "send/clipboardutil.h"
 #include "send/phrasedelivery.h"
 #include "send/phrasesender.h"
@@ -137,7 +138,8 @@ private:
     }
 
     QString textPictureText() const {
-        return phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")), text(QStringLiteral("after"))});
+        return phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
+                       text(QStringLiteral("after"))});
     }
 
     // What a text-picture-text phrase with Enter must leave in a target, in this order.
@@ -160,7 +162,7 @@ private:
     // Sends and waits until the send block is over and its keys have been played.
     void sendAndSettle(const QString &json, bool isEnter) {
         PhraseSender::send(json, isEnter);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTest::qWait(300);
     }
 
@@ -300,7 +302,7 @@ private Q_SLOTS:
         PhraseSender::send(phrase({text(QStringLiteral("first"))}), false);
         QVERIFY(PhraseSender::runs());
         PhraseSender::send(phrase({text(QStringLiteral("dropped"))}), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
         QTest::qWait(500);
         QCOMPARE(t.lines().size(), before + 1);
@@ -366,9 +368,12 @@ private Q_SLOTS:
     // that uses the data after it has handled the keys typed meanwhile, as GTK does.
     void slowAndAsynchronousTargetsGetEveryPieceBeforeEnter_data() {
         QTest::addColumn<QStringList>("args");
-        QTest::newRow("second read after 150 ms") << QStringList{QStringLiteral("--reread"), QStringLiteral("150")};
-        QTest::newRow("second read after 500 ms") << QStringList{QStringLiteral("--reread"), QStringLiteral("500")};
-        QTest::newRow("data used 150 ms later") << QStringList{QStringLiteral("--async"), QStringLiteral("150")};
+        QTest::newRow("second read after 150 ms")
+            << QStringList{QStringLiteral("--reread"), QStringLiteral("150")};
+        QTest::newRow("second read after 500 ms")
+            << QStringList{QStringLiteral("--reread"), QStringLiteral("500")};
+        QTest::newRow("data used 150 ms later")
+            << QStringList{QStringLiteral("--async"), QStringLiteral("150")};
     }
 
     void slowAndAsynchronousTargetsGetEveryPieceBeforeEnter() {
@@ -378,7 +383,7 @@ private Q_SLOTS:
         for (int round = 0; round < 2; ++round) {
             const qsizetype before = t.lines().size();
             PhraseSender::send(textPictureText(), true);
-            QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+            QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
             QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
             verifyTextPictureTextEnter(t.lines().mid(before));
             focusOwn();
@@ -400,7 +405,7 @@ private Q_SLOTS:
         ::kill(t.pid, SIGSTOP);
         QTest::qWait(1500);
         ::kill(t.pid, SIGCONT);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTest::qWait(300);
         verifyTextPictureTextEnter(t.lines().mid(before));
         reader.process->terminate();
@@ -409,7 +414,8 @@ private Q_SLOTS:
     // A terminal pastes with its own stroke (xterm: Shift+Insert from PRIMARY); Ctrl+V would be a
     // control character. The picture stays behind and the agent is told.
     void terminalGetsTextWithItsOwnStroke() {
-        Target &t = startTarget({QStringLiteral("--terminal"), QStringLiteral("--class"), QStringLiteral("XTerm")});
+        Target &t =
+            startTarget({QStringLiteral("--terminal"), QStringLiteral("--class"), QStringLiteral("XTerm")});
         makeTargetThenFocusOwn(t);
         const QStringList got = sendAndRead(t, textPictureText(), true);
         QCOMPARE(got.size(), 3);
@@ -443,10 +449,11 @@ private Q_SLOTS:
         PhraseSender::send(textPictureText(), true);
         QTRY_VERIFY_WITH_TIMEOUT(!t.lines().isEmpty(), 10000);
         QVERIFY(WindowActivation::activate(other));
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTest::qWait(300);
         QCOMPARE(t.lines(QStringLiteral(".2")), QStringList());
-        QVERIFY2(!t.lines().contains(QStringLiteral("enter keypad")), qPrintable(t.lines().join(QLatin1Char('|'))));
+        QVERIFY2(!t.lines().contains(QStringLiteral("enter keypad")),
+                 qPrintable(t.lines().join(QLatin1Char('|'))));
         QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("未发送：已切换到其他窗口")});
         // Sent again from there, the phrase goes to the window the agent was in last.
         focusOwn();
@@ -459,7 +466,8 @@ private Q_SLOTS:
 
     // A window that does not say which process it belongs to is a target like any other.
     void windowWithoutProcessIdGetsThePhrase() {
-        Target &t = startTarget({QStringLiteral("--no-pid"), QStringLiteral("--title"), QStringLiteral("No pid")});
+        Target &t =
+            startTarget({QStringLiteral("--no-pid"), QStringLiteral("--title"), QStringLiteral("No pid")});
         makeWindowTargetThenFocusOwn(QStringLiteral("No pid"));
         QCOMPARE(TargetWindowTracker::lastTarget()->processIdentifier, -1);
         sendAndSettle(textPictureText(), true);
@@ -510,7 +518,7 @@ private Q_SLOTS:
                 if (display)
                     XCloseDisplay(display);
             });
-            QTest::qWaitFor([] { return !PhraseSender::runs(); }, 20000);
+            EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000);
             jumper.join();
             QVERIFY(!PhraseSender::runs());
             QTest::qWait(200);

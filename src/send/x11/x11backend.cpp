@@ -3,8 +3,8 @@
 #include <QHash>
 #include <algorithm>
 #include <iostream>
-#include <unistd.h>
 #include <mutex>
+#include <unistd.h>
 #include <vector>
 
 // X headers last: their macros (None, Bool, Status) clash with names in Qt headers.

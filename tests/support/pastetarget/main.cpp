@@ -110,7 +110,8 @@ int main(int argc, char **argv) {
     for (int i = windowCount; i >= 1; --i) {
         auto window = std::make_unique<QWidget>();
         window->setWindowTitle(i == 1 ? title : title + QStringLiteral(" %1").arg(i));
-        const QString log = parser.value(QStringLiteral("log")) + (i == 1 ? QString() : QStringLiteral(".%1").arg(i));
+        const QString log =
+            parser.value(QStringLiteral("log")) + (i == 1 ? QString() : QStringLiteral(".%1").arg(i));
         auto *field = new PasteField(log, parser.isSet(QStringLiteral("stamp")), behaviour, window.get());
         (new QVBoxLayout(window.get()))->addWidget(field);
         window->resize(360, 80);
