@@ -27,7 +27,7 @@ namespace {
 
 std::optional<RunningApplication> windowTitled(const QString &title) {
     for (const RunningApplication &app : WindowActivation::runningApplications())
-        if (app.localizedName.startsWith(title))
+        if (app.localizedName.contains(title))
             return app;
     return std::nullopt;
 }

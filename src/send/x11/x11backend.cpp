@@ -220,8 +220,12 @@ struct X11Backend::Impl {
         app.bundleIdentifier = cached->bundleIdentifier;
         const QString &className = cached->className;
 
+        // Older programs (xterm) name their windows only in WM_NAME, a Latin-1 string.
         if (auto name = text(w, wmName); name && !name->isEmpty())
             app.localizedName = *name;
+        else if (Property old; read(w, XA_WM_NAME, 4096, old) == Read::Ok && old.format == 8 && old.count > 0)
+            app.localizedName =
+                QString::fromLatin1(reinterpret_cast<const char *>(old.data.get()), qsizetype(old.count));
         else
             app.localizedName = className;
         return app;
