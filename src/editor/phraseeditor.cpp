@@ -2,8 +2,8 @@
 
 #include "cloud/imageutil.h"
 #include "model/contentformat.h"
+#include "model/pathops.h"
 #include "store/localpath.h"
-#include "store/pathops.h"
 
 #include <QBuffer>
 #include <QDir>

@@ -14,8 +14,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "editor/classdialog.h"
-
 namespace {
 // Keeps the selection when the empty part of the strip is clicked and reports right presses there.
 class ClassStrip : public QListWidget {
@@ -61,32 +59,32 @@ ClassList::ClassList(QWidget *parent) : QWidget(parent) {
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
-    menu_添加分类 = menu->addAction(QString::fromUtf8("添加分类"));
-    menu_编辑分类 = menu->addAction(QString::fromUtf8("编辑分类"));
+    addClassAction = menu->addAction(QString::fromUtf8("添加分类"));
+    editClassAction = menu->addAction(QString::fromUtf8("编辑分类"));
     menu->addSeparator();
-    menu_向上移动 = menu->addAction(QString::fromUtf8("向上移动"));
-    menu_向下移动 = menu->addAction(QString::fromUtf8("向下移动"));
+    moveUpAction = menu->addAction(QString::fromUtf8("向上移动"));
+    moveDownAction = menu->addAction(QString::fromUtf8("向下移动"));
     menu->addSeparator();
-    menu_删除选中 = menu->addAction(QString::fromUtf8("删除选中"));
-    connect(menu, &QMenu::triggered, this, &ClassList::MenuAction);
+    deleteAction = menu->addAction(QString::fromUtf8("删除选中"));
+    connect(menu, &QMenu::triggered, this, &ClassList::menuActionTriggered);
     connect(collectionView, &QListWidget::itemSelectionChanged, this, &ClassList::selectionChanged);
 
-    ClassOperations::viewListener = this;
+    ClassStore::listener = this;
     reloadMenuState();
 }
 
 ClassList::~ClassList() {
-    if (ClassOperations::viewListener == this)
-        ClassOperations::viewListener = nullptr;
+    if (ClassStore::listener == this)
+        ClassStore::listener = nullptr;
 }
 
 void ClassList::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    ClassOperations::viewListener = this;
+    ClassStore::listener = this;
 }
 
-void ClassList::reloadWordData() {
-    dataSource = ClassOperations::db().getAll(App::userInfo().username);
+void ClassList::reloadData() {
+    dataSource = ClassStore::shared().getAll(App::userInfo().username);
     applyingSelection_ = true;
     collectionView->clear();
     for (int row = 0; row < dataSource.size(); ++row) {
@@ -103,8 +101,7 @@ void ClassList::reloadWordData() {
 
 void ClassList::reloadSelectedData() {
     // The strip never stays without a selection while it has classes.
-    setSelection(_selectIndexPathAll.isEmpty() && !dataSource.isEmpty() ? QList<int>{0}
-                                                                        : _selectIndexPathAll);
+    setSelection(selectedRows.isEmpty() && !dataSource.isEmpty() ? QList<int>{0} : selectedRows);
 }
 
 void ClassList::setSelection(const QList<int> &rows) {
@@ -138,7 +135,7 @@ void ClassList::selectionChanged() {
     if (applyingSelection_)
         return;
     const QList<int> rows = ListSelection::selectedRows(collectionView);
-    _selectIndexPathAll = rows;
+    selectedRows = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = cellAt(r))
             cell->setSelect(rows.contains(r));
@@ -161,12 +158,12 @@ void ClassList::selectionChanged() {
 }
 
 void ClassList::reloadMenuState() {
-    const qsizetype n = _selectIndexPathAll.size();
-    menu_添加分类->setEnabled(true);
-    menu_编辑分类->setEnabled(n == 1);
-    menu_向上移动->setEnabled(n == 1);
-    menu_向下移动->setEnabled(n == 1);
-    menu_删除选中->setEnabled(n >= 1);
+    const qsizetype n = selectedRows.size();
+    addClassAction->setEnabled(true);
+    editClassAction->setEnabled(n == 1);
+    moveUpAction->setEnabled(n == 1);
+    moveDownAction->setEnabled(n == 1);
+    deleteAction->setEnabled(n >= 1);
 }
 
 void ClassList::openMenu(const QPoint &globalPos) {
@@ -176,39 +173,34 @@ void ClassList::openMenu(const QPoint &globalPos) {
 }
 
 void ClassList::onRightClick(int indexPath) {
-    if (_selectIndexPathAll.size() < 2)
+    if (selectedRows.size() < 2)
         setSelection({indexPath});
     openMenu(QCursor::pos());
 }
 
 void ClassList::onChange() {
-    reloadWordData();
+    reloadData();
 }
 
-void ClassList::MenuAction(QAction *action) {
+void ClassList::menuActionTriggered(QAction *action) {
     const QString title = action->text();
-    const QList<int> sel = _selectIndexPathAll;
+    const QList<int> sel = selectedRows;
     const QString user = App::userInfo().username;
     if (title == QString::fromUtf8("添加分类")) {
-        ClassDialog dialog(std::nullopt, window());
-        dialog.setWindowTitle(QString::fromUtf8("添加分类"));
-        dialog.exec();
+        Q_EMIT classDialogRequested(std::nullopt);
     } else if (title == QString::fromUtf8("编辑分类")) {
-        if (sel.size() == 1) {
-            ClassDialog dialog(dataSource[sel.first()], window());
-            dialog.setWindowTitle(QString::fromUtf8("编辑分类"));
-            dialog.exec();
-        }
+        if (sel.size() == 1)
+            Q_EMIT classDialogRequested(dataSource[sel.first()]);
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() == 1 && sel.first() > 0) {
             const int i = sel.first();
-            _selectIndexPathAll = {i - 1};
+            selectedRows = {i - 1};
             ClassOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
         }
     } else if (title == QString::fromUtf8("向下移动")) {
         if (sel.size() == 1 && sel.first() < dataSource.size() - 1) {
             const int i = sel.first();
-            _selectIndexPathAll = {i + 1};
+            selectedRows = {i + 1};
             ClassOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
         }
     } else if (title == QString::fromUtf8("删除选中")) {
@@ -216,7 +208,7 @@ void ClassList::MenuAction(QAction *action) {
             QString signs;
             for (int r : sel)
                 signs += dataSource[r].sign + QLatin1Char('|');
-            _selectIndexPathAll.clear();
+            selectedRows.clear();
             ClassOperations::remove(signs, user);
         }
     }

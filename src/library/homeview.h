@@ -23,12 +23,12 @@ public:
 
     QSystemTrayIcon *statusBarItem = nullptr;
     QWidget *wordBlock = nullptr;
-    QLabel *IconImageView = nullptr;
-    ElidedLabel *IconLabelView = nullptr;
-    LibraryPanel *wordControl = nullptr;
-    SearchResultList *searchListControl = nullptr;
+    QLabel *targetIcon = nullptr;
+    ElidedLabel *targetName = nullptr;
+    LibraryPanel *libraryPanel = nullptr;
+    SearchResultList *searchResults = nullptr;
     QLineEdit *searchTextView = nullptr;
-    bool one = false;
+    bool firstShown = false;
 
     void showView();
     void moveWindowToRight();

@@ -86,7 +86,7 @@ void LibraryPanel::refreshLabel() {
         labelTextView->setText(QString());
         return;
     }
-    const QString count = PhraseOperations::db().getCount(shown_->username, shown_->sign);
+    const QString count = PhraseStore::shared().getCount(shown_->username, shown_->sign);
     labelTextView->setText(shown_->label + "(" + count + ")");
 }
 

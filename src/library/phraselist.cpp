@@ -13,9 +13,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "editor/createphrasedialog.h"
-#include "editor/editphrasedialog.h"
-
 PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -26,31 +23,31 @@ PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
         cell->listener = this;
         if (row >= 0 && row < dataSource.size())
             cell->setData(row, dataSource[row]);
-        cell->setSelect(_selectIndexPathAll.contains(row));
+        cell->setSelect(selectedRows.contains(row));
         return cell;
     });
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
-    menu_添加短语 = menu->addAction(QString::fromUtf8("添加短语"));
-    menu_编辑短语 = menu->addAction(QString::fromUtf8("编辑短语"));
+    addPhraseAction = menu->addAction(QString::fromUtf8("添加短语"));
+    editPhraseAction = menu->addAction(QString::fromUtf8("编辑短语"));
     menu->addSeparator();
-    menu_向上移动 = menu->addAction(QString::fromUtf8("向上移动"));
-    menu_向下移动 = menu->addAction(QString::fromUtf8("向下移动"));
+    moveUpAction = menu->addAction(QString::fromUtf8("向上移动"));
+    moveDownAction = menu->addAction(QString::fromUtf8("向下移动"));
     menu->addSeparator();
-    menu_删除选中 = menu->addAction(QString::fromUtf8("删除选中"));
+    deleteAction = menu->addAction(QString::fromUtf8("删除选中"));
     connect(menu, &QMenu::triggered, this, &PhraseList::menuActionTriggered);
 
     connect(collectionView, &QListWidget::itemSelectionChanged, this, &PhraseList::selectionChanged);
     connect(collectionView, &LazyRowList::emptyAreaRightPressed, this, &PhraseList::openMenu);
 
-    PhraseOperations::listener = this;
+    PhraseStore::listener = this;
     reloadMenuState();
 }
 
 PhraseList::~PhraseList() {
-    if (PhraseOperations::listener == this)
-        PhraseOperations::listener = nullptr;
+    if (PhraseStore::listener == this)
+        PhraseStore::listener = nullptr;
 }
 
 QString PhraseList::currentUsername() const {
@@ -59,19 +56,20 @@ QString PhraseList::currentUsername() const {
 
 void PhraseList::setWordData(const std::optional<PhraseClass> &data) {
     if (data) {
-        parSign = data->sign;
+        shownClassSign = data->sign;
         username = data->username;
     } else {
-        parSign.reset();
+        shownClassSign.reset();
         username.reset();
     }
-    _selectIndexPathAll.clear();
-    reloadWordData();
+    selectedRows.clear();
+    reloadData();
     collectionView->scrollToTop();
 }
 
-void PhraseList::reloadWordData() {
-    dataSource = parSign ? PhraseOperations::db().getAll(*parSign, currentUsername()) : QList<Phrase>{};
+void PhraseList::reloadData() {
+    dataSource =
+        shownClassSign ? PhraseStore::shared().getAll(*shownClassSign, currentUsername()) : QList<Phrase>{};
     applyingSelection_ = true;
     collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
     applyingSelection_ = false;
@@ -81,7 +79,7 @@ void PhraseList::reloadWordData() {
 }
 
 void PhraseList::reloadSelectedData() {
-    setSelection(_selectIndexPathAll);
+    setSelection(selectedRows);
 }
 
 void PhraseList::setSelection(const QList<int> &rows) {
@@ -112,7 +110,7 @@ void PhraseList::selectionChanged() {
     if (applyingSelection_)
         return;
     const QList<int> rows = ListSelection::selectedRows(collectionView);
-    _selectIndexPathAll = rows;
+    selectedRows = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = qobject_cast<PhraseRow *>(collectionView->existingCellAt(r)))
             cell->setSelect(rows.contains(r));
@@ -120,12 +118,12 @@ void PhraseList::selectionChanged() {
 }
 
 void PhraseList::reloadMenuState() {
-    const qsizetype n = _selectIndexPathAll.size();
-    menu_添加短语->setEnabled(parSign.has_value());
-    menu_编辑短语->setEnabled(n == 1);
-    menu_向上移动->setEnabled(n == 1);
-    menu_向下移动->setEnabled(n == 1);
-    menu_删除选中->setEnabled(n >= 1);
+    const qsizetype n = selectedRows.size();
+    addPhraseAction->setEnabled(shownClassSign.has_value());
+    editPhraseAction->setEnabled(n == 1);
+    moveUpAction->setEnabled(n == 1);
+    moveDownAction->setEnabled(n == 1);
+    deleteAction->setEnabled(n >= 1);
 }
 
 void PhraseList::openMenu(const QPoint &globalPos) {
@@ -136,7 +134,7 @@ void PhraseList::openMenu(const QPoint &globalPos) {
 
 void PhraseList::onRightClick(int indexPath, const Phrase &) {
     // With two or more selected the menu acts on all of them.
-    if (_selectIndexPathAll.size() < 2)
+    if (selectedRows.size() < 2)
         setSelection({indexPath});
     openMenu(QCursor::pos());
 }
@@ -150,36 +148,34 @@ void PhraseList::onDoubleClick(int, const Phrase &data) {
 }
 
 void PhraseList::onDataChange() {
-    reloadWordData();
+    reloadData();
 }
 
 void PhraseList::menuActionTriggered(QAction *action) {
     std::cout << "===>>>>>>>   Menu Action -!" << std::endl;
     const QString title = action->text();
-    const QList<int> sel = _selectIndexPathAll;
+    const QList<int> sel = selectedRows;
     const QString user = currentUsername();
     if (title == QString::fromUtf8("添加短语")) {
-        if (!parSign)
+        if (!shownClassSign)
             return;
-        CreatePhraseDialog dialog(*parSign, user, window());
-        dialog.exec();
+        Q_EMIT createPhraseRequested(*shownClassSign);
     } else if (title == QString::fromUtf8("编辑短语")) {
         if (sel.size() != 1)
             return;
-        EditPhraseDialog dialog(dataSource[sel.first()], window());
-        dialog.exec();
+        Q_EMIT editPhraseRequested(dataSource[sel.first()]);
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() != 1 || sel.first() <= 0)
             return;
         const int i = sel.first();
         // The selection follows the moved phrase.
-        _selectIndexPathAll = {i - 1};
+        selectedRows = {i - 1};
         PhraseOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
     } else if (title == QString::fromUtf8("向下移动")) {
         if (sel.size() != 1 || sel.first() >= dataSource.size() - 1)
             return;
         const int i = sel.first();
-        _selectIndexPathAll = {i + 1};
+        selectedRows = {i + 1};
         PhraseOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
     } else if (title == QString::fromUtf8("删除选中")) {
         if (sel.isEmpty() || dataSource.isEmpty())
@@ -187,7 +183,7 @@ void PhraseList::menuActionTriggered(QAction *action) {
         QString signs;
         for (int r : sel)
             signs += dataSource[r].sign + QLatin1Char('|');
-        _selectIndexPathAll.clear();
+        selectedRows.clear();
         PhraseOperations::remove(signs, user);
     }
 }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "library/phrasechangelistener.h"
 #include "library/phraserowlistener.h"
 #include "model/phrase.h"
 #include "model/phraseclass.h"
+#include "store/phrasechangelistener.h"
 
 #include <QList>
 #include <QWidget>
@@ -24,20 +24,20 @@ public:
 
     LazyRowList *collectionView = nullptr;
     // Selected rows in ascending order.
-    QList<int> _selectIndexPathAll;
+    QList<int> selectedRows;
     QList<Phrase> dataSource;
-    std::optional<QString> parSign;
+    std::optional<QString> shownClassSign;
     std::optional<QString> username;
 
     QMenu *menu = nullptr;
-    QAction *menu_添加短语 = nullptr;
-    QAction *menu_编辑短语 = nullptr;
-    QAction *menu_向上移动 = nullptr;
-    QAction *menu_向下移动 = nullptr;
-    QAction *menu_删除选中 = nullptr;
+    QAction *addPhraseAction = nullptr;
+    QAction *editPhraseAction = nullptr;
+    QAction *moveUpAction = nullptr;
+    QAction *moveDownAction = nullptr;
+    QAction *deleteAction = nullptr;
 
     void setWordData(const std::optional<PhraseClass> &data);
-    void reloadWordData();
+    void reloadData();
     void reloadSelectedData();
     void reloadMenuState();
     void menuActionTriggered(QAction *action);
@@ -60,6 +60,9 @@ Q_SIGNALS:
     void menuOpened();
     // The rows were read again from the store.
     void dataReloaded();
+    // 添加短语 in the shown class, or 编辑短语; the application opens the dialog.
+    void createPhraseRequested(const QString &classSign);
+    void editPhraseRequested(const Phrase &phrase);
 
 private:
     void selectionChanged();

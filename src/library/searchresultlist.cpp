@@ -19,7 +19,7 @@ SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
         cell->listener = this;
         if (row >= 0 && row < dataSource.size())
             cell->setData(row, dataSource[row], keyString.value_or(QString()));
-        cell->setSelect(_selectIndexPathAll.contains(row));
+        cell->setSelect(selectedRows.contains(row));
         return cell;
     });
     layout->addWidget(collectionView);
@@ -34,7 +34,7 @@ SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
 void SearchResultList::setData(const QList<Phrase> &data, const QString &key) {
     dataSource = data;
     keyString = key;
-    _selectIndexPathAll.clear();
+    selectedRows.clear();
     applyingSelection_ = true;
     collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
     applyingSelection_ = false;
@@ -58,14 +58,14 @@ void SearchResultList::selectionChanged() {
     if (applyingSelection_)
         return;
     const QList<int> rows = ListSelection::selectedRows(collectionView);
-    _selectIndexPathAll = rows;
+    selectedRows = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = qobject_cast<SearchResultRow *>(collectionView->existingCellAt(r)))
             cell->setSelect(rows.contains(r));
 }
 
 void SearchResultList::onRightClick(int indexPath, const Phrase &) {
-    if (_selectIndexPathAll.size() < 2)
+    if (selectedRows.size() < 2)
         setSelection({indexPath});
 }
 

@@ -18,7 +18,7 @@ public:
 
     LazyRowList *collectionView = nullptr;
     QList<Phrase> dataSource;
-    QList<int> _selectIndexPathAll;
+    QList<int> selectedRows;
     std::optional<QString> keyString;
 
     void setData(const QList<Phrase> &data, const QString &keyString);

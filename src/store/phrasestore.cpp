@@ -182,3 +182,13 @@ QString PhraseStore::countOf(const char *sql, const std::function<void(SQLite::S
         return QStringLiteral("---");
     }
 }
+
+PhraseStore &PhraseStore::shared() {
+    static PhraseStore shared;
+    return shared;
+}
+
+void PhraseStore::notifyChanged() {
+    if (listener)
+        listener->onDataChange();
+}

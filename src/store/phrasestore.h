@@ -2,6 +2,7 @@
 
 #include "model/phrase.h"
 #include "store/localstore.h"
+#include "store/phrasechangelistener.h"
 
 #include <QList>
 #include <QString>
@@ -10,6 +11,13 @@
 
 class PhraseStore : public LocalStore {
 public:
+    // The one store object the application shares; lists and the synchronisation write through it.
+    static PhraseStore &shared();
+    // Told after every change the application makes to the table. A view that sets itself here
+    // must clear the slot before it goes away.
+    static inline PhraseChangeListener *listener = nullptr;
+    static void notifyChanged();
+
     bool create(const QString &parentSign, const QString &sign, const QString &label,
                 const QString &jsonValue, qint64 position, const QString &username);
     // `delete` is a keyword; remove is the nearest legal name.

@@ -91,7 +91,7 @@ int gateChild(int argc, char **argv) {
         // The home view over a database that cannot be opened: a box, then an empty library.
         HomeView home;
         QTimer::singleShot(1000, &app, [&home] {
-            std::cout << "classes=" << home.wordControl->classList->dataSource.size() << std::endl;
+            std::cout << "classes=" << home.libraryPanel->classList->dataSource.size() << std::endl;
             QCoreApplication::exit(0);
         });
         return app.exec();
@@ -528,13 +528,13 @@ private Q_SLOTS:
         window_ = openLogin(&login);
         home_ = signIn(window_, login, "demo", "demo123456", false);
         QVERIFY(home_);
-        LibraryPanel *word = home_->wordControl;
+        LibraryPanel *word = home_->libraryPanel;
         ClassList *classes = word->classList;
         PhraseList *phrases = home_->phraseList();
         QTRY_COMPARE_WITH_TIMEOUT(classes->dataSource.size(), 3, 20000);
         QTRY_VERIFY_WITH_TIMEOUT(word->loadingBar->isHidden() && !word->cloudButton->isHidden(), 20000);
         QCOMPARE(classes->dataSource[1].label, QString("售后服务"));
-        QCOMPARE(classes->_selectIndexPathAll, QList<int>{0});
+        QCOMPARE(classes->selectedRows, QList<int>{0});
         QTRY_COMPARE_WITH_TIMEOUT(phrases->dataSource.size(), 3, 20000);
         QCOMPARE(word->labelTextView->text(), classes->dataSource[0].label + "(3)");
         QCOMPARE(phrases->cellAt(0)->label->text(), QString("问候"));
@@ -544,7 +544,7 @@ private Q_SLOTS:
         const QRect screen = QGuiApplication::primaryScreen()->geometry();
         QTRY_COMPARE_WITH_TIMEOUT(window_->geometry(), QRect(screen.width() - 305, 0, 300, screen.height()),
                                   10000);
-        QVERIFY(home_->one);
+        QVERIFY(home_->firstShown);
         QVERIFY(home_->statusBarItem);
         QCOMPARE(home_->trayMenu(), home_->statusBarItem->contextMenu());
 
@@ -580,16 +580,16 @@ private Q_SLOTS:
     void contextMenusFollowTheSelection() {
         QVERIFY(home_);
         PhraseList *phrases = home_->phraseList();
-        ClassList *classes = home_->wordControl->classList;
+        ClassList *classes = home_->libraryPanel->classList;
         auto enabled = [](QList<QAction *> items) {
             QList<bool> out;
             for (QAction *a : items)
                 out.append(a->isEnabled());
             return out;
         };
-        const QList<QAction *> listItems{phrases->menu_添加短语, phrases->menu_编辑短语,
-                                         phrases->menu_向上移动, phrases->menu_向下移动,
-                                         phrases->menu_删除选中};
+        const QList<QAction *> listItems{phrases->addPhraseAction, phrases->editPhraseAction,
+                                         phrases->moveUpAction, phrases->moveDownAction,
+                                         phrases->deleteAction};
         QStringList titles;
         for (QAction *a : phrases->menu->actions())
             titles.append(a->isSeparator() ? "-" : a->text());
@@ -602,9 +602,9 @@ private Q_SLOTS:
         phrases->setSelection({0, 1, 2});
         QCOMPARE(enabled(listItems), (QList<bool>{true, false, false, false, true}));
 
-        const QList<QAction *> classItems{classes->menu_添加分类, classes->menu_编辑分类,
-                                          classes->menu_向上移动, classes->menu_向下移动,
-                                          classes->menu_删除选中};
+        const QList<QAction *> classItems{classes->addClassAction, classes->editClassAction,
+                                          classes->moveUpAction, classes->moveDownAction,
+                                          classes->deleteAction};
         QCOMPARE(enabled(classItems), (QList<bool>{true, true, true, true, true}));
         classes->setSelection({0, 1, 2});
         QCOMPARE(enabled(classItems), (QList<bool>{true, false, false, false, true}));
@@ -615,27 +615,27 @@ private Q_SLOTS:
         QSignalSpy opened(phrases, &PhraseList::menuOpened);
         QTest::mousePress(phrases->cellAt(2)->label, Qt::RightButton);
         QCOMPARE(opened.size(), 1);
-        QCOMPARE(phrases->_selectIndexPathAll, QList<int>{2});
+        QCOMPARE(phrases->selectedRows, QList<int>{2});
         phrases->menu->close();
         // ... while three selected stay selected.
         phrases->setSelection({0, 1, 2});
         QTest::mousePress(phrases->cellAt(1)->value, Qt::RightButton);
         QCOMPARE(opened.size(), 2);
-        QCOMPARE(phrases->_selectIndexPathAll, (QList<int>{0, 1, 2}));
+        QCOMPARE(phrases->selectedRows, (QList<int>{0, 1, 2}));
         phrases->menu->close();
         // The same rule on the class strip.
         QTest::mousePress(classes->cellAt(2), Qt::RightButton);
-        QCOMPARE(classes->_selectIndexPathAll, QList<int>{2});
+        QCOMPARE(classes->selectedRows, QList<int>{2});
         classes->menu->close();
         classes->setSelectIndex(0);
 
         // With no class shown, no phrase can be added.
         phrases->setWordData(std::nullopt);
-        QVERIFY(!phrases->menu_添加短语->isEnabled());
+        QVERIFY(!phrases->addPhraseAction->isEnabled());
         QVERIFY(phrases->dataSource.isEmpty());
         classes->setSelection({1});
         classes->setSelection({0});
-        QVERIFY(phrases->menu_添加短语->isEnabled());
+        QVERIFY(phrases->addPhraseAction->isEnabled());
         QCOMPARE(phrases->dataSource.size(), 3);
     }
 
@@ -646,36 +646,36 @@ private Q_SLOTS:
         QCOMPARE(before.size(), 3);
         QSignalSpy reloaded(phrases, &PhraseList::dataReloaded);
         phrases->setSelection({0});
-        phrases->menuActionTriggered(phrases->menu_向上移动);
+        phrases->menuActionTriggered(phrases->moveUpAction);
         phrases->setSelection({2});
-        phrases->menuActionTriggered(phrases->menu_向下移动);
+        phrases->menuActionTriggered(phrases->moveDownAction);
         QTest::qWait(1500);
         QCOMPARE(reloaded.size(), 0);
         QCOMPARE(signsOf(phrases->dataSource), before);
 
         // A move that can happen does, and the selection follows the phrase.
         phrases->setSelection({2});
-        phrases->menuActionTriggered(phrases->menu_向上移动);
+        phrases->menuActionTriggered(phrases->moveUpAction);
         QTRY_COMPARE_WITH_TIMEOUT(signsOf(phrases->dataSource),
                                   (QList<QString>{before[0], before[2], before[1]}), 20000);
-        QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
-        QCOMPARE(signsOf(PhraseOperations::db().getAll(phrases->parSign.value(), "demo")),
+        QCOMPARE(phrases->selectedRows, QList<int>{1});
+        QCOMPARE(signsOf(PhraseStore::shared().getAll(phrases->shownClassSign.value(), "demo")),
                  (QList<QString>{before[0], before[2], before[1]}));
     }
 
     void searchColoursAndClearingRestores() {
         QVERIFY(home_);
         PhraseList *phrases = home_->phraseList();
-        ClassList *classes = home_->wordControl->classList;
+        ClassList *classes = home_->libraryPanel->classList;
         classes->setSelectIndex(0);
         phrases->setSelection({1});
         const QList<QString> shownBefore = signsOf(phrases->dataSource);
 
         QLineEdit *field = home_->searchField();
         field->insert("请");
-        QVERIFY(home_->searchListControl->isVisible());
-        QVERIFY(!home_->wordControl->isVisible());
-        SearchResultList *results = home_->searchListControl;
+        QVERIFY(home_->searchResults->isVisible());
+        QVERIFY(!home_->libraryPanel->isVisible());
+        SearchResultList *results = home_->searchResults;
         // every phrase whose label or text has the keyword, over all classes
         QCOMPARE(results->dataSource.size(), 4);
         QCOMPARE(results->keyString.value(), QString("请"));
@@ -707,15 +707,15 @@ private Q_SLOTS:
 
         field->insert("不存在的词");
         QVERIFY(results->dataSource.isEmpty());
-        QVERIFY(home_->searchListControl->isVisible());
+        QVERIFY(home_->searchResults->isVisible());
 
         // Clearing brings the library back as it was.
         field->clear();
-        QVERIFY(!home_->searchListControl->isVisible());
-        QVERIFY(home_->wordControl->isVisible());
-        QCOMPARE(classes->_selectIndexPathAll, QList<int>{0});
+        QVERIFY(!home_->searchResults->isVisible());
+        QVERIFY(home_->libraryPanel->isVisible());
+        QCOMPARE(classes->selectedRows, QList<int>{0});
         QCOMPARE(signsOf(phrases->dataSource), shownBefore);
-        QCOMPARE(phrases->_selectIndexPathAll, QList<int>{1});
+        QCOMPARE(phrases->selectedRows, QList<int>{1});
     }
 
     // A double click pastes into the application last in front; the send button also presses Enter.
@@ -750,9 +750,9 @@ private Q_SLOTS:
                                      TargetWindowTracker::lastTarget()->processIdentifier == pid,
                                  10000);
         // The home window shows where phrases go.
-        QTRY_COMPARE_WITH_TIMEOUT(home_->IconLabelView->text(),
-                                  TargetWindowTracker::lastTarget()->localizedName, 5000);
-        QVERIFY(!home_->IconLabelView->text().isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(home_->targetName->text(), TargetWindowTracker::lastTarget()->localizedName,
+                                  5000);
+        QVERIFY(!home_->targetName->text().isEmpty());
 
         // Back into the home window: the target stays the chat window.
         const qint32 own = qint32(QCoreApplication::applicationPid());
@@ -785,20 +785,20 @@ private Q_SLOTS:
     void deleteThreeSelected() {
         QVERIFY(home_);
         PhraseList *phrases = home_->phraseList();
-        const QString classSign = phrases->parSign.value();
+        const QString classSign = phrases->shownClassSign.value();
         QCOMPARE(phrases->dataSource.size(), 3);
         phrases->setSelection({0, 1, 2});
-        phrases->menuActionTriggered(phrases->menu_删除选中);
+        phrases->menuActionTriggered(phrases->deleteAction);
         QTRY_VERIFY_WITH_TIMEOUT(phrases->dataSource.isEmpty(), 20000);
-        QVERIFY(PhraseOperations::db().getAll(classSign, "demo").isEmpty());
-        QCOMPARE(home_->wordControl->labelTextView->text(),
-                 home_->wordControl->classList->dataSource[0].label + "(0)");
+        QVERIFY(PhraseStore::shared().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(home_->libraryPanel->labelTextView->text(),
+                 home_->libraryPanel->classList->dataSource[0].label + "(0)");
         // The service agrees: a fresh synchronisation brings back nothing for that class.
-        home_->wordControl->cloudButtonClick();
-        QTRY_VERIFY_WITH_TIMEOUT(home_->wordControl->loadingBar->isHidden(), 20000);
+        home_->libraryPanel->cloudButtonClick();
+        QTRY_VERIFY_WITH_TIMEOUT(home_->libraryPanel->loadingBar->isHidden(), 20000);
         QTest::qWait(300);
-        QVERIFY(PhraseOperations::db().getAll(classSign, "demo").isEmpty());
-        QCOMPARE(PhraseOperations::db().getLikeAll("退换", "demo").size(), 1);
+        QVERIFY(PhraseStore::shared().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(PhraseStore::shared().getLikeAll("退换", "demo").size(), 1);
     }
 
     void cleanupTestCase() {

@@ -556,16 +556,16 @@ private Q_SLOTS:
         for (const auto &r : responder.requests())
             pictureRequests += r.path.startsWith("/api/resource/word/getImage64/");
         QCOMPARE(pictureRequests, 1);
-        QCOMPARE(PhraseOperations::db().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
+        QCOMPARE(PhraseStore::shared().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
                  QStringLiteral("C1"));
     }
 
     void synchronisationWithoutNetworkKeepsTheLibraryAndEnds() {
         App::userInfo().username = QStringLiteral("offline-user");
-        QVERIFY(ClassOperations::db().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
-                                             QStringLiteral("offline-user")));
-        QVERIFY(PhraseOperations::db().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
-                                              QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
+        QVERIFY(ClassStore::shared().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
+                                            QStringLiteral("offline-user")));
+        QVERIFY(PhraseStore::shared().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
+                                             QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
         pointAt(deadUrl());
         CountingSyncListener d;
         LibrarySync::listener = &d;
@@ -581,8 +581,8 @@ private Q_SLOTS:
         QVERIFY(!LibrarySync::isCloud());
         QCOMPARE(d.starts, 1);
         QCOMPARE(d.stops, 1);
-        QCOMPARE(ClassOperations::db().getAll(QStringLiteral("offline-user")).size(), 1);
-        QVERIFY(PhraseOperations::db().getData(QStringLiteral("W")).has_value());
+        QCOMPARE(ClassStore::shared().getAll(QStringLiteral("offline-user")).size(), 1);
+        QVERIFY(PhraseStore::shared().getData(QStringLiteral("W")).has_value());
     }
 };
 

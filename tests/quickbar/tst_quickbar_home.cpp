@@ -105,10 +105,10 @@ private Q_SLOTS:
     void hoverSelectsThePhraseRow() {
         PhraseList *list = home_->phraseList();
         pointerTo(centreOf(bar_->item(1)));
-        QTRY_COMPARE(list->_selectIndexPathAll, QList<int>{1});
+        QTRY_COMPARE(list->selectedRows, QList<int>{1});
         pointerTo(centreOf(bar_->item(8)));
         QTRY_VERIFY(bar_->item(8)->isHighlighted());
-        QCOMPARE(list->_selectIndexPathAll, QList<int>{1});
+        QCOMPARE(list->selectedRows, QList<int>{1});
         QCOMPARE(activeWindow(), target_.window());
     }
 
