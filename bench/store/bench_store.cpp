@@ -204,6 +204,32 @@ void BM_GetLikeAll_None(benchmark::State &state) {
     likeBenchmark(state, QStringLiteral("不存在的词"));
 }
 
+// The in-memory index: each iteration is one full scan, alternating two keys so that neither narrows
+// from the other.
+void BM_SearchIds_FullScan(benchmark::State &state) {
+    fillLibrary(int(state.range(0)));
+    PhraseStore store;
+    const QString keys[2] = {QStringLiteral("退款"), QStringLiteral("顺丰")};
+    qsizetype found = 0;
+    int turn = 0;
+    for (auto _ : state) {
+        const QList<qint64> ids = store.searchIds(keys[turn++ % 2], user);
+        found = ids.size();
+        benchmark::DoNotOptimize(ids.constData());
+    }
+    state.counters["matches"] = double(found);
+}
+
+// Typing "退" then "退款": the second keystroke narrows from the first one's hits.
+void BM_SearchIds_Typing(benchmark::State &state) {
+    fillLibrary(int(state.range(0)));
+    PhraseStore store;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(store.searchIds(QStringLiteral("退"), user).constData());
+        benchmark::DoNotOptimize(store.searchIds(QStringLiteral("退款"), user).constData());
+    }
+}
+
 // The bare scan of search, counting matches, on the store's connection (our LIKE, range(1) = 1) or on
 // a second connection with the built-in LIKE (range(1) = 0): what the faster matcher is worth.
 void BM_LikeScan(benchmark::State &state) {
@@ -247,6 +273,8 @@ BENCHMARK(BM_ReplaceAll)->Arg(10000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetLikeAll_Common)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetLikeAll_Rare)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetLikeAll_None)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SearchIds_FullScan)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SearchIds_Typing)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LikeScan)->Args({100000, 0})->Args({100000, 1})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetImagenameAll)->Arg(10000)->Unit(benchmark::kMillisecond);
 

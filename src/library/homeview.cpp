@@ -230,6 +230,5 @@ void HomeView::searchTextChanged() {
     }
     searchResults->show();
     libraryPanel->hide();
-    PhraseStore db;
-    searchResults->setData(db.getLikeAll(text, App::userInfo().username), text);
+    searchResults->setData(PhraseStore::shared().searchIds(text, App::userInfo().username), text);
 }

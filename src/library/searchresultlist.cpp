@@ -4,6 +4,7 @@
 #include "library/listselection.h"
 #include "library/searchresultrow.h"
 #include "send/phrasesender.h"
+#include "store/phrasestore.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
@@ -17,8 +18,8 @@ SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
     collectionView->setCellFactory([this](int row) -> QWidget * {
         auto *cell = new SearchResultRow;
         cell->listener = this;
-        if (row >= 0 && row < dataSource.size())
-            cell->setData(row, dataSource[row], keyString.value_or(QString()));
+        if (const std::optional<Phrase> phrase = phraseAt(row))
+            cell->setData(row, *phrase, keyString.value_or(QString()));
         cell->setSelect(selectedRows.contains(row));
         return cell;
     });
@@ -31,16 +32,22 @@ SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
     connect(collectionView, &QListWidget::itemSelectionChanged, this, &SearchResultList::selectionChanged);
 }
 
-void SearchResultList::setData(const QList<Phrase> &data, const QString &key) {
-    dataSource = data;
+void SearchResultList::setData(const QList<qint64> &ids, const QString &key) {
+    resultIds = ids;
     keyString = key;
     selectedRows.clear();
     applyingSelection_ = true;
-    collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
+    collectionView->resetRows(int(resultIds.size()), QSize(0, rowHeight + 1));
     applyingSelection_ = false;
     collectionView->scrollToTop();
-    collectionView->setVisible(!dataSource.isEmpty());
-    emptyLabel_->setVisible(dataSource.isEmpty());
+    collectionView->setVisible(!resultIds.isEmpty());
+    emptyLabel_->setVisible(resultIds.isEmpty());
+}
+
+std::optional<Phrase> SearchResultList::phraseAt(int row) const {
+    if (row < 0 || row >= resultIds.size())
+        return std::nullopt;
+    return PhraseStore::shared().getById(resultIds[row]);
 }
 
 SearchResultRow *SearchResultList::cellAt(int row) {
@@ -49,7 +56,7 @@ SearchResultRow *SearchResultList::cellAt(int row) {
 
 void SearchResultList::setSelection(const QList<int> &rows) {
     applyingSelection_ = true;
-    ListSelection::select(collectionView, rows, dataSource.size());
+    ListSelection::select(collectionView, rows, resultIds.size());
     applyingSelection_ = false;
     selectionChanged();
 }

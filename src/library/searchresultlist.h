@@ -17,11 +17,13 @@ public:
     explicit SearchResultList(QWidget *parent = nullptr);
 
     LazyRowList *collectionView = nullptr;
-    QList<Phrase> dataSource;
+    // The matching phrases by id; a row's record is read only when the row is shown.
+    QList<qint64> resultIds;
     QList<int> selectedRows;
     std::optional<QString> keyString;
 
-    void setData(const QList<Phrase> &data, const QString &keyString);
+    void setData(const QList<qint64> &ids, const QString &keyString);
+    std::optional<Phrase> phraseAt(int row) const;
     void setSelection(const QList<int> &rows);
     SearchResultRow *cellAt(int row);
 

@@ -1,6 +1,7 @@
 #include "store/phrasestore.h"
 
 #include "model/contentformat.h"
+#include "store/phrasesearchindex.h"
 
 #include <QSet>
 
@@ -123,6 +124,26 @@ QList<Phrase> PhraseStore::getLikeAll(const QString &keyText, const QString &use
                      bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
                      bindText(s, 2, username);
                  });
+}
+
+std::optional<Phrase> PhraseStore::getById(qint64 id) {
+    const QList<Phrase> rows =
+        query(WORD_LIST_COLUMNS "WHERE id = (?)", [&](SQLite::Statement &s) { s.bind(1, int64_t(id)); });
+    if (rows.isEmpty())
+        return std::nullopt;
+    return rows.first();
+}
+
+QList<qint64> PhraseStore::searchIds(const QString &keyText, const QString &username) {
+    if (std::optional<QList<qint64>> ids = PhraseSearchIndex::search(keyText, username))
+        return *ids;
+    return rowsOf<qint64>(
+        "SELECT id FROM word_list WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
+        [&](SQLite::Statement &s) {
+            bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
+            bindText(s, 2, username);
+        },
+        [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
 }
 
 qint64 PhraseStore::getMaxPosition(const QString &parentSign) {

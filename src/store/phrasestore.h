@@ -31,7 +31,10 @@ public:
     QString getCount(const QString &username, const QString &parentSign);
     QStringList allPictureNames(const QString &username);
     std::optional<Phrase> getData(const QString &sign);
+    std::optional<Phrase> getById(qint64 id);
     QList<Phrase> getLikeAll(const QString &keyText, const QString &username);
+    // The ids of getLikeAll's rows, in the same order, from the in-memory index where it can answer.
+    QList<qint64> searchIds(const QString &keyText, const QString &username);
     qint64 getMaxPosition(const QString &parentSign);
 
     // Deletes every phrase of the user and inserts these under that user (texts and images derived

@@ -677,20 +677,20 @@ private Q_SLOTS:
         QVERIFY(!home_->libraryPanel->isVisible());
         SearchResultList *results = home_->searchResults;
         // every phrase whose label or text has the keyword, over all classes
-        QCOMPARE(results->dataSource.size(), 4);
+        QCOMPARE(results->resultIds.size(), 4);
         QCOMPARE(results->keyString.value(), QString("请"));
 
         field->clear();
         field->insert("发");
         QCOMPARE(results->keyString.value(), QString("发"));
         field->insert("票");
-        QCOMPARE(results->dataSource.size(), 1);
+        QCOMPARE(results->resultIds.size(), 1);
         SearchResultRow *cell = results->cellAt(0);
         // "开发票": the keyword ends the label, so it stays plain.
         QCOMPARE(cell->labelTextView->text(), QString("开发票"));
-        const auto label = SearchResultRow::labelText(results->dataSource[0], "发票");
+        const auto label = SearchResultRow::labelText(*results->phraseAt(0), "发票");
         QVERIFY(label.runs.isEmpty());
-        const auto value = SearchResultRow::valueText(results->dataSource[0], "发票");
+        const auto value = SearchResultRow::valueText(*results->phraseAt(0), "发票");
         QCOMPARE(value.text, QString("发票将在订单完成后三个工作日内开具。"));
         QCOMPARE(value.runs.size(), 1);
         QCOMPARE(value.runs[0].location, 0);
@@ -698,15 +698,15 @@ private Q_SLOTS:
 
         field->clear();
         field->insert("退换");
-        QCOMPARE(results->dataSource.size(), 1);
-        const auto green = SearchResultRow::labelText(results->dataSource[0], "退换");
+        QCOMPARE(results->resultIds.size(), 1);
+        const auto green = SearchResultRow::labelText(*results->phraseAt(0), "退换");
         QCOMPARE(green.runs.size(), 1);
         QCOMPARE(green.runs[0].color, QColor(87, 159, 43));
         // the text has a line break and blanks removed in the preview
-        QVERIFY(!SearchResultRow::valueText(results->dataSource[0], "退换").text.contains('\n'));
+        QVERIFY(!SearchResultRow::valueText(*results->phraseAt(0), "退换").text.contains('\n'));
 
         field->insert("不存在的词");
-        QVERIFY(results->dataSource.isEmpty());
+        QVERIFY(results->resultIds.isEmpty());
         QVERIFY(home_->searchResults->isVisible());
 
         // Clearing brings the library back as it was.
