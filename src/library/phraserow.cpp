@@ -1,5 +1,7 @@
 #include "library/phraserow.h"
 
+#include "library/phraserowdelegate.h"
+
 #include "model/contentformat.h"
 #include "send/sendbutton.h"
 #include "ui/elidedlabel.h"
@@ -28,19 +30,7 @@ PhraseRow::PhraseRow(QWidget *parent) : PhraseRowBase(parent) {
 }
 
 QString PhraseRow::previewOf(const QString &jsonValue) {
-    const auto items = parseContent(jsonValue);
-    if (!items)
-        return {};
-    QString out;
-    for (const auto &item : *items) {
-        if (!item)
-            continue;
-        if (item->type == 1)
-            out += item->value;
-        else if (item->type == 2)
-            out += QString::fromUtf8("[图]");
-    }
-    return out;
+    return PhraseRowDelegate::previewOf(jsonValue);
 }
 
 void PhraseRow::setData(int row, const Phrase &d) {

@@ -2,7 +2,9 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/classcelllistener.h
   ${CMAKE_CURRENT_LIST_DIR}/phraserowlistener.h
   ${CMAKE_CURRENT_LIST_DIR}/phraserow.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserow.h
-  ${CMAKE_CURRENT_LIST_DIR}/searchresultrow.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultrow.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraselistview.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistview.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.h
   ${CMAKE_CURRENT_LIST_DIR}/classcell.cpp ${CMAKE_CURRENT_LIST_DIR}/classcell.h
   ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.h
   ${CMAKE_CURRENT_LIST_DIR}/librarypanel.cpp ${CMAKE_CURRENT_LIST_DIR}/librarypanel.h

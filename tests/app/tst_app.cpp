@@ -12,11 +12,13 @@
 #include "library/keywordcolouring.h"
 #include "library/lazyrowlist.h"
 #include "library/librarypanel.h"
+#include "library/phraseidmodel.h"
 #include "library/phraselist.h"
+#include "library/phraselistview.h"
 #include "library/phraseoperations.h"
 #include "library/phraserow.h"
+#include "library/phraserowdelegate.h"
 #include "library/searchresultlist.h"
-#include "library/searchresultrow.h"
 #include "model/app.h"
 #include "send/phrasesender.h"
 #include "send/sendbutton.h"
@@ -677,20 +679,19 @@ private Q_SLOTS:
         QVERIFY(!home_->libraryPanel->isVisible());
         SearchResultList *results = home_->searchResults;
         // every phrase whose label or text has the keyword, over all classes
-        QCOMPARE(results->resultIds.size(), 4);
+        QCOMPARE(results->resultIds().size(), 4);
         QCOMPARE(results->keyString.value(), QString("请"));
 
         field->clear();
         field->insert("发");
         QCOMPARE(results->keyString.value(), QString("发"));
         field->insert("票");
-        QCOMPARE(results->resultIds.size(), 1);
-        SearchResultRow *cell = results->cellAt(0);
+        QCOMPARE(results->resultIds().size(), 1);
         // "开发票": the keyword ends the label, so it stays plain.
-        QCOMPARE(cell->labelTextView->text(), QString("开发票"));
-        const auto label = SearchResultRow::labelText(*results->phraseAt(0), "发票");
+        QCOMPARE(results->phraseAt(0)->label, QString("开发票"));
+        const auto label = PhraseRowDelegate::labelText(*results->phraseAt(0), "发票");
         QVERIFY(label.runs.isEmpty());
-        const auto value = SearchResultRow::valueText(*results->phraseAt(0), "发票");
+        const auto value = PhraseRowDelegate::valueText(*results->phraseAt(0), "发票");
         QCOMPARE(value.text, QString("发票将在订单完成后三个工作日内开具。"));
         QCOMPARE(value.runs.size(), 1);
         QCOMPARE(value.runs[0].location, 0);
@@ -698,15 +699,15 @@ private Q_SLOTS:
 
         field->clear();
         field->insert("退换");
-        QCOMPARE(results->resultIds.size(), 1);
-        const auto green = SearchResultRow::labelText(*results->phraseAt(0), "退换");
+        QCOMPARE(results->resultIds().size(), 1);
+        const auto green = PhraseRowDelegate::labelText(*results->phraseAt(0), "退换");
         QCOMPARE(green.runs.size(), 1);
         QCOMPARE(green.runs[0].color, QColor(87, 159, 43));
         // the text has a line break and blanks removed in the preview
-        QVERIFY(!SearchResultRow::valueText(*results->phraseAt(0), "退换").text.contains('\n'));
+        QVERIFY(!PhraseRowDelegate::valueText(*results->phraseAt(0), "退换").text.contains('\n'));
 
         field->insert("不存在的词");
-        QVERIFY(results->resultIds.isEmpty());
+        QVERIFY(results->resultIds().isEmpty());
         QVERIFY(home_->searchResults->isVisible());
 
         // Clearing brings the library back as it was.
@@ -716,6 +717,55 @@ private Q_SLOTS:
         QCOMPARE(classes->selectedRows, QList<int>{0});
         QCOMPARE(signsOf(phrases->dataSource), shownBefore);
         QCOMPARE(phrases->selectedRows, QList<int>{1});
+    }
+
+    // The painted result rows keep the widgets' gestures: every second click of a run sends without
+    // Enter, the send button sends with it (press and release on it), a right press selects the row.
+    void resultRowGestures() {
+        QList<qint64> ids;
+        for (const Phrase &p : PhraseStore::shared().getLikeAll(QString(), "demo"))
+            ids << p.id;
+        QVERIFY(ids.size() >= 3);
+        PhraseListView view(PhraseRowDelegate::Layout::TwoLines);
+        view.resize(300, 400);
+        view.phraseModel()->setIds(ids, "您");
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        QSignalSpy sends(&view, &PhraseListView::sendRequested);
+        QSignalSpy rights(&view, &PhraseListView::rowRightPressed);
+        const QRect row0 = view.visualRect(view.model()->index(0, 0));
+        const QRect row1 = view.visualRect(view.model()->index(1, 0));
+        const QPoint text0(row0.left() + 20, row0.center().y());
+
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, text0);
+        QCOMPARE(sends.count(), 0);
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, text0);
+        QCOMPARE(sends.count(), 1);
+        QCOMPARE(sends.last(), (QList<QVariant>{0, false}));
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, text0);
+        QCOMPARE(sends.count(), 1); // a triple click adds nothing
+
+        const QPoint button1 = view.rowDelegate()->sendButtonRect(row1).center();
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, button1);
+        QCOMPARE(sends.count(), 2);
+        QCOMPARE(sends.last(), (QList<QVariant>{1, true}));
+        QVERIFY(!view.selectionModel()->isRowSelected(1, {})); // the button does not select
+        // Pressed on the button, released beside it: nothing.
+        QTest::mousePress(view.viewport(), Qt::LeftButton, {}, button1);
+        QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, QPoint(row1.left() + 20, row1.center().y()));
+        QCOMPARE(sends.count(), 2);
+
+        // Another row starts its own run.
+        const QPoint text2(row1.left() + 20, view.visualRect(view.model()->index(2, 0)).center().y());
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, text2);
+        QCOMPARE(sends.count(), 2);
+        QTest::mouseClick(view.viewport(), Qt::RightButton, {}, text2);
+        QCOMPARE(rights.count(), 1);
+        QCOMPARE(rights.last().first().toInt(), 2);
+
+        // Rows are read when painted: the model answers for a row far down without reading the others.
+        QCOMPARE(view.phraseModel()->phraseAt(int(ids.size()) - 1)->id, ids.last());
+        QVERIFY(!view.phraseModel()->phraseAt(int(ids.size())));
     }
 
     // A double click pastes into the application last in front; the send button also presses Enter.
