@@ -208,7 +208,7 @@ QMimeData *PhraseEditor::createMimeDataFromSelection() const {
     if (const std::optional<QStringList> names = distinctPictureNames(pieces)) {
         if (const std::optional<QByteArray> data = readImageData(names->first())) {
             QByteArray png = *data;
-            if (ImageUtil::contentTypeForImageData(png) != ImageUtil::imageType::PNG) {
+            if (ImageUtil::typeOf(png) != ImageUtil::ImageType::Png) {
                 // Programs that read the PNG type expect PNG bytes.
                 png.clear();
                 QBuffer buffer(&png);
@@ -237,8 +237,7 @@ std::optional<QByteArray> PhraseEditor::getClipboardImageData(const QMimeData *s
     for (const QString &type : {pngType, tiffType}) {
         if (!source->hasFormat(type))
             continue;
-        const QByteArray data = source->data(type);
-        if (!ImageUtil::getRealExtensionName(data).isEmpty())
+        if (std::optional<QByteArray> data = ImageUtil::storable(source->data(type)))
             return data;
     }
     return std::nullopt;
@@ -254,9 +253,8 @@ QList<QByteArray> PhraseEditor::getFileImageData(const QMimeData *source) const 
         QFile file(url.toLocalFile());
         if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
             continue;
-        const QByteArray data = file.readAll();
-        if (!ImageUtil::getRealExtensionName(data).isEmpty())
-            pictures.append(data);
+        if (std::optional<QByteArray> data = ImageUtil::storable(file.readAll()))
+            pictures.append(*data);
     }
     return pictures;
 }
@@ -284,8 +282,8 @@ void PhraseEditor::insertFromMimeData(const QMimeData *source) {
 }
 
 std::optional<QString> PhraseEditor::saveImageToPath(const QByteArray &data) {
-    const QString extension = ImageUtil::getRealExtensionName(data);
-    const QString fileName = ImageUtil::getImageRealFilename(data);
+    const QString extension = ImageUtil::extensionOf(data);
+    const QString fileName = ImageUtil::fileNameOf(data);
     if (extension.isEmpty() || fileName.isEmpty() || QImage::fromData(data).isNull())
         return std::nullopt;
     // The name comes from the content: a file of that name already holds these bytes.
