@@ -158,4 +158,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestServerStorage)
-#include "test_server_storage.moc"
+#include "tst_server_storage.moc"

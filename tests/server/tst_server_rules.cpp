@@ -143,4 +143,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestServerRules)
-#include "test_server_rules.moc"
+#include "tst_server_rules.moc"

@@ -619,4 +619,4 @@ int main(int argc, char **argv) {
     TestServerApi test;
     return QTest::qExec(&test, argc, argv);
 }
-#include "test_server_api.moc"
+#include "tst_server_api.moc"
