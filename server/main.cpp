@@ -4,6 +4,8 @@
 #include "serverconfig.h"
 #include "sqlitestorage.h"
 
+#include <malloc.h>
+
 #include <csignal>
 #include <filesystem>
 #include <iostream>
@@ -16,7 +18,8 @@ namespace {
 const char *const usage =
     "usage: quillora-cloud serve [--listen ADDR] [--port N] [--data DIR] [--tls-cert F --tls-key F]\n"
     "                            [--min-version N] [--download-url URL] [--single-session]\n"
-    "                            [--max-picture-mib N] [--threads N]\n"
+    "                            [--max-picture-mib N] [--threads N] [--quota-mib N]\n"
+    "                            [--max-connections N] [--max-connections-per-address N]\n"
     "       quillora-cloud adduser NAME [--data DIR]   (password on the first line of standard input)\n"
     "       quillora-cloud passwd NAME [--data DIR]    (password on the first line of standard input)\n"
     "       quillora-cloud demo [--data DIR]\n";
@@ -46,6 +49,9 @@ int serve(const ServerConfig &config, Storage &storage) {
 } // namespace
 
 int main(int argc, char **argv) {
+    // A fixed threshold keeps large request bodies in mappings of their own, which go back to the
+    // system when freed (the default threshold rises after the first large free).
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
         std::cout << usage;

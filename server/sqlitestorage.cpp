@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <cstdio>
 #include <set>
 #include <unordered_map>
@@ -46,7 +47,7 @@ private:
     SQLite::Statement *statement_;
 };
 
-constexpr int schemaVersion = 1;
+constexpr int schemaVersion = 2;
 
 void bumpVersion(std::uint64_t instance, std::int64_t userId) {
     Prepared q(instance, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
@@ -78,7 +79,19 @@ SqliteStorage::~SqliteStorage() {
     checkpointer_.request_stop();
     checkpointWake_.notify_all();
     checkpointer_.join();
+    try {
+        std::lock_guard lock(writeMutex_);
+        db().exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    } catch (const std::exception &e) {
+        std::printf("quillora-cloud: final checkpoint failed: %s\n", e.what());
+    }
     connections.erase(instance_);
+}
+
+std::int64_t SqliteStorage::walBytes() const {
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(path_ + "-wal", ec);
+    return ec ? 0 : std::int64_t(size);
 }
 
 void SqliteStorage::checkpointLoop(std::stop_token stop) {
@@ -86,15 +99,21 @@ void SqliteStorage::checkpointLoop(std::stop_token stop) {
     while (!stop.stop_requested()) {
         {
             std::unique_lock lock(checkpointMutex_);
-            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(500), [] { return false; });
+            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(200), [] { return false; });
         }
         if (stop.stop_requested())
             break;
         try {
-            // Passive: copies what it can without holding up readers or writers.
+            // Passive: copies what it can without holding up readers or writers. With
+            // journal_size_limit the log file shrinks once a writer starts it over.
             db->exec("PRAGMA wal_checkpoint(PASSIVE)");
+            if (walBytes() > walTruncateBytes) {
+                // Readers kept the log from starting over; writers wait in line meanwhile.
+                std::lock_guard lock(writeMutex_);
+                db->exec("PRAGMA wal_checkpoint(TRUNCATE)");
+            }
         } catch (const std::exception &e) {
-            std::fprintf(stderr, "quillora-cloud: checkpoint failed: %s\n", e.what());
+            std::printf("quillora-cloud: checkpoint failed: %s\n", e.what());
         }
     }
 }
@@ -104,9 +123,11 @@ std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
                                                             SQLite::OPEN_NOMUTEX);
     db->setBusyTimeout(10000);
     db->exec("PRAGMA journal_mode = WAL");
-    db->exec("PRAGMA synchronous = NORMAL");
+    // An acknowledged write is on disk: the log is synced at every commit.
+    db->exec("PRAGMA synchronous = FULL");
     db->exec("PRAGMA foreign_keys = ON");
     db->exec("PRAGMA wal_autocheckpoint = 0");
+    db->exec("PRAGMA journal_size_limit = " + std::to_string(16 * 1024 * 1024));
     return db;
 }
 
@@ -124,7 +145,8 @@ void SqliteStorage::migrate() {
     if (version >= schemaVersion)
         return;
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    d.exec(R"(
+    if (version < 1)
+        d.exec(R"(
 CREATE TABLE IF NOT EXISTS users (
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL,
@@ -165,6 +187,15 @@ CREATE TABLE IF NOT EXISTS pictures (
   name TEXT PRIMARY KEY,
   data BLOB NOT NULL,
   created_at INTEGER NOT NULL);
+)");
+    // 2: who sent which picture (for quotas); indexes for the periodic purge.
+    d.exec(R"(
+CREATE TABLE IF NOT EXISTS picture_owners (
+  name TEXT NOT NULL REFERENCES pictures(name) ON DELETE CASCADE,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  PRIMARY KEY (name, user_id)) WITHOUT ROWID;
+CREATE INDEX IF NOT EXISTS picture_owners_user ON picture_owners(user_id);
+CREATE INDEX IF NOT EXISTS sessions_last_used ON sessions(last_used);
 )");
     d.exec("PRAGMA user_version = " + std::to_string(schemaVersion));
     t.commit();
@@ -302,6 +333,20 @@ void SqliteStorage::deleteSession(const std::string &tokenDigest) {
     SQLite::Statement del(db(), "DELETE FROM sessions WHERE token_digest = ?");
     del.bind(1, tokenDigest);
     del.exec();
+}
+
+void SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement sessions(d, "DELETE FROM sessions WHERE last_used < ?");
+    sessions.bind(1, sessionsUsedBefore);
+    sessions.exec();
+    SQLite::Statement guards(d, "DELETE FROM login_guard WHERE window_start < ? AND locked_until < ?");
+    guards.bind(1, guardsBefore);
+    guards.bind(2, guardsBefore);
+    guards.exec();
+    t.commit();
 }
 
 std::int64_t SqliteStorage::libraryVersion(std::int64_t userId) {
@@ -510,17 +555,37 @@ std::optional<std::string> SqliteStorage::picture(const std::string &name) {
     return std::string(static_cast<const char *>(column.getBlob()), std::size_t(column.getBytes()));
 }
 
-StoreStatus SqliteStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now) {
+StoreStatus SqliteStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
+                                        std::int64_t ownerId) {
     std::lock_guard lock(writeMutex_);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    if (const auto existing = picture(name))
-        return *existing == bytes ? StoreStatus::Exists : StoreStatus::DifferentBytes;
-    SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
-    ins.bind(1, name);
-    ins.bind(2, bytes.data(), int(bytes.size()));
-    ins.bind(3, now);
-    ins.exec();
+    auto status = StoreStatus::Ok;
+    if (const auto existing = picture(name)) {
+        if (*existing != bytes)
+            return StoreStatus::DifferentBytes;
+        status = StoreStatus::Exists;
+    } else {
+        SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
+        ins.bind(1, name);
+        ins.bind(2, bytes.data(), int(bytes.size()));
+        ins.bind(3, now);
+        ins.exec();
+    }
+    SQLite::Statement own(d, "INSERT OR IGNORE INTO picture_owners(name, user_id) VALUES(?, ?)");
+    own.bind(1, name);
+    own.bind(2, ownerId);
+    own.exec();
     t.commit();
-    return StoreStatus::Ok;
+    return status;
+}
+
+std::int64_t SqliteStorage::storageUsed(std::int64_t userId) {
+    db();
+    Prepared q(instance_,
+               "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), 0) "
+               "FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
+               "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
+    q->bind(1, userId);
+    return q->executeStep() ? q->getColumn(0).getInt64() : 0;
 }

@@ -14,9 +14,11 @@ namespace SQLite {
 class Database;
 }
 
-// Embedded SQLite back-end: one file in WAL mode, one connection per request thread. Writers
+// Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Writers
 // queue on an in-process mutex first so they never spin in SQLite's busy handler. Checkpoints run
-// on a thread of their own, so no commit ever waits for the database file to be synced.
+// on a thread of their own, so no commit waits for the database file to be synced; when the log
+// grows past walTruncateBytes anyway (readers kept a checkpoint from finishing) that thread
+// truncates it, and a clean stop leaves it empty.
 class SqliteStorage : public Storage {
 public:
     // Opens (creating when needed) the database file and brings its schema up to date.
@@ -38,6 +40,7 @@ public:
     std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
                                           std::int64_t maxIdle) override;
     void deleteSession(const std::string &tokenDigest) override;
+    void purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) override;
 
     std::int64_t libraryVersion(std::int64_t userId) override;
     std::vector<ClassRecord> classes(std::int64_t userId) override;
@@ -57,7 +60,12 @@ public:
 
     bool pictureExists(const std::string &name) override;
     std::optional<std::string> picture(const std::string &name) override;
-    StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now) override;
+    StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
+                             std::int64_t ownerId) override;
+    std::int64_t storageUsed(std::int64_t userId) override;
+
+    // Past this size the write-ahead log is copied back and truncated at once.
+    static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
 
 private:
     SQLite::Database &db();
@@ -71,6 +79,7 @@ private:
                          const std::string &sign2);
 
     void checkpointLoop(std::stop_token stop);
+    std::int64_t walBytes() const;
 
     std::string path_;
     std::uint64_t instance_;
