@@ -1,12 +1,18 @@
 #include "fairmutex.h"
 #include "librarycache.h"
 #include "loginguard.h"
+#include "loginthrottle.h"
 #include "secrets.h"
 #include "sqlitestorage.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
 
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -31,27 +37,62 @@ private Q_SLOTS:
         QFile::remove(dir_.filePath("t.sqlite3"));
     }
 
-    void failuresLockOnlyWithinTheWindow() {
+    void failuresGrowTheWaitAndOldOnesAreForgotten() {
         const std::int64_t t0 = 1'000'000;
         for (int i = 0; i < 4; ++i)
             QCOMPARE(LoginGuard::failed(*storage_, "kim", t0 + i), std::int64_t(0));
-        // The fifth failure comes after the window: it starts a new count instead of locking.
-        QCOMPARE(LoginGuard::failed(*storage_, "kim", t0 + LoginGuard::window), std::int64_t(0));
-        QCOMPARE(LoginGuard::lockedFor(*storage_, "kim", t0 + LoginGuard::window), std::int64_t(0));
+        // A failure after the window starts the count over instead of adding a wait.
+        const auto t1 = t0 + 3 + LoginGuard::window;
+        QCOMPARE(LoginGuard::failed(*storage_, "kim", t1), std::int64_t(0));
         for (int i = 1; i < 4; ++i)
-            LoginGuard::failed(*storage_, "kim", t0 + LoginGuard::window + i);
-        const auto at = t0 + LoginGuard::window + 10;
-        QCOMPARE(LoginGuard::failed(*storage_, "kim", at), LoginGuard::lockTime);
-        QCOMPARE(LoginGuard::lockedFor(*storage_, "kim", at + 60), LoginGuard::lockTime - 60);
-        QCOMPARE(LoginGuard::lockedFor(*storage_, "other", at), std::int64_t(0));
-        QCOMPARE(LoginGuard::lockedFor(*storage_, "kim", at + LoginGuard::lockTime), std::int64_t(0));
+            QCOMPARE(LoginGuard::failed(*storage_, "kim", t1 + i), std::int64_t(0));
+        // From the fifth in a row each failure doubles the wait, up to the cap.
+        std::int64_t previous = 0;
+        for (int i = 4; i < 14; ++i) {
+            const auto delay = LoginGuard::failed(*storage_, "kim", t1 + i);
+            QVERIFY2(delay > previous || delay == LoginGuard::maxDelay, std::to_string(delay).c_str());
+            previous = delay;
+        }
+        QCOMPARE(previous, LoginGuard::maxDelay);
+        QCOMPARE(LoginGuard::waitFor(*storage_, "kim", t1 + 13 + 60), LoginGuard::maxDelay - 60);
+        QCOMPARE(LoginGuard::waitFor(*storage_, "other", t1), std::int64_t(0));
 
-        // A success clears the count: four more failures do not lock.
-        LoginGuard::failed(*storage_, "kim", at + LoginGuard::lockTime + 1);
-        LoginGuard::succeeded(*storage_, "kim");
+        // The purge keeps a record while it matters and drops it after.
+        const auto last = t1 + 13;
+        storage_->purgeExpired(0, last - LoginGuard::window);
+        QVERIFY(LoginGuard::waitFor(*storage_, "kim", last) > 0);
+        storage_->purgeExpired(0, last + LoginGuard::maxDelay + 1);
+        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(0));
+
+        // A success clears the count.
         for (int i = 0; i < 4; ++i)
-            QCOMPARE(LoginGuard::failed(*storage_, "kim", at + LoginGuard::lockTime + 2 + i),
-                     std::int64_t(0));
+            LoginGuard::failed(*storage_, "kim", last + i);
+        LoginGuard::succeeded(*storage_, "kim");
+        QCOMPARE(LoginGuard::failed(*storage_, "kim", last + 5), std::int64_t(0));
+    }
+
+    void throttleAllowsABurstThenRefillsAndForgets() {
+        LoginThrottle throttle(3);
+        const double t = 100;
+        for (int i = 0; i < int(LoginThrottle::burst); ++i)
+            QVERIFY(throttle.take("10.0.0.1", t));
+        QVERIFY(!throttle.take("10.0.0.1", t));
+        QVERIFY(throttle.take("10.0.0.2", t)); // addresses are apart
+        throttle.giveBack("10.0.0.1");         // a right password costs nothing
+        QVERIFY(throttle.take("10.0.0.1", t));
+        QVERIFY(!throttle.take("10.0.0.1", t));
+        QVERIFY(throttle.take("10.0.0.1", t + 1 / LoginThrottle::perSecond));
+
+        QVERIFY(!throttle.failedRecently("10.0.0.2", t));
+        throttle.failed("10.0.0.2", t);
+        QVERIFY(throttle.failedRecently("10.0.0.2", t + 1));
+        QVERIFY(!throttle.failedRecently("10.0.0.2", t + LoginThrottle::failureMemory));
+
+        // The table is bounded; purged addresses make room again.
+        QVERIFY(throttle.take("10.0.0.3", t));
+        QVERIFY(!throttle.take("10.0.0.4", t));
+        throttle.purge(t + LoginThrottle::failureMemory + LoginThrottle::burst / LoginThrottle::perSecond);
+        QVERIFY(throttle.take("10.0.0.4", t + LoginThrottle::failureMemory * 2));
     }
 
     void sessionsExpireAfterIdleTimeAndUseKeepsThemAlive() {
@@ -69,6 +110,13 @@ private Q_SLOTS:
         QVERIFY(storage_->sessionUser("c", 46 * day, idle));
         QVERIFY(storage_->setPasswordHash(userId_, "new"));
         QVERIFY(!storage_->sessionUser("c", 46 * day, idle));
+
+        // Sessions nobody comes back for are purged all the same.
+        storage_->createSession("d", userId_, 50 * day, false);
+        storage_->createSession("e", userId_, 90 * day, false);
+        storage_->purgeExpired(90 * day - idle, 0);
+        QVERIFY(storage_->sessionUser("e", 90 * day, idle));
+        storage_->createSession("d", userId_, 90 * day, false); // its digest is free again
     }
 
     void everyChangeMovesTheLibraryVersion() {
@@ -91,12 +139,102 @@ private Q_SLOTS:
         QVERIFY(storage_->libraryVersion(userId_) > v2);
     }
 
-    void picturesAreWrittenOnce() {
-        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0), StoreStatus::Ok);
-        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0), StoreStatus::Exists);
-        QCOMPARE(storage_->storePicture("a.png", "other", 0), StoreStatus::DifferentBytes);
+    void picturesAreWrittenOnceAndCountForEverySender() {
+        storage_->createUser("Lee", "lee", "hash", Secrets::randomHex128(), "默认分类");
+        const auto lee = storage_->findUser("lee")->id;
+        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_), StoreStatus::Ok);
+        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_), StoreStatus::Exists);
+        QCOMPARE(storage_->storePicture("a.png", "other", 0, lee), StoreStatus::DifferentBytes);
         QCOMPARE(storage_->picture("a.png").value_or(""), std::string("\0\1\2", 3));
         QVERIFY(!storage_->picture("b.png"));
+        QCOMPARE(storage_->storageUsed(userId_), std::int64_t(3));
+        QCOMPARE(storage_->storageUsed(lee), std::int64_t(0));
+        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, lee), StoreStatus::Exists);
+        QCOMPARE(storage_->storageUsed(lee), std::int64_t(3));
+
+        // Phrases count with their labels and contents, in bytes.
+        PhraseRecord p;
+        p.parentSign = storage_->classes(lee).front().sign;
+        p.sign = Secrets::randomHex128();
+        p.label = "字";
+        p.jsonValue = "[]";
+        QCOMPARE(storage_->createPhrase(lee, p), StoreStatus::Ok);
+        QCOMPARE(storage_->storageUsed(lee), std::int64_t(3 + 3 + 2));
+    }
+
+    void theLogStaysBoundedUnderWritesAndIsEmptyAfterAStop() {
+        const auto path = dir_.filePath("t.sqlite3").toStdString();
+        const auto cls = storage_->classes(userId_).front().sign;
+        const auto walSize = [&] {
+            std::error_code ec;
+            const auto size = std::filesystem::file_size(path + "-wal", ec);
+            return ec ? std::uintmax_t(0) : size;
+        };
+        // A reader that never lets go stops every checkpoint from starting the log over.
+        std::atomic<bool> done{false};
+        std::thread reader([&] {
+            SQLite::Database other(path, SQLite::OPEN_READONLY);
+            while (!done) {
+                SQLite::Statement q(other, "SELECT length(json_value) FROM word_list");
+                while (q.executeStep()) {
+                }
+            }
+        });
+        const std::string body(64 * 1024, 'x');
+        std::uintmax_t largest = 0;
+        for (int i = 0; i < 700; ++i) {
+            PhraseRecord p;
+            p.parentSign = cls;
+            p.sign = Secrets::randomHex128();
+            p.jsonValue = body;
+            QCOMPARE(storage_->createPhrase(userId_, p), StoreStatus::Ok);
+            QCOMPARE(storage_->deletePhrases(userId_, {p.sign}), StoreStatus::Ok);
+            largest = std::max(largest, walSize());
+        }
+        done = true;
+        reader.join();
+        // 700 pairs wrote ~90 MiB of pages; the log never held more than the limit and a bit.
+        QVERIFY2(largest < 64u * 1024 * 1024, std::to_string(largest).c_str());
+        storage_.reset();
+        QCOMPARE(walSize(), std::uintmax_t(0));
+    }
+
+    void oneBuildServesEveryWaitingReader() {
+        LibraryCache cache;
+        std::atomic<int> builds{0};
+        std::vector<std::thread> readers;
+        std::vector<std::size_t> sizes(16);
+        for (int t = 0; t < 16; ++t)
+            readers.emplace_back([&, t] {
+                const auto reply = cache.get(7, LibraryCache::Kind::Phrases, 3, [&] {
+                    ++builds;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                    auto r = std::make_shared<LibraryCache::Reply>();
+                    r->plain = "built";
+                    return std::shared_ptr<const LibraryCache::Reply>(r);
+                });
+                sizes[std::size_t(t)] = reply->plain.size();
+            });
+        for (auto &t : readers)
+            t.join();
+        QCOMPARE(builds.load(), 1);
+        QCOMPARE(cache.builds(), std::uint64_t(1));
+        QVERIFY(std::all_of(sizes.begin(), sizes.end(), [](std::size_t n) { return n == 5; }));
+        // A newer version builds again; an older request takes the newer reply.
+        cache.get(7, LibraryCache::Kind::Phrases, 4, [] {
+            return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", ""});
+        });
+        QCOMPARE(cache.get(7, LibraryCache::Kind::Phrases, 2, [] { return nullptr; })->plain, std::string("four"));
+        // A builder that fails lets the next caller build.
+        QVERIFY_THROWS_EXCEPTION(std::runtime_error,
+                                 cache.get(8, LibraryCache::Kind::Classes, 1,
+                                           []() -> std::shared_ptr<const LibraryCache::Reply> {
+                                               throw std::runtime_error("disk");
+                                           }));
+        QCOMPARE(cache.get(8, LibraryCache::Kind::Classes, 1, [] {
+                          return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", ""});
+                      })->plain,
+                 std::string("ok"));
     }
 
     void concurrentWritersAllLand() {
