@@ -216,6 +216,7 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
     HttpServer::Limits limits;
     limits.connections = config_.maxConnections;
     limits.connectionsPerAddress = config_.maxConnectionsPerAddress;
+    limits.headerDeadline = limits.handshakeDeadline = std::chrono::seconds(config_.headerTimeout);
     limits.ioThreads = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4);
     const std::size_t pictureMax = config_.maxPictureBytes;
     http_ = std::make_unique<HttpServer>(

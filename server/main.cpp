@@ -20,6 +20,7 @@ const char *const usage =
     "                            [--min-version N] [--download-url URL] [--single-session]\n"
     "                            [--max-picture-mib N] [--threads N] [--quota-mib N]\n"
     "                            [--max-connections N] [--max-connections-per-address N]\n"
+    "                            [--header-timeout S]\n"
     "       quillora-cloud adduser NAME [--data DIR]   (password on the first line of standard input)\n"
     "       quillora-cloud passwd NAME [--data DIR]    (password on the first line of standard input)\n"
     "       quillora-cloud demo [--data DIR]\n";

@@ -71,6 +71,9 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
             if (value(v) && (!number(v, c.maxConnectionsPerAddress) || c.maxConnectionsPerAddress < 1 ||
                              c.maxConnectionsPerAddress > 100000))
                 error = "bad connection count: " + v;
+        } else if (a == "--header-timeout") {
+            if (value(v) && (!number(v, c.headerTimeout) || c.headerTimeout < 1 || c.headerTimeout > 600))
+                error = "bad header timeout: " + v;
         } else if (a == "--quota-mib") {
             std::int64_t mib = 0;
             if (value(v) && (!number(v, mib) || mib < 1 || mib > 1024 * 1024))

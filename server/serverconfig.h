@@ -19,6 +19,7 @@ public:
     std::size_t threads = 8;                // workers for database work
     std::size_t maxConnections = 1000;
     std::size_t maxConnectionsPerAddress = 128;
+    int headerTimeout = 10; // seconds for a TLS handshake, and for a request's header
     std::int64_t quotaBytes = 1024LL * 1024 * 1024; // per account
 
     bool tls() const { return !tlsCert.empty(); }
