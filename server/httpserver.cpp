@@ -191,6 +191,10 @@ private:
         path_ = std::string(target.substr(0, target.find('?')));
         if (std::size_t(std::distance(req.begin(), req.end())) > server_.limits.headerFields)
             return refuse(431);
+        // Only plain chunking is understood; a body in any other coding has no length we can trust.
+        if (req.count(http::field::transfer_encoding) > 0 &&
+            !beast::iequals(req[http::field::transfer_encoding], "chunked"))
+            return refuse(400);
         const std::size_t limit = server_.bodyLimit(path_);
         const auto length = parser_->content_length();
         if (length && *length > limit)
