@@ -192,8 +192,8 @@ private:
         if (std::size_t(std::distance(req.begin(), req.end())) > server_.limits.headerFields)
             return refuse(431);
         // Only plain chunking is understood; a body in any other coding has no length we can trust.
-        if (req.count(http::field::transfer_encoding) > 0 &&
-            !beast::iequals(req[http::field::transfer_encoding], "chunked"))
+        if (const auto codings = req.count(http::field::transfer_encoding);
+            codings > 1 || (codings == 1 && !beast::iequals(req[http::field::transfer_encoding], "chunked")))
             return refuse(400);
         const std::size_t limit = server_.bodyLimit(path_);
         const auto length = parser_->content_length();
