@@ -15,7 +15,8 @@ class Database;
 }
 
 // Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Writers
-// queue on an in-process mutex first so they never spin in SQLite's busy handler. Checkpoints run
+// queue on an in-process mutex first so they never spin in SQLite's busy handler; commits made
+// while one sync of the log runs are synced together by the next (group commit). Checkpoints run
 // on a thread of their own, so no commit waits for the database file to be synced; when the log
 // grows past walTruncateBytes anyway (readers kept a checkpoint from finishing) that thread
 // truncates it, and a clean stop leaves it empty.
@@ -68,6 +69,20 @@ public:
     static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
 
 private:
+    // Holds the write lock; when it ends the commit made under it is synced to disk (together
+    // with any others made meanwhile) before the caller goes on to acknowledge it.
+    class WriteTurn {
+    public:
+        explicit WriteTurn(SqliteStorage &storage);
+        ~WriteTurn();
+        WriteTurn(const WriteTurn &) = delete;
+        WriteTurn &operator=(const WriteTurn &) = delete;
+
+    private:
+        SqliteStorage &storage_;
+    };
+
+    void syncLog();
     SQLite::Database &db();
     std::unique_ptr<SQLite::Database> open() const;
     void migrate();
@@ -84,6 +99,12 @@ private:
     std::string path_;
     std::uint64_t instance_;
     FairMutex writeMutex_;
+    int walFd_ = -1;
+    std::mutex syncMutex_;
+    std::condition_variable syncDone_;
+    std::uint64_t committed_ = 0;
+    std::uint64_t synced_ = 0;
+    bool syncing_ = false;
     std::mutex checkpointMutex_;
     std::condition_variable_any checkpointWake_;
     std::jthread checkpointer_; // last: stops before the members it uses go

@@ -237,6 +237,22 @@ private Q_SLOTS:
                  std::string("ok"));
     }
 
+    void commitsAreSyncedThroughTheLiveLog() {
+        // The log descriptor kept for group commits must be the file SQLite writes, not one it
+        // removed when a connection closed.
+        QCOMPARE(storage_->createClass(userId_, Secrets::randomHex128(), "c", 1), StoreStatus::Ok);
+        int logs = 0;
+        for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code ec;
+            const auto target = std::filesystem::read_symlink(entry.path(), ec).string();
+            if (target.find("t.sqlite3-wal") == std::string::npos)
+                continue;
+            ++logs;
+            QVERIFY2(target.find("(deleted)") == std::string::npos, target.c_str());
+        }
+        QVERIFY(logs > 0);
+    }
+
     void concurrentWritersAllLand() {
         const auto cls = storage_->classes(userId_).front().sign;
         std::vector<std::thread> threads;
