@@ -211,8 +211,8 @@ std::string refusalText(int status) {
 
 ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(config)), storage_(storage) {
     workers_ = std::make_unique<WorkerPool>(config_.threads, 4096);
-    hashers_ = std::make_unique<WorkerPool>(
-        std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64);
+    hashers_ =
+        std::make_unique<WorkerPool>(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64);
     HttpServer::Limits limits;
     limits.connections = config_.maxConnections;
     limits.connectionsPerAddress = config_.maxConnectionsPerAddress;
@@ -220,7 +220,10 @@ ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(
     limits.ioThreads = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4);
     const std::size_t pictureMax = config_.maxPictureBytes;
     http_ = std::make_unique<HttpServer>(
-        limits, [this](Request request, HttpServer::Completion done) { dispatch(std::move(request), std::move(done)); },
+        limits,
+        [this](Request request, HttpServer::Completion done) {
+            dispatch(std::move(request), std::move(done));
+        },
         [pictureMax](std::string_view path) {
             return path == uploadPath ? pictureMax + uploadOverhead : formBodyMax;
         },
@@ -300,7 +303,8 @@ ApiServer::Response ApiServer::handle(const Request &request) {
     if (request.method == "POST") {
         if (const auto route = posts_.find(request.path); route != posts_.end()) {
             const bool multipart = request.path == uploadPath;
-            return route->second.handler(request, multipart ? Form() : FormData::parseUrlEncoded(request.body));
+            return route->second.handler(request,
+                                         multipart ? Form() : FormData::parseUrlEncoded(request.body));
         }
     } else if (request.method == "GET") {
         if (request.path == "/") {
@@ -449,14 +453,13 @@ void ApiServer::routes() {
     post(uploadPath, [this](const Request &req, const Form &) { return uploadPicture(req); });
 
     // Web pages for registration and password change.
-    posts_["/api/web/register"] = {
-        [this](const Request &req, const Form &form) {
-            auto reply = webRegister(form);
-            if (reply.value("state", 0) == 1)
-                throttle_.giveBack(HttpServer::addressKey(req.peer));
-            return jsonResponse(reply);
-        },
-        true};
+    posts_["/api/web/register"] = {[this](const Request &req, const Form &form) {
+                                       auto reply = webRegister(form);
+                                       if (reply.value("state", 0) == 1)
+                                           throttle_.giveBack(HttpServer::addressKey(req.peer));
+                                       return jsonResponse(reply);
+                                   },
+                                   true};
     posts_["/api/web/reset"] = {
         [this](const Request &req, const Form &form) { return jsonResponse(webReset(req, form)); }, true};
 }

@@ -13,7 +13,8 @@ std::optional<nlohmann::json> ContentRules::parseStrict(const std::string &text)
             open.emplace_back();
         else if (event == Event::object_end && !open.empty())
             open.pop_back();
-        else if (event == Event::key && !open.empty() && !open.back().insert(parsed.get<std::string>()).second)
+        else if (event == Event::key && !open.empty() &&
+                 !open.back().insert(parsed.get<std::string>()).second)
             repeated = true;
         return true;
     };

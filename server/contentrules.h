@@ -11,8 +11,8 @@
 class ContentRules {
 public:
     struct Derived {
-        std::string texts;  // every text run joined
-        std::string images; // picture names, each followed by "|"
+        std::string texts;                 // every text run joined
+        std::string images;                // picture names, each followed by "|"
         std::vector<std::string> pictures; // every picture name, in order, repeats included
     };
 

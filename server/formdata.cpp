@@ -97,7 +97,8 @@ std::string FormData::boundary(std::string_view contentType) {
     return parameter(contentType, "boundary").value_or(std::string());
 }
 
-std::optional<FormData::Fields> FormData::parseMultipart(std::string_view contentType, std::string_view body) {
+std::optional<FormData::Fields> FormData::parseMultipart(std::string_view contentType,
+                                                         std::string_view body) {
     const auto semicolon = contentType.find(';');
     if (!boost::beast::iequals(trim(contentType.substr(0, semicolon)), "multipart/form-data"))
         return std::nullopt;

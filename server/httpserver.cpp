@@ -157,13 +157,13 @@ private:
         // deadline runs.
         if (served_ > 0 && buffer_.size() == 0) {
             lowest().expires_after(server_.limits.idleDeadline);
-            stream_.async_read_some(buffer_.prepare(4096), [self = this->shared_from_this()](
-                                                               beast::error_code ec, std::size_t n) {
-                if (ec)
-                    return self->close();
-                self->buffer_.commit(n);
-                self->readHeader();
-            });
+            stream_.async_read_some(buffer_.prepare(4096),
+                                    [self = this->shared_from_this()](beast::error_code ec, std::size_t n) {
+                                        if (ec)
+                                            return self->close();
+                                        self->buffer_.commit(n);
+                                        self->readHeader();
+                                    });
             return;
         }
         readHeader();
@@ -172,10 +172,9 @@ private:
     void readHeader() {
         started_ = Clock::now();
         lowest().expires_after(server_.limits.headerDeadline);
-        http::async_read_header(stream_, buffer_, *parser_,
-                                [self = this->shared_from_this()](beast::error_code ec, std::size_t) {
-                                    self->onHeader(ec);
-                                });
+        http::async_read_header(
+            stream_, buffer_, *parser_,
+            [self = this->shared_from_this()](beast::error_code ec, std::size_t) { self->onHeader(ec); });
     }
 
     void onHeader(beast::error_code ec) {
@@ -401,8 +400,8 @@ void HttpServer::Impl::accept() {
                     std::move(ticket))
                     ->start();
             else
-                std::make_shared<Connection<beast::tcp_stream>>(*this, beast::tcp_stream(std::move(socket)), peer,
-                                                                std::move(ticket))
+                std::make_shared<Connection<beast::tcp_stream>>(*this, beast::tcp_stream(std::move(socket)),
+                                                                peer, std::move(ticket))
                     ->start();
         }
         accept();

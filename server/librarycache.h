@@ -28,7 +28,8 @@ public:
 
     // The reply for `version` or a later one; built by `build` when nobody has it yet and
     // nobody else is building it. A builder that throws lets the next waiter try.
-    std::shared_ptr<const Reply> get(std::int64_t userId, Kind kind, std::int64_t version, const Builder &build);
+    std::shared_ptr<const Reply> get(std::int64_t userId, Kind kind, std::int64_t version,
+                                     const Builder &build);
     std::shared_ptr<const Reply> find(std::int64_t userId, Kind kind, std::int64_t version) const;
     void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const Reply> reply);
     // Builds finished since the cache was made (the benchmark and tests read it).
@@ -41,7 +42,8 @@ private:
         std::uint64_t stored = 0;
         bool building = false;
     };
-    void storeLocked(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const Reply> reply);
+    void storeLocked(std::int64_t userId, Kind kind, std::int64_t version,
+                     std::shared_ptr<const Reply> reply);
     static std::size_t size(const Entry &e) {
         return e.reply ? e.reply->plain.size() + e.reply->gzip.size() : 0;
     }

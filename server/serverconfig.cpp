@@ -65,7 +65,8 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
             if (value(v) && (!number(v, c.threads) || c.threads < 1 || c.threads > 256))
                 error = "bad thread count: " + v;
         } else if (a == "--max-connections") {
-            if (value(v) && (!number(v, c.maxConnections) || c.maxConnections < 1 || c.maxConnections > 100000))
+            if (value(v) &&
+                (!number(v, c.maxConnections) || c.maxConnections < 1 || c.maxConnections > 100000))
                 error = "bad connection count: " + v;
         } else if (a == "--max-connections-per-address") {
             if (value(v) && (!number(v, c.maxConnectionsPerAddress) || c.maxConnectionsPerAddress < 1 ||

@@ -9,9 +9,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <cstdio>
 #include <set>
 #include <unordered_map>
 
@@ -635,10 +635,11 @@ StoreStatus SqliteStorage::storePicture(const std::string &name, const std::stri
 
 std::int64_t SqliteStorage::storageUsed(std::int64_t userId) {
     db();
-    Prepared q(instance_,
-               "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), 0) "
-               "FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
-               "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
+    Prepared q(
+        instance_,
+        "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), 0) "
+        "FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
+        "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
     q->bind(1, userId);
     return q->executeStep() ? q->getColumn(0).getInt64() : 0;
 }

@@ -132,9 +132,9 @@ void sameAccountUnderWrites(const std::string &url, const Session &s, int conns,
             [](httplib::Client &c, const Session &s, std::vector<double> &times) {
                 c.set_decompress(false);
                 const auto before = Clock::now();
-                const auto r = c.Post("/api/word/list/getAll",
-                                      httplib::Headers{{"Cookie", s.cookie}, {"Accept-Encoding", "gzip"}},
-                                      form(s, {}));
+                const auto r =
+                    c.Post("/api/word/list/getAll",
+                           httplib::Headers{{"Cookie", s.cookie}, {"Accept-Encoding", "gzip"}}, form(s, {}));
                 times.push_back(ms(Clock::now() - before));
                 return r && r->status == 200 && r->get_header_value("Content-Encoding") == "gzip";
             });
@@ -156,10 +156,11 @@ void loginsUnderFlood(const std::string &url, int port, const std::string &name,
             httplib::Client c(url);
             c.set_keep_alive(true);
             for (long i = 0; !done; ++i) {
-                const auto r = c.Post("/api/osx/login", httplib::Params{{"usernames", "flood" + std::to_string(t) +
-                                                                                          "x" + std::to_string(i)},
-                                                                         {"password", wrong},
-                                                                         {"username", "123"}});
+                const auto r = c.Post(
+                    "/api/osx/login",
+                    httplib::Params{{"usernames", "flood" + std::to_string(t) + "x" + std::to_string(i)},
+                                    {"password", wrong},
+                                    {"username", "123"}});
                 ++flood;
                 if (r && r->status == 429)
                     ++throttled;
@@ -167,7 +168,8 @@ void loginsUnderFlood(const std::string &url, int port, const std::string &name,
         });
     std::vector<double> times;
     long failed = 0;
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    const auto end =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
     while (Clock::now() < end) {
         const auto before = Clock::now();
         RawConnection c(port, "127.0.0.2");
@@ -181,10 +183,11 @@ void loginsUnderFlood(const std::string &url, int port, const std::string &name,
     done = true;
     for (auto &t : flooders)
         t.join();
-    std::printf("login under a 64-thread wrong-password flood  p50 %.1f ms  p99 %.1f ms  max %.1f ms  (%zu sign-ins, "
-                "%ld failed; flood %ld requests, %ld answered 429)\n",
-                percentile(times, 0.5), percentile(times, 0.99), percentile(times, 1.0), times.size(), failed,
-                flood.load(), throttled.load());
+    std::printf(
+        "login under a 64-thread wrong-password flood  p50 %.1f ms  p99 %.1f ms  max %.1f ms  (%zu sign-ins, "
+        "%ld failed; flood %ld requests, %ld answered 429)\n",
+        percentile(times, 0.5), percentile(times, 0.99), percentile(times, 1.0), times.size(), failed,
+        flood.load(), throttled.load());
     std::fflush(stdout);
 }
 
@@ -213,23 +216,23 @@ void attackList(const std::string &url, int port, const Session &s, long pid) {
     const auto name = Secrets::md5Hex(picture) + ".png";
     httplib::Client c(url);
     c.Post("/api/word/image/uploadImage", httplib::Headers{{"Cookie", s.cookie}},
-           httplib::MultipartFormDataItems{{"dbname", s.name, "", ""},
-                                           {"filename", name, "", ""},
-                                           {"file", picture, name, "image/png"}});
+           httplib::MultipartFormDataItems{
+               {"dbname", s.name, "", ""}, {"filename", name, "", ""}, {"file", picture, name, "image/png"}});
     std::string ranges = "bytes=0-";
     for (int i = 0; i < 2000; ++i)
         ranges += ",0-";
     long long rangeAnswers = 0;
     for (int i = 0; i < 20; ++i) {
         RawConnection r(port);
-        r.send("GET /api/resource/word/getImage64/" + Secrets::toBase64(name) + " HTTP/1.1\r\nHost: x\r\nRange: " +
-               ranges + "\r\n\r\n");
+        r.send("GET /api/resource/word/getImage64/" + Secrets::toBase64(name) +
+               " HTTP/1.1\r\nHost: x\r\nRange: " + ranges + "\r\n\r\n");
         rangeAnswers += r.read().body.size();
     }
     const std::string chunk = "100000\r\n" + std::string(0x100000, 'c') + "\r\n";
     RawConnection chunked(port);
-    const auto chunkedSent = pour(chunked, "POST /api/osx/login HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n",
-                                  chunk, 200u * 1024 * 1024);
+    const auto chunkedSent =
+        pour(chunked, "POST /api/osx/login HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n", chunk,
+             200u * 1024 * 1024);
     const int chunkedStatus = chunked.read().status;
     std::string fields;
     while (fields.size() < 1024 * 1024)
@@ -238,7 +241,8 @@ void attackList(const std::string &url, int port, const Session &s, long pid) {
     const auto fieldsSent = pour(many, "GET / HTTP/1.1\r\nHost: x\r\n", fields, 1'000'000u * 21);
     const int manyStatus = many.read().status;
     RawConnection line(port);
-    const auto lineSent = pour(line, "GET / HTTP/1.1\r\nX-Line: ", std::string(1024 * 1024, 'l'), 200u * 1024 * 1024);
+    const auto lineSent =
+        pour(line, "GET / HTTP/1.1\r\nX-Line: ", std::string(1024 * 1024, 'l'), 200u * 1024 * 1024);
     const int lineStatus = line.read().status;
     // Slow and silent peers (past the per-address cap, so some are refused outright), then one
     // ordinary request from another address among them.
@@ -260,11 +264,12 @@ void attackList(const std::string &url, int port, const Session &s, long pid) {
     }
     slow.clear();
     std::this_thread::sleep_for(std::chrono::seconds(6)); // the service hands freed memory back every 5 s
-    std::printf("attacks: 20 x 2,000 ranges -> %lld bytes in all; chunked %zu MiB sent -> %d; header fields %zu KiB "
-                "sent -> %d; header line %zu KiB sent -> %d; 96 slow + 116 silent peers, ordinary request %d in "
-                "%.1f ms\n",
-                rangeAnswers, chunkedSent >> 20, chunkedStatus, fieldsSent >> 10, manyStatus, lineSent >> 10,
-                lineStatus, ordinaryStatus, ordinaryMs);
+    std::printf(
+        "attacks: 20 x 2,000 ranges -> %lld bytes in all; chunked %zu MiB sent -> %d; header fields %zu KiB "
+        "sent -> %d; header line %zu KiB sent -> %d; 96 slow + 116 silent peers, ordinary request %d in "
+        "%.1f ms\n",
+        rangeAnswers, chunkedSent >> 20, chunkedStatus, fieldsSent >> 10, manyStatus, lineSent >> 10,
+        lineStatus, ordinaryStatus, ordinaryMs);
     std::printf("resident after the attacks: %ld MiB\n", residentMib(pid));
     std::fflush(stdout);
 }
@@ -295,7 +300,8 @@ void logUnderWrites(const std::string &url, const std::vector<Session> &sessions
             }
         });
     std::uintmax_t largest = 0, last = 0;
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    const auto end =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
     while (Clock::now() < end) {
         std::error_code ec;
         last = std::filesystem::file_size(walPath, ec);
@@ -305,9 +311,10 @@ void logUnderWrites(const std::string &url, const std::vector<Session> &sessions
     done = true;
     for (auto &t : writers)
         t.join();
-    std::printf("write-ahead log over %.0f s of writes (8 connections, %ld create+delete pairs, 4 KiB phrases): "
-                "largest %.1f MiB, at the end %.1f MiB\n",
-                seconds, pairs.load(), double(largest) / 1048576, double(last) / 1048576);
+    std::printf(
+        "write-ahead log over %.0f s of writes (8 connections, %ld create+delete pairs, 4 KiB phrases): "
+        "largest %.1f MiB, at the end %.1f MiB\n",
+        seconds, pairs.load(), double(largest) / 1048576, double(last) / 1048576);
     std::fflush(stdout);
 }
 

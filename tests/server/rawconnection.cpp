@@ -49,8 +49,8 @@ bool RawConnection::send(const std::string &bytes) {
 bool RawConnection::fill(std::chrono::steady_clock::time_point deadline) {
     if (fd_ < 0)
         return false;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
-                                                                            std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     pollfd p{fd_, POLLIN, 0};
     if (left.count() <= 0 || ::poll(&p, 1, int(left.count())) <= 0)
         return false;
@@ -78,12 +78,14 @@ RawConnection::Response RawConnection::read(std::chrono::milliseconds timeout) {
     while (lineEnd != std::string::npos && lineEnd < head.size()) {
         const auto start = lineEnd + 2;
         lineEnd = head.find("\r\n", start);
-        const auto line = head.substr(start, lineEnd == std::string::npos ? std::string::npos : lineEnd - start);
+        const auto line =
+            head.substr(start, lineEnd == std::string::npos ? std::string::npos : lineEnd - start);
         const auto colon = line.find(':');
         if (colon == std::string::npos)
             continue;
         auto name = line.substr(0, colon);
-        std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](unsigned char c) { return char(std::tolower(c)); });
         auto value = line.substr(colon + 1);
         value.erase(0, value.find_first_not_of(' '));
         r.headers[name] = value;
@@ -117,6 +119,7 @@ bool RawConnection::closedWithin(std::chrono::milliseconds timeout) {
 
 std::string RawConnection::formPost(const std::string &path, const std::string &body,
                                     const std::string &extraHeaders) {
-    return "POST " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n" +
+    return "POST " + path +
+           " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n" +
            extraHeaders + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }

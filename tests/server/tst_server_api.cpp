@@ -153,9 +153,9 @@ private Q_SLOTS:
         // The owner, from an address without failures, signs in as usual.
         RawConnection owner(service_.port(), "127.0.0.2");
         QVERIFY(owner.connected());
-        QVERIFY(owner.send(RawConnection::formPost(
-            "/api/osx/login",
-            "usernames=carol&username=123&password=" + ServiceClient::cipherPassword("carol-pw"))));
+        QVERIFY(owner.send(
+            RawConnection::formPost("/api/osx/login", "usernames=carol&username=123&password=" +
+                                                          ServiceClient::cipherPassword("carol-pw"))));
         const auto in = owner.read();
         QCOMPARE(in.status, 200);
         QCOMPARE(json::parse(in.body, nullptr, false).value("state", 0), 1);
@@ -229,7 +229,8 @@ private Q_SLOTS:
         const auto p3 = createPhrase(c, second, "三", content({{1, "three"}}), 0);
         const auto p2 = createPhrase(c, first, "二", content({{1, "two"}}), 5);
         const auto a = picName("a", "png"), b = picName("b", "gif");
-        const auto p1 = createPhrase(c, first, "一", content({{1, "Hi "}, {2, a}, {1, "there"}, {2, a}, {2, b}}), 1);
+        const auto p1 =
+            createPhrase(c, first, "一", content({{1, "Hi "}, {2, a}, {1, "there"}, {2, a}, {2, b}}), 1);
         QVERIFY(!p1.empty() && !p2.empty() && !p3.empty());
         auto data = getAll(c, "list");
         QCOMPARE(field(data, "sign"), (std::vector<std::string>{p1, p2, p3}));
@@ -436,7 +437,8 @@ private Q_SLOTS:
         // What the client calls a picture of unknown type (".jpg"), or any name that is not the
         // digest of a known type, is refused with a reason the user can act on: otherwise every
         // account would share one ".jpg".
-        for (const auto &bad : std::vector<std::string>{".jpg", "logo.png", Secrets::md5Hex("webp") + ".webp"}) {
+        for (const auto &bad :
+             std::vector<std::string>{".jpg", "logo.png", Secrets::md5Hex("webp") + ".webp"}) {
             EXPECT_REFUSED(bob_->upload("bob", bad, "webp"), "图片格式不支持，请使用 PNG/JPG/GIF/BMP");
             EXPECT_REFUSED(bob_->post("/api/word/image/imageNameExist", {{"fileName", bad}}),
                            "图片格式不支持，请使用 PNG/JPG/GIF/BMP");
@@ -462,10 +464,11 @@ private Q_SLOTS:
         auto &c = *alice_;
         const auto parent = getAll(c, "class")[0].value("sign", "");
         const auto before = getAll(c, "class").size();
-        for (const auto &bad : {std::string("a\0b", 3), std::string("\xe0\x80\xaf"), std::string("\xed\xa0\x80"),
-                                      std::string("\xf4\x90\x80\x80")})
-            EXPECT_REFUSED(c.post("/api/word/class/create", {{"label", bad}, {"position", "1"}, {"dbname", "Alice"}}),
-                           "参数错误");
+        for (const auto &bad : {std::string("a\0b", 3), std::string("\xe0\x80\xaf"),
+                                std::string("\xed\xa0\x80"), std::string("\xf4\x90\x80\x80")})
+            EXPECT_REFUSED(
+                c.post("/api/word/class/create", {{"label", bad}, {"position", "1"}, {"dbname", "Alice"}}),
+                "参数错误");
         QCOMPARE(getAll(c, "class").size(), before);
         EXPECT_REFUSED(c.post("/api/word/list/create", {{"parentSign", parent},
                                                         {"label", "l"},
@@ -672,8 +675,9 @@ private Q_SLOTS:
         // Only forward-secret AEAD suites in TLS 1.2, chosen in the service's order; no older protocol.
         const auto handshake = [&](const QStringList &options) {
             QProcess client;
-            client.start("openssl", QStringList{"s_client", "-connect", "127.0.0.1:" + QString::number(tls.port())} +
-                                        options);
+            client.start("openssl",
+                         QStringList{"s_client", "-connect", "127.0.0.1:" + QString::number(tls.port())} +
+                             options);
             client.closeWriteChannel();
             if (!client.waitForFinished(20000))
                 client.kill();
@@ -684,7 +688,8 @@ private Q_SLOTS:
         QVERIFY2(chosen.contains("Cipher is ECDHE-RSA-AES128-GCM-SHA256"), qPrintable(chosen));
         for (const auto &weak : {QStringList{"-tls1_2", "-cipher", "AES128-SHA:AES256-GCM-SHA384"},
                                  QStringList{"-tls1_2", "-cipher", "ECDHE-RSA-AES128-SHA"}})
-            QVERIFY2(!handshake(weak).contains("Cipher is ECDHE") && !handshake(weak).contains("Cipher is AES"),
+            QVERIFY2(!handshake(weak).contains("Cipher is ECDHE") &&
+                         !handshake(weak).contains("Cipher is AES"),
                      qPrintable(weak.join(' ')));
         QVERIFY(handshake({"-tls1_3"}).contains("TLSv1.3"));
 

@@ -246,7 +246,8 @@ private Q_SLOTS:
         CloudService fresh;
         QVERIFY(fresh.start());
         QVERIFY(fresh.addUser("owner", "owner-pw"));
-        const auto attempt = [&](const std::string &source, const std::string &name, const std::string &password) {
+        const auto attempt = [&](const std::string &source, const std::string &name,
+                                 const std::string &password) {
             RawConnection c(fresh.port(), source);
             c.send(RawConnection::formPost("/api/osx/login", "usernames=" + name + "&username=123&password=" +
                                                                  ServiceClient::cipherPassword(password)));
@@ -275,8 +276,9 @@ private Q_SLOTS:
         QTemporaryDir dir;
         const QString cert = dir.filePath("cert.pem"), key = dir.filePath("key.pem");
         QProcess openssl;
-        openssl.start("openssl", {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                                  "-nodes", "-days", "1", "-subj", "/CN=127.0.0.1", "-keyout", key, "-out", cert});
+        openssl.start("openssl",
+                      {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                       "-days", "1", "-subj", "/CN=127.0.0.1", "-keyout", key, "-out", cert});
         QVERIFY(openssl.waitForFinished(60000));
         QCOMPARE(openssl.exitCode(), 0);
         CloudService tls({"--tls-cert", cert, "--tls-key", key, "--header-timeout", "2"});

@@ -49,7 +49,8 @@ private Q_SLOTS:
         QTest::newRow("trailing garbage") << R"([{"type":1,"value":"a"}] x)";
         // Two readers of a repeated key may each take another value.
         QTest::newRow("repeated key") << R"([{"type":2,"type":1,"value":"a"}])";
-        QTest::newRow("repeated nested key") << R"([{"type":1,"value":"a"},{"value":"b","type":1,"value":"c"}])";
+        QTest::newRow("repeated nested key")
+            << R"([{"type":1,"value":"a"},{"value":"b","type":1,"value":"c"}])";
         QTest::newRow("lone surrogate escape") << R"([{"type":1,"value":"\ud800"}])";
     }
     void malformedContentIsRefused() {
@@ -60,10 +61,10 @@ private Q_SLOTS:
     void utf8LengthCountsCodePointsAndRejectsBrokenText() {
         QCOMPARE(ContentRules::utf8Length("默认分类").value_or(0), std::size_t(4));
         QCOMPARE(ContentRules::utf8Length("a😀b").value_or(0), std::size_t(3));
-        QVERIFY(!ContentRules::utf8Length("\xe9\xbb"));     // cut short
-        QVERIFY(!ContentRules::utf8Length("a\xff"));        // never valid
-        QVERIFY(!ContentRules::utf8Length("\xc0\xaf"));     // overlong
-        QVERIFY(!ContentRules::utf8Length("\xe9\x41\x41")); // bad continuation
+        QVERIFY(!ContentRules::utf8Length("\xe9\xbb"));         // cut short
+        QVERIFY(!ContentRules::utf8Length("a\xff"));            // never valid
+        QVERIFY(!ContentRules::utf8Length("\xc0\xaf"));         // overlong
+        QVERIFY(!ContentRules::utf8Length("\xe9\x41\x41"));     // bad continuation
         QVERIFY(!ContentRules::utf8Length("\xe0\x80\xaf"));     // overlong in three bytes
         QVERIFY(!ContentRules::utf8Length("\xf0\x80\x80\xaf")); // overlong in four bytes
         QVERIFY(!ContentRules::utf8Length("\xed\xa0\x80"));     // a UTF-16 surrogate
@@ -114,8 +115,8 @@ private Q_SLOTS:
         QVERIFY(PictureName::matchesContent("logo.png", "anything"));
 
         // Stored are digests with the extension of a type the client shows, nothing else.
-        for (const auto &good : {md5 + ".png", md5 + ".jpg", md5 + ".jpeg", md5 + ".gif", md5 + ".bmp",
-                                 md5 + ".PNG"})
+        for (const auto &good :
+             {md5 + ".png", md5 + ".jpg", md5 + ".jpeg", md5 + ".gif", md5 + ".bmp", md5 + ".PNG"})
             QVERIFY2(PictureName::isAccepted(good), good.c_str());
         for (const auto &bad : {std::string(".jpg"), std::string("logo.png"), md5 + ".webp", md5 + ".tiff",
                                 md5.substr(1) + ".png", md5 + "0.png", "g" + md5.substr(1) + ".png"})
@@ -146,9 +147,9 @@ private Q_SLOTS:
         QVERIFY(c.singleSession);
         QCOMPARE(c.minVersion, std::int64_t(3));
         QCOMPARE(c.quotaBytes, std::int64_t(1024) * 1024 * 1024);
-        c = ServerConfig::parse({"--quota-mib", "2", "--max-connections", "50", "--max-connections-per-address",
-                                 "5"},
-                                positional, error);
+        c = ServerConfig::parse(
+            {"--quota-mib", "2", "--max-connections", "50", "--max-connections-per-address", "5"}, positional,
+            error);
         QCOMPARE(error, std::string());
         QCOMPARE(c.quotaBytes, std::int64_t(2) * 1024 * 1024);
         QCOMPARE(c.maxConnections, std::size_t(50));

@@ -224,17 +224,22 @@ private Q_SLOTS:
         cache.get(7, LibraryCache::Kind::Phrases, 4, [] {
             return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", ""});
         });
-        QCOMPARE(cache.get(7, LibraryCache::Kind::Phrases, 2, [] { return nullptr; })->plain, std::string("four"));
+        QCOMPARE(cache.get(7, LibraryCache::Kind::Phrases, 2, [] { return nullptr; })->plain,
+                 std::string("four"));
         // A builder that fails lets the next caller build.
-        QVERIFY_THROWS_EXCEPTION(std::runtime_error,
-                                 cache.get(8, LibraryCache::Kind::Classes, 1,
-                                           []() -> std::shared_ptr<const LibraryCache::Reply> {
-                                               throw std::runtime_error("disk");
-                                           }));
-        QCOMPARE(cache.get(8, LibraryCache::Kind::Classes, 1, [] {
-                          return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", ""});
-                      })->plain,
-                 std::string("ok"));
+        QVERIFY_THROWS_EXCEPTION(
+            std::runtime_error,
+            cache.get(8, LibraryCache::Kind::Classes, 1, []() -> std::shared_ptr<const LibraryCache::Reply> {
+                throw std::runtime_error("disk");
+            }));
+        QCOMPARE(
+            cache
+                .get(8, LibraryCache::Kind::Classes, 1,
+                     [] {
+                         return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", ""});
+                     })
+                ->plain,
+            std::string("ok"));
     }
 
     void commitsAreSyncedThroughTheLiveLog() {
