@@ -4,6 +4,7 @@
 #include "loginthrottle.h"
 #include "secrets.h"
 #include "sqlitestorage.h"
+#include "workerpool.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -297,6 +298,34 @@ private Q_SLOTS:
         cache.store(2, K::Phrases, 2, reply(10)); // replacing frees its old bytes
         cache.store(4, K::Classes, 1, reply(40));
         QVERIFY(cache.find(2, K::Phrases, 2) && cache.find(3, K::Phrases, 1) && cache.find(4, K::Classes, 1));
+    }
+
+    void workerPoolRefusesWhenFullAndPutsUrgentWorkFirst() {
+        WorkerPool pool(1, 3);
+        std::mutex gate;
+        std::unique_lock held(gate);
+        std::vector<char> order;
+        std::mutex orderMutex;
+        const auto record = [&](char c) {
+            return [&, c] {
+                std::lock_guard lock(orderMutex);
+                order.push_back(c);
+            };
+        };
+        std::atomic<bool> started{false};
+        QVERIFY(pool.submit([&] {
+            started = true;
+            std::lock_guard wait(gate);
+        }));
+        QTRY_VERIFY_WITH_TIMEOUT(started, 10000); // the one worker is busy, the queue empty
+        QVERIFY(pool.submit(record('a')));
+        QVERIFY(pool.submit(record('b')));
+        QVERIFY(pool.submit(record('U'), true));
+        QVERIFY(!pool.submit(record('x'))); // three waiting: full
+        held.unlock();
+        pool.stop();
+        QCOMPARE(std::string(order.begin(), order.end()), std::string("Uab"));
+        QVERIFY(!pool.submit(record('y'))); // stopped
     }
 
     void fairMutexExcludes() {
