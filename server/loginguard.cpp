@@ -2,32 +2,37 @@
 
 #include "storage.h"
 
+#include <algorithm>
+
 std::mutex &LoginGuard::mutex() {
     static std::mutex m;
     return m;
 }
 
-std::int64_t LoginGuard::lockedFor(Storage &storage, const std::string &nameKey, std::int64_t now) {
+std::int64_t LoginGuard::delayAfter(std::int64_t failures) {
+    if (failures <= freeFailures)
+        return 0;
+    const auto doublings = std::min<std::int64_t>(failures - freeFailures - 1, 20);
+    return std::min(maxDelay, firstDelay << doublings);
+}
+
+std::int64_t LoginGuard::waitFor(Storage &storage, const std::string &nameKey, std::int64_t now) {
     const auto state = storage.loginGuard(nameKey);
     return state.lockedUntil > now ? state.lockedUntil - now : 0;
 }
 
 std::int64_t LoginGuard::failed(Storage &storage, const std::string &nameKey, std::int64_t now) {
     std::lock_guard lock(mutex());
+    // window_start holds the time of the latest failure.
     auto state = storage.loginGuard(nameKey);
-    if (state.failures == 0 || now - state.windowStart >= window) {
+    if (now - state.windowStart >= window)
         state.failures = 0;
-        state.windowStart = now;
-    }
     ++state.failures;
-    std::int64_t locked = 0;
-    if (state.failures >= maxFailures) {
-        state.failures = 0;
-        state.lockedUntil = now + lockTime;
-        locked = lockTime;
-    }
+    state.windowStart = now;
+    const auto delay = delayAfter(state.failures);
+    state.lockedUntil = delay > 0 ? now + delay : 0;
     storage.setLoginGuard(nameKey, state);
-    return locked;
+    return delay;
 }
 
 void LoginGuard::succeeded(Storage &storage, const std::string &nameKey) {

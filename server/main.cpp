@@ -4,6 +4,8 @@
 #include "serverconfig.h"
 #include "sqlitestorage.h"
 
+#include <malloc.h>
+
 #include <csignal>
 #include <filesystem>
 #include <iostream>
@@ -16,18 +18,25 @@ namespace {
 const char *const usage =
     "usage: quillora-cloud serve [--listen ADDR] [--port N] [--data DIR] [--tls-cert F --tls-key F]\n"
     "                            [--min-version N] [--download-url URL] [--single-session]\n"
-    "                            [--max-picture-mib N] [--threads N]\n"
+    "                            [--max-picture-mib N] [--threads N] [--quota-mib N]\n"
+    "                            [--max-connections N] [--max-connections-per-address N]\n"
+    "                            [--header-timeout S]\n"
     "       quillora-cloud adduser NAME [--data DIR]   (password on the first line of standard input)\n"
     "       quillora-cloud passwd NAME [--data DIR]    (password on the first line of standard input)\n"
     "       quillora-cloud demo [--data DIR]\n";
 
-int serve(const ServerConfig &config, Storage &storage) {
-    // Termination signals are taken by one thread that stops the server cleanly.
+sigset_t terminationSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+int serve(const ServerConfig &config, Storage &storage) {
+    // Termination signals are taken by one thread that stops the server cleanly (every thread
+    // blocks them; see main).
+    sigset_t signals = terminationSignals();
     std::signal(SIGPIPE, SIG_IGN);
 
     ApiServer server(config, storage);
@@ -46,6 +55,9 @@ int serve(const ServerConfig &config, Storage &storage) {
 } // namespace
 
 int main(int argc, char **argv) {
+    // A fixed threshold keeps large request bodies in mappings of their own, which go back to the
+    // system when freed (the default threshold rises after the first large free).
+    mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
         std::cout << usage;
@@ -68,6 +80,11 @@ int main(int argc, char **argv) {
     if (!Secrets::init()) {
         std::cerr << "quillora-cloud: cannot initialise libsodium" << std::endl;
         return 1;
+    }
+    if (command == "serve") {
+        // Blocked before the storage starts its thread, so no thread but the waiter sees them.
+        const sigset_t signals = terminationSignals();
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     }
     std::unique_ptr<SqliteStorage> storage;
     try {

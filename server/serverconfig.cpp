@@ -62,8 +62,24 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
                 error = "bad picture size: " + v;
             c.maxPictureBytes = mib * 1024 * 1024;
         } else if (a == "--threads") {
-            if (value(v) && (!number(v, c.threads) || c.threads < 2 || c.threads > 1024))
+            if (value(v) && (!number(v, c.threads) || c.threads < 1 || c.threads > 256))
                 error = "bad thread count: " + v;
+        } else if (a == "--max-connections") {
+            if (value(v) &&
+                (!number(v, c.maxConnections) || c.maxConnections < 1 || c.maxConnections > 100000))
+                error = "bad connection count: " + v;
+        } else if (a == "--max-connections-per-address") {
+            if (value(v) && (!number(v, c.maxConnectionsPerAddress) || c.maxConnectionsPerAddress < 1 ||
+                             c.maxConnectionsPerAddress > 100000))
+                error = "bad connection count: " + v;
+        } else if (a == "--header-timeout") {
+            if (value(v) && (!number(v, c.headerTimeout) || c.headerTimeout < 1 || c.headerTimeout > 600))
+                error = "bad header timeout: " + v;
+        } else if (a == "--quota-mib") {
+            std::int64_t mib = 0;
+            if (value(v) && (!number(v, mib) || mib < 1 || mib > 1024 * 1024))
+                error = "bad quota: " + v;
+            c.quotaBytes = mib * 1024 * 1024;
         } else if (a.rfind("--", 0) == 0) {
             error = "unknown option " + a;
         } else {

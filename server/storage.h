@@ -31,6 +31,9 @@ public:
     virtual std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
                                                   std::int64_t maxIdle) = 0;
     virtual void deleteSession(const std::string &tokenDigest) = 0;
+    // Deletes sessions last used before `sessionsUsedBefore` and sign-in failure records whose
+    // latest failure and waiting time both ended before `guardsBefore`.
+    virtual void purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) = 0;
 
     // Library. Every change bumps the user's library version.
     virtual std::int64_t libraryVersion(std::int64_t userId) = 0;
@@ -53,8 +56,12 @@ public:
     virtual StoreStatus swapPhrases(std::int64_t userId, const std::string &sign1,
                                     const std::string &sign2) = 0;
 
-    // Pictures are shared by all users and never overwritten.
+    // Pictures are stored once whoever sends them and never overwritten; every account that sent
+    // one counts it against its quota.
     virtual bool pictureExists(const std::string &name) = 0;
     virtual std::optional<std::string> picture(const std::string &name) = 0;
-    virtual StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now) = 0;
+    virtual StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
+                                     std::int64_t ownerId) = 0;
+    // Bytes the account uses: its phrases' labels and contents and the pictures it sent.
+    virtual std::int64_t storageUsed(std::int64_t userId) = 0;
 };
