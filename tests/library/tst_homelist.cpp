@@ -243,6 +243,29 @@ private Q_SLOTS:
         other.process.start("xterm", {"-class", "Supportdesk", "-T", "工单 42", "-e", "sleep", "120"});
         QVERIFY(target(other.process));
         QTRY_COMPARE_WITH_TIMEOUT(home_->targetName->text(), QStringLiteral("Supportdesk"), 5000);
+
+        // A window that announces its application id is named by the entry of that id; an entry
+        // that hides itself counts as none.
+        writeFile(userApps + "org.example.Helpdesk.desktop", "[Desktop Entry]\n"
+                                                             "Type=Application\n"
+                                                             "Name=Helpdesk\n"
+                                                             "Name[zh_CN]=客服工作台\n");
+        writeFile(userApps + "org.example.Removed.desktop", "[Desktop Entry]\n"
+                                                            "Type=Application\n"
+                                                            "Name=Removed\n"
+                                                            "Hidden=true\n");
+        QTemporaryDir logs;
+        Program helpdesk;
+        helpdesk.process.start(PASTETARGET_BINARY,
+                               {"--log", logs.filePath("a.log"), "--class", "Chat", "--desktop-id",
+                                "org.example.Helpdesk", "--title", "会话"});
+        QVERIFY(target(helpdesk.process));
+        QTRY_COMPARE_WITH_TIMEOUT(home_->targetName->text(), QStringLiteral("客服工作台"), 5000);
+        Program removed;
+        removed.process.start(PASTETARGET_BINARY, {"--log", logs.filePath("b.log"), "--desktop-id",
+                                                   "org.example.Removed", "--title", "会话"});
+        QVERIFY(target(removed.process));
+        QTRY_COMPARE_WITH_TIMEOUT(home_->targetName->text(), QStringLiteral("org.example.Removed"), 5000);
         qunsetenv("LC_MESSAGES");
     }
 
