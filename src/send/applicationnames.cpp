@@ -96,24 +96,24 @@ QString ApplicationNames::displayName(const RunningApplication &application) {
 
 QString ApplicationNames::findEntryName(const QString &applicationId) {
     const QMap<QString, QString> files = desktopFiles();
-    // The id itself; then an entry that names the window class; then, for a class such as "Mousepad",
-    // a reverse-domain id ending in it ("org.xfce.mousepad"). Ids compare without case.
+    // The entry of that id; else one whose StartupWMClass is it; else an id that differs only in case;
+    // else, for a class such as "Mousepad", a reverse-domain id ending in it ("org.xfce.mousepad").
     if (const QString name = nameInFile(files.value(applicationId)); !name.isEmpty())
         return name;
     QString byClass, byCaseless, byLastPart;
     for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
         const QString &id = it.key();
-        const bool caseless = id.compare(applicationId, Qt::CaseInsensitive) == 0;
-        const bool lastPart = id.section(u'.', -1).compare(applicationId, Qt::CaseInsensitive) == 0;
-        if (!caseless && !lastPart && byClass.isEmpty()) {
-            if (readDesktopEntry(it.value()).value(QStringLiteral("StartupWMClass")) == applicationId)
-                byClass = nameInFile(it.value());
-            continue;
-        }
-        if (caseless && byCaseless.isEmpty())
-            byCaseless = nameInFile(it.value());
-        else if (lastPart && byLastPart.isEmpty())
-            byLastPart = nameInFile(it.value());
+        QString *match = nullptr;
+        if (byClass.isEmpty() &&
+            readDesktopEntry(it.value()).value(QStringLiteral("StartupWMClass")) == applicationId)
+            match = &byClass;
+        else if (byCaseless.isEmpty() && id.compare(applicationId, Qt::CaseInsensitive) == 0)
+            match = &byCaseless;
+        else if (byLastPart.isEmpty() &&
+                 id.section(u'.', -1).compare(applicationId, Qt::CaseInsensitive) == 0)
+            match = &byLastPart;
+        if (match)
+            *match = nameInFile(it.value());
     }
     return !byClass.isEmpty() ? byClass : !byCaseless.isEmpty() ? byCaseless : byLastPart;
 }

@@ -18,13 +18,12 @@ public:
     // What a user calls the application: its entry's name, else its id or class, else its window's name.
     static QString displayName(const RunningApplication &application);
 
+private:
+    static QString findEntryName(const QString &applicationId);
     // The Name of a desktop entry file in the user's language; empty when the file is not an
-    // application that the menu shows.
+    // application entry or is marked deleted (Hidden).
     static QString nameInFile(const QString &path);
     // Locale names to try in order for Name[...] (for zh_CN.UTF-8: zh_CN, zh), from the environment.
     static QStringList languages();
-
-private:
-    static QString findEntryName(const QString &applicationId);
     static QHash<QString, QString> &cache();
 };
