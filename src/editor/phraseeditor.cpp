@@ -129,7 +129,7 @@ void PhraseEditor::insertPieces(const QString &jsonString, bool atEnd) {
     const std::optional<ContentPieces> pieces = parseContent(jsonString);
     if (!pieces)
         return;
-    QTextCursor cursor = textCursor();
+    QTextCursor cursor = atEnd ? QTextCursor(document()) : insertionCursor();
     if (atEnd)
         cursor.movePosition(QTextCursor::End);
     cursor.beginEditBlock();
@@ -143,16 +143,27 @@ void PhraseEditor::insertPieces(const QString &jsonString, bool atEnd) {
         }
     }
     cursor.endEditBlock();
-    if (!atEnd)
-        setTextCursor(cursor);
-    setCurrentCharFormat(QTextCharFormat());
+    resetTypingFormat();
 }
 
 void PhraseEditor::insertString(const QString &value) {
-    QTextCursor cursor = textCursor();
+    QTextCursor cursor = insertionCursor();
     insertTextAt(cursor, value);
-    setTextCursor(cursor);
     ensureCursorVisible();
+}
+
+QTextCursor PhraseEditor::insertionCursor() const {
+    // Inserting goes before the selection and leaves it: the editor's own cursor moves along with the
+    // text, so the same characters stay selected.
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(cursor.selectionStart());
+    return cursor;
+}
+
+void PhraseEditor::resetTypingFormat() {
+    // Text typed after a picture must not take the picture's format; a selection keeps its own.
+    if (!textCursor().hasSelection())
+        setCurrentCharFormat(QTextCharFormat());
 }
 
 void PhraseEditor::insertTextAt(QTextCursor &cursor, const QString &text) {
@@ -161,11 +172,10 @@ void PhraseEditor::insertTextAt(QTextCursor &cursor, const QString &text) {
 }
 
 void PhraseEditor::insertImage(const QByteArray &data) {
-    QTextCursor cursor = textCursor();
+    QTextCursor cursor = insertionCursor();
     if (!insertImageAt(cursor, data))
         return;
-    setTextCursor(cursor);
-    setCurrentCharFormat(QTextCharFormat());
+    resetTypingFormat();
     ensureCursorVisible();
 }
 
@@ -173,7 +183,7 @@ void PhraseEditor::appendPicture(const QByteArray &data) {
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::End);
     if (insertImageAt(cursor, data))
-        setCurrentCharFormat(QTextCharFormat());
+        resetTypingFormat();
 }
 
 bool PhraseEditor::insertImageAt(QTextCursor &cursor, const QByteArray &data) {
@@ -265,6 +275,8 @@ bool PhraseEditor::canInsertFromMimeData(const QMimeData *source) const {
 }
 
 void PhraseEditor::insertFromMimeData(const QMimeData *source) {
+    // Unlike inserting an emoji or a picture, a paste replaces the selection, and a copy with nothing
+    // selected leaves the clipboard as it was: what every Linux text field does.
     if (const std::optional<QString> json = getClipboardJsonValue(source)) {
         textCursor().removeSelectedText();
         insertJsonValue(*json);

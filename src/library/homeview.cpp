@@ -8,6 +8,7 @@
 #include "library/phraseoperations.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
+#include "send/applicationnames.h"
 #include "send/quickbar.h"
 #include "send/quickbarentry.h"
 #include "send/targetwindowtracker.h"
@@ -217,8 +218,10 @@ void HomeView::refreshTarget() {
             targetIcon->setPixmap(QPixmap::fromImage(icon.scaled(
                 targetIcon->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
     }
-    if (targetName->text() != app->localizedName)
-        targetName->setText(app->localizedName);
+    // The program's name as the application menu gives it, not the title of its window.
+    const QString name = ApplicationNames::displayName(*app);
+    if (targetName->text() != name)
+        targetName->setText(name);
 }
 
 void HomeView::searchTextChanged() {

@@ -26,6 +26,7 @@ PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
         cell->setSelect(selectedRows.contains(row));
         return cell;
     });
+    ListSelection::keepNonEmpty(collectionView);
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);

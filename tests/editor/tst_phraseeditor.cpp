@@ -194,6 +194,13 @@ private Q_SLOTS:
         target.selectAll();
         target.paste();
         QCOMPARE(toJsonValue(target.getValue()), toJsonValue(source.getValue()));
+
+        // Copying with nothing selected leaves the clipboard alone.
+        QApplication::clipboard()->setText(QStringLiteral("kept"));
+        target.moveCursor(QTextCursor::End);
+        target.copy();
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
+        QVERIFY(!QApplication::clipboard()->mimeData()->hasFormat(PhraseEditor::pasteTypeName));
     }
 
     void pictureFromAnotherProgramIsPastedAndStored() {
