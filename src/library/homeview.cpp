@@ -152,7 +152,7 @@ void HomeView::viewDidAppear() {
     auto *bar = new QuickBar;
     connect(this, &QObject::destroyed, bar, &QObject::deleteLater);
     QPointer<PhraseList> list = phraseList();
-    bar->setListSource([list] { return list ? std::optional(list->dataSource) : std::nullopt; },
+    bar->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
                        [list](int row) {
                            if (list)
                                list->selectRow(row);

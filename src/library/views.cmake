@@ -1,7 +1,5 @@
 target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/classcelllistener.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraserowlistener.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraserow.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserow.h
   ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistview.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistview.h
   ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.h
@@ -13,6 +11,4 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/phraselist.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselist.h
   ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.cpp ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.h
   ${CMAKE_CURRENT_LIST_DIR}/homeview.cpp ${CMAKE_CURRENT_LIST_DIR}/homeview.h
-  ${CMAKE_CURRENT_LIST_DIR}/lazyrowlist.cpp ${CMAKE_CURRENT_LIST_DIR}/lazyrowlist.h
-  ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraserowbase.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowbase.h)
+  ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h)

@@ -67,6 +67,16 @@ QList<Phrase> PhraseStore::getAll(const QString &parentSign, const QString &user
                  });
 }
 
+QList<qint64> PhraseStore::getAllIds(const QString &parentSign, const QString &username) {
+    return rowsOf<qint64>(
+        "SELECT id FROM word_list WHERE username = ? AND parentSign = ? ORDER BY position ASC, id ASC",
+        [&](SQLite::Statement &s) {
+            bindText(s, 1, username);
+            bindText(s, 2, parentSign);
+        },
+        [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
+}
+
 QString PhraseStore::getAllCount(const QString &username) {
     return countOf("select count(id) from word_list where username = (?)",
                    [&](SQLite::Statement &s) { bindText(s, 1, username); });

@@ -27,6 +27,8 @@ public:
                   const QString &newJsonValue);
     bool setPosition(const QString &sign, qint64 newPosition);
     QList<Phrase> getAll(const QString &parentSign, const QString &username);
+    // The ids of getAll's rows, in the same order.
+    QList<qint64> getAllIds(const QString &parentSign, const QString &username);
     QString getAllCount(const QString &username);
     QString getCount(const QString &username, const QString &parentSign);
     QStringList allPictureNames(const QString &username);
