@@ -15,7 +15,7 @@
 // library that changed, one of them builds the reply and the others wait for it.
 class LibraryCache {
 public:
-    explicit LibraryCache(std::size_t maxBytes = 256u * 1024 * 1024) : maxBytes_(maxBytes) {}
+    explicit LibraryCache(std::size_t maxBytes = 64u * 1024 * 1024) : maxBytes_(maxBytes) {}
 
     enum class Kind { Classes, Phrases };
 

@@ -30,13 +30,18 @@ const char *const usage =
     "       quillora-cloud migrate --from sqlite:PATH --to postgresql://…\n"
     "   adduser, passwd and demo take --database too.\n";
 
-int serve(const ServerConfig &config, Storage &storage) {
-    // Termination signals are taken by one thread that stops the server cleanly.
+sigset_t terminationSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+int serve(const ServerConfig &config, Storage &storage) {
+    // Termination signals are taken by one thread that stops the server cleanly (every thread
+    // blocks them; see main).
+    sigset_t signals = terminationSignals();
     std::signal(SIGPIPE, SIG_IGN);
 
     ApiServer server(config, storage);
@@ -120,6 +125,11 @@ int main(int argc, char **argv) {
     if (!Secrets::init()) {
         std::cerr << "quillora-cloud: cannot initialise libsodium" << std::endl;
         return 1;
+    }
+    if (command == "serve") {
+        // Blocked before the storage starts its thread, so no thread but the waiter sees them.
+        const sigset_t signals = terminationSignals();
+        pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     }
     const auto storage = openStorage(config, error);
     if (!storage) {

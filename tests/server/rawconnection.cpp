@@ -46,27 +46,27 @@ bool RawConnection::send(const std::string &bytes) {
     return fd_ >= 0;
 }
 
-bool RawConnection::fill(std::chrono::steady_clock::time_point deadline) {
+RawConnection::Fill RawConnection::fill(std::chrono::steady_clock::time_point deadline) {
     if (fd_ < 0)
-        return false;
+        return Fill::Closed;
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     pollfd p{fd_, POLLIN, 0};
     if (left.count() <= 0 || ::poll(&p, 1, int(left.count())) <= 0)
-        return false;
+        return Fill::TimedOut;
     char chunk[65536];
     const auto n = ::recv(fd_, chunk, sizeof chunk, 0);
     if (n <= 0)
-        return false;
+        return Fill::Closed;
     buffer_.append(chunk, std::size_t(n));
-    return true;
+    return Fill::Data;
 }
 
 RawConnection::Response RawConnection::read(std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     std::size_t headEnd;
     while ((headEnd = buffer_.find("\r\n\r\n")) == std::string::npos)
-        if (!fill(deadline))
+        if (fill(deadline) != Fill::Data)
             return {};
     Response r;
     const std::string head = buffer_.substr(0, headEnd);
@@ -92,7 +92,7 @@ RawConnection::Response RawConnection::read(std::chrono::milliseconds timeout) {
     }
     const std::size_t length = std::size_t(std::atoll(r.headers["content-length"].c_str()));
     while (buffer_.size() < headEnd + 4 + length)
-        if (!fill(deadline))
+        if (fill(deadline) != Fill::Data)
             return {};
     r.body = buffer_.substr(headEnd + 4, length);
     r.status = status;
@@ -103,17 +103,10 @@ RawConnection::Response RawConnection::read(std::chrono::milliseconds timeout) {
 bool RawConnection::closedWithin(std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {
-        if (fd_ < 0)
-            return true;
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd p{fd_, POLLIN, 0};
-        if (left.count() <= 0 || ::poll(&p, 1, int(left.count())) <= 0)
-            return false;
-        char chunk[65536];
-        const auto n = ::recv(fd_, chunk, sizeof chunk, 0);
-        if (n <= 0)
-            return true;
+        const auto got = fill(deadline);
+        if (got != Fill::Data)
+            return got == Fill::Closed;
+        buffer_.clear();
     }
 }
 

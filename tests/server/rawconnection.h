@@ -33,8 +33,9 @@ public:
                                 const std::string &extraHeaders = {});
 
 private:
-    // Reads more into buffer_; false on end, error or timeout.
-    bool fill(std::chrono::steady_clock::time_point deadline);
+    enum class Fill { Data, Closed, TimedOut };
+    // Reads more into buffer_.
+    Fill fill(std::chrono::steady_clock::time_point deadline);
 
     int fd_ = -1;
     std::string buffer_;

@@ -5,6 +5,7 @@
 #include "secrets.h"
 #include "testenv.h"
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -636,6 +637,9 @@ private Q_SLOTS:
         const auto classes = getAll(c, "class").dump();
         const auto phrases = getAll(c, "list").dump();
         svc->stop();
+        // A clean stop leaves no write-ahead log behind.
+        const QFileInfo wal(dir.filePath("quillora-cloud.sqlite3-wal"));
+        QVERIFY(!wal.exists() || wal.size() == 0);
 
         CloudService again;
         QVERIFY(again.start(dir.path()));
