@@ -24,6 +24,7 @@ const char *const usage =
     "                            [--max-connections N] [--max-connections-per-address N]\n"
     "                            [--header-timeout S]\n"
     "                            [--database postgresql://… [--database-connections N]]\n"
+    "                            [--trusted-proxy ADDR]...\n"
     "       quillora-cloud adduser NAME [--data DIR]   (password on the first line of standard input)\n"
     "       quillora-cloud passwd NAME [--data DIR]    (password on the first line of standard input)\n"
     "       quillora-cloud demo [--data DIR]\n"

@@ -1,5 +1,7 @@
 #include "serverconfig.h"
 
+#include "proxyaddress.h"
+
 #include <charconv>
 #include <cstdlib>
 
@@ -96,6 +98,11 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
             if (value(v) && (!number(v, c.databaseConnections) || c.databaseConnections < 1 ||
                              c.databaseConnections > 1000))
                 error = "bad connection count: " + v;
+        } else if (a == "--trusted-proxy") {
+            if (value(v) && ProxyAddress::isAddress(v))
+                c.trustedProxies.push_back(v);
+            else if (error.empty())
+                error = "bad proxy address: " + v;
         } else if (a.rfind("--", 0) == 0) {
             error = "unknown option " + a;
         } else {

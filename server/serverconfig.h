@@ -23,6 +23,7 @@ public:
     std::int64_t quotaBytes = 1024LL * 1024 * 1024; // per account
     std::string database;                           // a postgresql:// address; empty: SQLite in dataDir
     std::size_t databaseConnections = 0;            // 0: enough for every worker
+    std::vector<std::string> trustedProxies;        // whose X-Forwarded-For names the client
 
     bool tls() const { return !tlsCert.empty(); }
     std::string databasePath() const;

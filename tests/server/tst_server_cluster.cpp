@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <mutex>
 #include <random>
 #include <set>
@@ -292,6 +293,32 @@ private Q_SLOTS:
         QVERIFY2(output.contains("already holds accounts"), output.constData());
         PgConnection db(target.toStdString());
         QCOMPARE(db.exec("SELECT COUNT(*) FROM users").integer(0, 0), std::int64_t(2));
+    }
+
+    void signInsBehindATrustedProxyAreCountedPerClient() {
+        CloudService proxied({"--trusted-proxy", "127.0.0.1"}), direct;
+        QVERIFY(proxied.start() && direct.start());
+        const auto wrongPasswords = [](const CloudService &at, const std::function<std::string(int)> &client,
+                                       int attempts) {
+            httplib::Client c(at.baseUrl().toStdString());
+            int throttled = 0;
+            for (int i = 0; i < attempts; ++i) {
+                const auto r = c.Post("/api/osx/login", {{"X-Forwarded-For", client(i)}},
+                                      httplib::Params{{"usernames", "nobody"},
+                                                      {"password", ServiceClient::cipherPassword("wrong")}});
+                throttled += r && r->status == 429;
+            }
+            return throttled;
+        };
+        // The proxy relays many clients: one client's flood uses up only its own allowance.
+        QVERIFY(wrongPasswords(
+                    proxied, [](int) { return "203.0.113.9, 198.51.100.7"; }, 24) > 0);
+        QCOMPARE(wrongPasswords(
+                     proxied, [](int) { return "198.51.100.8"; }, 5),
+                 0);
+        // Without a trusted proxy the header is the client's own claim and changes nothing.
+        QVERIFY(wrongPasswords(
+                    direct, [](int i) { return "198.51.100." + std::to_string(i); }, 24) > 0);
     }
 
     void anUnreachableDatabaseStopsTheStartWithAReason() {
