@@ -285,8 +285,11 @@ void ApiServer::dispatch(Request request, HttpServer::Completion done) {
     const auto route = request.method == "POST" ? posts_.find(request.path) : posts_.end();
     const bool hashes = route != posts_.end() && route->second.hashesPasswords;
     // Checked before queueing, so a flood is answered at once and never reaches the hashing.
-    if (hashes && !throttle_.take(HttpServer::addressKey(request.peer), steadySeconds()))
+    const auto address = HttpServer::addressKey(request.peer);
+    if (hashes && !throttle_.take(address, steadySeconds()))
         return done(jsonResponse(refused(msg::tooManyLogins), 429));
+    // Addresses without recent failures go before the queue a flood's burst may have left.
+    const bool urgent = hashes && !throttle_.failedRecently(address, steadySeconds());
     auto task = [this, request = std::move(request), done]() mutable {
         Response response;
         try {
@@ -298,7 +301,7 @@ void ApiServer::dispatch(Request request, HttpServer::Completion done) {
         done(std::move(response));
     };
     // A full queue is a refusal now rather than a long wait later.
-    if (!(hashes ? hashers_ : workers_)->submit(std::move(task)))
+    if (!(hashes ? hashers_ : workers_)->submit(std::move(task), urgent))
         done(jsonResponse(refused(msg::busy), 503));
 }
 

@@ -16,7 +16,7 @@ public:
     std::string downloadUrl; // empty: the service's own root page
     bool singleSession = false;
     std::size_t maxPictureBytes = 10u * 1024 * 1024;
-    std::size_t threads = 8; // workers for database work
+    std::size_t threads = 32; // workers for database work (a write holds one until its sync)
     std::size_t maxConnections = 1000;
     std::size_t maxConnectionsPerAddress = 128;
     int headerTimeout = 10;                         // seconds for a TLS handshake, and for a request's header

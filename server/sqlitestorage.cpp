@@ -179,6 +179,8 @@ std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
     // (syncLog, after the write turn); without the log's descriptor each commit syncs it.
     db->exec(walFd_ >= 0 ? "PRAGMA synchronous = OFF" : "PRAGMA synchronous = FULL");
     db->exec("PRAGMA foreign_keys = ON");
+    // One connection per worker: a small page cache each keeps their sum modest.
+    db->exec("PRAGMA cache_size = -1024");
     db->exec("PRAGMA wal_autocheckpoint = 0");
     db->exec("PRAGMA journal_size_limit = " + std::to_string(16 * 1024 * 1024));
     return db;

@@ -9,12 +9,15 @@ WorkerPool::~WorkerPool() {
     stop();
 }
 
-bool WorkerPool::submit(std::function<void()> task) {
+bool WorkerPool::submit(std::function<void()> task, bool urgent) {
     {
         std::lock_guard lock(mutex_);
         if (stopping_ || queue_.size() >= maxQueued_)
             return false;
-        queue_.push_back(std::move(task));
+        if (urgent)
+            queue_.push_front(std::move(task));
+        else
+            queue_.push_back(std::move(task));
     }
     wake_.notify_one();
     return true;

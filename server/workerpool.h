@@ -17,8 +17,9 @@ public:
     WorkerPool(const WorkerPool &) = delete;
     WorkerPool &operator=(const WorkerPool &) = delete;
 
-    // False when the queue is full or the pool is stopping; the task is then not run.
-    bool submit(std::function<void()> task);
+    // False when the queue is full or the pool is stopping; the task is then not run. An urgent
+    // task goes before those waiting.
+    bool submit(std::function<void()> task, bool urgent = false);
     // Runs what is queued, then joins the threads.
     void stop();
 

@@ -56,6 +56,23 @@ httplib::Params form(const Session &s, httplib::Params p) {
     return p;
 }
 
+// Creates a phrase in the session's first class; its sign, or empty when refused.
+std::string createPhrase(httplib::Client &c, const Session &s, const std::string &label,
+                         const std::string &jsonValue, const std::string &position) {
+    const auto r = c.Post("/api/word/list/create", httplib::Headers{{"Cookie", s.cookie}},
+                          form(s, {{"parentSign", s.classSign},
+                                   {"label", label},
+                                   {"jsonValue", jsonValue},
+                                   {"position", position}}));
+    const auto j = Json::parse(r ? r->body : "", nullptr, false);
+    return j.is_object() && j.value("state", 0) == 1 ? j.value("sign", "") : "";
+}
+
+bool deletePhrase(httplib::Client &c, const Session &s, const std::string &sign) {
+    return stateOf(c.Post("/api/word/list/del", httplib::Headers{{"Cookie", s.cookie}},
+                          form(s, {{"sign", sign + "|"}}))) == 1;
+}
+
 // "URL" or "URL,URL,…": instances of one service sharing a database.
 std::vector<std::string> instances(const std::string &urls) {
     std::vector<std::string> out;
@@ -120,21 +137,14 @@ void sameAccountUnderWrites(const std::string &url, const Session &s, int conns,
     std::thread writer([&] {
         httplib::Client c(url);
         c.set_keep_alive(true);
-        httplib::Headers h{{"Cookie", s.cookie}};
         auto next = Clock::now();
         std::string sign;
         while (!done) {
             next += std::chrono::milliseconds(100);
             if (sign.empty()) {
-                const auto r = c.Post("/api/word/list/create", h,
-                                      form(s, {{"parentSign", s.classSign},
-                                               {"label", "写入"},
-                                               {"jsonValue", body},
-                                               {"position", "100000"}}));
-                const auto j = Json::parse(r ? r->body : "", nullptr, false);
-                sign = j.is_object() ? j.value("sign", "") : "";
+                sign = createPhrase(c, s, "写入", body, "100000");
             } else {
-                c.Post("/api/word/list/del", h, form(s, {{"sign", sign + "|"}}));
+                deletePhrase(c, s, sign);
                 sign.clear();
             }
             ++writes;
@@ -300,16 +310,9 @@ void logUnderWrites(const std::string &url, const std::vector<Session> &sessions
             const auto &s = sessions[t % sessions.size()];
             httplib::Client c(url);
             c.set_keep_alive(true);
-            httplib::Headers h{{"Cookie", s.cookie}};
             while (!done) {
-                const auto r = c.Post("/api/word/list/create", h,
-                                      form(s, {{"parentSign", s.classSign},
-                                               {"label", "wal"},
-                                               {"jsonValue", text},
-                                               {"position", "0"}}));
-                const auto j = Json::parse(r ? r->body : "", nullptr, false);
-                if (j.is_object() && j.value("state", 0) == 1)
-                    c.Post("/api/word/list/del", h, form(s, {{"sign", j.value("sign", "") + "|"}}));
+                if (const auto sign = createPhrase(c, s, "wal", text, "0"); !sign.empty())
+                    deletePhrase(c, s, sign);
                 ++pairs;
             }
         });
@@ -438,17 +441,9 @@ int main(int argc, char **argv) {
                      {{"type", 1}, {"value", "如有其他问题，请随时联系我们！"}}})
             .dump();
     run(std::min(users, 16), [&](httplib::Client &c, std::size_t i) {
-        const auto &s = sessions[i];
-        httplib::Headers h{{"Cookie", s.cookie}};
-        for (int p = 0; p < phrases; ++p) {
-            const auto r = c.Post("/api/word/list/create", h,
-                                  form(s, {{"parentSign", s.classSign},
-                                           {"label", "话术 " + std::to_string(p)},
-                                           {"jsonValue", body},
-                                           {"position", std::to_string(p)}}));
-            if (stateOf(r) != 1)
+        for (int p = 0; p < phrases; ++p)
+            if (createPhrase(c, sessions[i], "话术 " + std::to_string(p), body, std::to_string(p)).empty())
                 ++failures;
-        }
     });
     std::printf("seeded %d libraries of %d phrases in %.1f s (%d failures)\n", users, phrases,
                 std::chrono::duration<double>(Clock::now() - seedStart).count(), failures.load());
@@ -468,21 +463,15 @@ int main(int argc, char **argv) {
         return r && r->status == 200 && r->body.size() == packedSize[index] && packedSize[index] > 0;
     };
     const auto createDelete = [&](httplib::Client &c, const Session &s, std::vector<double> &times) {
-        httplib::Headers h{{"Cookie", s.cookie}};
         auto before = Clock::now();
-        const auto created = c.Post("/api/word/list/create", h,
-                                    form(s, {{"parentSign", s.classSign},
-                                             {"label", "临时"},
-                                             {"jsonValue", body},
-                                             {"position", "100000"}}));
+        const auto sign = createPhrase(c, s, "临时", body, "100000");
         times.push_back(ms(Clock::now() - before));
-        const auto j = Json::parse(created ? created->body : "", nullptr, false);
-        if (!j.is_object() || j.value("state", 0) != 1)
+        if (sign.empty())
             return false;
         before = Clock::now();
-        const auto removed = c.Post("/api/word/list/del", h, form(s, {{"sign", j.value("sign", "") + "|"}}));
+        const bool removed = deletePhrase(c, s, sign);
         times.push_back(ms(Clock::now() - before));
-        return stateOf(removed) == 1;
+        return removed;
     };
     // The first fetch of each library builds its reply; later ones are served from the cache
     // until the library changes. Time the cold builds once and check each library in full, then

@@ -9,6 +9,7 @@
 #include "secrets.h"
 #include "sqlitestorage.h"
 #include "storageunavailable.h"
+#include "workerpool.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -415,6 +416,35 @@ private Q_SLOTS:
         QVERIFY(back);
         QCOMPARE(storage_->phrases(userId_).front().sign, before.sign);
         QCOMPARE(storage_->classes(userId_).size(), std::size_t(1)); // nothing half-written meanwhile
+    }
+
+    void workerPoolRefusesWhenFullAndPutsUrgentWorkFirst() {
+        ONCE_ONLY();
+        WorkerPool pool(1, 3);
+        std::mutex gate;
+        std::unique_lock held(gate);
+        std::vector<char> order;
+        std::mutex orderMutex;
+        const auto record = [&](char c) {
+            return [&, c] {
+                std::lock_guard lock(orderMutex);
+                order.push_back(c);
+            };
+        };
+        std::atomic<bool> started{false};
+        QVERIFY(pool.submit([&] {
+            started = true;
+            std::lock_guard wait(gate);
+        }));
+        QTRY_VERIFY_WITH_TIMEOUT(started, 10000); // the one worker is busy, the queue empty
+        QVERIFY(pool.submit(record('a')));
+        QVERIFY(pool.submit(record('b')));
+        QVERIFY(pool.submit(record('U'), true));
+        QVERIFY(!pool.submit(record('x'))); // three waiting: full
+        held.unlock();
+        pool.stop();
+        QCOMPARE(std::string(order.begin(), order.end()), std::string("Uab"));
+        QVERIFY(!pool.submit(record('y'))); // stopped
     }
 
     void fairMutexExcludes() {
