@@ -49,7 +49,6 @@ class TestServerCluster : public QObject {
 
     PostgresCluster cluster_;
     int databases_ = 0;
-    QString url_;
 
     json getAll(ServiceClient &c, const char *what) {
         const auto r = c.post(std::string("/api/word/") + what + "/getAll", {{"dbname", c.username}});
@@ -74,13 +73,25 @@ class TestServerCluster : public QObject {
         return c;
     }
     // Two instances on a fresh database, with one account signed in on the first.
-    bool startPair(CloudService &a, CloudService &b) {
-        url_ = cluster_.url(QStringLiteral("c%1").arg(++databases_));
-        if (!cluster_.createDatabase(QStringLiteral("c%1").arg(databases_)))
+    struct Pair {
+        CloudService a, b;
+        std::unique_ptr<ServiceClient> onA;
+        std::string firstClass;
+    };
+    bool startPair(Pair &pair) {
+        const auto name = QStringLiteral("c%1").arg(++databases_);
+        if (!cluster_.createDatabase(name))
             return false;
-        a.setDatabase(url_);
-        b.setDatabase(url_);
-        return a.start() && b.start() && a.addUser(QStringLiteral("sam"), QStringLiteral("sam-password"));
+        pair.a.setDatabase(cluster_.url(name));
+        pair.b.setDatabase(cluster_.url(name));
+        if (!pair.a.start() || !pair.b.start() ||
+            !pair.a.addUser(QStringLiteral("sam"), QStringLiteral("sam-password")))
+            return false;
+        pair.onA = std::make_unique<ServiceClient>(pair.a.baseUrl().toStdString());
+        if (state(pair.onA->login("sam", "sam-password")) != 1)
+            return false;
+        pair.firstClass = getAll(*pair.onA, "class").at(0).value("sign", "");
+        return true;
     }
 
 private Q_SLOTS:
@@ -90,13 +101,12 @@ private Q_SLOTS:
     }
 
     void anyInstanceServesAnySessionAndSeesTheOthersWrites() {
-        CloudService a, b;
-        QVERIFY(startPair(a, b));
-        ServiceClient onA(a.baseUrl().toStdString());
-        EXPECT_OK(onA.login("sam", "sam-password"));
-        const auto onB = sameSession(onA, b);
+        Pair pair;
+        QVERIFY(startPair(pair));
+        auto &onA = *pair.onA;
+        const auto onB = sameSession(onA, pair.b);
         EXPECT_OK(onB->post("/api/user/getUserInfo", {}));
-        const auto cls = getAll(*onB, "class").at(0).value("sign", "");
+        const auto &cls = pair.firstClass;
 
         // Each instance has the library cached; a write through one is seen by the other at once.
         QCOMPARE(getAll(onA, "list").size(), std::size_t(0));
@@ -110,21 +120,19 @@ private Q_SLOTS:
         QCOMPARE(getAll(*onB, "list").size(), std::size_t(0));
 
         // A new password ends the session on every instance.
-        QCOMPARE(b.run({QStringLiteral("passwd"), QStringLiteral("sam")}, "another-password\n"), 0);
+        QCOMPARE(pair.b.run({QStringLiteral("passwd"), QStringLiteral("sam")}, "another-password\n"), 0);
         QCOMPARE(state(onA.post("/api/word/class/getAll", {{"dbname", "sam"}})), 0);
         QCOMPARE(state(onB->post("/api/word/class/getAll", {{"dbname", "sam"}})), 0);
     }
 
     void concurrentSwapsAndDeletesOnTwoInstancesKeepPositionsWhole() {
-        CloudService a, b;
-        QVERIFY(startPair(a, b));
-        ServiceClient onA(a.baseUrl().toStdString());
-        EXPECT_OK(onA.login("sam", "sam-password"));
-        const auto cls = getAll(onA, "class").at(0).value("sign", "");
+        Pair pair;
+        QVERIFY(startPair(pair));
+        auto &onA = *pair.onA;
         constexpr int count = 40;
         std::vector<std::string> signs;
         for (int i = 0; i < count; ++i)
-            signs.push_back(createPhrase(onA, cls, "p" + std::to_string(i), i));
+            signs.push_back(createPhrase(onA, pair.firstClass, "p" + std::to_string(i), i));
         QVERIFY(std::none_of(signs.begin(), signs.end(), [](const std::string &s) { return s.empty(); }));
 
         // Swaps read two positions and write them back crossed: without the library lock, two swaps
@@ -135,7 +143,7 @@ private Q_SLOTS:
         std::vector<std::thread> writers;
         for (int w = 0; w < 4; ++w)
             writers.emplace_back([&, w] {
-                auto c = sameSession(onA, w % 2 ? b : a);
+                auto c = sameSession(onA, w % 2 ? pair.b : pair.a);
                 std::mt19937 random(unsigned(w) * 7919u);
                 std::uniform_int_distribution<int> pick(0, count - 1);
                 for (int i = 0; i < 80; ++i) {
@@ -162,7 +170,7 @@ private Q_SLOTS:
         QCOMPARE(unexpected.load(), 0);
         QVERIFY(!deleted.empty());
 
-        const auto phrases = getAll(*sameSession(onA, b), "list");
+        const auto phrases = getAll(*sameSession(onA, pair.b), "list");
         QCOMPARE(phrases.size(), std::size_t(count) - deleted.size());
         std::set<std::int64_t> positions;
         for (const auto &p : phrases) {
@@ -176,11 +184,9 @@ private Q_SLOTS:
     }
 
     void aDatabaseOutageUnderLoadLosesNothingAcknowledged() {
-        CloudService a, b;
-        QVERIFY(startPair(a, b));
-        ServiceClient onA(a.baseUrl().toStdString());
-        EXPECT_OK(onA.login("sam", "sam-password"));
-        const auto cls = getAll(onA, "class").at(0).value("sign", "");
+        Pair pair;
+        QVERIFY(startPair(pair));
+        auto &onA = *pair.onA;
 
         std::mutex mutex;
         std::vector<std::string> acknowledged;
@@ -190,12 +196,12 @@ private Q_SLOTS:
         std::vector<std::thread> writers;
         for (int w = 0; w < 4; ++w)
             writers.emplace_back([&, w] {
-                auto c = sameSession(onA, w % 2 ? b : a);
+                auto c = sameSession(onA, w % 2 ? pair.b : pair.a);
                 for (int i = 0; i < 3000 && !done; ++i) {
                     ServiceClient::Reply r;
                     const bool after = outageOver;
-                    const auto sign =
-                        createPhrase(*c, cls, "w" + std::to_string(w) + "-" + std::to_string(i), i, &r);
+                    const auto sign = createPhrase(*c, pair.firstClass,
+                                                   "w" + std::to_string(w) + "-" + std::to_string(i), i, &r);
                     std::lock_guard lock(mutex);
                     if (!sign.empty()) {
                         acknowledged.push_back(sign);
@@ -231,7 +237,7 @@ private Q_SLOTS:
         for (const auto &refusal : refusals)
             QVERIFY2(refusal.find("服务器") != std::string::npos, refusal.c_str());
         // Every acknowledged phrase is there, whichever instance is asked.
-        const auto phrases = getAll(*sameSession(onA, b), "list");
+        const auto phrases = getAll(*sameSession(onA, pair.b), "list");
         std::set<std::string> stored;
         for (const auto &p : phrases)
             stored.insert(p.value("sign", ""));
