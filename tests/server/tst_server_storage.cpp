@@ -418,6 +418,43 @@ private Q_SLOTS:
         QCOMPARE(storage_->classes(userId_).size(), std::size_t(1)); // nothing half-written meanwhile
     }
 
+    void theConnectionPoolKeepsToItsBound() {
+        POSTGRES_ONLY();
+        std::string error;
+        const auto bounded = PostgresStorage::open(url_, 2, error);
+        QVERIFY2(bounded, error.c_str());
+        const auto cls = bounded->classes(userId_).front().sign;
+        std::atomic<bool> done{false};
+        std::int64_t most = 0;
+        std::thread watcher([&] {
+            PgConnection admin(url_);
+            while (!done)
+                most = std::max(most, admin
+                                          .exec("SELECT COUNT(*) FROM pg_stat_activity WHERE datname = "
+                                                "current_database() AND pid <> pg_backend_pid()")
+                                          .integer(0, 0));
+        });
+        std::vector<std::thread> writers;
+        std::atomic<int> created{0};
+        for (int t = 0; t < 8; ++t)
+            writers.emplace_back([&] {
+                for (int i = 0; i < 25; ++i) {
+                    PhraseRecord p;
+                    p.parentSign = cls;
+                    p.sign = Secrets::randomHex128();
+                    created += bounded->createPhrase(userId_, p) == StoreStatus::Ok;
+                    bounded->phrases(userId_);
+                }
+            });
+        for (auto &t : writers)
+            t.join();
+        done = true;
+        watcher.join();
+        QCOMPARE(created.load(), 200); // everyone waited for a turn, nobody was refused
+        // The storage opened in init() keeps its own connection; this one never had more than two.
+        QVERIFY2(most >= 2 && most <= 3, std::to_string(most).c_str());
+    }
+
     void workerPoolRefusesWhenFullAndPutsUrgentWorkFirst() {
         ONCE_ONLY();
         WorkerPool pool(1, 3);
