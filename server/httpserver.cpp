@@ -1,7 +1,8 @@
 #include "httpserver.h"
 
 #include "connectionlimiter.h"
-#include "requestlog.h"
+#include "httpconnection.h"
+#include "repeatingtimer.h"
 
 #include <boost/asio.hpp>
 #include <boost/asio/ssl.hpp>
@@ -23,25 +24,10 @@ using tcp = net::ip::tcp;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 // TLS 1.2 with forward secrecy and AEAD only, and TLS 1.3 with its defaults.
 const char *const tls12Ciphers = "ECDHE-ECDSA-AES128-GCM-SHA256:ECDHE-RSA-AES128-GCM-SHA256:"
                                  "ECDHE-ECDSA-AES256-GCM-SHA384:ECDHE-RSA-AES256-GCM-SHA384:"
                                  "ECDHE-ECDSA-CHACHA20-POLY1305:ECDHE-RSA-CHACHA20-POLY1305";
-
-// Past this, a refused request's remaining body is not read any more.
-constexpr std::size_t drainMax = 64u * 1024 * 1024;
-
-const char *reason(int status) {
-    return http::obsolete_reason(http::int_to_status(unsigned(status))).data();
-}
-
-bool quietEnd(const beast::error_code &ec) {
-    return ec == http::error::end_of_stream || ec == net::error::eof || ec == beast::error::timeout ||
-           ec == net::error::connection_reset || ec == net::error::operation_aborted ||
-           ec == http::error::partial_message || ec == ssl::error::stream_truncated;
-}
 
 } // namespace
 
@@ -117,247 +103,6 @@ struct HttpServer::Impl {
     int port = 0;
 };
 
-namespace {
-
-// One connection. Everything it does runs on its own strand.
-template <class Stream> class Connection : public std::enable_shared_from_this<Connection<Stream>> {
-public:
-    Connection(HttpServer::Impl &server, Stream stream, std::string peer,
-               std::unique_ptr<ConnectionLimiter::Ticket> ticket)
-        : server_(server), stream_(std::move(stream)), peer_(std::move(peer)), ticket_(std::move(ticket)) {}
-
-    ~Connection() { releaseBody(); }
-
-    void start() {
-        if constexpr (isTls) {
-            lowest().expires_after(server_.limits.handshakeDeadline);
-            stream_.async_handshake(ssl::stream_base::server,
-                                    [self = this->shared_from_this()](beast::error_code ec) {
-                                        if (ec)
-                                            return self->close();
-                                        self->readNext();
-                                    });
-        } else {
-            readNext();
-        }
-    }
-
-private:
-    static constexpr bool isTls = !std::is_same_v<Stream, beast::tcp_stream>;
-
-    beast::tcp_stream &lowest() { return beast::get_lowest_layer(stream_); }
-
-    void readNext() {
-        parser_.emplace();
-        parser_->header_limit(std::uint32_t(server_.limits.headerBytes));
-        parser_->body_limit(std::numeric_limits<std::uint64_t>::max()); // decided once the path is known
-        method_ = "-";
-        path_ = "-";
-        // Between requests a quiet peer may wait longer; once its first byte is in, the header
-        // deadline runs.
-        if (served_ > 0 && buffer_.size() == 0) {
-            lowest().expires_after(server_.limits.idleDeadline);
-            stream_.async_read_some(buffer_.prepare(4096),
-                                    [self = this->shared_from_this()](beast::error_code ec, std::size_t n) {
-                                        if (ec)
-                                            return self->close();
-                                        self->buffer_.commit(n);
-                                        self->readHeader();
-                                    });
-            return;
-        }
-        readHeader();
-    }
-
-    void readHeader() {
-        started_ = Clock::now();
-        lowest().expires_after(server_.limits.headerDeadline);
-        http::async_read_header(
-            stream_, buffer_, *parser_,
-            [self = this->shared_from_this()](beast::error_code ec, std::size_t) { self->onHeader(ec); });
-    }
-
-    void onHeader(beast::error_code ec) {
-        if (ec == http::error::header_limit)
-            return refuse(431);
-        if (ec == http::error::end_of_stream || (ec && quietEnd(ec) && buffer_.size() == 0))
-            return close();
-        if (ec)
-            return quietEnd(ec) ? close() : refuse(400);
-        const auto &req = parser_->get();
-        method_ = std::string(req.method_string());
-        const auto target = req.target();
-        path_ = std::string(target.substr(0, target.find('?')));
-        if (std::size_t(std::distance(req.begin(), req.end())) > server_.limits.headerFields)
-            return refuse(431);
-        // Only plain chunking is understood; a body in any other coding has no length we can trust.
-        if (const auto codings = req.count(http::field::transfer_encoding);
-            codings > 1 || (codings == 1 && !beast::iequals(req[http::field::transfer_encoding], "chunked")))
-            return refuse(400);
-        const std::size_t limit = server_.bodyLimit(path_);
-        const auto length = parser_->content_length();
-        if (length && *length > limit)
-            return refuse(413);
-        parser_->body_limit(limit);
-        const std::size_t need = length ? std::size_t(*length) : (parser_->chunked() ? limit : 0);
-        if (need > 0) {
-            if (!server_.reserveBody(need))
-                return refuse(503);
-            reserved_ = need;
-        }
-        if (parser_->is_done())
-            return dispatch();
-        lowest().expires_after(server_.limits.bodyDeadline);
-        http::async_read(stream_, buffer_, *parser_,
-                         [self = this->shared_from_this()](beast::error_code ec, std::size_t) {
-                             if (ec == http::error::body_limit)
-                                 return self->refuse(413);
-                             if (ec)
-                                 return quietEnd(ec) ? self->close() : self->refuse(400);
-                             self->dispatch();
-                         });
-    }
-
-    void dispatch() {
-        auto message = parser_->release();
-        HttpServer::Request request;
-        request.method = method_;
-        request.path = path_;
-        request.peer = peer_;
-        for (const auto &field : message)
-            request.headers.emplace_back(std::string(field.name_string()), std::string(field.value()));
-        request.body = std::move(message.body());
-        keepAlive_ = message.keep_alive();
-        lowest().expires_never(); // the handler takes what it takes; writing has its own deadline
-        auto self = this->shared_from_this();
-        server_.handler(std::move(request), [self](HttpServer::Response response) {
-            net::post(self->stream_.get_executor(),
-                      [self, response = std::move(response)]() mutable { self->write(std::move(response)); });
-        });
-    }
-
-    void refuse(int status) {
-        keepAlive_ = false;
-        drain_ = status == 413 || status == 400;
-        write(server_.refusalResponse(status));
-    }
-
-    void write(HttpServer::Response response) {
-        releaseBody();
-        RequestLog::write(method_, path_, response.status, started_);
-        auto &res = response_.emplace();
-        res.version(11);
-        res.result(unsigned(response.status));
-        res.reason(reason(response.status));
-        res.set(http::field::content_type, response.contentType);
-        for (const auto &[name, value] : response.headers)
-            res.insert(name, value);
-        owner_ = std::move(response.owner);
-        res.body() = http::span_body<const char>::value_type(response.body.data(), response.body.size());
-        res.keep_alive(keepAlive_);
-        res.prepare_payload();
-        lowest().expires_after(server_.limits.writeDeadline);
-        http::async_write(stream_, res, [self = this->shared_from_this()](beast::error_code ec, std::size_t) {
-            self->owner_.reset();
-            self->response_.reset();
-            if (ec)
-                return self->close();
-            ++self->served_;
-            if (!self->keepAlive_)
-                return self->drain_ ? self->drain() : self->close();
-            self->readNext();
-        });
-    }
-
-    // After a refusal the peer may still be sending; reading on for a moment lets it hear the answer
-    // instead of a reset.
-    void drain() {
-        beast::error_code ignored;
-        if constexpr (!isTls)
-            lowest().socket().shutdown(tcp::socket::shutdown_send, ignored);
-        lowest().expires_after(std::chrono::seconds(2));
-        drainMore();
-    }
-
-    void drainMore() {
-        discard_.resize(64 * 1024);
-        stream_.async_read_some(net::buffer(discard_),
-                                [self = this->shared_from_this()](beast::error_code ec, std::size_t n) {
-                                    self->drained_ += n;
-                                    if (ec || self->drained_ > drainMax)
-                                        return self->close();
-                                    self->drainMore();
-                                });
-    }
-
-    void close() {
-        beast::error_code ignored;
-        if constexpr (isTls) {
-            if (!closing_ && served_ > 0) {
-                closing_ = true;
-                lowest().expires_after(std::chrono::seconds(2));
-                stream_.async_shutdown([self = this->shared_from_this()](beast::error_code) {
-                    beast::error_code ignored;
-                    self->lowest().socket().close(ignored);
-                });
-                return;
-            }
-        } else {
-            lowest().socket().shutdown(tcp::socket::shutdown_both, ignored);
-        }
-        lowest().socket().close(ignored);
-    }
-
-    void releaseBody() {
-        if (reserved_ > 0)
-            server_.bodyBytes -= reserved_;
-        reserved_ = 0;
-    }
-
-    HttpServer::Impl &server_;
-    Stream stream_;
-    std::string peer_;
-    std::unique_ptr<ConnectionLimiter::Ticket> ticket_;
-    beast::flat_buffer buffer_;
-    std::optional<http::request_parser<http::string_body>> parser_;
-    std::optional<http::response<http::span_body<const char>>> response_;
-    std::shared_ptr<const void> owner_;
-    std::vector<char> discard_;
-    std::string method_ = "-";
-    std::string path_ = "-";
-    Clock::time_point started_ = Clock::now();
-    std::size_t reserved_ = 0;
-    std::size_t served_ = 0;
-    std::size_t drained_ = 0;
-    bool keepAlive_ = true;
-    bool drain_ = false;
-    bool closing_ = false;
-};
-
-// Runs a task every period until the I/O context stops.
-class Repeater : public std::enable_shared_from_this<Repeater> {
-public:
-    Repeater(net::io_context &ioc, std::chrono::milliseconds period, std::function<void()> task)
-        : timer_(ioc), period_(period), task_(std::move(task)) {}
-
-    void arm() {
-        timer_.expires_after(period_);
-        timer_.async_wait([self = shared_from_this()](beast::error_code ec) {
-            if (ec)
-                return;
-            self->task_();
-            self->arm();
-        });
-    }
-
-private:
-    net::steady_timer timer_;
-    std::chrono::milliseconds period_;
-    std::function<void()> task_;
-};
-
-} // namespace
-
 void HttpServer::Impl::refuseConnection(tcp::socket &socket) {
     beast::error_code ignored;
     if (!tls) {
@@ -395,13 +140,13 @@ void HttpServer::Impl::accept() {
         } else {
             socket.set_option(tcp::no_delay(true), endpointError);
             if (tls)
-                std::make_shared<Connection<beast::ssl_stream<beast::tcp_stream>>>(
+                std::make_shared<HttpConnection<beast::ssl_stream<beast::tcp_stream>, Impl>>(
                     *this, beast::ssl_stream<beast::tcp_stream>(std::move(socket), *tls), peer,
                     std::move(ticket))
                     ->start();
             else
-                std::make_shared<Connection<beast::tcp_stream>>(*this, beast::tcp_stream(std::move(socket)),
-                                                                peer, std::move(ticket))
+                std::make_shared<HttpConnection<beast::tcp_stream, Impl>>(
+                    *this, beast::tcp_stream(std::move(socket)), peer, std::move(ticket))
                     ->start();
         }
         accept();
@@ -459,7 +204,7 @@ int HttpServer::port() const {
 }
 
 void HttpServer::every(std::chrono::milliseconds period, std::function<void()> fn) {
-    auto repeater = std::make_shared<Repeater>(impl_->ioc, period, std::move(fn));
+    auto repeater = std::make_shared<RepeatingTimer>(impl_->ioc, period, std::move(fn));
     repeater->arm();
 }
 

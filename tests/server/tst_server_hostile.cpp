@@ -149,6 +149,33 @@ private Q_SLOTS:
         QVERIFY(served(port()));
     }
 
+    void bodiesHeldAtOnceShareOneBudget() {
+        // Each declares a 10 MiB upload and sends nothing more: the service holds at most 64 MiB of
+        // bodies, so the seventh is refused at once instead of adding to memory.
+        const std::string declared = "POST /api/word/image/uploadImage HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                                     "Content-Type: multipart/form-data; boundary=b\r\n"
+                                     "Content-Length: 10485760\r\n\r\n";
+        std::vector<std::unique_ptr<RawConnection>> waiting;
+        for (int i = 0; i < 6; ++i) {
+            waiting.push_back(std::make_unique<RawConnection>(port()));
+            QVERIFY(waiting.back()->send(declared));
+        }
+        QVERIFY(!waiting.back()->closedWithin(500ms)); // held, waiting for its body
+        RawConnection seventh(port());
+        QVERIFY(seventh.send(declared));
+        QCOMPARE(seventh.read().status, 503);
+        QVERIFY(served(port()));
+        // Given up, they give their share back.
+        waiting.clear();
+        bool again = false;
+        for (int i = 0; i < 50 && !again; ++i) {
+            RawConnection late(port());
+            late.send(declared);
+            again = !late.closedWithin(200ms);
+        }
+        QVERIFY(again);
+    }
+
     void headerFloodsAreCut() {
         // Many small fields within the size limit: too many of them.
         {
