@@ -211,17 +211,28 @@ LoginGuardState PostgresStorage::loginGuard(const std::string &nameKey) {
     return out;
 }
 
-void PostgresStorage::setLoginGuard(const std::string &nameKey, const LoginGuardState &state) {
-    statements([&](PgTransaction &t) {
+LoginGuardState
+PostgresStorage::changeLoginGuard(const std::string &nameKey,
+                                  const std::function<LoginGuardState(LoginGuardState)> &change) {
+    LoginGuardState state;
+    transaction([&](PgTransaction &t) {
+        // The row lock puts failures recorded by several instances at once one after the other.
+        t.exec("INSERT INTO login_guard(name_key, failures, window_start, locked_until) VALUES($1, 0, 0, 0) "
+               "ON CONFLICT (name_key) DO NOTHING",
+               {nameKey});
+        const auto r = t.exec(
+            "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = $1 FOR UPDATE",
+            {nameKey});
+        state = change({r.integer(0, 0), r.integer(0, 1), r.integer(0, 2)});
         if (state.failures == 0 && state.lockedUntil == 0)
             t.exec("DELETE FROM login_guard WHERE name_key = $1", {nameKey});
         else
-            t.exec(
-                "INSERT INTO login_guard(name_key, failures, window_start, locked_until) "
-                "VALUES($1, $2, $3, $4) ON CONFLICT (name_key) DO UPDATE SET failures = excluded.failures, "
-                "window_start = excluded.window_start, locked_until = excluded.locked_until",
-                {nameKey, state.failures, state.windowStart, state.lockedUntil});
+            t.exec("UPDATE login_guard SET failures = $2, window_start = $3, locked_until = $4 WHERE "
+                   "name_key = $1",
+                   {nameKey, state.failures, state.windowStart, state.lockedUntil});
+        return StoreStatus::Ok;
     });
+    return state;
 }
 
 void PostgresStorage::createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,

@@ -114,6 +114,24 @@ private Q_SLOTS:
         QCOMPARE(LoginGuard::failed(*storage_, "kim", last + 5), std::int64_t(0));
     }
 
+    void failuresRecordedAtOnceThroughTwoInstancesAllCount() {
+        // Two storages on one database stand for two service instances.
+        const auto other = openStorage();
+        QVERIFY(other);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&, t] {
+                auto &storage = t % 2 ? *other : *storage_;
+                for (int i = 0; i < 10; ++i)
+                    LoginGuard::failed(storage, "kim", 1'000'000);
+            });
+        for (auto &t : threads)
+            t.join();
+        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(40));
+        LoginGuard::succeeded(*other, "kim");
+        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(0));
+    }
+
     void throttleAllowsABurstThenRefillsAndForgets() {
         ONCE_ONLY();
         LoginThrottle throttle(3);
