@@ -12,7 +12,8 @@
 // At most `size` connections to one database, opened when first needed and kept. A connection that
 // broke is dropped and the next lease opens a fresh one. While the database is unreachable only one
 // caller at a time tries to reconnect; the others are refused at once, so requests fail fast instead
-// of piling up behind connection timeouts. Losing and regaining the database is logged once each.
+// of piling up behind connection timeouts. Lost connections, the first failed attempt and the
+// database coming back are logged.
 class PgPool {
 public:
     PgPool(std::string url, std::size_t size, std::chrono::milliseconds waitLimit);
@@ -40,8 +41,6 @@ public:
     Lease acquire(std::string &error);
     // Called with a result that lost its connection: logs it and drops the idle connections.
     void reportLost(const std::string &error);
-
-    std::size_t size() const { return size_; }
 
 private:
     void giveBack(std::unique_ptr<PgConnection> conn);
