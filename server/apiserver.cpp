@@ -7,6 +7,7 @@
 #include "loginguard.h"
 #include "passwordhash.h"
 #include "picturename.h"
+#include "proxyaddress.h"
 #include "rc4cipher.h"
 #include "secrets.h"
 #include "storage.h"
@@ -279,6 +280,8 @@ void ApiServer::maintain() {
 }
 
 void ApiServer::dispatch(Request request, HttpServer::Completion done) {
+    request.peer =
+        ProxyAddress::client(request.peer, request.headerValues("X-Forwarded-For"), config_.trustedProxies);
     const auto route = request.method == "POST" ? posts_.find(request.path) : posts_.end();
     const bool hashes = route != posts_.end() && route->second.hashesPasswords;
     // Checked before queueing, so a flood is answered at once and never reaches the hashing.

@@ -4,11 +4,6 @@
 
 #include <algorithm>
 
-std::mutex &LoginGuard::mutex() {
-    static std::mutex m;
-    return m;
-}
-
 std::int64_t LoginGuard::delayAfter(std::int64_t failures) {
     if (failures <= freeFailures)
         return 0;
@@ -22,21 +17,20 @@ std::int64_t LoginGuard::waitFor(Storage &storage, const std::string &nameKey, s
 }
 
 std::int64_t LoginGuard::failed(Storage &storage, const std::string &nameKey, std::int64_t now) {
-    std::lock_guard lock(mutex());
-    // window_start holds the time of the latest failure.
-    auto state = storage.loginGuard(nameKey);
-    if (now - state.windowStart >= window)
-        state.failures = 0;
-    ++state.failures;
-    state.windowStart = now;
-    const auto delay = delayAfter(state.failures);
-    state.lockedUntil = delay > 0 ? now + delay : 0;
-    storage.setLoginGuard(nameKey, state);
-    return delay;
+    const auto state = storage.changeLoginGuard(nameKey, [now](LoginGuardState state) {
+        // window_start holds the time of the latest failure.
+        if (now - state.windowStart >= window)
+            state.failures = 0;
+        ++state.failures;
+        state.windowStart = now;
+        const auto delay = delayAfter(state.failures);
+        state.lockedUntil = delay > 0 ? now + delay : 0;
+        return state;
+    });
+    return state.lockedUntil > 0 ? state.lockedUntil - now : 0;
 }
 
 void LoginGuard::succeeded(Storage &storage, const std::string &nameKey) {
-    std::lock_guard lock(mutex());
     if (const auto state = storage.loginGuard(nameKey); state.failures != 0 || state.lockedUntil != 0)
-        storage.setLoginGuard(nameKey, {});
+        storage.changeLoginGuard(nameKey, [](LoginGuardState) { return LoginGuardState{}; });
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 class Storage;
@@ -24,7 +23,4 @@ public:
     static void succeeded(Storage &storage, const std::string &nameKey);
     // The delay after `failures` failures in a row.
     static std::int64_t delayAfter(std::int64_t failures);
-
-private:
-    static std::mutex &mutex();
 };

@@ -1,5 +1,7 @@
 #include "serverconfig.h"
 
+#include "proxyaddress.h"
+
 #include <charconv>
 #include <cstdlib>
 
@@ -15,6 +17,15 @@ template <typename T> bool number(const std::string &text, T &out) {
 
 std::string ServerConfig::databasePath() const {
     return dataDir + "/quillora-cloud.sqlite3";
+}
+
+std::size_t ServerConfig::connectionBound() const {
+    // Database workers plus the sign-in workers, which look accounts up too.
+    return databaseConnections ? databaseConnections : threads + 4;
+}
+
+bool ServerConfig::isPostgresUrl(const std::string &text) {
+    return text.rfind("postgresql://", 0) == 0 || text.rfind("postgres://", 0) == 0;
 }
 
 std::string ServerConfig::defaultDataDir() {
@@ -80,6 +91,18 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
             if (value(v) && (!number(v, mib) || mib < 1 || mib > 1024 * 1024))
                 error = "bad quota: " + v;
             c.quotaBytes = mib * 1024 * 1024;
+        } else if (a == "--database") {
+            if (value(c.database) && !isPostgresUrl(c.database))
+                error = "--database takes a postgresql:// address: " + c.database;
+        } else if (a == "--database-connections") {
+            if (value(v) && (!number(v, c.databaseConnections) || c.databaseConnections < 1 ||
+                             c.databaseConnections > 1000))
+                error = "bad connection count: " + v;
+        } else if (a == "--trusted-proxy") {
+            if (value(v) && ProxyAddress::isAddress(v))
+                c.trustedProxies.push_back(v);
+            else if (error.empty())
+                error = "bad proxy address: " + v;
         } else if (a.rfind("--", 0) == 0) {
             error = "unknown option " + a;
         } else {

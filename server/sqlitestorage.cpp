@@ -314,23 +314,28 @@ LoginGuardState SqliteStorage::loginGuard(const std::string &nameKey) {
     return {q.getColumn(0).getInt64(), q.getColumn(1).getInt64(), q.getColumn(2).getInt64()};
 }
 
-void SqliteStorage::setLoginGuard(const std::string &nameKey, const LoginGuardState &state) {
+LoginGuardState
+SqliteStorage::changeLoginGuard(const std::string &nameKey,
+                                const std::function<LoginGuardState(LoginGuardState)> &change) {
     WriteTurn turn(*this);
     auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    const auto state = change(loginGuard(nameKey));
     if (state.failures == 0 && state.lockedUntil == 0) {
         SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
         del.bind(1, nameKey);
         del.exec();
-        return;
+    } else {
+        SQLite::Statement up(d, "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, "
+                                "locked_until) VALUES(?, ?, ?, ?)");
+        up.bind(1, nameKey);
+        up.bind(2, state.failures);
+        up.bind(3, state.windowStart);
+        up.bind(4, state.lockedUntil);
+        up.exec();
     }
-    SQLite::Statement up(d,
-                         "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, locked_until) "
-                         "VALUES(?, ?, ?, ?)");
-    up.bind(1, nameKey);
-    up.bind(2, state.failures);
-    up.bind(3, state.windowStart);
-    up.bind(4, state.lockedUntil);
-    up.exec();
+    t.commit();
+    return state;
 }
 
 void SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,

@@ -34,7 +34,8 @@ public:
     bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) override;
 
     LoginGuardState loginGuard(const std::string &nameKey) override;
-    void setLoginGuard(const std::string &nameKey, const LoginGuardState &state) override;
+    LoginGuardState changeLoginGuard(const std::string &nameKey,
+                                     const std::function<LoginGuardState(LoginGuardState)> &change) override;
 
     void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
                        bool revokeOthers) override;

@@ -2,6 +2,7 @@
 
 #include "storagerecords.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +23,11 @@ public:
     virtual bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) = 0;
 
     virtual LoginGuardState loginGuard(const std::string &nameKey) = 0;
-    virtual void setLoginGuard(const std::string &nameKey, const LoginGuardState &state) = 0;
+    // Rewrites the name's record with `change` in one step, however many instances record failures
+    // of that name at once; a record of zeros is removed. Returns what was stored.
+    virtual LoginGuardState
+    changeLoginGuard(const std::string &nameKey,
+                     const std::function<LoginGuardState(LoginGuardState)> &change) = 0;
 
     // Sessions are stored by a digest of the token, never the token itself.
     virtual void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,

@@ -73,10 +73,24 @@ bool deletePhrase(httplib::Client &c, const Session &s, const std::string &sign)
                           form(s, {{"sign", sign + "|"}}))) == 1;
 }
 
-// Runs `threads` workers for `seconds`; each repeats `step` and records its latency.
+// "URL" or "URL,URL,…": instances of one service sharing a database.
+std::vector<std::string> instances(const std::string &urls) {
+    std::vector<std::string> out;
+    for (std::size_t start = 0; start <= urls.size();) {
+        const auto end = std::min(urls.find(',', start), urls.size());
+        if (end > start)
+            out.push_back(urls.substr(start, end - start));
+        start = end + 1;
+    }
+    return out;
+}
+
+// Runs `threads` workers for `seconds`, spread over the instances in `url`; each repeats `step`
+// and records its latency.
 template <typename Step>
 void measure(const char *what, int threads, double seconds, const std::vector<Session> &sessions,
              const std::string &url, Step step) {
+    const auto urls = instances(url);
     std::vector<std::vector<double>> latencies(static_cast<std::size_t>(threads));
     std::vector<std::vector<double>> requests(static_cast<std::size_t>(threads));
     std::atomic<long> errors{0};
@@ -86,7 +100,7 @@ void measure(const char *what, int threads, double seconds, const std::vector<Se
     std::vector<std::thread> pool;
     for (int t = 0; t < threads; ++t)
         pool.emplace_back([&, t] {
-            httplib::Client client(url);
+            httplib::Client client(urls[std::size_t(t) % urls.size()]);
             client.set_keep_alive(true);
             client.set_tcp_nodelay(true);
             client.set_read_timeout(30);
@@ -325,10 +339,14 @@ void logUnderWrites(const std::string &url, const std::vector<Session> &sessions
 
 int main(int argc, char **argv) {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: cloudload URL [--users N] [--phrases N] [--seconds S]\n");
+        std::fprintf(stderr, "usage: cloudload URL[,URL…] [--users N] [--phrases N] [--seconds S] "
+                             "[--throughput-only 1]\n");
         return 2;
     }
-    const std::string url = argv[1];
+    // Several instances of one service: set-up goes through the first, load through all of them.
+    const std::string spread = argv[1];
+    const std::string url = instances(spread).at(0);
+    bool throughputOnly = false;
     int users = 64, phrases = 1000;
     double seconds = 5, walSeconds = 60;
     long pid = 0;
@@ -347,6 +365,8 @@ int main(int argc, char **argv) {
             pid = std::atol(argv[i + 1]);
         else if (a == "--data")
             dataDir = argv[i + 1];
+        else if (a == "--throughput-only")
+            throughputOnly = std::atoi(argv[i + 1]) != 0;
     }
     if (!Secrets::init())
         return 1;
@@ -482,9 +502,14 @@ int main(int argc, char **argv) {
             "getAll cold (reply built)   p50 %.2f ms  max %.2f ms  reply %zu bytes, %zu gzipped  (%d bad)\n",
             percentile(cold, 0.5), percentile(cold, 1.0), bytes, packedSize[0], failures.load());
     }
+    if (throughputOnly) {
+        measure("getAll (1,000 phrases)", users, seconds, sessions, spread, getAll);
+        measure("create+delete (pairs)", users, seconds, sessions, spread, createDelete);
+        return 0;
+    }
     for (const int conns : {1, users}) {
-        measure("getAll (1,000 phrases)", conns, seconds, sessions, url, getAll);
-        measure("create+delete (pairs)", conns, seconds, sessions, url, createDelete);
+        measure("getAll (1,000 phrases)", conns, seconds, sessions, spread, getAll);
+        measure("create+delete (pairs)", conns, seconds, sessions, spread, createDelete);
     }
     const int port = std::atoi(url.substr(url.rfind(':') + 1).c_str());
     sameAccountUnderWrites(url, sessions.front(), users, seconds, body);
