@@ -206,14 +206,14 @@ std::vector<size_t> scanAll(const State &s, const std::string &key, quint32 user
     }
     const char *base = s.text.data();
     size_t pos = 0;
+    size_t row = 0; // matches come in buffer order, so the row only ever moves forward
     while (pos < s.text.size()) {
         const void *found = memmem(base + pos, s.text.size() - pos, key.data(), key.size());
         if (!found)
             break;
         const size_t offset = size_t(static_cast<const char *>(found) - base);
-        const auto after = std::upper_bound(s.rows.begin(), s.rows.end(), offset,
-                                            [](size_t v, const Row &r) { return v < r.start; });
-        const size_t row = size_t(after - s.rows.begin()) - 1;
+        while (row + 1 < s.rows.size() && s.rows[row + 1].start <= offset)
+            ++row;
         if (s.rows[row].user == user)
             hits.push_back(row);
         pos = endOf(s, row);
