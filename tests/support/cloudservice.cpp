@@ -18,7 +18,7 @@ bool CloudService::start(const QString &dataDir) {
     dataDir_ = dataDir.isEmpty() ? ownData_.path() : dataDir;
     process_.setProcessChannelMode(QProcess::SeparateChannels);
     process_.setReadChannel(QProcess::StandardOutput);
-    process_.start(binary(), QStringList{QStringLiteral("serve"), QStringLiteral("--port"),
+    process_.start(program_, QStringList{QStringLiteral("serve"), QStringLiteral("--port"),
                                          QStringLiteral("0"), QStringLiteral("--data"), dataDir_} +
                                  extraArgs_);
     if (!process_.waitForStarted(10000))
@@ -55,7 +55,7 @@ void CloudService::stop() {
 
 int CloudService::run(const QStringList &args, const QByteArray &stdinData, QByteArray *output) const {
     QProcess p;
-    p.start(binary(), args + QStringList{QStringLiteral("--data"), dataDir_});
+    p.start(program_, args + QStringList{QStringLiteral("--data"), dataDir_});
     if (!p.waitForStarted(10000))
         return -1;
     p.write(stdinData);

@@ -24,9 +24,12 @@ public:
     quint16 port() const { return port_; }
     QString dataDir() const { return dataDir_; }
     static QString binary();
+    // Another build of the service, such as an installed one; binary() unless set.
+    void setProgram(const QString &path) { program_ = path; }
 
 private:
     QStringList extraArgs_;
+    QString program_ = binary();
     QTemporaryDir ownData_;
     QString dataDir_;
     QProcess process_;
