@@ -36,6 +36,11 @@ namespace {
 
 constexpr int waitMs = 60000;
 
+// QUILLORA_TEST_APP runs these tests against another build of the program (an older one, say).
+QString appBinary() {
+    return qEnvironmentVariable("QUILLORA_TEST_APP", QStringLiteral(QUILLORA_APP));
+}
+
 // Windows come and go while the tree is walked; a window gone meanwhile is simply not counted.
 int ignoreErrors(Display *, XErrorEvent *) {
     return 0;
@@ -120,9 +125,9 @@ public:
         process_.setProcessChannelMode(QProcess::MergedChannels);
         QObject::connect(&process_, &QProcess::readyRead, [this] { output_ += process_.readAll(); });
         if (oneCpu)
-            process_.start("taskset", QStringList{"-c", "0", QUILLORA_APP} + args);
+            process_.start("taskset", QStringList{"-c", "0", appBinary()} + args);
         else
-            process_.start(QUILLORA_APP, args);
+            process_.start(appBinary(), args);
     }
     ~AppRun() {
         if (process_.state() != QProcess::NotRunning) {
@@ -139,7 +144,8 @@ public:
     bool waitForEnd(int ms = waitMs) {
         return QTest::qWaitFor([&] { return process_.state() == QProcess::NotRunning; }, ms);
     }
-    bool running() const { return process_.state() == QProcess::Running; }
+    // Started (or starting) and not yet ended.
+    bool running() const { return process_.state() != QProcess::NotRunning; }
     int exitCode() const { return process_.exitStatus() == QProcess::NormalExit ? process_.exitCode() : -1; }
     qint64 pid() const { return process_.processId(); }
     const QByteArray &output() const { return output_; }
