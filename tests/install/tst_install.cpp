@@ -1,9 +1,9 @@
 #include "cloudservice.h"
 #include "xvfbsession.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QGuiApplication>
 #include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -122,15 +122,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv) {
-    TestEnv env;
-    XvfbSession x11;
-    if (!x11.start())
-        qFatal("could not start Xvfb");
-    QGuiApplication app(argc, argv);
-    TestInstall tc;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&tc, argc, argv);
-}
-
+QUILLORA_X11_TEST_MAIN(TestInstall)
 #include "tst_install.moc"

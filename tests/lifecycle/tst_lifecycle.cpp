@@ -11,7 +11,7 @@
 #include "desktop.h"
 #include "xvfbsession.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -100,7 +100,8 @@ void rightClick(QPoint at) {
 struct UserDirs {
     QTemporaryDir config, runtime, home;
 
-    QProcessEnvironment environment(const QString &serviceUrl) const {
+    // account ("name:password") signs in by itself.
+    QProcessEnvironment environment(const QString &serviceUrl, const QString &account = {}) const {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("XDG_CONFIG_HOME", config.path());
         env.insert("XDG_RUNTIME_DIR", runtime.path());
@@ -111,8 +112,11 @@ struct UserDirs {
             env.remove("QUILLORA_SERVICE_URL");
         // The tray is the X11 one of the test display, never a status notifier on some session bus.
         env.remove("DBUS_SESSION_BUS_ADDRESS");
-        env.remove("QUILLORA_AUTOLOGIN");
         env.remove("QUILLORA_SCREENSHOT");
+        if (account.isEmpty())
+            env.remove("QUILLORA_AUTOLOGIN");
+        else
+            env.insert("QUILLORA_AUTOLOGIN", account);
         return env;
     }
 };
@@ -251,6 +255,11 @@ class TestLifecycle : public QObject {
         return run.exitCode();
     }
 
+    // Ends a running program the way `quillora --quit` does.
+    static bool quitThroughHandOver(const UserDirs &user, AppRun &app) {
+        return handOver(user, {"--quit"}) == 0 && app.waitForEnd() && app.exitCode() == 0;
+    }
+
     // An account whose library holds one phrase of many pictures, all on the service.
     bool seedPictures() {
         if (!cloud_.addUser("pics", "secret-1"))
@@ -355,8 +364,7 @@ private Q_SLOTS:
     // the program, and 快捷栏 picked while the home window is in front never ends it.
     void trayAppearingLater() {
         UserDirs user;
-        QProcessEnvironment env = user.environment(cloud_.baseUrl());
-        env.insert("QUILLORA_AUTOLOGIN", "demo:demo123456");
+        QProcessEnvironment env = user.environment(cloud_.baseUrl(), "demo:demo123456");
         AppRun app(env);
         QVERIFY(app.waitFor("同步完毕"));
         TrayHost tray;
@@ -373,9 +381,7 @@ private Q_SLOTS:
         QTest::qWait(1000);
         QCOMPARE(handOver(user, {"--show"}), 0);
         QVERIFY(app.waitFor("flag = "));
-        QCOMPARE(handOver(user, {"--quit"}), 0);
-        QVERIFY(app.waitForEnd());
-        QCOMPARE(app.exitCode(), 0);
+        QVERIFY(quitThroughHandOver(user, app));
     }
 
     // One program per user and display: a later start hands over and ends; a socket left by a
@@ -405,16 +411,13 @@ private Q_SLOTS:
         QCOMPARE(left.exitCode(), 0);
         QTest::qWait(500);
         QVERIFY(stayed.running());
-        QCOMPARE(handOver(user, {"--quit"}), 0);
-        QVERIFY(stayed.waitForEnd());
-        QCOMPARE(stayed.exitCode(), 0);
+        QVERIFY(quitThroughHandOver(user, stayed));
     }
 
     // Without a tray, the command line is the way to the quick bar; it toggles.
     void quickBarFromTheCommandLine() {
         UserDirs user;
-        QProcessEnvironment env = user.environment(cloud_.baseUrl());
-        env.insert("QUILLORA_AUTOLOGIN", "demo:demo123456");
+        QProcessEnvironment env = user.environment(cloud_.baseUrl(), "demo:demo123456");
         AppRun app(env);
         QVERIFY(app.waitFor("同步完毕"));
         QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 1, waitMs);
@@ -422,8 +425,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 2, waitMs);
         QCOMPARE(handOver(user, {"--quickbar"}), 0);
         QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 1, waitMs);
-        QCOMPARE(handOver(user, {"--quit"}), 0);
-        QVERIFY(app.waitForEnd());
+        QVERIFY(quitThroughHandOver(user, app));
     }
 
     // On one CPU, caught in the middle of the picture downloads, the program still answers and a
@@ -432,21 +434,17 @@ private Q_SLOTS:
         StallingProxy proxy(cloud_.port(), 2);
         QVERIFY(proxy.listen());
         UserDirs user;
-        QProcessEnvironment env = user.environment(proxy.baseUrl());
-        env.insert("QUILLORA_AUTOLOGIN", "pics:secret-1");
+        QProcessEnvironment env = user.environment(proxy.baseUrl(), "pics:secret-1");
         AppRun app(env, {}, true);
         QVERIFY(QTest::qWaitFor([&] { return proxy.stalled(); }, waitMs));
         QVERIFY(app.waitFor("==========下载云图片。数量 60"));
         QCOMPARE(handOver(user, {"--show"}), 0);
         QVERIFY(app.waitFor("flag = "));
-        QCOMPARE(handOver(user, {"--quit"}), 0);
-        QVERIFY(app.waitForEnd());
-        QCOMPARE(app.exitCode(), 0);
+        QVERIFY(quitThroughHandOver(user, app));
 
         UserDirs other;
         QTemporaryDir shots;
-        QProcessEnvironment unattended = other.environment(cloud_.baseUrl());
-        unattended.insert("QUILLORA_AUTOLOGIN", "pics:secret-1");
+        QProcessEnvironment unattended = other.environment(cloud_.baseUrl(), "pics:secret-1");
         unattended.insert("QUILLORA_SCREENSHOT", shots.filePath("home.png"));
         AppRun whole(unattended, {}, true);
         QVERIFY(whole.waitForEnd(3 * waitMs));
@@ -467,8 +465,7 @@ private Q_SLOTS:
             file.write(ini);
             file.close();
             QTemporaryDir shots;
-            QProcessEnvironment env = user.environment({});
-            env.insert("QUILLORA_AUTOLOGIN", "demo:demo123456");
+            QProcessEnvironment env = user.environment({}, "demo:demo123456");
             env.insert("QUILLORA_SCREENSHOT", shots.filePath("home.png"));
             AppRun app(env);
             QVERIFY2(app.waitForEnd(2 * waitMs), qPrintable(place));
@@ -481,15 +478,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv) {
-    TestEnv env;
-    XvfbSession x11;
-    if (!x11.start())
-        qFatal("could not start Xvfb");
-    QCoreApplication app(argc, argv);
-    TestLifecycle tc;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&tc, argc, argv);
-}
-
+QUILLORA_X11_TEST_MAIN(TestLifecycle)
 #include "tst_lifecycle.moc"
