@@ -53,6 +53,7 @@
 #include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QThreadPool>
+#include <QToolButton>
 #include <QTimer>
 #include <QtTest>
 #include <iostream>
