@@ -379,6 +379,7 @@ private Q_SLOTS:
         desktop::pressWith({}, XK_Return);
         // The quick bar came up; the program is still there to answer a later start.
         QTest::qWait(1000);
+        QVERIFY(app.running());
         QCOMPARE(handOver(user, {"--show"}), 0);
         QVERIFY(app.waitFor("flag = "));
         QVERIFY(quitThroughHandOver(user, app));
