@@ -94,10 +94,9 @@ int main(int argc, char **argv) {
     // A program already running on this display takes the request and this start ends; the command
     // line and the hand-over need no display, so they come before the GUI.
     InstanceChannel channel;
-    QByteArray request;
     {
         QCoreApplication probe(argc, argv);
-        request = parseCommandLine(probe);
+        const QByteArray request = parseCommandLine(probe);
         if (const std::optional<QByteArray> answer = channel.handOver(request)) {
             if (*answer == InstanceChannel::answerOk)
                 return 0;
