@@ -325,7 +325,7 @@ private Q_SLOTS:
         UserDirs user;
         AppRun app(user.environment(cloud_.baseUrl()));
         const std::optional<QPoint> icon = tray.waitForIcon();
-        QVERIFY(icon);
+        QVERIFY2(icon, app.output().right(2000).constData());
         QVERIFY(closeWindowOf(app));
         // Shown again, the window is a new X window: what counts is whether the process has one.
         QTRY_COMPARE_WITH_TIMEOUT(desktop::managedWindowOf(app.pid()), quint64(0), waitMs);
