@@ -56,6 +56,7 @@ ClassList::ClassList(QWidget *parent) : QWidget(parent) {
     collectionView->setStyleSheet("QListWidget{background:transparent;outline:0;}"
                                   "QListWidget::item,QListWidget::item:selected,QListWidget::item:hover{"
                                   "background:transparent;border:0;}");
+    ListSelection::keepNonEmpty(collectionView);
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
@@ -84,6 +85,7 @@ void ClassList::showEvent(QShowEvent *event) {
 }
 
 void ClassList::reloadData() {
+    const QList<PhraseClass> before = dataSource;
     dataSource = ClassStore::shared().getAll(App::userInfo().username);
     applyingSelection_ = true;
     collectionView->clear();
@@ -97,6 +99,22 @@ void ClassList::reloadData() {
     }
     applyingSelection_ = false;
     reloadSelectedData();
+    // A class that was not there before (just made) may land on a row of the strip out of view.
+    if (before.isEmpty())
+        return;
+    for (qsizetype row = dataSource.size() - 1; row >= 0; --row) {
+        const QString &sign = dataSource[row].sign;
+        if (std::none_of(before.begin(), before.end(),
+                         [&](const PhraseClass &c) { return c.sign == sign; })) {
+            scrollToRow(int(row));
+            break;
+        }
+    }
+}
+
+void ClassList::scrollToRow(int row) {
+    if (QListWidgetItem *item = collectionView->item(row))
+        collectionView->scrollToItem(item);
 }
 
 void ClassList::reloadSelectedData() {
@@ -118,12 +136,13 @@ void ClassList::setSelection(const QList<int> &rows) {
         collectionView->setCurrentRow(kept.first(), QItemSelectionModel::NoUpdate);
     applyingSelection_ = false;
     selectionChanged();
+    // The strip is one row high: the selected class may sit on a row out of view.
+    if (!kept.isEmpty())
+        scrollToRow(kept.first());
 }
 
 void ClassList::setSelectIndex(int indexPath) {
     setSelection({indexPath});
-    if (QListWidgetItem *item = collectionView->item(indexPath))
-        collectionView->scrollToItem(item);
 }
 
 ClassCell *ClassList::cellAt(int row) const {
@@ -148,11 +167,7 @@ void ClassList::selectionChanged() {
         shown = dataSource[current];
     else if (!rows.isEmpty())
         shown = dataSource[rows.first()];
-    const std::optional<QString> sign = shown ? std::optional<QString>(shown->sign) : std::nullopt;
-    // A reload that keeps the same class shown keeps the phrase list's own selection.
-    if (sign == shownSign_ && sign)
-        return;
-    shownSign_ = sign;
+    // Told on every reload too, so that a renamed class reaches the label.
     if (listener)
         listener->onSelectionChange(shown);
 }

@@ -56,7 +56,7 @@ protected:
 private:
     void selectionChanged();
     void openMenu(const QPoint &globalPos);
+    void scrollToRow(int row);
 
     bool applyingSelection_ = false;
-    std::optional<QString> shownSign_;
 };

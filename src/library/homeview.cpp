@@ -8,6 +8,7 @@
 #include "library/phraseoperations.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
+#include "send/applicationnames.h"
 #include "send/quickbar.h"
 #include "send/quickbarentry.h"
 #include "send/targetwindowtracker.h"
@@ -144,7 +145,7 @@ void HomeView::viewDidAppear() {
     auto *bar = new QuickBar;
     connect(this, &QObject::destroyed, bar, &QObject::deleteLater);
     QPointer<PhraseList> list = phraseList();
-    bar->setListSource([list] { return list ? std::optional(list->dataSource) : std::nullopt; },
+    bar->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
                        [list](int row) {
                            if (list)
                                list->selectRow(row);
@@ -210,8 +211,10 @@ void HomeView::refreshTarget() {
             targetIcon->setPixmap(QPixmap::fromImage(icon.scaled(
                 targetIcon->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
     }
-    if (targetName->text() != app->localizedName)
-        targetName->setText(app->localizedName);
+    // The program's name as the application menu gives it, not the title of its window.
+    const QString name = ApplicationNames::displayName(*app);
+    if (targetName->text() != name)
+        targetName->setText(name);
 }
 
 void HomeView::searchTextChanged() {
@@ -223,6 +226,5 @@ void HomeView::searchTextChanged() {
     }
     searchResults->show();
     libraryPanel->hide();
-    PhraseStore db;
-    searchResults->setData(db.getLikeAll(text, App::userInfo().username), text);
+    searchResults->setData(PhraseStore::shared().searchIds(text, App::userInfo().username), text);
 }

@@ -36,7 +36,7 @@ public:
     void startUploadIcon();
     void searchTextChanged();
 
-    // For the quick bar: the phrase list (its dataSource and selectRow), the search field, the tray menu.
+    // For the quick bar: the phrase list (its phraseAt and selectRow), the search field, the tray menu.
     PhraseList *phraseList() const;
     QLineEdit *searchField() const { return searchTextView; }
     QMenu *trayMenu() const;

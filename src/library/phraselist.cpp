@@ -1,13 +1,12 @@
 #include "library/phraselist.h"
 
-#include "library/lazyrowlist.h"
 #include "library/listselection.h"
+#include "library/phraseidmodel.h"
+#include "library/phraselistview.h"
 #include "library/phraseoperations.h"
-#include "library/phraserow.h"
 #include "model/app.h"
 #include "send/phrasesender.h"
 
-#include <QCursor>
 #include <QMenu>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -16,16 +15,9 @@
 PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    collectionView = new LazyRowList(this);
+    collectionView = new PhraseListView(PhraseRowDelegate::Layout::OneLine, this);
     collectionView->setInsets(5);
-    collectionView->setCellFactory([this](int row) -> QWidget * {
-        auto *cell = new PhraseRow;
-        cell->listener = this;
-        if (row >= 0 && row < dataSource.size())
-            cell->setData(row, dataSource[row]);
-        cell->setSelect(selectedRows.contains(row));
-        return cell;
-    });
+    ListSelection::keepNonEmpty(collectionView);
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
@@ -38,8 +30,11 @@ PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
     deleteAction = menu->addAction(QString::fromUtf8("删除选中"));
     connect(menu, &QMenu::triggered, this, &PhraseList::menuActionTriggered);
 
-    connect(collectionView, &QListWidget::itemSelectionChanged, this, &PhraseList::selectionChanged);
-    connect(collectionView, &LazyRowList::emptyAreaRightPressed, this, &PhraseList::openMenu);
+    connect(collectionView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &PhraseList::selectionChanged);
+    connect(collectionView, &PhraseListView::emptyAreaRightPressed, this, &PhraseList::openMenu);
+    connect(collectionView, &PhraseListView::rowRightPressed, this, &PhraseList::rightPressed);
+    connect(collectionView, &PhraseListView::sendRequested, this, &PhraseList::send);
 
     PhraseStore::listener = this;
     reloadMenuState();
@@ -67,11 +62,20 @@ void PhraseList::setWordData(const std::optional<PhraseClass> &data) {
     collectionView->scrollToTop();
 }
 
+const QList<qint64> &PhraseList::phraseIds() const {
+    return collectionView->phraseModel()->ids();
+}
+
+std::optional<Phrase> PhraseList::phraseAt(int row) const {
+    return collectionView->phraseModel()->phraseAt(row);
+}
+
 void PhraseList::reloadData() {
-    dataSource =
-        shownClassSign ? PhraseStore::shared().getAll(*shownClassSign, currentUsername()) : QList<Phrase>{};
     applyingSelection_ = true;
-    collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
+    collectionView->phraseModel()->setIds(
+        shownClassSign ? PhraseStore::shared().getAllIds(*shownClassSign, currentUsername())
+                       : QList<qint64>{},
+        QString());
     applyingSelection_ = false;
     reloadSelectedData();
     reloadMenuState();
@@ -85,35 +89,27 @@ void PhraseList::reloadSelectedData() {
 void PhraseList::setSelection(const QList<int> &rows) {
     QList<int> kept;
     for (int r : rows)
-        if (r >= 0 && r < dataSource.size() && !kept.contains(r))
+        if (r >= 0 && r < count() && !kept.contains(r))
             kept.append(r);
     std::sort(kept.begin(), kept.end());
     applyingSelection_ = true;
-    ListSelection::select(collectionView, kept, dataSource.size());
+    ListSelection::select(collectionView, kept, count());
     applyingSelection_ = false;
     selectionChanged();
 }
 
 bool PhraseList::selectRow(int n) {
-    if (n < 0 || n >= dataSource.size())
+    if (n < 0 || n >= count())
         return false;
     setSelection({n});
-    collectionView->scrollToItem(collectionView->item(n));
+    collectionView->scrollTo(collectionView->model()->index(n, 0));
     return true;
-}
-
-PhraseRow *PhraseList::cellAt(int row) {
-    return qobject_cast<PhraseRow *>(collectionView->cellAt(row));
 }
 
 void PhraseList::selectionChanged() {
     if (applyingSelection_)
         return;
-    const QList<int> rows = ListSelection::selectedRows(collectionView);
-    selectedRows = rows;
-    for (int r = 0; r < collectionView->count(); ++r)
-        if (auto *cell = qobject_cast<PhraseRow *>(collectionView->existingCellAt(r)))
-            cell->setSelect(rows.contains(r));
+    selectedRows = ListSelection::selectedRows(collectionView);
     reloadMenuState();
 }
 
@@ -132,19 +128,15 @@ void PhraseList::openMenu(const QPoint &globalPos) {
     Q_EMIT menuOpened();
 }
 
-void PhraseList::onRightClick(int indexPath, const Phrase &) {
-    // With two or more selected the menu acts on all of them.
+void PhraseList::rightPressed(int row, const QPoint &globalPos) {
     if (selectedRows.size() < 2)
-        setSelection({indexPath});
-    openMenu(QCursor::pos());
+        setSelection({row});
+    openMenu(globalPos);
 }
 
-void PhraseList::onSendButtonClick(int, const Phrase &data) {
-    PhraseSender::send(data.jsonValue, true);
-}
-
-void PhraseList::onDoubleClick(int, const Phrase &data) {
-    PhraseSender::send(data.jsonValue, false);
+void PhraseList::send(int row, bool pressEnter) {
+    if (const std::optional<Phrase> phrase = phraseAt(row))
+        PhraseSender::send(phrase->jsonValue, pressEnter);
 }
 
 void PhraseList::onDataChange() {
@@ -163,27 +155,36 @@ void PhraseList::menuActionTriggered(QAction *action) {
     } else if (title == QString::fromUtf8("编辑短语")) {
         if (sel.size() != 1)
             return;
-        Q_EMIT editPhraseRequested(dataSource[sel.first()]);
+        if (const std::optional<Phrase> phrase = phraseAt(sel.first()))
+            Q_EMIT editPhraseRequested(*phrase);
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() != 1 || sel.first() <= 0)
             return;
         const int i = sel.first();
         // The selection follows the moved phrase.
         selectedRows = {i - 1};
-        PhraseOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
+        swapWith(i, i - 1, user);
     } else if (title == QString::fromUtf8("向下移动")) {
-        if (sel.size() != 1 || sel.first() >= dataSource.size() - 1)
+        if (sel.size() != 1 || sel.first() >= count() - 1)
             return;
         const int i = sel.first();
         selectedRows = {i + 1};
-        PhraseOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
+        swapWith(i, i + 1, user);
     } else if (title == QString::fromUtf8("删除选中")) {
-        if (sel.isEmpty() || dataSource.isEmpty())
+        if (sel.isEmpty() || count() == 0)
             return;
         QString signs;
         for (int r : sel)
-            signs += dataSource[r].sign + QLatin1Char('|');
+            if (const std::optional<Phrase> phrase = phraseAt(r))
+                signs += phrase->sign + QLatin1Char('|');
         selectedRows.clear();
         PhraseOperations::remove(signs, user);
     }
+}
+
+void PhraseList::swapWith(int row, int other, const QString &username) {
+    const std::optional<Phrase> a = phraseAt(row);
+    const std::optional<Phrase> b = phraseAt(other);
+    if (a && b)
+        PhraseOperations::swapPositions(a->sign, b->sign, username);
 }

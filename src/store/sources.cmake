@@ -4,4 +4,5 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/classchangelistener.h
   ${CMAKE_CURRENT_LIST_DIR}/phrasechangelistener.h
   ${CMAKE_CURRENT_LIST_DIR}/conversions.cpp ${CMAKE_CURRENT_LIST_DIR}/conversions.h
+  ${CMAKE_CURRENT_LIST_DIR}/phrasesearchindex.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasesearchindex.h
   ${CMAKE_CURRENT_LIST_DIR}/localpath.cpp ${CMAKE_CURRENT_LIST_DIR}/localpath.h)

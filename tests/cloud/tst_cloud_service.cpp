@@ -321,7 +321,7 @@ private Q_SLOTS:
 
     void uploadProcedureSettlesEveryPicture() {
         const QByteArray one = pngBytes('a'), two = pngBytes('b');
-        const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
+        const QString n1 = ImageUtil::fileNameOf(one), n2 = ImageUtil::fileNameOf(two);
         QVERIFY(AppFileUtil::saveImage(one, n1));
         QVERIFY(AppFileUtil::saveImage(two, n2));
 
@@ -352,7 +352,7 @@ private Q_SLOTS:
         // A name that does not belong to its bytes is refused; a missing file fails too. The first
         // failure is the one reported, and the good picture in between still goes up.
         const QByteArray three = pngBytes('c');
-        const QString n3 = ImageUtil::getImageRealFilename(three);
+        const QString n3 = ImageUtil::fileNameOf(three);
         const QString wrongName = QStringLiteral("0123456789abcdef0123456789abcdef.png");
         QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
         QVERIFY(AppFileUtil::saveImage(three, n3));
@@ -374,7 +374,7 @@ private Q_SLOTS:
     void fullSynchronisationReplacesTheLibraryAndFetchesMissingPictures() {
         // On the service: one phrase with two pictures, both uploaded above.
         const QByteArray one = pngBytes('a'), two = pngBytes('b');
-        const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
+        const QString n1 = ImageUtil::fileNameOf(one), n2 = ImageUtil::fileNameOf(two);
         QString c;
         for (const PhraseClass &k : ClassStore::shared().getAll(kUser))
             if (k.label == QStringLiteral("甲"))

@@ -276,6 +276,45 @@ private Q_SLOTS:
         QCOMPARE(dialog.textView->getValue().last()->value, QStringLiteral("a♨️b"));
     }
 
+    // An emoji or a picture goes in before the selected text and leaves it there, still selected.
+    void insertionsKeepTheSelectedText() {
+        QTemporaryDir dir;
+        const QByteArray png = picture(12, 12, Qt::magenta);
+        const QString file = dir.filePath(QStringLiteral("dot.png"));
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::WriteOnly) && f.write(png) == png.size());
+        f.close();
+        CreatePhraseDialog dialog(QStringLiteral("c"), user);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
+        PhraseEditor *edit = dialog.textView;
+        edit->insertString(QStringLiteral("hello world"));
+        QTextCursor c = edit->textCursor();
+        c.setPosition(6);
+        c.setPosition(11, QTextCursor::KeepAnchor);
+        edit->setTextCursor(c);
+
+        dialog.emojiClicked();
+        QTRY_VERIFY_WITH_TIMEOUT(dialog.emojiPicker() && dialog.emojiPicker()->isVisible(), 5000);
+        EmojiCell *smile = dialog.emojiPicker()->cells()[5];
+        QCOMPARE(smile->emoji(), QStringLiteral("😊"));
+        QTest::mouseClick(smile, Qt::LeftButton, {}, QPoint(20, 20));
+        QCOMPARE(edit->toPlainText(), QStringLiteral("hello 😊world"));
+        QCOMPARE(edit->textCursor().selectedText(), QStringLiteral("world"));
+
+        // A second emoji follows the first, still before the selection.
+        QTest::mouseClick(smile, Qt::LeftButton, {}, QPoint(20, 20));
+        QCOMPARE(edit->toPlainText(), QStringLiteral("hello 😊😊world"));
+
+        dialog.insertImageFile(file);
+        const ContentPieces pieces = edit->getValue();
+        QCOMPARE(pieces.size(), 3);
+        QCOMPARE(pieces[0]->value, QStringLiteral("hello 😊😊"));
+        QCOMPARE(pieces[1]->value, contentName(png));
+        QCOMPARE(pieces[2]->value, QStringLiteral("world"));
+        QCOMPARE(edit->textCursor().selectedText(), QStringLiteral("world"));
+    }
+
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");

@@ -93,9 +93,11 @@ private Q_SLOTS:
     // Both programs start from the unpacked package: the service, and the application signing in to
     // it and showing the library.
     void installedProgramsRun() {
+        qputenv("QUILLORA_CLOUD_BINARY", QDir(root_).filePath("usr/bin/quillora-cloud").toLocal8Bit());
         CloudService cloud;
-        cloud.setProgram(QDir(root_).filePath("usr/bin/quillora-cloud"));
-        QVERIFY(cloud.start());
+        const bool started = cloud.start();
+        qunsetenv("QUILLORA_CLOUD_BINARY");
+        QVERIFY(started);
         QCOMPARE(cloud.run({"demo"}), 0);
 
         const QString app = QDir(root_).filePath("usr/bin/quillora");

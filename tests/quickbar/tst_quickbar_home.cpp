@@ -70,7 +70,7 @@ private Q_SLOTS:
                                       qobject_cast<MainWindow *>(window())->contentView())) != nullptr,
                                  60000);
         QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 60000);
-        QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->dataSource.size(), 3, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->count(), 3, 30000);
         bar_ = qobject_cast<QuickBar *>(App::quickBar);
         QVERIFY(bar_);
         // Only the tray entry brings it up.
@@ -113,7 +113,9 @@ private Q_SLOTS:
     }
 
     void tapSendsThePhraseOfTheShownClass() {
-        const QList<Phrase> phrases = home_->phraseList()->dataSource;
+        QList<Phrase> phrases;
+        for (int i = 0; i < home_->phraseList()->count(); ++i)
+            phrases << home_->phraseList()->phraseAt(i).value();
         int row = -1;
         for (int i = 0; i < phrases.size() && row < 0; ++i)
             if (phrases[i].images.isEmpty())
