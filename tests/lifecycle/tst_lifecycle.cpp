@@ -293,7 +293,7 @@ class TestLifecycle : public QObject {
             QBuffer buffer(&png);
             buffer.open(QIODevice::WriteOnly);
             image.save(&buffer, "PNG");
-            const QString name = ImageUtil::getImageRealFilename(png);
+            const QString name = ImageUtil::fileNameOf(png);
             if (!AppFileUtil::saveImage(png, name))
                 return false;
             PictureApi::upload(name, [&](const OperationResult &r) { uploaded += r.isSuccess() ? 1 : 1000; },
