@@ -52,8 +52,8 @@
 #include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QThreadPool>
-#include <QToolButton>
 #include <QTimer>
+#include <QToolButton>
 #include <QtTest>
 #include <iostream>
 
