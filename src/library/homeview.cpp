@@ -27,8 +27,8 @@
 #include <QMenu>
 #include <QPointer>
 #include <QScreen>
-#include <QSystemTrayIcon>
 #include <QTimer>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 static void initResources() {
@@ -63,6 +63,15 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     targetRow->addWidget(caption);
     targetRow->addWidget(targetIcon);
     targetRow->addWidget(targetName, 1);
+    quickBarButton = new QToolButton(target);
+    quickBarButton->setObjectName(QStringLiteral("quickBarButton"));
+    quickBarButton->setIcon(QuickBarEntry::quickBarIcon());
+    quickBarButton->setToolTip(QStringLiteral("快捷栏"));
+    quickBarButton->setAutoRaise(true);
+    quickBarButton->setIconSize(QSize(20, 20));
+    quickBarButton->setFocusPolicy(Qt::NoFocus);
+    connect(quickBarButton, &QToolButton::clicked, this, [] { QuickBarEntry::toggleQuickBar(); });
+    targetRow->addWidget(quickBarButton);
     layout->addWidget(target);
 
     searchTextView = new QLineEdit(this);
@@ -111,9 +120,10 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     libraryPanel->classList->reloadData();
 }
 
-HomeView::~HomeView() {
-    if (statusBarItem)
-        statusBarItem->hide();
+HomeView::~HomeView() = default;
+
+QMenu *HomeView::trayMenu() const {
+    return qobject_cast<QMenu *>(App::trayMenu.data());
 }
 
 PhraseList *HomeView::phraseList() const {
@@ -130,23 +140,6 @@ void HomeView::viewDidAppear() {
     if (firstShown)
         return;
     firstShown = true;
-
-    trayMenu_ = new QMenu(this);
-    trayMenu_->addAction(QString::fromUtf8("显示窗口"), this, &HomeView::showView);
-    trayMenu_->addSeparator();
-    trayMenu_->addAction(QString::fromUtf8("退出"), qApp, &QCoreApplication::quit);
-    // The quick bar's entry, when the application has made one.
-    if (QuickBarEntry::shared().button)
-        QuickBarEntry::shared().addTo(trayMenu_);
-    statusBarItem = new QSystemTrayIcon(QIcon(":/icon-32.svg"), this);
-    statusBarItem->setToolTip("Quillora");
-    statusBarItem->setContextMenu(trayMenu_);
-    connect(statusBarItem, &QSystemTrayIcon::activated, this,
-            [this](QSystemTrayIcon::ActivationReason reason) {
-                if (reason == QSystemTrayIcon::Trigger)
-                    showView();
-            });
-    statusBarItem->show();
 
     // The quick bar: its slots stand for the phrase list shown here, looked up at each gesture.
     auto *bar = new QuickBar;
