@@ -3,6 +3,7 @@
 #include "app/mainwindow.h"
 #include "app/signinview.h"
 #include "model/app.h"
+#include "send/desktopsession.h"
 #include "send/quickbarentry.h"
 
 #include <QAction>
@@ -27,6 +28,7 @@ void AppController::prepareProcess() {
     if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    DesktopSession::prepareOwnWindows();
 }
 
 void AppController::applicationDidFinishLaunching() {

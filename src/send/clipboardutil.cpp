@@ -1,5 +1,7 @@
 #include "send/clipboardutil.h"
 
+#include "send/desktopbackend.h"
+
 #include <QClipboard>
 #include <QDeadlineTimer>
 #include <QGuiApplication>
@@ -58,6 +60,16 @@ bool put(TrackedMimeData *data) {
 } // namespace
 
 bool ClipboardUtil::setText(const QString &value) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    if (backend.servesClipboard()) {
+        // The names toolkits and XWayland programs ask for text by.
+        const QByteArray utf8 = value.toUtf8();
+        return backend.setClipboard({{"text/plain;charset=utf-8", utf8},
+                                     {"text/plain", utf8},
+                                     {"UTF8_STRING", utf8},
+                                     {"TEXT", utf8},
+                                     {"STRING", utf8}});
+    }
     return onGuiThread([&] {
         auto *data = new TrackedMimeData;
         data->setText(value);
@@ -66,6 +78,9 @@ bool ClipboardUtil::setText(const QString &value) {
 }
 
 bool ClipboardUtil::setImage(const QByteArray &bytes) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    if (backend.servesClipboard())
+        return backend.setClipboard({{pngType.toLatin1(), bytes}});
     return onGuiThread([&] {
         auto *data = new TrackedMimeData;
         data->setData(pngType, bytes);
@@ -90,6 +105,9 @@ std::optional<QString> ClipboardUtil::getImageBase64() {
 }
 
 bool ClipboardUtil::waitUntilFetched(int timeoutMs) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    if (backend.servesClipboard())
+        return backend.waitUntilClipboardRead(timeoutMs);
     Flag flag;
     {
         std::lock_guard lock(lastMutex);

@@ -2,7 +2,9 @@
 
 #include "send/runningapplication.h"
 
+#include <QByteArray>
 #include <QList>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -27,7 +29,20 @@ public:
     // Key down then key up into the focused window, with Ctrl held around it when asked.
     virtual bool keyStroke(Key key, bool control) = 0;
 
-    // The back-end of this process; the X11 one unless another was installed.
+    // On Wayland only the focused program may set the clipboard through the toolkit, so there the
+    // back-end serves the pieces itself. False: the toolkit's clipboard is used.
+    virtual bool servesClipboard() const { return false; }
+    // One piece under each of its data types; true once the back-end owns the clipboard with it.
+    virtual bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData);
+    // Waits until another program has read what the last setClipboard() put there; false when
+    // timeoutMs passed first.
+    virtual bool waitUntilClipboardRead(int timeoutMs);
+
+    // Calls listener, on a thread of the back-end, whenever the window in front changes. False
+    // when the desktop does not tell, and the caller has to ask now and then.
+    virtual bool watchFront(std::function<void()> listener);
+
+    // The back-end of this process, chosen from the session unless another was installed.
     static DesktopBackend &instance();
     // Replaces the back-end (another windowing system, or a recording one in tests). Call before
     // the first send and before the tracker starts.

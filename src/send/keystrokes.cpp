@@ -24,38 +24,34 @@ bool waitForModifiersReleased(DesktopBackend &backend) {
     return true;
 }
 
-bool pidInFront(DesktopBackend &backend, qint32 pid) {
+bool inFront(DesktopBackend &backend, quint64 window) {
     const auto active = backend.activeApplication();
-    return active && active->processIdentifier == pid;
+    return active && active->window == window;
 }
 
-bool bringPidToFront(DesktopBackend &backend, qint32 pid) {
-    if (pid <= 0)
+// The exact window the send began with, not another one of the same program.
+bool bringToFront(DesktopBackend &backend, const RunningApplication &target) {
+    if (target.window == 0)
         return false;
-    if (pidInFront(backend, pid))
+    if (inFront(backend, target.window))
         return true;
-    for (const RunningApplication &app : backend.runningApplications()) {
-        if (app.processIdentifier != pid)
-            continue;
-        if (!backend.activate(app))
-            return false;
-        QDeadlineTimer deadline(KeyStrokes::reactivateWaitMs);
-        while (!deadline.hasExpired()) {
-            if (pidInFront(backend, pid))
-                return true;
-            QThread::msleep(5);
-        }
-        return pidInFront(backend, pid);
+    if (!backend.activate(target))
+        return false;
+    QDeadlineTimer deadline(KeyStrokes::reactivateWaitMs);
+    while (!deadline.hasExpired()) {
+        if (inFront(backend, target.window))
+            return true;
+        QThread::msleep(5);
     }
-    return false;
+    return inFront(backend, target.window);
 }
 
-void post(Key key, bool control, std::optional<qint32> pid) {
-    auto stroke = [key, control, pid] {
+void post(Key key, bool control, std::optional<RunningApplication> target) {
+    auto stroke = [key, control, target] {
         DesktopBackend &backend = DesktopBackend::instance();
         if (!waitForModifiersReleased(backend))
             return;
-        if (pid && !bringPidToFront(backend, *pid))
+        if (target && !bringToFront(backend, *target))
             return;
         backend.keyStroke(key, control);
     };
@@ -73,14 +69,14 @@ void KeyStrokes::paste() {
     post(Key::V, true, std::nullopt);
 }
 
-void KeyStrokes::enter(qint32 pid) {
-    post(Key::Enter, false, pid);
+void KeyStrokes::enter(const RunningApplication &target) {
+    post(Key::Enter, false, target);
 }
 
-void KeyStrokes::paste(qint32 pid) {
-    post(Key::V, true, pid);
+void KeyStrokes::paste(const RunningApplication &target) {
+    post(Key::V, true, target);
 }
 
-void KeyStrokes::leftArrow(qint32 pid) {
-    post(Key::Left, false, pid);
+void KeyStrokes::leftArrow(const RunningApplication &target) {
+    post(Key::Left, false, target);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include "send/runningapplication.h"
 
 // Synthesised key strokes. Every operation returns at once; the stroke is posted later on the GUI
 // thread, strokes in the order of the calls. Ctrl+V pastes, Enter is the keypad Enter.
@@ -12,13 +12,13 @@ public:
     static void enter();
     static void paste();
 
-    // Keys reach the focused window on the desktop, not a process, so these first make sure the
-    // active window belongs to pid; a stroke that cannot be delivered there is dropped.
-    static void enter(qint32 pid);
-    static void paste(qint32 pid);
-    static void leftArrow(qint32 pid);
+    // Keys reach the focused window on the desktop, so these first make sure the target window is
+    // the active one; a stroke that cannot be delivered there is dropped.
+    static void enter(const RunningApplication &target);
+    static void paste(const RunningApplication &target);
+    static void leftArrow(const RunningApplication &target);
 
-    // How long the pid forms wait for the window of pid to become active again.
+    // How long the target forms wait for the target window to become active again.
     static constexpr int reactivateWaitMs = 150;
     // How long a stroke waits for the user to let go of Ctrl, Alt, Shift or Super.
     static constexpr int modifierWaitMs = 2000;

@@ -23,17 +23,17 @@ bool PhraseDelivery::isSpecialTarget(const std::optional<QString> &bundleIdentif
     return bundleIdentifier && specialIdentifiers().contains(*bundleIdentifier);
 }
 
-std::optional<qint32> PhraseDelivery::activate() {
+std::optional<RunningApplication> PhraseDelivery::activate() {
     // One copy: the tracker may replace the target meanwhile, this send keeps the one it began with.
     const auto target = TargetWindowTracker::lastTarget();
     if (!target)
         return std::nullopt;
     if (!WindowActivation::activate(*target))
         return std::nullopt;
-    return target->processIdentifier;
+    return target;
 }
 
-void PhraseDelivery::sendPieces(const ContentPieces &items, qint32 pid) {
+void PhraseDelivery::sendPieces(const ContentPieces &items, const RunningApplication &target) {
     // The target pulls a pasted piece from us when it handles Ctrl+V; a busy one can take longer
     // than the pause, and replacing the clipboard before that would paste the next piece twice.
     bool unfetched = false;
@@ -47,7 +47,7 @@ void PhraseDelivery::sendPieces(const ContentPieces &items, qint32 pid) {
             const bool written =
                 bytes ? ClipboardUtil::setImage(*bytes) : ClipboardUtil::setText(item->value);
             if (written)
-                KeyStrokes::paste(pid);
+                KeyStrokes::paste(target);
             unfetched = written;
         }
         QThread::usleep(afterPieceUs);
@@ -67,51 +67,51 @@ void PhraseDelivery::sendAuto(const QString &jsonValue, bool isEnter) {
 }
 
 void PhraseDelivery::sendPieces(const QString &jsonValue, bool isEnter) {
-    const auto pid = activate();
-    if (!pid)
+    const auto target = activate();
+    if (!target)
         return;
     QThread::usleep(piecesAfterActivateUs);
     const auto items = parseContent(jsonValue);
     if (!items)
         return;
-    sendPieces(*items, *pid);
+    sendPieces(*items, *target);
     if (isEnter)
-        KeyStrokes::enter(*pid);
+        KeyStrokes::enter(*target);
 }
 
 void PhraseDelivery::sendText(const QString &text, bool isEnter) {
-    const auto pid = activate();
-    if (!pid)
+    const auto target = activate();
+    if (!target)
         return;
     QThread::usleep(textAfterActivateUs);
     if (!ClipboardUtil::setText(text))
         return;
     QThread::usleep(textBeforePasteUs);
-    KeyStrokes::paste(*pid);
+    KeyStrokes::paste(*target);
     if (isEnter)
-        KeyStrokes::enter(*pid);
+        KeyStrokes::enter(*target);
 }
 
 void PhraseDelivery::sendQQ(const QString &jsonValue, bool isEnter) {
-    const auto pid = activate();
-    if (!pid)
+    const auto target = activate();
+    if (!target)
         return;
     const auto items = parseContent(jsonValue);
     if (!items)
         return;
     QThread::usleep(beforeLeftUs);
-    KeyStrokes::leftArrow(*pid);
+    KeyStrokes::leftArrow(*target);
     QThread::usleep(afterLeftUs);
     if (distinctPictureNames(*items)) {
         if (const auto again = parseContent(jsonValue))
-            sendPieces(*again, *pid);
+            sendPieces(*again, *target);
     } else {
         const auto text = getStringValue(*items);
         if (!text)
             return;
         if (ClipboardUtil::setText(*text))
-            KeyStrokes::paste(*pid);
+            KeyStrokes::paste(*target);
     }
     if (isEnter)
-        KeyStrokes::enter(*pid);
+        KeyStrokes::enter(*target);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/contentpiece.h"
+#include "send/runningapplication.h"
 
 #include <QString>
 #include <QStringList>
@@ -38,7 +39,7 @@ private:
     // Text only.
     static void sendText(const QString &text, bool isEnter);
 
-    // Brings the target forward; its process id, or absent when there is no target or it refused.
-    static std::optional<qint32> activate();
-    static void sendPieces(const ContentPieces &items, qint32 pid);
+    // Brings the target forward; the target, or absent when there is none or it refused.
+    static std::optional<RunningApplication> activate();
+    static void sendPieces(const ContentPieces &items, const RunningApplication &target);
 };

@@ -187,9 +187,10 @@ private Q_SLOTS:
         desk_->activePid = chatPid;
         desk_->clearJournal();
         ClipboardUtil::setText(QStringLiteral("v"));
-        KeyStrokes::paste(chatPid);
+        const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
+        KeyStrokes::paste(chat);
         KeyStrokes::enter();
-        KeyStrokes::leftArrow(chatPid);
+        KeyStrokes::leftArrow(chat);
         KeyStrokes::paste();
         QTRY_COMPARE_WITH_TIMEOUT(desk_->journal().size(), 4, 5000);
         QCOMPARE(desk_->journal(),
