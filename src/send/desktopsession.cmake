@@ -1,2 +1,3 @@
-target_sources(quillora - core PRIVATE ${CMAKE_CURRENT_LIST_DIR} /
-                              desktopsession.cpp ${CMAKE_CURRENT_LIST_DIR} / desktopsession.h)
+# Which desktop back-end the session gets.
+target_sources(quillora-core PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/desktopsession.cpp ${CMAKE_CURRENT_LIST_DIR}/desktopsession.h)

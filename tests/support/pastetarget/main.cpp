@@ -1,6 +1,7 @@
 // pastetarget --log FILE [--class NAME] [--desktop-id ID] [--title TEXT] [--stamp]
 // A window with one text field that logs what it receives. --class sets the WM_CLASS class,
-// --desktop-id the desktop application id the window announces, --stamp prefixes every log line
+// --desktop-id the desktop application id the window announces (under QT_QPA_PLATFORM=wayland its
+// app id, which is the class when absent), --stamp prefixes every log line
 // with monotonic microseconds. Prints "ready" once the window is shown.
 #include "pastefield.h"
 
@@ -67,8 +68,11 @@ int main(int argc, char **argv) {
     QPixmap icon(48, 48);
     icon.fill(QColor(200, 30, 60));
     window.setWindowIcon(QIcon(icon));
-    if (parser.isSet(QStringLiteral("desktop-id")))
-        announceDesktopId(window.winId(), parser.value(QStringLiteral("desktop-id")).toUtf8());
+    const QString desktopId = parser.value(QStringLiteral("desktop-id"));
+    if (QGuiApplication::platformName() == QLatin1String("wayland"))
+        QGuiApplication::setDesktopFileName(desktopId.isEmpty() ? className : desktopId);
+    else if (!desktopId.isEmpty())
+        announceDesktopId(window.winId(), desktopId.toUtf8());
     window.show();
     field->setFocus();
     std::cout << "ready" << std::endl;

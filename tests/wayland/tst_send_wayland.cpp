@@ -1,0 +1,366 @@
+#include "send/desktopbackend.h"
+#include "send/desktopsession.h"
+#include "send/phrasesender.h"
+#include "send/targetwindowtracker.h"
+#include "send/wayland/virtualkeyboardprotocol.h"
+#include "send/wayland/virtualkeymap.h"
+#include "send/wayland/waylandbackend.h"
+#include "send/windowactivation.h"
+#include "store/localpath.h"
+#include "swaysession.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QFile>
+#include <QImage>
+#include <QLineEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QVBoxLayout>
+#include <QtTest>
+#include <memory>
+#include <wayland-client.h>
+
+namespace {
+
+// One pastetarget process and its log.
+struct Target {
+    std::unique_ptr<QProcess> process = std::make_unique<QProcess>();
+    QString log;
+    QString appId;
+    bool native = true;
+
+    QStringList lines() const {
+        QFile file(log);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+    // sway's criteria for this window.
+    QString criteria() const {
+        return QStringLiteral("[%1=\"%2\"]")
+            .arg(native ? QStringLiteral("app_id") : QStringLiteral("class"), appId);
+    }
+};
+
+std::optional<RunningApplication> applicationOf(const QString &appId) {
+    return WindowActivation::getBundleIdentifier(appId);
+}
+
+QString targetAppId() {
+    const auto target = TargetWindowTracker::lastTarget();
+    return target && target->bundleIdentifier ? *target->bundleIdentifier : QString();
+}
+
+QString text(const QString &value) {
+    return QStringLiteral("{\"type\":1,\"value\":\"%1\"}").arg(value);
+}
+
+QString picture(const QString &name) {
+    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(name);
+}
+
+QString phrase(const QStringList &pieces) {
+    return QLatin1Char('[') + pieces.join(QLatin1Char(',')) + QLatin1Char(']');
+}
+
+// A second keyboard on the seat, as the user's own: it can hold a key down while we type.
+class UserKeyboard {
+public:
+    UserKeyboard() {
+        display_ = wl_display_connect(nullptr);
+        if (!display_)
+            return;
+        wl_registry *registry = wl_display_get_registry(display_);
+        static constexpr wl_registry_listener listener{
+            [](void *data, wl_registry *registry, uint32_t name, const char *interface, uint32_t) {
+                auto *self = static_cast<UserKeyboard *>(data);
+                if (!strcmp(interface, wl_seat_interface.name))
+                    self->seat_ =
+                        static_cast<wl_seat *>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
+                else if (!strcmp(interface, VirtualKeyboardProtocol::managerInterface()->name))
+                    self->manager_ = static_cast<wl_proxy *>(
+                        wl_registry_bind(registry, name, VirtualKeyboardProtocol::managerInterface(), 1));
+            },
+            [](void *, wl_registry *, uint32_t) {}};
+        wl_registry_add_listener(registry, &listener, this);
+        wl_display_roundtrip(display_);
+        wl_registry_destroy(registry);
+        keymap_ = VirtualKeymap::compile();
+        if (!seat_ || !manager_ || !keymap_)
+            return;
+        keyboard_ = VirtualKeyboardProtocol::createKeyboard(manager_, reinterpret_cast<wl_proxy *>(seat_));
+        VirtualKeyboardProtocol::keymap(keyboard_, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, keymap_->fd(),
+                                        keymap_->size());
+        wl_display_roundtrip(display_);
+    }
+    ~UserKeyboard() {
+        if (keyboard_)
+            VirtualKeyboardProtocol::destroyKeyboard(keyboard_);
+        if (manager_)
+            VirtualKeyboardProtocol::destroyManager(manager_);
+        if (seat_)
+            wl_seat_destroy(seat_);
+        if (display_)
+            wl_display_disconnect(display_);
+    }
+    bool valid() const { return keyboard_; }
+    // Press and release, as a sign that this keyboard reaches the focused window.
+    void tapLeft() {
+        VirtualKeyboardProtocol::key(keyboard_, 0, keymap_->left, 1);
+        VirtualKeyboardProtocol::key(keyboard_, 0, keymap_->left, 0);
+        wl_display_roundtrip(display_);
+    }
+    void shift(bool down) {
+        VirtualKeyboardProtocol::key(keyboard_, 0, keymap_->shift, down ? 1 : 0);
+        VirtualKeyboardProtocol::modifiers(keyboard_, down ? keymap_->shiftMask : 0, 0, 0, 0);
+        wl_display_roundtrip(display_);
+    }
+
+private:
+    wl_display *display_ = nullptr;
+    wl_seat *seat_ = nullptr;
+    wl_proxy *manager_ = nullptr, *keyboard_ = nullptr;
+    std::optional<VirtualKeymap> keymap_;
+};
+
+} // namespace
+
+class SendWaylandTest : public QObject {
+    Q_OBJECT
+
+public:
+    explicit SendWaylandTest(SwaySession &sway) : sway_(sway) {}
+
+private:
+    SwaySession &sway_;
+    QTemporaryDir logs_;
+    std::vector<std::unique_ptr<Target>> targets_;
+    QWidget own_;
+    QLineEdit *ownField_ = nullptr;
+    QByteArray png_;
+
+    // A paste target, natively on Wayland or through XWayland, once the back-end lists it.
+    Target &startTarget(const QString &appId, bool native = true) {
+        auto t = std::make_unique<Target>();
+        t->log = logs_.filePath(QStringLiteral("%1.log").arg(appId));
+        t->appId = appId;
+        t->native = native;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"),
+                   native ? QStringLiteral("wayland") : QStringLiteral("xcb"));
+        t->process->setProcessEnvironment(env);
+        t->process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        t->process->start(QStringLiteral(PASTETARGET_BINARY),
+                          {QStringLiteral("--log"), t->log, QStringLiteral("--class"), appId,
+                           QStringLiteral("--title"), QStringLiteral("Chat ") + appId});
+        targets_.push_back(std::move(t));
+        return *targets_.back();
+    }
+
+    void waitListed(const Target &t) { QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.appId).has_value(), 60000); }
+
+    // The user clicks into the target, then back into this program, which must not become the target.
+    void makeTargetThenFocusOwn(const Target &t) {
+        waitListed(t);
+        QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
+        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), t.appId, 10000);
+        focusOwn();
+        QCOMPARE(targetAppId(), t.appId);
+    }
+
+    void focusOwn() {
+        QVERIFY(sway_.command(QStringLiteral("[title=\"own window\"] focus")));
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getForeground() &&
+                                     WindowActivation::getForeground()->processIdentifier ==
+                                         qint32(QCoreApplication::applicationPid()),
+                                 10000);
+    }
+
+    // Sends and waits until the send is over and its strokes, posted to this thread, are typed.
+    void sendAndSettle(const QString &json, bool isEnter) {
+        PhraseSender::send(json, isEnter);
+        settle();
+    }
+
+    static void settle() {
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        bool typed = false;
+        QMetaObject::invokeMethod(
+            qApp, [&typed] { typed = true; }, Qt::QueuedConnection);
+        QTRY_VERIFY_WITH_TIMEOUT(typed, 20000);
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(logs_.isValid());
+        LocalPath::initDirs();
+        QImage image(7, 5, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        QBuffer buffer(&png_);
+        QVERIFY(image.save(&buffer, "PNG"));
+        QFile file(LocalPath::imageDir() + QStringLiteral("/pic.png"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(png_);
+        file.close();
+
+        ownField_ = new QLineEdit(&own_);
+        (new QVBoxLayout(&own_))->addWidget(ownField_);
+        own_.setWindowTitle(QStringLiteral("own window"));
+        own_.resize(300, 60);
+        own_.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&own_, 60000));
+    }
+
+    void cleanupTestCase() {
+        for (auto &t : targets_) {
+            t->process->terminate();
+            t->process->waitForFinished(3000);
+        }
+    }
+
+    // The session decides the back-end; this program's windows go through XWayland.
+    void waylandBackendChosen() {
+        auto *backend = dynamic_cast<WaylandBackend *>(&DesktopBackend::instance());
+        QVERIFY(backend);
+        QVERIFY(backend->available());
+        QVERIFY(backend->canType());
+        QVERIFY(backend->servesClipboard());
+        QCOMPARE(QGuiApplication::platformName(), QStringLiteral("xcb"));
+
+        auto env = [](std::initializer_list<std::pair<const char *, const char *>> vars) {
+            QProcessEnvironment e;
+            for (const auto &[name, value] : vars)
+                e.insert(QLatin1String(name), QLatin1String(value));
+            return e;
+        };
+        using Kind = DesktopSession::Kind;
+        QCOMPARE(DesktopSession::detect(env({{"WAYLAND_DISPLAY", "wayland-1"}, {"DISPLAY", ":1"}})),
+                 Kind::Wayland);
+        QCOMPARE(DesktopSession::detect(env({{"XDG_SESSION_TYPE", "wayland"}})), Kind::Wayland);
+        // XDG_SESSION_TYPE is inherited by programs started from an X11 nested in a Wayland session.
+        QCOMPARE(DesktopSession::detect(env({{"XDG_SESSION_TYPE", "wayland"}, {"DISPLAY", ":1"}})),
+                 Kind::X11);
+        QCOMPARE(DesktopSession::detect(env({{"XDG_SESSION_TYPE", "x11"}, {"DISPLAY", ":0"}})), Kind::X11);
+    }
+
+    // Native and XWayland windows are listed with their ids and titles; "发送到" follows the
+    // focused window as the compositor reports it, and clicks into this program leave it be.
+    void frontWindowFollowed() {
+        Target &a = startTarget(QStringLiteral("chat.alpha"));
+        Target &b = startTarget(QStringLiteral("chat.beta"));
+        Target &x = startTarget(QStringLiteral("ChatX"), false);
+        for (Target *t : {&a, &b, &x})
+            waitListed(*t);
+        QCOMPARE(applicationOf(a.appId)->localizedName, QStringLiteral("Chat chat.alpha"));
+        QCOMPARE(applicationOf(x.appId)->localizedName, QStringLiteral("Chat ChatX"));
+        const auto own = WindowActivation::runningApplications();
+        QVERIFY(std::any_of(own.begin(), own.end(), [](const RunningApplication &app) {
+            return app.processIdentifier == qint32(QCoreApplication::applicationPid()) &&
+                   app.localizedName == QStringLiteral("own window");
+        }));
+
+        focusOwn();
+        TargetWindowTracker::start();
+        for (Target *t : {&a, &x, &b}) {
+            QVERIFY(sway_.command(t->criteria() + QStringLiteral(" focus")));
+            QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), t->appId, 10000);
+        }
+        focusOwn();
+        QCOMPARE(targetAppId(), b.appId);
+
+        // Activation through the back-end, checked against the compositor's own view.
+        QVERIFY(WindowActivation::activate(*applicationOf(a.appId)));
+        QTRY_COMPARE_WITH_TIMEOUT(sway_.focusedAppId(), a.appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), a.appId, 10000);
+        focusOwn();
+    }
+
+    void textWithAndWithoutEnter_data() {
+        QTest::addColumn<int>("index");
+        QTest::newRow("native Wayland") << 0;
+        QTest::newRow("XWayland") << 2;
+    }
+
+    void textWithAndWithoutEnter() {
+        QFETCH(int, index);
+        Target &t = *targets_[size_t(index)];
+        makeTargetThenFocusOwn(t);
+        const qsizetype before = t.lines().size();
+        sendAndSettle(phrase({text(QStringLiteral("你好 world"))}), false);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
+        QVERIFY2(t.lines().last().endsWith(QStringLiteral(" text=你好 world")), qPrintable(t.lines().last()));
+
+        focusOwn();
+        sendAndSettle(phrase({text(QStringLiteral("second"))}), true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
+        QVERIFY2(t.lines()[before + 1].endsWith(QStringLiteral(" text=second")),
+                 qPrintable(t.lines()[before + 1]));
+        QCOMPARE(t.lines()[before + 2], QStringLiteral("enter keypad"));
+        QVERIFY(ownField_->text().isEmpty());
+    }
+
+    void textPictureTextInOrder() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        const qsizetype before = t.lines().size();
+        sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
+                              text(QStringLiteral("after"))}),
+                      true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
+        const QStringList got = t.lines().mid(before);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got[0]));
+        QVERIFY2(got[1].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())), qPrintable(got[1]));
+        QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
+        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got[2]));
+        QCOMPARE(got[3], QStringLiteral("enter keypad"));
+    }
+
+    // Another program takes the focus after the first piece: nothing of the send lands there.
+    void focusTakenAwayMidSend() {
+        Target &t = *targets_[0];
+        Target &other = *targets_[1];
+        makeTargetThenFocusOwn(t);
+        const qsizetype before = t.lines().size(), otherBefore = other.lines().size();
+        PhraseSender::send(phrase({text(QStringLiteral("one")), picture(QStringLiteral("pic.png")),
+                                   text(QStringLiteral("two")), picture(QStringLiteral("pic.png")),
+                                   text(QStringLiteral("three"))}),
+                           true);
+        QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
+        QVERIFY(sway_.command(other.criteria() + QStringLiteral(" focus")));
+        settle();
+        QTRY_VERIFY_WITH_TIMEOUT(t.lines().last() == QStringLiteral("enter keypad"), 10000);
+        QCOMPARE(other.lines().size(), otherBefore);
+        // What reached the target is the phrase's beginning, in order.
+        const QStringList got = t.lines().mid(before);
+        const QStringList expected{QStringLiteral(" text=one"), QStringLiteral(" image=7x5"),
+                                   QStringLiteral(" text=two"), QStringLiteral(" image=7x5"),
+                                   QStringLiteral(" text=three")};
+        for (qsizetype i = 0; i < got.size() && i < expected.size(); ++i)
+            QVERIFY2(got[i].contains(expected[i]), qPrintable(got.join(QLatin1Char('|'))));
+    }
+
+    // A key the user holds on their own keyboard does not turn our Ctrl+V into another stroke.
+    void heldKeyOnAnotherKeyboard() {
+        UserKeyboard user;
+        QVERIFY(user.valid());
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
+        const qsizetype before = t.lines().size();
+        user.tapLeft();
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
+        QCOMPARE(t.lines().last(), QStringLiteral("left"));
+        focusOwn();
+        user.shift(true);
+        sendAndSettle(phrase({text(QStringLiteral("held"))}), true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
+        user.shift(false);
+        QVERIFY2(t.lines()[before + 1].endsWith(QStringLiteral(" text=held")),
+                 qPrintable(t.lines()[before + 1]));
+        QCOMPARE(t.lines()[before + 2], QStringLiteral("enter keypad"));
+    }
+};
+
+QUILLORA_SWAY_TEST_MAIN(SendWaylandTest)
+#include "tst_send_wayland.moc"
