@@ -48,7 +48,9 @@ bool SwaySession::start() {
         return false;
 
     // The session announces its sockets once it runs: sway sets both variables for what it starts.
-    // Under root, XWayland runs as the session's user and lets this process in by name.
+    // Only the test moves the focus: the pointer that sits still in the middle of the screen
+    // would otherwise focus whichever window a new layout puts under it. Under root, XWayland runs as the
+    // session's user and lets this process in by name.
     const QString allow = root ? QStringLiteral("xhost +si:localuser:root >/dev/null && ") : QString();
     QFile config(dir_.filePath(QStringLiteral("config")));
     if (!config.open(QIODevice::WriteOnly))

@@ -169,12 +169,23 @@ private:
         QCOMPARE(targetAppId(), t.appId);
     }
 
+    // Under sway the focus given to an XWayland window now and then goes back to the Wayland window
+    // that had it a moment later (about one run in six, the first time after an XWayland target had
+    // the focus; our back-end activates nothing then): the user clicks again.
     void focusOwn() {
-        QVERIFY(sway_.command(QStringLiteral("[title=\"own window\"] focus")));
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getForeground() &&
-                                     WindowActivation::getForeground()->processIdentifier ==
-                                         qint32(QCoreApplication::applicationPid()),
-                                 10000);
+        const auto ownInFront = [] {
+            const auto front = WindowActivation::getForeground();
+            return front && front->processIdentifier == qint32(QCoreApplication::applicationPid());
+        };
+        for (int click = 0; click < 5; ++click) {
+            QVERIFY(sway_.command(QStringLiteral("[title=\"own window\"] focus")));
+            if (QTest::qWaitFor(ownInFront, 2000)) {
+                QTest::qWait(300);
+                if (ownInFront())
+                    break;
+            }
+        }
+        QVERIFY(ownInFront());
     }
 
     // Sends and waits until the send is over and its strokes, posted to this thread, are typed.

@@ -202,24 +202,15 @@ struct WaylandBackend::Impl {
         return nullptr;
     }
 
-    // The description of one of this program's XWayland windows when the toplevel is one.
-    // XWayland tells which X window is active and whose it is; the toplevel list does not.
-    std::optional<RunningApplication> ownWindow(const Toplevel &t, bool mustBeActive) {
+    // The description of one of this program's XWayland windows when the toplevel is one: same
+    // title and class, and our process id, which only XWayland knows.
+    std::optional<RunningApplication> ownWindow(const Toplevel &t) {
         if (!xwayland || !xwayland->available())
             return std::nullopt;
         const auto ownPid = qint32(QCoreApplication::applicationPid());
-        auto matches = [&](const RunningApplication &app) {
-            return app.processIdentifier == ownPid && app.localizedName == t.title &&
-                   (!app.bundleIdentifier || *app.bundleIdentifier == t.appId);
-        };
-        if (mustBeActive) {
-            auto active = xwayland->activeApplication();
-            if (active && matches(*active))
-                return active;
-            return std::nullopt;
-        }
         for (const RunningApplication &app : xwayland->runningApplications())
-            if (matches(app))
+            if (app.processIdentifier == ownPid && app.localizedName == t.title &&
+                (!app.bundleIdentifier || *app.bundleIdentifier == t.appId))
                 return app;
         return std::nullopt;
     }
@@ -495,7 +486,7 @@ std::optional<RunningApplication> WaylandBackend::activeApplication() {
         Impl::Toplevel *t = d->front();
         if (!t)
             return std::nullopt;
-        if (auto own = d->ownWindow(*t, true))
+        if (auto own = d->ownWindow(*t))
             return own;
         return d->describe(*t);
     });
@@ -509,7 +500,7 @@ QList<RunningApplication> WaylandBackend::runningApplications() {
         for (const auto &t : d->toplevels) {
             if (!t->ready)
                 continue;
-            if (auto own = d->ownWindow(*t, false))
+            if (auto own = d->ownWindow(*t))
                 result.append(*own);
             else
                 result.append(d->describe(*t));
@@ -526,7 +517,7 @@ bool WaylandBackend::activate(const RunningApplication &application) {
         if (!t && application.window < firstToplevelId) {
             // One of our own XWayland windows, known by its X id.
             for (const auto &candidate : d->toplevels)
-                if (auto own = d->ownWindow(*candidate, false); own && own->window == application.window)
+                if (auto own = d->ownWindow(*candidate); own && own->window == application.window)
                     t = candidate.get();
         }
         if (!t)
