@@ -68,6 +68,9 @@ struct WaylandBackend::Impl {
         bool activated = false, pendingActivated = false;
         // Reported in full at least once.
         bool ready = false;
+        // Whether this is one of our own XWayland windows, asked of XWayland once per title.
+        bool ownKnown = false;
+        std::optional<RunningApplication> own;
     };
 
     wl_display *display = nullptr;
@@ -204,15 +207,19 @@ struct WaylandBackend::Impl {
 
     // The description of one of this program's XWayland windows when the toplevel is one: same
     // title and class, and our process id, which only XWayland knows.
-    std::optional<RunningApplication> ownWindow(const Toplevel &t) {
+    std::optional<RunningApplication> ownWindow(Toplevel &t) {
         if (!xwayland || !xwayland->available())
             return std::nullopt;
+        if (t.ownKnown)
+            return t.own;
         const auto ownPid = qint32(QCoreApplication::applicationPid());
+        t.own.reset();
         for (const RunningApplication &app : xwayland->runningApplications())
             if (app.processIdentifier == ownPid && app.localizedName == t.title &&
                 (!app.bundleIdentifier || *app.bundleIdentifier == t.appId))
-                return app;
-        return std::nullopt;
+                t.own = app;
+        t.ownKnown = true;
+        return t.own;
     }
 
     RunningApplication describe(const Toplevel &t) {
@@ -232,10 +239,14 @@ struct WaylandBackend::Impl {
     // --- toplevel events
 
     static void onTitle(void *data, zwlr_foreign_toplevel_handle_v1 *, const char *title) {
-        static_cast<Toplevel *>(data)->title = QString::fromUtf8(title);
+        auto *t = static_cast<Toplevel *>(data);
+        t->title = QString::fromUtf8(title);
+        t->ownKnown = false;
     }
     static void onAppId(void *data, zwlr_foreign_toplevel_handle_v1 *, const char *appId) {
-        static_cast<Toplevel *>(data)->appId = QString::fromUtf8(appId);
+        auto *t = static_cast<Toplevel *>(data);
+        t->appId = QString::fromUtf8(appId);
+        t->ownKnown = false;
     }
     static void onOutputEnter(void *, zwlr_foreign_toplevel_handle_v1 *, wl_output *) {}
     static void onOutputLeave(void *, zwlr_foreign_toplevel_handle_v1 *, wl_output *) {}
