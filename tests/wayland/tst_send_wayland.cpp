@@ -1,6 +1,7 @@
 #include "send/desktopbackend.h"
 #include "send/desktopsession.h"
 #include "send/phrasesender.h"
+#include "send/quickbar.h"
 #include "send/targetwindowtracker.h"
 #include "send/wayland/virtualkeyboardprotocol.h"
 #include "send/wayland/virtualkeymap.h"
@@ -349,6 +350,27 @@ private Q_SLOTS:
                                    QStringLiteral(" text=three")};
         for (qsizetype i = 0; i < got.size() && i < expected.size(); ++i)
             QVERIFY2(got[i].contains(expected[i]), qPrintable(got.join(QLatin1Char('|'))));
+    }
+
+    // Our windows through XWayland: the quick bar appears over the chat window without taking its
+    // keyboard focus, where it placed itself (sway floats it); keys then still go to the chat.
+    void quickBarLeavesChatFocused() {
+        Target &t = *targets_[0];
+        makeTargetThenFocusOwn(t);
+        QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
+        QTRY_COMPARE_WITH_TIMEOUT(sway_.focusedAppId(), t.appId, 10000);
+        QuickBar bar;
+        bar.present();
+        QVERIFY(QTest::qWaitForWindowExposed(&bar, 20000));
+        const QRect asked = bar.geometry();
+        QTest::qWait(500);
+        QCOMPARE(sway_.focusedAppId(), t.appId);
+        QCOMPARE(bar.geometry().topLeft(), asked.topLeft());
+        QVERIFY(bar.isVisible());
+        const qsizetype before = t.lines().size();
+        QVERIFY(DesktopBackend::instance().keyStroke(DesktopBackend::Key::Left, false));
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
+        QCOMPARE(t.lines().last(), QStringLiteral("left"));
     }
 
     // A key the user holds on their own keyboard does not turn our Ctrl+V into another stroke.
