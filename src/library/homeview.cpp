@@ -8,6 +8,7 @@
 #include "library/phraseoperations.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
+#include "send/phrasesender.h"
 #include "send/quickbar.h"
 #include "send/quickbarentry.h"
 #include "send/targetwindowtracker.h"
@@ -146,6 +147,12 @@ void HomeView::viewDidAppear() {
                     showView();
             });
     statusBarItem->show();
+    // What became of a send that did not go out whole: a tray message, never a dialog.
+    QPointer<QSystemTrayIcon> tray = statusBarItem;
+    PhraseSender::setReporter([tray](const QString &message) {
+        if (tray)
+            tray->showMessage(QStringLiteral("Quillora"), message, QSystemTrayIcon::Warning, 4000);
+    });
 
     // The quick bar: its slots stand for the phrase list shown here, looked up at each gesture.
     auto *bar = new QuickBar;

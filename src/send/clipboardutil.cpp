@@ -1,13 +1,13 @@
 #include "send/clipboardutil.h"
 
+#include "send/clipboardrequests.h"
 #include "send/desktopbackend.h"
 
 #include <QClipboard>
-#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QThread>
-#include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 
@@ -15,22 +15,14 @@ namespace {
 
 const QString pngType = QStringLiteral("image/png");
 
-using Flag = std::shared_ptr<std::atomic<bool>>;
-
-// Clipboard content that notes when another program (or anyone) reads it.
-class TrackedMimeData : public QMimeData {
-public:
-    Flag fetched = std::make_shared<std::atomic<bool>>(false);
-
-protected:
-    QVariant retrieveData(const QString &mimeType, QMetaType preferredType) const override {
-        fetched->store(true);
-        return QMimeData::retrieveData(mimeType, preferredType);
-    }
+// A call handed to the GUI thread. The caller may give up waiting; the GUI thread then skips it.
+template <typename Result> struct GuiCall {
+    std::mutex mutex;
+    std::condition_variable done;
+    bool finished = false;
+    bool abandoned = false;
+    Result result{};
 };
-
-std::mutex lastMutex;
-Flag lastFetched;
 
 template <typename F> auto onGuiThread(F work) -> decltype(work()) {
     using Result = decltype(work());
@@ -39,18 +31,36 @@ template <typename F> auto onGuiThread(F work) -> decltype(work()) {
         return Result{};
     if (QThread::currentThread() == app->thread())
         return work();
-    Result result{};
+    auto call = std::make_shared<GuiCall<Result>>();
     QMetaObject::invokeMethod(
-        app, [&] { result = work(); }, Qt::BlockingQueuedConnection);
-    return result;
+        app,
+        [call, work] {
+            std::lock_guard lock(call->mutex);
+            if (call->abandoned)
+                return;
+            call->result = work();
+            call->finished = true;
+            call->done.notify_all();
+        },
+        Qt::QueuedConnection);
+    std::unique_lock lock(call->mutex);
+    if (!call->done.wait_for(lock, std::chrono::milliseconds(ClipboardUtil::guiWaitMs),
+                             [&] { return call->finished; })) {
+        call->abandoned = true;
+        return Result{};
+    }
+    return call->result;
 }
 
-bool put(TrackedMimeData *data) {
-    {
-        std::lock_guard lock(lastMutex);
-        lastFetched = data->fetched;
-    }
+bool put(QMimeData *data, bool alsoPrimary) {
+    ClipboardRequests::watch();
     QClipboard *clipboard = QGuiApplication::clipboard();
+    if (alsoPrimary && clipboard->supportsSelection()) {
+        auto *copy = new QMimeData;
+        for (const QString &format : data->formats())
+            copy->setData(format, data->data(format));
+        clipboard->setMimeData(copy, QClipboard::Selection);
+    }
     clipboard->clear();
     clipboard->setMimeData(data);
     // The clipboard hands back our own data only while we own it (on X11, the selection).
@@ -59,7 +69,7 @@ bool put(TrackedMimeData *data) {
 
 } // namespace
 
-bool ClipboardUtil::setText(const QString &value) {
+bool ClipboardUtil::setText(const QString &value, bool alsoPrimary) {
     DesktopBackend &backend = DesktopBackend::instance();
     if (backend.servesClipboard()) {
         // The names toolkits and XWayland programs ask for text by.
@@ -68,23 +78,24 @@ bool ClipboardUtil::setText(const QString &value) {
                                      {"text/plain", utf8},
                                      {"UTF8_STRING", utf8},
                                      {"TEXT", utf8},
-                                     {"STRING", utf8}});
+                                     {"STRING", utf8}},
+                                    alsoPrimary);
     }
-    return onGuiThread([&] {
-        auto *data = new TrackedMimeData;
+    return onGuiThread([value, alsoPrimary] {
+        auto *data = new QMimeData;
         data->setText(value);
-        return put(data);
+        return put(data, alsoPrimary);
     });
 }
 
-bool ClipboardUtil::setImage(const QByteArray &bytes) {
+bool ClipboardUtil::setImage(const QByteArray &bytes, bool alsoPrimary) {
     DesktopBackend &backend = DesktopBackend::instance();
     if (backend.servesClipboard())
-        return backend.setClipboard({{pngType.toLatin1(), bytes}});
-    return onGuiThread([&] {
-        auto *data = new TrackedMimeData;
+        return backend.setClipboard({{pngType.toLatin1(), bytes}}, alsoPrimary);
+    return onGuiThread([bytes, alsoPrimary] {
+        auto *data = new QMimeData;
         data->setData(pngType, bytes);
-        return put(data);
+        return put(data, alsoPrimary);
     });
 }
 
@@ -102,27 +113,4 @@ std::optional<QString> ClipboardUtil::getImageBase64() {
     if (!bytes)
         return std::nullopt;
     return QString::fromLatin1(bytes->toBase64());
-}
-
-bool ClipboardUtil::waitUntilFetched(int timeoutMs) {
-    DesktopBackend &backend = DesktopBackend::instance();
-    if (backend.servesClipboard())
-        return backend.waitUntilClipboardRead(timeoutMs);
-    Flag flag;
-    {
-        std::lock_guard lock(lastMutex);
-        flag = lastFetched;
-    }
-    if (!flag)
-        return false;
-    // The GUI thread is the one that answers the request; it must not wait for it.
-    const auto *app = QCoreApplication::instance();
-    const bool onGui = !app || QThread::currentThread() == app->thread();
-    QDeadlineTimer deadline(onGui ? 0 : timeoutMs);
-    while (!flag->load()) {
-        if (deadline.hasExpired())
-            return false;
-        QThread::msleep(2);
-    }
-    return true;
 }

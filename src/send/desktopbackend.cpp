@@ -43,11 +43,7 @@ void DesktopBackend::setInstance(std::unique_ptr<DesktopBackend> backend) {
     slot() = std::move(backend);
 }
 
-bool DesktopBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>> &) {
-    return false;
-}
-
-bool DesktopBackend::waitUntilClipboardRead(int) {
+bool DesktopBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>> &, bool) {
     return false;
 }
 

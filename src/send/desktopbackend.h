@@ -9,11 +9,30 @@
 #include <optional>
 
 // What the send layer needs of the desktop: which application is in front, the running ones,
-// bringing one forward and synthesised key strokes. One implementation per windowing system;
-// every operation may be called from any thread.
+// bringing one forward, the keyboard focus and synthesised key strokes. One implementation per
+// windowing system; every operation may be called from any thread.
 class DesktopBackend {
 public:
-    enum class Key { V, Enter, Left };
+    enum class Key { V, Enter, Left, Insert };
+
+    // A key with the modifiers held around it.
+    struct Stroke {
+        Key key = Key::V;
+        bool control = false;
+        bool shift = false;
+        bool operator==(const Stroke &) const = default;
+    };
+
+    // Where the keyboard focus is, seen from one window.
+    enum class Focus {
+        Target,    // the window itself or one of its children
+        Own,       // a window of this program
+        Nowhere,   // no window (between two focus changes, or the root)
+        Elsewhere, // a window of another program, or another window of the same program
+        Gone,      // the window no longer exists
+    };
+
+    enum class StrokeResult { Typed, ModifiersHeld, NotFocused, Failed };
 
     virtual ~DesktopBackend() = default;
 
@@ -29,14 +48,22 @@ public:
     // Key down then key up into the focused window, with Ctrl held around it when asked.
     virtual bool keyStroke(Key key, bool control) = 0;
 
+    // The real keyboard focus (not the window manager's idea of the active window).
+    virtual Focus focus(quint64 window) = 0;
+    // Types the stroke only when window holds the keyboard focus and no modifier is held, checked
+    // and typed as one step that no focus change can come between.
+    virtual StrokeResult strokeInto(quint64 window, Stroke stroke) = 0;
+    // Whether two windows were made by the same connection to the display (the same program).
+    virtual bool sameClient(quint64 a, quint64 b) = 0;
+    // The name of a clipboard data type given by its number on the display.
+    virtual QString typeName(quint32 type) = 0;
+
     // On Wayland only the focused program may set the clipboard through the toolkit, so there the
     // back-end serves the pieces itself. False: the toolkit's clipboard is used.
     virtual bool servesClipboard() const { return false; }
-    // One piece under each of its data types; true once the back-end owns the clipboard with it.
-    virtual bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData);
-    // Waits until another program has read what the last setClipboard() put there; false when
-    // timeoutMs passed first.
-    virtual bool waitUntilClipboardRead(int timeoutMs);
+    // One piece under each of its data types, on the PRIMARY selection too when asked; true once
+    // the back-end owns the clipboard with it. Each read is recorded in ClipboardRequests.
+    virtual bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData, bool alsoPrimary);
 
     // Calls listener, on a thread of the back-end, whenever the window in front changes. False
     // when the desktop does not tell, and the caller has to ask now and then.

@@ -1,82 +1,82 @@
 #include "send/keystrokes.h"
 
-#include "send/desktopbackend.h"
-
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
-#include <iostream>
 
 namespace {
 
-using Key = DesktopBackend::Key;
+using Focus = DesktopBackend::Focus;
+using Reason = DeliveryResult::Reason;
 
-// A key that the user holds down combines with the synthesised one (Alt+V is not a paste).
-bool waitForModifiersReleased(DesktopBackend &backend) {
-    QDeadlineTimer deadline(KeyStrokes::modifierWaitMs);
-    while (backend.modifiersHeld()) {
-        if (deadline.hasExpired()) {
-            std::cout << "modifier key held, key stroke dropped" << std::endl;
-            return false;
-        }
-        QThread::msleep(10);
-    }
-    return true;
-}
-
-bool inFront(DesktopBackend &backend, quint64 window) {
-    const auto active = backend.activeApplication();
-    return active && active->window == window;
-}
-
-// The exact window the send began with, not another one of the same program.
-bool bringToFront(DesktopBackend &backend, const RunningApplication &target) {
-    if (target.window == 0)
-        return false;
-    if (inFront(backend, target.window))
-        return true;
-    if (!backend.activate(target))
-        return false;
-    QDeadlineTimer deadline(KeyStrokes::reactivateWaitMs);
-    while (!deadline.hasExpired()) {
-        if (inFront(backend, target.window))
-            return true;
-        QThread::msleep(5);
-    }
-    return inFront(backend, target.window);
-}
-
-void post(Key key, bool control, std::optional<RunningApplication> target) {
-    auto stroke = [key, control, target] {
-        DesktopBackend &backend = DesktopBackend::instance();
-        if (!waitForModifiersReleased(backend))
-            return;
-        if (target && !bringToFront(backend, *target))
-            return;
-        backend.keyStroke(key, control);
-    };
+void post(DesktopBackend::Key key, bool control) {
     if (auto *app = QCoreApplication::instance())
-        QMetaObject::invokeMethod(app, stroke, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            app, [key, control] { DesktopBackend::instance().keyStroke(key, control); },
+            Qt::QueuedConnection);
 }
 
 } // namespace
 
 void KeyStrokes::enter() {
-    post(Key::Enter, false, std::nullopt);
+    post(DesktopBackend::Key::Enter, false);
 }
 
 void KeyStrokes::paste() {
-    post(Key::V, true, std::nullopt);
+    post(DesktopBackend::Key::V, true);
 }
 
-void KeyStrokes::enter(const RunningApplication &target) {
-    post(Key::Enter, false, target);
+std::optional<Reason> KeyStrokes::bringForward(const RunningApplication &target) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    switch (backend.focus(target.window)) {
+    case Focus::Target:
+        return std::nullopt;
+    case Focus::Gone:
+        return Reason::TargetGone;
+    case Focus::Elsewhere:
+        return Reason::FocusMoved;
+    case Focus::Own:
+    case Focus::Nowhere:
+        break;
+    }
+    if (!backend.activate(target))
+        return Reason::NotInFront;
+    QDeadlineTimer deadline(reactivateWaitMs);
+    for (;;) {
+        const Focus now = backend.focus(target.window);
+        if (now == Focus::Target)
+            return std::nullopt;
+        if (now == Focus::Gone)
+            return Reason::TargetGone;
+        if (deadline.hasExpired())
+            return now == Focus::Elsewhere ? Reason::FocusMoved : Reason::NotInFront;
+        QThread::msleep(5);
+    }
 }
 
-void KeyStrokes::paste(const RunningApplication &target) {
-    post(Key::V, true, target);
-}
-
-void KeyStrokes::leftArrow(const RunningApplication &target) {
-    post(Key::Left, false, target);
+std::optional<Reason> KeyStrokes::typeInto(const RunningApplication &target, DesktopBackend::Stroke stroke) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    QDeadlineTimer modifiers(modifierWaitMs);
+    bool broughtBack = false;
+    for (;;) {
+        switch (backend.strokeInto(target.window, stroke)) {
+        case DesktopBackend::StrokeResult::Typed:
+            return std::nullopt;
+        case DesktopBackend::StrokeResult::Failed:
+            return backend.focus(target.window) == Focus::Gone ? Reason::TargetGone : Reason::NotInFront;
+        case DesktopBackend::StrokeResult::ModifiersHeld:
+            if (modifiers.hasExpired())
+                return Reason::ModifiersHeld;
+            QThread::msleep(10);
+            break;
+        case DesktopBackend::StrokeResult::NotFocused:
+            // Once per stroke: a target that loses the focus again is fought over by something.
+            if (broughtBack)
+                return Reason::NotInFront;
+            if (const auto failed = bringForward(target))
+                return failed;
+            broughtBack = true;
+            break;
+        }
+    }
 }

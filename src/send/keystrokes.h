@@ -1,24 +1,31 @@
 #pragma once
 
+#include "send/deliveryresult.h"
+#include "send/desktopbackend.h"
 #include "send/runningapplication.h"
 
-// Synthesised key strokes. Every operation returns at once; the stroke is posted later on the GUI
-// thread, strokes in the order of the calls. Ctrl+V pastes, Enter is the keypad Enter.
+#include <optional>
+
+// Synthesised key strokes. Ctrl+V pastes (other programs have their own stroke, see PasteKeys),
+// Enter is the keypad Enter.
 class KeyStrokes {
 public:
     KeyStrokes() = delete;
 
-    // Into whatever window has the focus.
+    // Into whatever window has the focus, posted later on the GUI thread in the order of the calls.
     static void enter();
     static void paste();
 
-    // Keys reach the focused window on the desktop, so these first make sure the target window is
-    // the active one; a stroke that cannot be delivered there is dropped.
-    static void enter(const RunningApplication &target);
-    static void paste(const RunningApplication &target);
-    static void leftArrow(const RunningApplication &target);
+    // Types the stroke into the target window, on the calling thread: only while that window
+    // holds the keyboard focus, never while the user holds a modifier (Alt+V is not a paste). A
+    // target that lost the focus to this program or to nobody is brought back; one that lost it to
+    // another window is not, the agent went there. Absent when typed, else why not.
+    static std::optional<DeliveryResult::Reason> typeInto(const RunningApplication &target,
+                                                          DesktopBackend::Stroke stroke);
+    // Brings the target window forward unless the agent has moved on to another one.
+    static std::optional<DeliveryResult::Reason> bringForward(const RunningApplication &target);
 
-    // How long the target forms wait for the target window to become active again.
+    // How long the target may take to hold the focus again.
     static constexpr int reactivateWaitMs = 150;
     // How long a stroke waits for the user to let go of Ctrl, Alt, Shift or Super.
     static constexpr int modifierWaitMs = 2000;

@@ -1,117 +1,139 @@
 #include "send/phrasedelivery.h"
 
-#include "model/contentformat.h"
+#include "send/clipboardrequests.h"
 #include "send/clipboardutil.h"
+#include "send/desktopbackend.h"
 #include "send/keystrokes.h"
-#include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
-#include "store/appfileutil.h"
 
+#include <QHash>
 #include <QThread>
+#include <mutex>
 
-const QStringList &PhraseDelivery::specialIdentifiers() {
-    // "com.tencent.qq" is the program's identifier on the desktop where this tool began. Its Linux
-    // client is an Electron program whose windows carry the WM_CLASS class "QQ" (instance "qq");
-    // its package installs qq.desktop, so a window that names its desktop file says "qq"; the
-    // Flatpak build's application id is "com.qq.QQ".
-    static const QStringList ids{QStringLiteral("com.tencent.qq"), QStringLiteral("QQ"), QStringLiteral("qq"),
-                                 QStringLiteral("com.qq.QQ")};
-    return ids;
+namespace {
+
+using Reason = DeliveryResult::Reason;
+using Kind = SendPlan::Step::Kind;
+
+// What each window did with its last piece. A window id is given again to a later program's
+// window, so the process belongs to the key.
+using WindowKey = QPair<quint64, qint32>;
+std::mutex patternMutex;
+QHash<WindowKey, PasteLanding::Pattern> patterns;
+
+WindowKey keyOf(const RunningApplication &target) {
+    return {target.window, target.processIdentifier};
 }
 
-bool PhraseDelivery::isSpecialTarget(const std::optional<QString> &bundleIdentifier) {
-    return bundleIdentifier && specialIdentifiers().contains(*bundleIdentifier);
+PasteLanding::Pattern patternOf(const WindowKey &key) {
+    std::lock_guard lock(patternMutex);
+    return patterns.value(key);
 }
 
-std::optional<RunningApplication> PhraseDelivery::activate() {
-    // One copy: the tracker may replace the target meanwhile, this send keeps the one it began with.
-    const auto target = TargetWindowTracker::lastTarget();
-    if (!target)
-        return std::nullopt;
-    if (!WindowActivation::activate(*target))
-        return std::nullopt;
-    return target;
+void remember(const WindowKey &key, const PasteLanding::Pattern &pattern) {
+    std::lock_guard lock(patternMutex);
+    if (patterns.size() > 256)
+        patterns.clear();
+    patterns.insert(key, pattern);
 }
 
-void PhraseDelivery::sendPieces(const ContentPieces &items, const RunningApplication &target) {
-    // The target pulls a pasted piece from us when it handles Ctrl+V; a busy one can take longer
-    // than the pause, and replacing the clipboard before that would paste the next piece twice.
-    bool unfetched = false;
-    for (const ContentPiecePtr &item : normalizePieces(items)) {
-        std::optional<QByteArray> bytes;
-        if (item->type == ContentPiece::Image)
-            bytes = AppFileUtil::readImage(item->value);
-        if (item->type == ContentPiece::Text || bytes) {
-            if (unfetched)
-                ClipboardUtil::waitUntilFetched(fetchWaitMs);
-            const bool written =
-                bytes ? ClipboardUtil::setImage(*bytes) : ClipboardUtil::setText(item->value);
-            if (written)
-                KeyStrokes::paste(target);
-            unfetched = written;
+} // namespace
+
+bool PhraseDelivery::carriesPiece(const QString &typeName, bool picture) {
+    if (picture)
+        return typeName == QLatin1String("image/png");
+    return typeName == QLatin1String("UTF8_STRING") || typeName == QLatin1String("STRING") ||
+           typeName == QLatin1String("TEXT") || typeName == QLatin1String("COMPOUND_TEXT") ||
+           typeName.startsWith(QLatin1String("text/plain"));
+}
+
+std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const SendPlan::Piece &piece,
+                                                     qint64 beforeMs, int holdMs,
+                                                     const std::atomic<bool> &cancel, bool *declined) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    const qint64 strokeMs = ClipboardRequests::nowMs();
+    const quint64 window = plan.target.window;
+    const PasteLanding::Pattern pattern = patternOf(keyOf(plan.target));
+    for (;;) {
+        // Only the target's own requests count: a window manager or clipboard manager reads every
+        // new clipboard content whether anything is pasted or not.
+        QList<PasteLanding::Request> own;
+        for (const ClipboardRequests::Request &r : ClipboardRequests::all())
+            if (r.atMs >= beforeMs && backend.sameClient(r.requestor, window))
+                own.append({r.atMs, carriesPiece(backend.typeName(r.type), piece.picture)});
+        const qint64 now = ClipboardRequests::nowMs();
+        const auto verdict = PasteLanding::judge(own, strokeMs, now, pattern);
+        if (verdict != PasteLanding::Verdict::Waiting && now - strokeMs >= holdMs) {
+            switch (verdict) {
+            case PasteLanding::Verdict::Landed:
+                remember(keyOf(plan.target), PasteLanding::learn(own));
+                return std::nullopt;
+            case PasteLanding::Verdict::Declined:
+                if (!piece.picture)
+                    return Reason::NotPasted;
+                *declined = true;
+                return std::nullopt;
+            case PasteLanding::Verdict::Unserved:
+            case PasteLanding::Verdict::Waiting:
+                return Reason::NotPasted;
+            }
         }
-        QThread::usleep(afterPieceUs);
+        if (cancel)
+            return Reason::Quitting;
+        QThread::msleep(2);
     }
 }
 
-void PhraseDelivery::sendAuto(const QString &jsonValue, bool isEnter) {
-    const auto items = parseContent(jsonValue);
-    if (!items)
-        return;
-    if (allPictureNames(*items)) {
-        sendPieces(jsonValue, isEnter);
-        return;
+DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
+                                   const std::atomic<bool> &cancel) {
+    QStringList notices;
+    int declinedPictures = 0;
+    bool typed = false;
+    for (const SendPlan::Step &step : plan.steps) {
+        if (cancel)
+            return DeliveryResult::dropped(Reason::Quitting);
+        const bool isStroke = step.kind == Kind::Paste || step.kind == Kind::Left || step.kind == Kind::Enter;
+        if (isStroke && !typed && startBy.hasExpired())
+            return DeliveryResult::dropped(Reason::Late);
+        std::optional<Reason> failed;
+        switch (step.kind) {
+        case Kind::Activate:
+            failed = KeyStrokes::bringForward(plan.target);
+            break;
+        case Kind::Pause:
+            QThread::msleep(ulong(step.ms));
+            break;
+        case Kind::Offer: {
+            const SendPlan::Piece &piece = plan.pieces[step.piece];
+            ClipboardRequests::clear();
+            const bool written = piece.picture ? ClipboardUtil::setImage(piece.bytes, plan.paste.primary)
+                                               : ClipboardUtil::setText(piece.text, plan.paste.primary);
+            if (!written)
+                failed = Reason::ClipboardBusy;
+            break;
+        }
+        case Kind::Paste: {
+            // Requests from before the stroke are not the paste: GTK programs, for one, look at
+            // every new clipboard content to enable their paste button.
+            const qint64 beforeMs = ClipboardRequests::nowMs();
+            failed = KeyStrokes::typeInto(plan.target, plan.paste.stroke);
+            bool declined = false;
+            if (!failed)
+                failed = waitForLanding(plan, plan.pieces[step.piece], beforeMs, step.ms, cancel, &declined);
+            declinedPictures += declined ? 1 : 0;
+            break;
+        }
+        case Kind::Left:
+            failed = KeyStrokes::typeInto(plan.target, {DesktopBackend::Key::Left, false, false});
+            break;
+        case Kind::Enter:
+            failed = KeyStrokes::typeInto(plan.target, {DesktopBackend::Key::Enter, false, false});
+            break;
+        }
+        if (failed)
+            return DeliveryResult::dropped(*failed);
+        typed = typed || isStroke;
     }
-    if (const auto text = getStringValue(*items))
-        sendText(*text, isEnter);
-}
-
-void PhraseDelivery::sendPieces(const QString &jsonValue, bool isEnter) {
-    const auto target = activate();
-    if (!target)
-        return;
-    QThread::usleep(piecesAfterActivateUs);
-    const auto items = parseContent(jsonValue);
-    if (!items)
-        return;
-    sendPieces(*items, *target);
-    if (isEnter)
-        KeyStrokes::enter(*target);
-}
-
-void PhraseDelivery::sendText(const QString &text, bool isEnter) {
-    const auto target = activate();
-    if (!target)
-        return;
-    QThread::usleep(textAfterActivateUs);
-    if (!ClipboardUtil::setText(text))
-        return;
-    QThread::usleep(textBeforePasteUs);
-    KeyStrokes::paste(*target);
-    if (isEnter)
-        KeyStrokes::enter(*target);
-}
-
-void PhraseDelivery::sendQQ(const QString &jsonValue, bool isEnter) {
-    const auto target = activate();
-    if (!target)
-        return;
-    const auto items = parseContent(jsonValue);
-    if (!items)
-        return;
-    QThread::usleep(beforeLeftUs);
-    KeyStrokes::leftArrow(*target);
-    QThread::usleep(afterLeftUs);
-    if (distinctPictureNames(*items)) {
-        if (const auto again = parseContent(jsonValue))
-            sendPieces(*again, *target);
-    } else {
-        const auto text = getStringValue(*items);
-        if (!text)
-            return;
-        if (ClipboardUtil::setText(*text))
-            KeyStrokes::paste(*target);
-    }
-    if (isEnter)
-        KeyStrokes::enter(*target);
+    if (plan.skippedPictures + declinedPictures > 0)
+        notices << QString::fromUtf8("图片未发送：目标程序不接收图片");
+    return DeliveryResult::delivered(notices);
 }

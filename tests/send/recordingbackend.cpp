@@ -4,6 +4,10 @@
 #include <QDateTime>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QThread>
+#include <thread>
+
+#include "send/clipboardrequests.h"
 
 RunningApplication RecordingBackend::app(qint32 pid, const QString &identifier) {
     RunningApplication a;
@@ -61,22 +65,77 @@ bool RecordingBackend::modifiersHeld() {
     return heldForever_ || QDateTime::currentMSecsSinceEpoch() < heldUntil_;
 }
 
+QString RecordingBackend::pasted(bool primary) const {
+    const QMimeData *data =
+        QGuiApplication::clipboard()->mimeData(primary ? QClipboard::Selection : QClipboard::Clipboard);
+    if (data && data->hasFormat(QStringLiteral("image/png")))
+        return QStringLiteral("paste png %1 bytes").arg(data->data(QStringLiteral("image/png")).size());
+    return QStringLiteral("paste ") + (data ? data->text() : QString());
+}
+
 bool RecordingBackend::keyStroke(Key key, bool control) {
-    QString line;
-    if (key == Key::V) {
-        const QMimeData *data = QGuiApplication::clipboard()->mimeData();
-        if (data && data->hasFormat(QStringLiteral("image/png")))
-            line = QStringLiteral("paste png %1 bytes").arg(data->data(QStringLiteral("image/png")).size());
-        else
-            line = QStringLiteral("paste ") + (data ? data->text() : QString());
-        if (!control)
-            line += QStringLiteral(" without ctrl");
-    } else {
-        line = key == Key::Enter ? QStringLiteral("enter") : QStringLiteral("left");
-        if (control)
-            line += QStringLiteral(" with ctrl");
-    }
     std::lock_guard lock(mutex_);
-    journal_ << line + QStringLiteral(" -> %1").arg(activePid);
+    journal_ << QStringLiteral("untargeted %1%2").arg(int(key)).arg(control ? " with ctrl" : "");
     return true;
+}
+
+DesktopBackend::Focus RecordingBackend::focus(quint64 window) {
+    std::lock_guard lock(mutex_);
+    bool present = false;
+    for (const RunningApplication &a : applications)
+        present = present || a.window == window;
+    if (!present)
+        return Focus::Gone;
+    if (activePid == -1)
+        return Focus::Nowhere;
+    if (activePid == qint32(QCoreApplication::applicationPid()))
+        return Focus::Own;
+    return quint64(activePid) * 16 == window ? Focus::Target : Focus::Elsewhere;
+}
+
+QString RecordingBackend::typeName(quint32 type) {
+    return type == textType  ? QStringLiteral("UTF8_STRING")
+           : type == pngType ? QStringLiteral("image/png")
+                             : QStringLiteral("TARGETS");
+}
+
+DesktopBackend::StrokeResult RecordingBackend::strokeInto(quint64 window, Stroke stroke) {
+    if (modifiersHeld())
+        return StrokeResult::ModifiersHeld;
+    if (focus(window) != Focus::Target)
+        return StrokeResult::NotFocused;
+    const bool paste = stroke.key == Key::V || stroke.key == Key::Insert;
+    if (!paste) {
+        std::lock_guard lock(mutex_);
+        journal_ << (stroke.key == Key::Enter ? QStringLiteral("enter") : QStringLiteral("left")) +
+                        QStringLiteral(" -> %1").arg(activePid);
+        return StrokeResult::Typed;
+    }
+    // The target reads on its own time, like a separate program; what it inserts is its last read.
+    const bool primary = stroke.key == Key::Insert && QGuiApplication::clipboard()->supportsSelection();
+    const qint32 pid = activePid;
+    std::thread([this, window, primary, pid] {
+        QString got;
+        QThread::msleep(ulong(readDelayMs));
+        for (int burst = 0; burst < requestBursts; ++burst) {
+            if (burst > 0)
+                QThread::msleep(ulong(burstGapMs));
+            const QMimeData *data = nullptr;
+            QMetaObject::invokeMethod(
+                qApp,
+                [&] {
+                    data = QGuiApplication::clipboard()->mimeData(primary ? QClipboard::Selection
+                                                                          : QClipboard::Clipboard);
+                    const bool picture = data && data->hasFormat(QStringLiteral("image/png"));
+                    ClipboardRequests::record(window + 1, targetsType);
+                    if (!picture || !textOnly)
+                        ClipboardRequests::record(window + 1, picture ? pngType : textType);
+                    got = picture && textOnly ? QStringLiteral("paste nothing") : pasted(primary);
+                },
+                Qt::BlockingQueuedConnection);
+        }
+        std::lock_guard lock(mutex_);
+        journal_ << got + QStringLiteral(" -> %1").arg(pid);
+    }).detach();
+    return StrokeResult::Typed;
 }

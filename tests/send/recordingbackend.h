@@ -6,8 +6,9 @@
 #include <mutex>
 
 // A desktop without a display: a list of applications, one of them active, and a journal of what
-// the send layer asked for. Each key stroke is journalled with what the clipboard held at that
-// moment, the way a real target would have pasted it.
+// the send layer asked for. Each paste stroke is journalled with what the clipboard held when the
+// target read it, the way a real target would have pasted it, and the target's reads are recorded
+// as clipboard requests.
 class RecordingBackend : public DesktopBackend {
 public:
     QList<RunningApplication> applications;
@@ -27,10 +28,27 @@ public:
     QImage icon(quint64) override { return {}; }
     bool modifiersHeld() override;
     bool keyStroke(Key key, bool control) override;
+    Focus focus(quint64 window) override;
+    StrokeResult strokeInto(quint64 window, Stroke stroke) override;
+    // Windows of one program are numbered pid * 16 and up.
+    bool sameClient(quint64 a, quint64 b) override { return a / 16 == b / 16; }
+    QString typeName(quint32 type) override;
+
+    // How the target answers a paste: it asks for the data this many times, the requests this far
+    // apart (a second burst stands for a page's paste handler); textOnly: it never asks for a picture.
+    int requestBursts = 1;
+    int burstGapMs = 0;
+    // How long after the keys the target first asks.
+    int readDelayMs = 0;
+    bool textOnly = false;
 
     static RunningApplication app(qint32 pid, const QString &identifier);
 
+    static constexpr quint32 textType = 1, pngType = 2, targetsType = 3;
+
 private:
+    QString pasted(bool primary) const;
+
     mutable std::mutex mutex_;
     QStringList journal_;
     qint64 heldUntil_ = 0;

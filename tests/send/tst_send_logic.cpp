@@ -1,8 +1,10 @@
+#include "cloud/appsettings.h"
 #include "recordingbackend.h"
 #include "send/clipboardutil.h"
-#include "send/keystrokes.h"
-#include "send/phrasedelivery.h"
+#include "send/pastekeys.h"
+#include "send/pastelanding.h"
 #include "send/phrasesender.h"
+#include "send/sendplan.h"
 #include "send/targetwindowtracker.h"
 #include "send/x11/x11backend.h"
 #include "store/localpath.h"
@@ -15,12 +17,15 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
-#include <QtConcurrent>
+#include <QSemaphore>
+#include <QThreadPool>
 #include <QtTest>
+#include <thread>
 
 namespace {
 
 constexpr qint32 chatPid = 4242;
+constexpr qint32 otherPid = 4343;
 
 QString phrase(const QList<QPair<int, QString>> &pieces) {
     QStringList items;
@@ -33,6 +38,9 @@ qint32 ownPid() {
     return qint32(QCoreApplication::applicationPid());
 }
 
+using Verdict = PasteLanding::Verdict;
+using Request = PasteLanding::Request;
+
 } // namespace
 
 class SendLogicTest : public QObject {
@@ -41,6 +49,7 @@ class SendLogicTest : public QObject {
 private:
     RecordingBackend *desk_ = nullptr;
     QByteArray png_;
+    QStringList reports_;
 
     // The tracker sees pid in front, then the user clicks back into this program.
     void target(qint32 pid) {
@@ -51,15 +60,31 @@ private:
         desk_->activePid = ownPid();
         QTest::qWait(3 * TargetWindowTracker::periodMs);
         desk_->clearJournal();
+        reports_.clear();
+    }
+
+    void waitUntilSent() {
+        QDeadlineTimer deadline(20000);
+        while (PhraseSender::runs() && !deadline.hasExpired())
+            QTest::qWait(10);
+        QTest::qWait(100); // reports still queued for the GUI thread
     }
 
     QStringList send(const QString &json, bool isEnter) {
         PhraseSender::send(json, isEnter);
-        QDeadlineTimer deadline(20000);
-        while (PhraseSender::runs() && !deadline.hasExpired())
-            QTest::qWait(10);
-        QTest::qWait(100); // strokes still queued for the GUI thread
+        waitUntilSent();
         return desk_->journal();
+    }
+
+    QStringList textPictureText(bool isEnter) {
+        return send(phrase({{1, QStringLiteral("before")},
+                            {2, QStringLiteral("pic.png")},
+                            {1, QStringLiteral("after")}}),
+                    isEnter);
+    }
+
+    QString pngLine(qint32 pid) const {
+        return QStringLiteral("paste png %1 bytes -> %2").arg(png_.size()).arg(pid);
     }
 
 private Q_SLOTS:
@@ -67,9 +92,11 @@ private Q_SLOTS:
         auto backend = std::make_unique<RecordingBackend>();
         desk_ = backend.get();
         desk_->applications = {RecordingBackend::app(ownPid(), QStringLiteral("quillora")),
-                               RecordingBackend::app(chatPid, QStringLiteral("Chat"))};
+                               RecordingBackend::app(chatPid, QStringLiteral("Chat")),
+                               RecordingBackend::app(otherPid, QStringLiteral("Other"))};
         desk_->activePid = ownPid();
         DesktopBackend::setInstance(std::move(backend));
+        PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
 
         LocalPath::initDirs();
         QImage image(3, 2, QImage::Format_RGB32);
@@ -89,6 +116,7 @@ private Q_SLOTS:
         QTest::qWait(3 * TargetWindowTracker::periodMs);
         QVERIFY(!TargetWindowTracker::lastTarget());
         QVERIFY(send(phrase({{1, QStringLiteral("nobody")}}), true).isEmpty());
+        QCOMPARE(reports_, QStringList{QString::fromUtf8("未发送：没有目标窗口")});
 
         target(chatPid);
         QCOMPARE(TargetWindowTracker::lastTarget()->bundleIdentifier,
@@ -106,8 +134,9 @@ private Q_SLOTS:
                                              {1, QStringLiteral("after")}}),
                                      true);
         QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
-                                   QStringLiteral("paste png %1 bytes -> 4242").arg(png_.size()),
-                                   QStringLiteral("paste after -> 4242"), QStringLiteral("enter -> 4242")}));
+                                   pngLine(chatPid), QStringLiteral("paste after -> 4242"),
+                                   QStringLiteral("enter -> 4242")}));
+        QVERIFY(reports_.isEmpty());
     }
 
     void textOnlyAndEmptyPhrases() {
@@ -123,7 +152,7 @@ private Q_SLOTS:
     void procedureFollowsIdentifier_data() {
         QTest::addColumn<QString>("identifier");
         QTest::addColumn<bool>("special");
-        for (const QString &id : PhraseDelivery::specialIdentifiers())
+        for (const QString &id : SendPlan::specialIdentifiers())
             QTest::newRow(qPrintable(id)) << id << true;
         QTest::newRow("similar") << QStringLiteral("com.tencent.qqmusic") << false;
         QTest::newRow("case differs") << QStringLiteral("Com.Tencent.QQ") << false;
@@ -147,29 +176,155 @@ private Q_SLOTS:
         expected = QStringList{QStringLiteral("activate %1").arg(pid)};
         if (special)
             expected << QStringLiteral("left") + to;
-        expected << QStringLiteral("paste png %1 bytes").arg(png_.size()) + to
-                 << QStringLiteral("paste x") + to;
+        expected << pngLine(pid) << QStringLiteral("paste x") + to;
         QCOMPARE(send(phrase({{2, QStringLiteral("pic.png")}, {1, QStringLiteral("x")}}), false), expected);
         desk_->applications.removeLast();
     }
 
-    // Keys go to whatever window is focused, so a stroke waits for the target to be in front.
-    void strokesOnlyReachTheTargetProcess() {
-        target(chatPid);
-        desk_->ignoredActivations = 1;
-        QCOMPARE(send(phrase({{1, QStringLiteral("late")}}), false),
-                 (QStringList{QStringLiteral("activate 4242"), QStringLiteral("activate 4242"),
-                              QStringLiteral("paste late -> 4242")}));
+    // A target that reads each paste twice, the second time after a slow paste handler, gets
+    // every piece once and in order, and the Enter after the last one.
+    void secondReadStillGetsItsPiece() {
+        const qint32 pid = 7171;
+        const QString to = QStringLiteral(" -> %1").arg(pid);
+        desk_->applications.append(RecordingBackend::app(pid, QStringLiteral("Browser")));
+        desk_->requestBursts = 2;
+        desk_->burstGapMs = 300;
+        target(pid);
+        const QStringList first = textPictureText(true);
+        target(pid);
+        const QStringList second = textPictureText(true);
+        desk_->requestBursts = 1;
+        desk_->burstGapMs = 0;
+        desk_->applications.removeLast();
+        for (const QStringList &got : {first, second})
+            QCOMPARE(got, (QStringList{QStringLiteral("activate %1").arg(pid),
+                                       QStringLiteral("paste before") + to, pngLine(pid),
+                                       QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
+    }
 
+    // A target that asks for the data a while after the keys has it pasted before the Enter.
+    void enterWaitsForALateRead() {
+        desk_->readDelayMs = 250;
+        target(chatPid);
+        const QStringList got = send(phrase({{1, QStringLiteral("late")}}), true);
+        desk_->readDelayMs = 0;
+        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste late -> 4242"),
+                                   QStringLiteral("enter -> 4242")}));
+    }
+
+    // Terminals paste with their own stroke (xterm: Shift+Insert from PRIMARY) and cannot take a
+    // picture: the text goes, the picture stays behind, and the agent is told.
+    void terminalGetsTextAndItsPasteKey() {
+        const qint32 pid = 6161;
+        desk_->applications.append(RecordingBackend::app(pid, QStringLiteral("XTerm")));
+        target(pid);
+        const QString to = QStringLiteral(" -> %1").arg(pid);
+        QCOMPARE(textPictureText(true),
+                 (QStringList{QStringLiteral("activate %1").arg(pid), QStringLiteral("paste before") + to,
+                              QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
+        QCOMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
+        desk_->applications.removeLast();
+    }
+
+    // A program that asks only for text: the picture is passed over, the rest goes.
+    void textOnlyProgramDeclinesPicture() {
+        desk_->textOnly = true;
+        target(chatPid);
+        const QStringList got = textPictureText(true);
+        desk_->textOnly = false;
+        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
+                                   QStringLiteral("paste nothing -> 4242"),
+                                   QStringLiteral("paste after -> 4242"), QStringLiteral("enter -> 4242")}));
+        QCOMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
+    }
+
+    void pasteKeysPerProgram() {
+        using Key = DesktopBackend::Key;
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("Chat")).stroke,
+                 (DesktopBackend::Stroke{Key::V, true, false}));
+        QVERIFY(PasteKeys::forProgram(std::nullopt).takesPictures);
+        for (const char *id :
+             {"org.gnome.Terminal", "konsole", "Xfce4-terminal", "Alacritty", "kitty", "foot"}) {
+            const auto paste = PasteKeys::forProgram(QString::fromLatin1(id));
+            QCOMPARE(paste.stroke, (DesktopBackend::Stroke{Key::V, true, true}));
+            QVERIFY(!paste.primary);
+            QVERIFY(!paste.takesPictures);
+        }
+        const auto xterm = PasteKeys::forProgram(QStringLiteral("XTerm"));
+        QCOMPARE(xterm.stroke, (DesktopBackend::Stroke{Key::Insert, false, true}));
+        QVERIFY(xterm.primary);
+        AppSettings::setString(QStringLiteral("pasteKeys/XTerm"), QStringLiteral("Ctrl+Shift+V"));
+        AppSettings::setString(QStringLiteral("pasteKeys/Chat"), QStringLiteral("shift+insert"));
+        AppSettings::setString(QStringLiteral("pasteKeys/kitty"), QStringLiteral("alt+v"));
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm")).stroke,
+                 (DesktopBackend::Stroke{Key::V, true, true}));
+        QVERIFY(!PasteKeys::forProgram(QStringLiteral("XTerm")).primary);
+        QVERIFY(PasteKeys::forProgram(QStringLiteral("Chat")).primary);
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("kitty")).stroke,
+                 (DesktopBackend::Stroke{Key::V, true, true}));
+        for (const char *key : {"pasteKeys/XTerm", "pasteKeys/Chat", "pasteKeys/kitty"})
+            AppSettings::setString(QString::fromLatin1(key), QString());
+    }
+
+    // The first paste into a window waits out a long silence; from what the window did then, a
+    // one-burst program lands at once and a two-burst one waits for its second burst.
+    void landingFollowsTheRequests() {
+        const PasteLanding::Pattern unknown;
+        const QList<Request> oneBurst{{1000, false}, {1002, true}};
+        QCOMPARE(PasteLanding::judge({}, 990, 1500, unknown), Verdict::Waiting);
+        QCOMPARE(PasteLanding::judge({}, 990, 990 + PasteLanding::maxWaitMs, unknown), Verdict::Unserved);
+        QCOMPARE(PasteLanding::judge(oneBurst, 990, 1300, unknown), Verdict::Waiting);
+        QCOMPARE(PasteLanding::judge(oneBurst, 990, 1002 + PasteLanding::firstQuietMs, unknown),
+                 Verdict::Landed);
+        const auto single = PasteLanding::learn(oneBurst);
+        QCOMPARE(single.bursts, 1);
+        QCOMPARE(PasteLanding::judge(oneBurst, 990, 1002 + PasteLanding::settleMs, single), Verdict::Landed);
+        QCOMPARE(PasteLanding::judge({{1000, false}}, 990, 1000 + PasteLanding::settleMs, single),
+                 Verdict::Declined);
+
+        const QList<Request> twoBursts{{1000, false}, {1001, true}, {1500, false}, {1501, true}};
+        const auto chromium = PasteLanding::learn(twoBursts);
+        QCOMPARE(chromium.bursts, 2);
+        QCOMPARE(chromium.gapMs, 499);
+        const QList<Request> firstBurst = twoBursts.mid(0, 2);
+        QCOMPARE(PasteLanding::judge(firstBurst, 990, 1001 + 600, chromium), Verdict::Waiting);
+        QCOMPARE(PasteLanding::judge(twoBursts, 990, 1501 + PasteLanding::settleMs, chromium),
+                 Verdict::Landed);
+        // A first burst slowed down into two is not the second burst.
+        const QList<Request> split{{1000, false}, {1001, true}, {1060, true}};
+        QCOMPARE(PasteLanding::judge(split, 990, 1060 + PasteLanding::settleMs, chromium), Verdict::Waiting);
+        // A page that handled the paste itself never sends the second burst.
+        QCOMPARE(PasteLanding::judge(firstBurst, 990, 1001 + 499 * 3 / 2 + 50, chromium), Verdict::Landed);
+    }
+
+    // All or nothing: a step that fails drops the rest of the send, its Enter above all.
+    void focusTakenByAnotherProgramDropsTheRest() {
+        target(chatPid);
+        PhraseSender::send(phrase({{1, QStringLiteral("before")},
+                                   {2, QStringLiteral("pic.png")},
+                                   {1, QStringLiteral("after")}}),
+                           true);
+        QTRY_VERIFY_WITH_TIMEOUT(desk_->journal().contains(QStringLiteral("paste before -> 4242")), 10000);
+        desk_->activePid = otherPid;
+        waitUntilSent();
+        const QStringList got = desk_->journal();
+        QVERIFY2(got.filter(QStringLiteral("enter")).isEmpty(), qPrintable(got.join(QLatin1Char('|'))));
+        QVERIFY2(got.filter(QStringLiteral("-> 4343")).isEmpty(), qPrintable(got.join(QLatin1Char('|'))));
+        QCOMPARE(got.filter(QStringLiteral("activate")).size(), 1);
+        QCOMPARE(reports_, QStringList{QString::fromUtf8("未发送：已切换到其他窗口")});
+    }
+
+    void targetThatDoesNotComeForwardGetsNothing() {
         target(chatPid);
         desk_->ignoredActivations = -1;
         const QStringList got = send(phrase({{1, QStringLiteral("never")}}), true);
         desk_->ignoredActivations = 0;
-        QVERIFY2(got.filter(QStringLiteral("->")).isEmpty(), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY(got.size() >= 2);
+        QCOMPARE(got, QStringList{QStringLiteral("activate 4242")});
+        QCOMPARE(reports_, QStringList{QString::fromUtf8("未发送：目标窗口没有回到前台")});
     }
 
-    void strokesWaitForModifierRelease() {
+    // A modifier held past the wait drops the whole send, not one stroke of it.
+    void heldModifierDropsTheWholeSend() {
         target(chatPid);
         desk_->holdModifiers(400);
         QCOMPARE(send(phrase({{1, QStringLiteral("held")}}), false),
@@ -177,26 +332,37 @@ private Q_SLOTS:
 
         target(chatPid);
         desk_->holdModifiers(-1);
-        send(phrase({{1, QStringLiteral("stuck")}}), false);
-        QTest::qWait(KeyStrokes::modifierWaitMs + 500);
+        const QStringList got = send(phrase({{1, QStringLiteral("stuck")}}), true);
         desk_->holdModifiers(0);
-        QCOMPARE(desk_->journal(), QStringList{QStringLiteral("activate 4242")});
+        QCOMPARE(got, QStringList{QStringLiteral("activate 4242")});
+        QCOMPARE(reports_, QStringList{QString::fromUtf8("未发送：请先松开 Ctrl、Alt、Shift 键")});
     }
 
-    void keysKeepCallOrder() {
-        desk_->activePid = chatPid;
-        desk_->clearJournal();
-        ClipboardUtil::setText(QStringLiteral("v"));
-        const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
-        KeyStrokes::paste(chat);
-        KeyStrokes::enter();
-        KeyStrokes::leftArrow(chat);
-        KeyStrokes::paste();
-        QTRY_COMPARE_WITH_TIMEOUT(desk_->journal().size(), 4, 5000);
-        QCOMPARE(desk_->journal(),
-                 (QStringList{QStringLiteral("paste v -> 4242"), QStringLiteral("enter -> 4242"),
-                              QStringLiteral("left -> 4242"), QStringLiteral("paste v -> 4242")}));
-        desk_->activePid = ownPid();
+    // Sends never wait for the global pool, which may be full of work that waits itself.
+    void sendRunsWhilePoolIsFull() {
+        target(chatPid);
+        QSemaphore release;
+        QThreadPool *pool = QThreadPool::globalInstance();
+        for (int i = 0; i < pool->maxThreadCount(); ++i)
+            pool->start([&release] { release.acquire(); });
+        const QStringList got = send(phrase({{1, QStringLiteral("free")}}), true);
+        release.release(pool->maxThreadCount());
+        pool->waitForDone();
+        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste free -> 4242"),
+                                   QStringLiteral("enter -> 4242")}));
+    }
+
+    // A GUI thread busy for longer than a second after the click: the send is dropped, never
+    // delivered late into whatever is in front by then.
+    void busyProgramDropsTheSendInsteadOfSendingLate() {
+        target(chatPid);
+        PhraseSender::send(phrase({{1, QStringLiteral("late")}}), true);
+        QThread::msleep(PhraseSender::startWithinMs + 500);
+        waitUntilSent();
+        const QStringList got = desk_->journal();
+        QVERIFY2(got.filter(QStringLiteral("->")).isEmpty(), qPrintable(got.join(QLatin1Char('|'))));
+        QCOMPARE(reports_.size(), 1);
+        QVERIFY2(reports_[0].startsWith(QString::fromUtf8("未发送：")), qPrintable(reports_[0]));
     }
 
     void clipboardHoldsOnePiece() {
@@ -212,20 +378,21 @@ private Q_SLOTS:
         QVERIFY(ClipboardUtil::setText(QString()));
         QVERIFY(!ClipboardUtil::getImageData());
 
-        // From a worker thread the write happens on the GUI thread while the caller waits.
-        QFuture<bool> fromWorker =
-            QtConcurrent::run([] { return ClipboardUtil::setText(QStringLiteral("worker")); });
-        QTRY_VERIFY_WITH_TIMEOUT(fromWorker.isFinished(), 5000);
-        QVERIFY(fromWorker.result());
-
-        // Until something reads the new content, a worker waiting for the paste times out.
-        QFuture<bool> unread = QtConcurrent::run([] { return ClipboardUtil::waitUntilFetched(200); });
-        QTRY_VERIFY_WITH_TIMEOUT(unread.isFinished(), 5000);
-        QVERIFY(!unread.result());
+        // From another thread the write happens on the GUI thread while the caller waits; a GUI
+        // thread that does not answer in time makes the write fail rather than come late.
+        std::atomic<int> written{-1};
+        std::thread worker(
+            [&written] { written = ClipboardUtil::setText(QStringLiteral("worker")) ? 1 : 0; });
+        QTRY_COMPARE_WITH_TIMEOUT(written.load(), 1, 5000);
+        worker.join();
         QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("worker"));
-        QFuture<bool> read = QtConcurrent::run([] { return ClipboardUtil::waitUntilFetched(200); });
-        QTRY_VERIFY_WITH_TIMEOUT(read.isFinished(), 5000);
-        QVERIFY(read.result());
+        std::thread blocked(
+            [&written] { written = ClipboardUtil::setText(QStringLiteral("too late")) ? 1 : 0; });
+        QThread::msleep(ClipboardUtil::guiWaitMs + 300);
+        blocked.join();
+        QCOMPARE(written.load(), 0);
+        QTest::qWait(50);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("worker"));
     }
 
     void withoutDisplayEverythingFails() {
@@ -238,6 +405,8 @@ private Q_SLOTS:
         QVERIFY(x11.runningApplications().isEmpty());
         QVERIFY(!x11.activate(RecordingBackend::app(chatPid, QStringLiteral("Chat"))));
         QVERIFY(!x11.keyStroke(DesktopBackend::Key::V, true));
+        QCOMPARE(x11.strokeInto(1, {}), DesktopBackend::StrokeResult::Failed);
+        QCOMPARE(x11.focus(1), DesktopBackend::Focus::Gone);
         QVERIFY(!x11.modifiersHeld());
         QVERIFY(x11.icon(1).isNull());
     }

@@ -1,3 +1,4 @@
+#include "eventloopwait.h"
 #include "send/clipboardutil.h"
 #include "send/phrasedelivery.h"
 #include "send/phrasesender.h"
@@ -18,7 +19,14 @@
 #include <QTemporaryDir>
 #include <QVBoxLayout>
 #include <QtTest>
+#include <atomic>
+#include <csignal>
 #include <memory>
+#include <thread>
+
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
 
 namespace {
 
@@ -28,13 +36,20 @@ struct Target {
     QString log;
     qint32 pid = 0;
 
-    QStringList lines() const {
-        QFile file(log);
+    QStringList lines(const QString &suffix = {}) const {
+        QFile file(log + suffix);
         if (!file.open(QIODevice::ReadOnly))
             return {};
         return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
 };
+
+std::optional<RunningApplication> windowTitled(const QString &title) {
+    for (const RunningApplication &app : WindowActivation::runningApplications())
+        if (app.localizedName == title)
+            return app;
+    return std::nullopt;
+}
 
 std::optional<RunningApplication> applicationOf(qint32 pid) {
     for (const RunningApplication &app : WindowActivation::runningApplications())
@@ -80,6 +95,7 @@ private:
     QWidget own_;
     QLineEdit *ownField_ = nullptr;
     QByteArray png_, jpeg_;
+    QStringList reports_;
 
     Target &startTarget(const QStringList &args) {
         auto t = std::make_unique<Target>();
@@ -100,6 +116,40 @@ private:
                                  10000);
         QTRY_COMPARE_WITH_TIMEOUT(targetPid(), t.pid, 10000);
         focusOwn();
+        reports_.clear();
+    }
+
+    // The same for one window found by its title (a program with several, or one without a pid).
+    void makeWindowTargetThenFocusOwn(const QString &title) {
+        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
+        const RunningApplication window = *windowTitled(title);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
+                                     TargetWindowTracker::lastTarget()->window == window.window,
+                                 10000);
+        focusOwn();
+        reports_.clear();
+    }
+
+    // The log lines after `before`, once the send is over.
+    QStringList sendAndRead(const Target &t, const QString &json, bool isEnter, qsizetype before = 0) {
+        sendAndSettle(json, isEnter);
+        return t.lines().mid(before);
+    }
+
+    QString textPictureText() const {
+        return phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
+                       text(QStringLiteral("after"))});
+    }
+
+    // What a text-picture-text phrase with Enter must leave in a target, in this order.
+    void verifyTextPictureTextEnter(const QStringList &got) {
+        QCOMPARE(got.size(), 4);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
+        QVERIFY2(got[1].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())),
+                 qPrintable(got.join(QLatin1Char('|'))));
+        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
+        QCOMPARE(got[3], QStringLiteral("enter keypad"));
     }
 
     void focusOwn() {
@@ -112,7 +162,7 @@ private:
     // Sends and waits until the send block is over and its keys have been played.
     void sendAndSettle(const QString &json, bool isEnter) {
         PhraseSender::send(json, isEnter);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTest::qWait(300);
     }
 
@@ -134,6 +184,7 @@ private Q_SLOTS:
             file.write(bytes);
         }
 
+        PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
         ownField_ = new QLineEdit(&own_);
         (new QVBoxLayout(&own_))->addWidget(ownField_);
         own_.setWindowTitle(QStringLiteral("own window"));
@@ -251,7 +302,7 @@ private Q_SLOTS:
         PhraseSender::send(phrase({text(QStringLiteral("first"))}), false);
         QVERIFY(PhraseSender::runs());
         PhraseSender::send(phrase({text(QStringLiteral("dropped"))}), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
         QTest::qWait(500);
         QCOMPARE(t.lines().size(), before + 1);
@@ -311,6 +362,173 @@ private Q_SLOTS:
             QCOMPARE(targets_[i]->lines().size(), before[i]);
         QVERIFY(ownField_->text().isEmpty());
         QCOMPARE(clipboardText(), QStringLiteral("sentinel"));
+    }
+
+    // A target that reads each paste again after its paste handler, as Chromium does, and one
+    // that uses the data after it has handled the keys typed meanwhile, as GTK does.
+    void slowAndAsynchronousTargetsGetEveryPieceBeforeEnter_data() {
+        QTest::addColumn<QStringList>("args");
+        QTest::newRow("second read after 150 ms")
+            << QStringList{QStringLiteral("--reread"), QStringLiteral("150")};
+        QTest::newRow("second read after 500 ms")
+            << QStringList{QStringLiteral("--reread"), QStringLiteral("500")};
+        QTest::newRow("data used 150 ms later")
+            << QStringList{QStringLiteral("--async"), QStringLiteral("150")};
+    }
+
+    void slowAndAsynchronousTargetsGetEveryPieceBeforeEnter() {
+        QFETCH(QStringList, args);
+        Target &t = startTarget(args);
+        makeTargetThenFocusOwn(t);
+        for (int round = 0; round < 2; ++round) {
+            const qsizetype before = t.lines().size();
+            PhraseSender::send(textPictureText(), true);
+            QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
+            QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
+            verifyTextPictureTextEnter(t.lines().mid(before));
+            focusOwn();
+        }
+        QVERIFY(reports_.isEmpty());
+    }
+
+    // A target stopped in the middle of a send, while another client reads every new clipboard
+    // content the moment it appears (some window managers do): the target still gets its pieces
+    // in order, once each.
+    void stoppedTargetBesideClipboardReader() {
+        Target &reader = startTarget({QStringLiteral("--watch")});
+        Target &t = startTarget({QStringLiteral("--title"), QStringLiteral("Stopped")});
+        QVERIFY(reader.process->waitForStarted());
+        makeTargetThenFocusOwn(t);
+        const qsizetype before = t.lines().size();
+        PhraseSender::send(textPictureText(), true);
+        QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
+        ::kill(t.pid, SIGSTOP);
+        QTest::qWait(1500);
+        ::kill(t.pid, SIGCONT);
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
+        QTest::qWait(300);
+        verifyTextPictureTextEnter(t.lines().mid(before));
+        reader.process->terminate();
+    }
+
+    // A terminal pastes with its own stroke (xterm: Shift+Insert from PRIMARY); Ctrl+V would be a
+    // control character. The picture stays behind and the agent is told.
+    void terminalGetsTextWithItsOwnStroke() {
+        Target &t =
+            startTarget({QStringLiteral("--terminal"), QStringLiteral("--class"), QStringLiteral("XTerm")});
+        makeTargetThenFocusOwn(t);
+        const QStringList got = sendAndRead(t, textPictureText(), true);
+        QCOMPARE(got.size(), 3);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
+        QVERIFY2(got[1].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
+        QCOMPARE(got[2], QStringLiteral("enter keypad"));
+        QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
+    }
+
+    // A program that never asks for a picture gets the text around it, and the agent is told.
+    void textOnlyTargetGetsTheText() {
+        Target &t = startTarget({QStringLiteral("--text-only")});
+        makeTargetThenFocusOwn(t);
+        const QStringList got = sendAndRead(t, textPictureText(), true);
+        QCOMPARE(got.size(), 4);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
+        QVERIFY2(got[1].startsWith(QStringLiteral("paste nothing")), qPrintable(got.join(QLatin1Char('|'))));
+        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
+        QCOMPARE(got[3], QStringLiteral("enter keypad"));
+        QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
+    }
+
+    // The target is the window the agent was in, not its program: with one window per customer,
+    // focus moved to the other one during a send drops the rest of the send there.
+    void onlyTheTargetWindowOfAProgramGetsKeys() {
+        Target &t = startTarget({QStringLiteral("--windows"), QStringLiteral("2"), QStringLiteral("--title"),
+                                 QStringLiteral("Customer")});
+        makeWindowTargetThenFocusOwn(QStringLiteral("Customer"));
+        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(QStringLiteral("Customer 2")).has_value(), 10000);
+        const RunningApplication other = *windowTitled(QStringLiteral("Customer 2"));
+        PhraseSender::send(textPictureText(), true);
+        QTRY_VERIFY_WITH_TIMEOUT(!t.lines().isEmpty(), 10000);
+        QVERIFY(WindowActivation::activate(other));
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
+        QTest::qWait(300);
+        QCOMPARE(t.lines(QStringLiteral(".2")), QStringList());
+        QVERIFY2(!t.lines().contains(QStringLiteral("enter keypad")),
+                 qPrintable(t.lines().join(QLatin1Char('|'))));
+        QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("未发送：已切换到其他窗口")});
+        // Sent again from there, the phrase goes to the window the agent was in last.
+        focusOwn();
+        QCOMPARE(TargetWindowTracker::lastTarget()->window, other.window);
+        sendAndSettle(phrase({text(QStringLiteral("second"))}), true);
+        QTRY_COMPARE(t.lines(QStringLiteral(".2")).size(), 2);
+        QVERIFY2(t.lines(QStringLiteral(".2"))[0].endsWith(QStringLiteral(" text=second")),
+                 qPrintable(t.lines(QStringLiteral(".2"))[0]));
+    }
+
+    // A window that does not say which process it belongs to is a target like any other.
+    void windowWithoutProcessIdGetsThePhrase() {
+        Target &t =
+            startTarget({QStringLiteral("--no-pid"), QStringLiteral("--title"), QStringLiteral("No pid")});
+        makeWindowTargetThenFocusOwn(QStringLiteral("No pid"));
+        QCOMPARE(TargetWindowTracker::lastTarget()->processIdentifier, -1);
+        sendAndSettle(textPictureText(), true);
+        QTRY_COMPARE(t.lines().size(), 4);
+        verifyTextPictureTextEnter(t.lines());
+    }
+
+    // A modifier held past the wait drops the whole send: no Enter on its own.
+    void heldShiftSendsNothing() {
+        Target &t = startTarget({QStringLiteral("--title"), QStringLiteral("Shift held")});
+        makeTargetThenFocusOwn(t);
+        Display *display = XOpenDisplay(nullptr);
+        QVERIFY(display);
+        const KeyCode shift = XKeysymToKeycode(display, XK_Shift_L);
+        XTestFakeKeyEvent(display, shift, True, CurrentTime);
+        XSync(display, False);
+        sendAndSettle(phrase({text(QStringLiteral("held"))}), true);
+        XTestFakeKeyEvent(display, shift, False, CurrentTime);
+        XSync(display, False);
+        XCloseDisplay(display);
+        QTest::qWait(300);
+        QCOMPARE(t.lines(), QStringList());
+        QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("未发送：请先松开 Ctrl、Alt、Shift 键")});
+    }
+
+    // The keyboard focus jumping between the target and another program while sends run: the
+    // other program never gets a key, and the target never gets an Enter without its text.
+    void focusJumpingDuringSendsNeverMisplacesKeys() {
+        Target &t = startTarget({QStringLiteral("--title"), QStringLiteral("Jumping target")});
+        Target &bystander = startTarget({QStringLiteral("--title"), QStringLiteral("Bystander")});
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(bystander.pid).has_value(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(t.pid).has_value(), 60000);
+        const quint64 targetWindow = applicationOf(t.pid)->window;
+        const quint64 bystanderWindow = applicationOf(bystander.pid)->window;
+        for (int round = 0; round < 6; ++round) {
+            makeTargetThenFocusOwn(t);
+            const qsizetype before = t.lines().size();
+            PhraseSender::send(phrase({text(QStringLiteral("round%1").arg(round))}), true);
+            // Bypasses the window manager, as a program that grabs the focus itself does.
+            std::thread jumper([targetWindow, bystanderWindow, round] {
+                Display *display = XOpenDisplay(nullptr);
+                for (int i = 0; display && PhraseSender::runs(); ++i) {
+                    XSetInputFocus(display, Window((i + round) % 2 ? bystanderWindow : targetWindow),
+                                   RevertToParent, CurrentTime);
+                    XSync(display, False);
+                    QThread::usleep(700 + 300 * round);
+                }
+                if (display)
+                    XCloseDisplay(display);
+            });
+            EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000);
+            jumper.join();
+            QVERIFY(!PhraseSender::runs());
+            QTest::qWait(200);
+            const QStringList got = t.lines().mid(before);
+            const QString all = got.join(QLatin1Char('|'));
+            if (got.contains(QStringLiteral("enter keypad")))
+                QVERIFY2(got.size() == 2 && got[0].endsWith(QStringLiteral(" text=round%1").arg(round)),
+                         qPrintable(all));
+            QCOMPARE(bystander.lines(), QStringList());
+        }
     }
 
     void sendButtonHighlightsOnHover() {

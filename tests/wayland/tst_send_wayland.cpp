@@ -328,7 +328,8 @@ private Q_SLOTS:
         QCOMPARE(got[3], QStringLiteral("enter keypad"));
     }
 
-    // Another program takes the focus after the first piece: nothing of the send lands there.
+    // Another program takes the focus after the first piece: the agent went there, so the rest of
+    // the send, its Enter above all, is dropped and nothing lands in that program.
     void focusTakenAwayMidSend() {
         Target &t = *targets_[0];
         Target &other = *targets_[1];
@@ -341,14 +342,14 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
         QVERIFY(sway_.command(other.criteria() + QStringLiteral(" focus")));
         settle();
-        QTRY_VERIFY_WITH_TIMEOUT(t.lines().last() == QStringLiteral("enter keypad"), 10000);
         QCOMPARE(other.lines().size(), otherBefore);
-        // What reached the target is the phrase's beginning, in order.
+        QCOMPARE(sway_.focusedAppId(), other.appId);
         const QStringList got = t.lines().mid(before);
         const QStringList expected{QStringLiteral(" text=one"), QStringLiteral(" image=7x5"),
                                    QStringLiteral(" text=two"), QStringLiteral(" image=7x5"),
                                    QStringLiteral(" text=three")};
-        for (qsizetype i = 0; i < got.size() && i < expected.size(); ++i)
+        QVERIFY2(got.size() < expected.size(), qPrintable(got.join(QLatin1Char('|'))));
+        for (qsizetype i = 0; i < got.size(); ++i)
             QVERIFY2(got[i].contains(expected[i]), qPrintable(got.join(QLatin1Char('|'))));
     }
 

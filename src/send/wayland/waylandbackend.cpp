@@ -1,12 +1,12 @@
 #include "send/wayland/waylandbackend.h"
 
+#include "send/clipboardrequests.h"
 #include "send/wayland/virtualkeyboardprotocol.h"
 #include "send/wayland/virtualkeymap.h"
 #include "send/x11/x11backend.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
-#include <condition_variable>
 #include <csignal>
 #include <cstring>
 #include <deque>
@@ -88,12 +88,12 @@ struct WaylandBackend::Impl {
     quint64 nextId = firstToplevelId;
     std::function<void()> frontListener;
 
-    // The clipboard piece we serve: its data per type, and whether anyone has read it.
-    zwlr_data_control_source_v1 *source = nullptr;
+    // The clipboard piece we serve (on the clipboard and maybe PRIMARY): its data per type.
+    zwlr_data_control_source_v1 *source = nullptr, *primarySource = nullptr;
     QList<std::pair<QByteArray, std::shared_ptr<const QByteArray>>> piece;
-    std::mutex readMutex;
-    std::condition_variable readChanged;
-    bool pieceRead = false;
+    // Data type names by number, for the request journal.
+    std::mutex typeMutex;
+    QList<QByteArray> typeNames;
 
     // Every use of the connection happens on this thread; callers hand it tasks.
     std::thread thread;
@@ -299,18 +299,26 @@ struct WaylandBackend::Impl {
 
     // --- clipboard events
 
+    quint32 typeNumber(const QByteArray &name) {
+        std::lock_guard lock(typeMutex);
+        qsizetype index = typeNames.indexOf(name);
+        if (index < 0) {
+            index = typeNames.size();
+            typeNames.append(name);
+        }
+        return quint32(index + 1);
+    }
+
     static void onSend(void *data, zwlr_data_control_source_v1 *source, const char *type, int32_t fd) {
         auto *self = static_cast<Impl *>(data);
-        if (source != self->source) {
+        if (source != self->source && source != self->primarySource) {
             close(fd);
             return;
         }
+        ClipboardRequests::record(0, self->typeNumber(type));
         for (const auto &[name, bytes] : self->piece) {
             if (name == type) {
                 serve(fd, bytes);
-                std::lock_guard lock(self->readMutex);
-                self->pieceRead = true;
-                self->readChanged.notify_all();
                 return;
             }
         }
@@ -320,7 +328,40 @@ struct WaylandBackend::Impl {
         auto *self = static_cast<Impl *>(data);
         if (source == self->source)
             self->source = nullptr;
+        if (source == self->primarySource)
+            self->primarySource = nullptr;
         zwlr_data_control_source_v1_destroy(source);
+    }
+
+    zwlr_data_control_source_v1 *newSource() {
+        zwlr_data_control_source_v1 *made = zwlr_data_control_manager_v1_create_data_source(dataControl);
+        for (const auto &entry : piece)
+            zwlr_data_control_source_v1_offer(made, entry.first.constData());
+        zwlr_data_control_source_v1_add_listener(made, &sourceListener, this);
+        return made;
+    }
+
+    // PRIMARY needs version 2 of the protocol.
+    bool hasPrimary() const {
+        return dataDevice && wl_proxy_get_version(reinterpret_cast<wl_proxy *>(dataDevice)) >= 2;
+    }
+
+    Focus focusOf(quint64 window) {
+        Toplevel *front = this->front();
+        Toplevel *target = find(window);
+        if (!target && window < firstToplevelId) {
+            for (const auto &candidate : toplevels)
+                if (candidate->ready)
+                    if (auto own = ownWindow(*candidate); own && own->window == window)
+                        target = candidate.get();
+        }
+        if (!target)
+            return Focus::Gone;
+        if (front == target)
+            return Focus::Target;
+        if (!front)
+            return Focus::Nowhere;
+        return ownWindow(*front) ? Focus::Own : Focus::Elsewhere;
     }
     static constexpr zwlr_data_control_source_v1_listener sourceListener{onSend, onCancelled};
 
@@ -413,8 +454,9 @@ struct WaylandBackend::Impl {
     void disconnect() {
         if (!display)
             return;
-        if (source)
-            zwlr_data_control_source_v1_destroy(source);
+        for (auto *made : {source, primarySource})
+            if (made)
+                zwlr_data_control_source_v1_destroy(made);
         replaceOffer(selectionOffer, nullptr);
         replaceOffer(primaryOffer, nullptr);
         if (dataDevice)
@@ -440,20 +482,44 @@ struct WaylandBackend::Impl {
         connected = false;
     }
 
-    bool type(uint32_t code, bool control) {
+    uint32_t code(Key key) const {
+        switch (key) {
+        case Key::V:
+            return keymap->v;
+        case Key::Enter:
+            return keymap->keypadEnter;
+        case Key::Left:
+            return keymap->left;
+        case Key::Insert:
+            return keymap->insert;
+        }
+        return 0;
+    }
+
+    bool type(Stroke stroke) {
         if (!connected || !keyboard)
             return false;
         const uint32_t t = nowMs();
-        if (control) {
-            VirtualKeyboardProtocol::key(keyboard, t, keymap->control, WL_KEYBOARD_KEY_STATE_PRESSED);
-            VirtualKeyboardProtocol::modifiers(keyboard, keymap->controlMask, 0, 0, 0);
+        std::vector<uint32_t> held;
+        uint32_t mask = 0;
+        if (stroke.control) {
+            held.push_back(keymap->control);
+            mask |= keymap->controlMask;
         }
-        VirtualKeyboardProtocol::key(keyboard, t, code, WL_KEYBOARD_KEY_STATE_PRESSED);
-        VirtualKeyboardProtocol::key(keyboard, t, code, WL_KEYBOARD_KEY_STATE_RELEASED);
-        if (control) {
-            VirtualKeyboardProtocol::key(keyboard, t, keymap->control, WL_KEYBOARD_KEY_STATE_RELEASED);
+        if (stroke.shift) {
+            held.push_back(keymap->shift);
+            mask |= keymap->shiftMask;
+        }
+        for (uint32_t k : held)
+            VirtualKeyboardProtocol::key(keyboard, t, k, WL_KEYBOARD_KEY_STATE_PRESSED);
+        if (mask)
+            VirtualKeyboardProtocol::modifiers(keyboard, mask, 0, 0, 0);
+        VirtualKeyboardProtocol::key(keyboard, t, code(stroke.key), WL_KEYBOARD_KEY_STATE_PRESSED);
+        VirtualKeyboardProtocol::key(keyboard, t, code(stroke.key), WL_KEYBOARD_KEY_STATE_RELEASED);
+        for (auto k = held.rbegin(); k != held.rend(); ++k)
+            VirtualKeyboardProtocol::key(keyboard, t, *k, WL_KEYBOARD_KEY_STATE_RELEASED);
+        if (mask)
             VirtualKeyboardProtocol::modifiers(keyboard, 0, 0, 0, 0);
-        }
         return sync();
     }
 };
@@ -552,48 +618,62 @@ bool WaylandBackend::modifiersHeld() {
 }
 
 bool WaylandBackend::keyStroke(Key key, bool control) {
-    return d->run([this, key, control] {
-        if (!d->keymap)
-            return false;
-        const uint32_t code = key == Key::V       ? d->keymap->v
-                              : key == Key::Enter ? d->keymap->keypadEnter
-                                                  : d->keymap->left;
-        return d->type(code, control);
+    return d->run([this, key, control] { return d->type({key, control, false}); });
+}
+
+DesktopBackend::Focus WaylandBackend::focus(quint64 window) {
+    return d->run([this, window] { return d->sync() ? d->focusOf(window) : Focus::Gone; });
+}
+
+DesktopBackend::StrokeResult WaylandBackend::strokeInto(quint64 window, Stroke stroke) {
+    return d->run([this, window, stroke] {
+        if (!d->sync() || !d->keyboard)
+            return StrokeResult::Failed;
+        const Focus now = d->focusOf(window);
+        if (now == Focus::Gone)
+            return StrokeResult::Failed;
+        if (now != Focus::Target)
+            return StrokeResult::NotFocused;
+        return d->type(stroke) ? StrokeResult::Typed : StrokeResult::Failed;
     });
+}
+
+bool WaylandBackend::sameClient(quint64 a, quint64 b) {
+    return a == 0 || b == 0 || a == b;
+}
+
+QString WaylandBackend::typeName(quint32 type) {
+    std::lock_guard lock(d->typeMutex);
+    return type >= 1 && type <= quint32(d->typeNames.size()) ? QString::fromLatin1(d->typeNames[type - 1])
+                                                             : QString();
 }
 
 bool WaylandBackend::servesClipboard() const {
     return d->connected && d->dataDevice;
 }
 
-bool WaylandBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData) {
-    return d->run([this, typesAndData] {
+bool WaylandBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
+                                  bool alsoPrimary) {
+    return d->run([this, typesAndData, alsoPrimary] {
         if (!d->connected || !d->dataDevice || typesAndData.isEmpty())
             return false;
-        zwlr_data_control_source_v1 *source = zwlr_data_control_manager_v1_create_data_source(d->dataControl);
         d->piece.clear();
-        for (const auto &[type, bytes] : typesAndData) {
-            zwlr_data_control_source_v1_offer(source, type.constData());
+        for (const auto &[type, bytes] : typesAndData)
             d->piece.append({type, std::make_shared<const QByteArray>(bytes)});
-        }
-        zwlr_data_control_source_v1_add_listener(source, &Impl::sourceListener, d.get());
-        zwlr_data_control_device_v1_set_selection(d->dataDevice, source);
-        if (d->source)
-            zwlr_data_control_source_v1_destroy(d->source);
-        d->source = source;
-        {
-            std::lock_guard lock(d->readMutex);
-            d->pieceRead = false;
+        for (auto *old : {d->source, d->primarySource})
+            if (old)
+                zwlr_data_control_source_v1_destroy(old);
+        d->primarySource = nullptr;
+        d->source = d->newSource();
+        zwlr_data_control_device_v1_set_selection(d->dataDevice, d->source);
+        if (alsoPrimary && d->hasPrimary()) {
+            d->primarySource = d->newSource();
+            zwlr_data_control_device_v1_set_primary_selection(d->dataDevice, d->primarySource);
         }
         // Ours once the compositor has taken it; a cancel during the round trip clears source.
-        return d->sync() && d->source == source;
+        const auto *made = d->source;
+        return d->sync() && d->source == made;
     });
-}
-
-bool WaylandBackend::waitUntilClipboardRead(int timeoutMs) {
-    std::unique_lock lock(d->readMutex);
-    return d->readChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                                   [this] { return d->pieceRead; });
 }
 
 bool WaylandBackend::watchFront(std::function<void()> listener) {

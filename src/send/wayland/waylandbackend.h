@@ -28,10 +28,19 @@ public:
     QImage icon(quint64 window) override;
     bool modifiersHeld() override;
     bool keyStroke(Key key, bool control) override;
+    // What the compositor reports: the toplevel list's activated window stands for the keyboard focus.
+    Focus focus(quint64 window) override;
+    // Checked and typed in one go on the connection's thread, after a round trip; the compositor
+    // may still move the focus between the two, which no wlroots protocol can prevent.
+    StrokeResult strokeInto(quint64 window, Stroke stroke) override;
+    // The clipboard protocol does not name who reads: readers are recorded as window 0, which
+    // stands for any window.
+    bool sameClient(quint64 a, quint64 b) override;
+    QString typeName(quint32 type) override;
 
     bool servesClipboard() const override;
-    bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData) override;
-    bool waitUntilClipboardRead(int timeoutMs) override;
+    bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
+                      bool alsoPrimary) override;
     bool watchFront(std::function<void()> listener) override;
 
 private:

@@ -1,8 +1,10 @@
 #include "send/x11/x11backend.h"
 
 #include <QHash>
+#include <algorithm>
 #include <iostream>
 #include <mutex>
+#include <unistd.h>
 #include <vector>
 
 // X headers last: their macros (None, Bool, Status) clash with names in Qt headers.
@@ -11,6 +13,7 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -37,7 +40,10 @@ struct X11Backend::Impl {
     XdoPtr xdo;
     Window root = 0;
     bool xtest = false;
-    KeyCode keyV = 0, keyEnter = 0, keyLeft = 0, keyControl = 0;
+    KeyCode keyV = 0, keyEnter = 0, keyLeft = 0, keyInsert = 0, keyControl = 0, keyShift = 0;
+    qint32 ownPid = 0;
+    unsigned long resourceMask = 0;
+    QHash<quint32, QString> typeNames;
     std::vector<KeyCode> modifierKeys;
     Atom activeWindowAtom = 0, clientList = 0, supported = 0, wmPid = 0, wmName = 0, wmIcon = 0, gtkAppId = 0,
          kdeDesktopFile = 0;
@@ -87,6 +93,71 @@ struct X11Backend::Impl {
         if (xdo_get_focused_window_sane(xdo.get(), &focused) != XDO_SUCCESS)
             return 0;
         return focused;
+    }
+
+    bool modifiersHeld() {
+        char keys[32];
+        XQueryKeymap(display.get(), keys);
+        for (KeyCode code : modifierKeys)
+            if (keys[code / 8] & (1 << (code % 8)))
+                return true;
+        return false;
+    }
+
+    KeyCode code(Key key) const {
+        switch (key) {
+        case Key::V:
+            return keyV;
+        case Key::Enter:
+            return keyEnter;
+        case Key::Left:
+            return keyLeft;
+        case Key::Insert:
+            return keyInsert;
+        }
+        return 0;
+    }
+
+    // A window the desktop counts as a program's window: listed by the window manager, or
+    // without one, any window that names its class.
+    bool isClient(Window w, const std::vector<unsigned long> &clients) {
+        if (!clients.empty())
+            return std::find(clients.begin(), clients.end(), w) != clients.end();
+        XClassHint hint{nullptr, nullptr};
+        if (!XGetClassHint(display.get(), w, &hint))
+            return false;
+        XPtr<char> name(hint.res_name), cls(hint.res_class);
+        return true;
+    }
+
+    // Focus is usually on the client window itself; some programs put it on a child. Window
+    // managers park it on windows of their own between two clients: that is nobody's.
+    Focus focus(Window target) {
+        Display *dpy = display.get();
+        XWindowAttributes attrs;
+        if (!XGetWindowAttributes(dpy, target, &attrs))
+            return Focus::Gone;
+        Window focused = 0;
+        int revert = 0;
+        XGetInputFocus(dpy, &focused, &revert);
+        const std::vector<unsigned long> clients = cardinals(root, clientList, 65536);
+        for (Window w = focused; w != 0 && w != PointerRoot && w != root;) {
+            if (w == target)
+                return Focus::Target;
+            if (isClient(w, clients)) {
+                Property pid;
+                const bool own = read(w, wmPid, 1, pid) == Read::Ok && pid.format == 32 && pid.count == 1 &&
+                                 qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
+                return own ? Focus::Own : Focus::Elsewhere;
+            }
+            Window rootRet = 0, parent = 0, *children = nullptr;
+            unsigned int n = 0;
+            if (!XQueryTree(dpy, w, &rootRet, &parent, &children, &n))
+                break;
+            XPtr<Window> owned(children);
+            w = parent;
+        }
+        return Focus::Nowhere;
     }
 
     bool wmSupportsActivation() {
@@ -149,8 +220,12 @@ struct X11Backend::Impl {
         app.bundleIdentifier = cached->bundleIdentifier;
         const QString &className = cached->className;
 
+        // Older programs (xterm) name their windows only in WM_NAME, a Latin-1 string.
         if (auto name = text(w, wmName); name && !name->isEmpty())
             app.localizedName = *name;
+        else if (Property old; read(w, XA_WM_NAME, 4096, old) == Read::Ok && old.format == 8 && old.count > 0)
+            app.localizedName =
+                QString::fromLatin1(reinterpret_cast<const char *>(old.data.get()), qsizetype(old.count));
         else
             app.localizedName = className;
         return app;
@@ -172,7 +247,15 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->keyV = XKeysymToKeycode(dpy, XK_v);
     d->keyEnter = XKeysymToKeycode(dpy, XK_KP_Enter);
     d->keyLeft = XKeysymToKeycode(dpy, XK_Left);
+    d->keyInsert = XKeysymToKeycode(dpy, XK_Insert);
     d->keyControl = XKeysymToKeycode(dpy, XK_Control_L);
+    d->keyShift = XKeysymToKeycode(dpy, XK_Shift_L);
+    d->ownPid = qint32(getpid());
+    // Xlib keeps the connection's resource mask to itself; the same server tells it to xcb.
+    xcb_connection_t *probe = xcb_connect(DisplayString(dpy), nullptr);
+    if (!xcb_connection_has_error(probe))
+        d->resourceMask = xcb_get_setup(probe)->resource_id_mask;
+    xcb_disconnect(probe);
     if (ModifierKeymapPtr map{XGetModifierMapping(dpy)}) {
         for (int i = 0; i < 8 * map->max_keypermod; ++i)
             if (map->modifiermap[i] != 0)
@@ -287,18 +370,13 @@ bool X11Backend::modifiersHeld() {
     if (!available())
         return false;
     std::lock_guard lock(d->mutex);
-    char keys[32];
-    XQueryKeymap(d->display.get(), keys);
-    for (KeyCode code : d->modifierKeys)
-        if (keys[code / 8] & (1 << (code % 8)))
-            return true;
-    return false;
+    return d->modifiersHeld();
 }
 
 bool X11Backend::keyStroke(Key key, bool control) {
     if (!available())
         return false;
-    const KeyCode code = key == Key::V ? d->keyV : key == Key::Enter ? d->keyEnter : d->keyLeft;
+    const KeyCode code = d->code(key);
     if (code == 0 || (control && d->keyControl == 0))
         return false;
     std::lock_guard lock(d->mutex);
@@ -311,4 +389,66 @@ bool X11Backend::keyStroke(Key key, bool control) {
         XTestFakeKeyEvent(dpy, d->keyControl, False, CurrentTime);
     XSync(dpy, False);
     return true;
+}
+
+DesktopBackend::Focus X11Backend::focus(quint64 window) {
+    if (!available() || window == 0)
+        return Focus::Gone;
+    std::lock_guard lock(d->mutex);
+    return d->focus(Window(window));
+}
+
+DesktopBackend::StrokeResult X11Backend::strokeInto(quint64 window, Stroke stroke) {
+    if (!available() || window == 0)
+        return StrokeResult::Failed;
+    const KeyCode code = d->code(stroke.key);
+    if (code == 0 || (stroke.control && d->keyControl == 0) || (stroke.shift && d->keyShift == 0))
+        return StrokeResult::Failed;
+    std::lock_guard lock(d->mutex);
+    Display *dpy = d->display.get();
+    // With the server grabbed no other client (the window manager included) can move the focus
+    // between the check and the keys; the fake events are processed before the grab ends.
+    XGrabServer(dpy);
+    StrokeResult result = StrokeResult::Typed;
+    if (d->modifiersHeld())
+        result = StrokeResult::ModifiersHeld;
+    else if (d->focus(Window(window)) != Focus::Target)
+        result = StrokeResult::NotFocused;
+    if (result == StrokeResult::Typed) {
+        std::vector<KeyCode> held;
+        if (stroke.control)
+            held.push_back(d->keyControl);
+        if (stroke.shift)
+            held.push_back(d->keyShift);
+        for (KeyCode k : held)
+            XTestFakeKeyEvent(dpy, k, True, CurrentTime);
+        XTestFakeKeyEvent(dpy, code, True, CurrentTime);
+        XTestFakeKeyEvent(dpy, code, False, CurrentTime);
+        for (auto k = held.rbegin(); k != held.rend(); ++k)
+            XTestFakeKeyEvent(dpy, *k, False, CurrentTime);
+        XSync(dpy, False);
+    }
+    XUngrabServer(dpy);
+    XSync(dpy, False);
+    return result;
+}
+
+bool X11Backend::sameClient(quint64 a, quint64 b) {
+    if (!available() || a == 0 || b == 0 || d->resourceMask == 0)
+        return false;
+    // The server gives every connection its own range of ids: the bits above the resource mask.
+    return (a & ~quint64(d->resourceMask)) == (b & ~quint64(d->resourceMask));
+}
+
+QString X11Backend::typeName(quint32 type) {
+    if (!available() || type == 0)
+        return {};
+    std::lock_guard lock(d->mutex);
+    auto known = d->typeNames.constFind(type);
+    if (known != d->typeNames.constEnd())
+        return *known;
+    XPtr<char> name(XGetAtomName(d->display.get(), Atom(type)));
+    const QString result = name ? QString::fromLatin1(name.get()) : QString();
+    d->typeNames.insert(type, result);
+    return result;
 }

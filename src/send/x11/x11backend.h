@@ -22,6 +22,10 @@ public:
     QImage icon(quint64 window) override;
     bool modifiersHeld() override;
     bool keyStroke(Key key, bool control) override;
+    Focus focus(quint64 window) override;
+    StrokeResult strokeInto(quint64 window, Stroke stroke) override;
+    bool sameClient(quint64 a, quint64 b) override;
+    QString typeName(quint32 type) override;
 
 private:
     struct Impl;

@@ -1,14 +1,15 @@
 #include "pastefield.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QImage>
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QThread>
+#include <QTimer>
 #include <time.h>
 
-PasteField::PasteField(const QString &logPath, bool stamp, QWidget *parent)
-    : QLineEdit(parent), log_(logPath), stamp_(stamp) {
+PasteField::PasteField(const QString &logPath, bool stamp, Behaviour behaviour, QWidget *parent)
+    : QLineEdit(parent), log_(logPath), stamp_(stamp), behaviour_(behaviour) {
     if (!log_.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
         qFatal("pastetarget: cannot open the log %s", qPrintable(logPath));
 }
@@ -26,14 +27,18 @@ void PasteField::log(const QString &line) {
     log_.flush();
 }
 
-void PasteField::logPaste() {
-    const QMimeData *data = QApplication::clipboard()->mimeData();
+void PasteField::logPaste(QClipboard::Mode mode) {
+    const QMimeData *data = QApplication::clipboard()->mimeData(mode);
     if (!data) {
         log(QStringLiteral("paste empty"));
         return;
     }
     const QString types = data->formats().join(QLatin1Char(','));
-    if (data->hasFormat(QStringLiteral("image/png"))) {
+    if (behaviour_.textOnly && !data->hasText()) {
+        log(QStringLiteral("paste nothing types=%1").arg(types));
+        return;
+    }
+    if (data->hasFormat(QStringLiteral("image/png")) && !behaviour_.textOnly) {
         const QByteArray bytes = data->data(QStringLiteral("image/png"));
         const QImage image = QImage::fromData(bytes);
         log(QStringLiteral("paste types=%1 image=%2x%3 bytes=%4")
@@ -49,9 +54,39 @@ void PasteField::logPaste() {
     log(QStringLiteral("paste types=%1 text=%2").arg(types, text));
 }
 
+void PasteField::paste(QClipboard::Mode mode) {
+    if (behaviour_.asyncMs >= 0) {
+        QTimer::singleShot(behaviour_.asyncMs, this, [this, mode] { logPaste(mode); });
+        return;
+    }
+    if (behaviour_.rereadMs >= 0) {
+        if (const QMimeData *first = QApplication::clipboard()->mimeData(mode)) {
+            for (const QString &format : first->formats())
+                first->data(format);
+        }
+        // Busy: keys typed meanwhile wait in the queue, as they do for a page's handler.
+        QThread::msleep(ulong(behaviour_.rereadMs));
+    }
+    logPaste(mode);
+}
+
 void PasteField::keyPressEvent(QKeyEvent *event) {
-    if (event->matches(QKeySequence::Paste)) {
-        logPaste();
+    if (behaviour_.terminal) {
+        const auto mods = event->modifiers() & (Qt::ControlModifier | Qt::ShiftModifier);
+        if (event->key() == Qt::Key_V && mods == Qt::ControlModifier) {
+            log(QStringLiteral("control ^V"));
+            return;
+        }
+        if (event->key() == Qt::Key_V && mods == (Qt::ControlModifier | Qt::ShiftModifier)) {
+            paste(QClipboard::Clipboard);
+            return;
+        }
+        if (event->key() == Qt::Key_Insert && mods == Qt::ShiftModifier) {
+            paste(QClipboard::Selection);
+            return;
+        }
+    } else if (event->matches(QKeySequence::Paste)) {
+        paste(QClipboard::Clipboard);
         return;
     }
     if (event->key() == Qt::Key_Enter)

@@ -1,0 +1,55 @@
+#include "send/pastelanding.h"
+
+#include <algorithm>
+
+namespace {
+
+int burstsOf(const QList<PasteLanding::Request> &requests, qint64 *longestGap) {
+    int bursts = 0;
+    qint64 gap = 0;
+    for (qsizetype i = 0; i < requests.size(); ++i) {
+        const qint64 since = i == 0 ? PasteLanding::burstGapMs + 1 : requests[i].atMs - requests[i - 1].atMs;
+        if (since > PasteLanding::burstGapMs) {
+            ++bursts;
+            if (i > 0)
+                gap = std::max(gap, since);
+        }
+    }
+    if (longestGap)
+        *longestGap = gap;
+    return bursts;
+}
+
+} // namespace
+
+PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs,
+                                          const Pattern &pattern) {
+    const bool timedOut = nowMs - strokeMs >= maxWaitMs;
+    if (requests.isEmpty())
+        return timedOut ? Verdict::Unserved : Verdict::Waiting;
+    const bool taken =
+        std::any_of(requests.begin(), requests.end(), [](const Request &r) { return r.ownType; });
+    const auto outcome = taken ? Verdict::Landed : Verdict::Declined;
+    if (timedOut)
+        return outcome;
+    qint64 quietNeeded = firstQuietMs;
+    if (pattern.bursts > 0) {
+        // The expected bursts are in when there are as many and they took most of the time they
+        // took last time (a burst split by a slow moment is not two). A burst still to come is
+        // waited for a while longer than it took last time; a page that handled the paste
+        // itself never sends it.
+        const qint64 span = requests.last().atMs - requests.first().atMs;
+        const bool complete = burstsOf(requests, nullptr) >= pattern.bursts &&
+                              (pattern.spanMs <= burstGapMs || span >= pattern.spanMs * 4 / 5);
+        quietNeeded = complete ? settleMs : std::max(settleMs, pattern.gapMs * 3 / 2 + 50);
+    }
+    return nowMs - requests.last().atMs >= quietNeeded ? outcome : Verdict::Waiting;
+}
+
+PasteLanding::Pattern PasteLanding::learn(const QList<Request> &requests) {
+    Pattern pattern;
+    pattern.bursts = burstsOf(requests, &pattern.gapMs);
+    if (!requests.isEmpty())
+        pattern.spanMs = requests.last().atMs - requests.first().atMs;
+    return pattern;
+}

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "model/contentpiece.h"
+#include "send/pastekeys.h"
+#include "send/runningapplication.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+// A send worked out before anything happens: the target window, its paste stroke, the pieces
+// with their bytes already read, and the steps with their fixed pauses, in order. Made once per
+// send on the GUI thread from the parsed phrase; carried out by PhraseDelivery.
+class SendPlan {
+public:
+    struct Piece {
+        bool picture = false;
+        QString text;
+        QByteArray bytes;
+    };
+
+    struct Step {
+        enum class Kind {
+            Activate, // bring the target forward
+            Pause,    // ms
+            Offer,    // put pieces[piece] on the clipboard
+            Paste,    // the paste stroke, then wait until the target is done with the piece,
+                      // and at least ms after the stroke
+            Left,
+            Enter,
+        };
+        Kind kind = Kind::Pause;
+        int ms = 0;
+        int piece = -1;
+    };
+
+    RunningApplication target;
+    PasteKeys::Paste paste;
+    QList<Piece> pieces;
+    QList<Step> steps;
+    // Pictures left out because the target cannot take them.
+    int skippedPictures = 0;
+
+    // An empty plan (no steps) when the phrase holds nothing to send.
+    static SendPlan make(const ContentPieces &items, const RunningApplication &target, bool isEnter);
+
+    // Identifiers of the chat program that wants a Left arrow before the paste.
+    static const QStringList &specialIdentifiers();
+    static bool isSpecialTarget(const std::optional<QString> &identifier);
+
+    // Pauses, in milliseconds.
+    static constexpr int textAfterActivateMs = 100;
+    static constexpr int textBeforePasteMs = 200;
+    static constexpr int piecesAfterActivateMs = 150;
+    static constexpr int afterPieceMs = 80;
+    static constexpr int beforeLeftMs = 150;
+    static constexpr int afterLeftMs = 100;
+
+private:
+    void addPieces(const ContentPieces &items);
+    void addStep(Step::Kind kind, int ms = 0, int piece = -1);
+};
