@@ -142,7 +142,7 @@ private:
     QByteArray png_;
 
     // A paste target, natively on Wayland or through XWayland, once the back-end lists it.
-    Target &startTarget(const QString &appId, bool native = true) {
+    Target &startTarget(const QString &appId, bool native = true, const QStringList &extra = {}) {
         auto t = std::make_unique<Target>();
         t->log = logs_.filePath(QStringLiteral("%1.log").arg(appId));
         t->appId = appId;
@@ -153,8 +153,9 @@ private:
         t->process->setProcessEnvironment(env);
         t->process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         t->process->start(QStringLiteral(PASTETARGET_BINARY),
-                          {QStringLiteral("--log"), t->log, QStringLiteral("--class"), appId,
-                           QStringLiteral("--title"), QStringLiteral("Chat ") + appId});
+                          QStringList{QStringLiteral("--log"), t->log, QStringLiteral("--class"), appId,
+                                      QStringLiteral("--title"), QStringLiteral("Chat ") + appId} +
+                              extra);
         targets_.push_back(std::move(t));
         return *targets_.back();
     }
@@ -351,6 +352,24 @@ private Q_SLOTS:
         QVERIFY2(got.size() < expected.size(), qPrintable(got.join(QLatin1Char('|'))));
         for (qsizetype i = 0; i < got.size(); ++i)
             QVERIFY2(got[i].contains(expected[i]), qPrintable(got.join(QLatin1Char('|'))));
+    }
+
+    // Terminals paste with their own keys, found by app id: Ctrl+Shift+V from the clipboard, or
+    // Shift+Insert from PRIMARY, which the back-end serves as well.
+    void terminalPastesTheirWay_data() {
+        QTest::addColumn<QString>("appId");
+        QTest::newRow("Ctrl+Shift+V") << QStringLiteral("foot");
+        QTest::newRow("Shift+Insert") << QStringLiteral("xterm");
+    }
+
+    void terminalPastesTheirWay() {
+        QFETCH(QString, appId);
+        Target &t = startTarget(appId, true, {QStringLiteral("--terminal")});
+        makeTargetThenFocusOwn(t);
+        sendAndSettle(phrase({text(QStringLiteral("ls -l"))}), true);
+        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 2, 10000);
+        QVERIFY2(t.lines()[0].endsWith(QStringLiteral(" text=ls -l")), qPrintable(t.lines()[0]));
+        QCOMPARE(t.lines()[1], QStringLiteral("enter keypad"));
     }
 
     // Our windows through XWayland: the quick bar appears over the chat window without taking its
