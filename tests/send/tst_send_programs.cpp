@@ -3,6 +3,7 @@
 // (zenity), the GTK text editor mousepad and xterm.
 #include "chatpageserver.h"
 #include "eventloopwait.h"
+#include "phrasejson.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
@@ -30,18 +31,6 @@ std::optional<RunningApplication> windowTitled(const QString &title) {
         if (app.localizedName.contains(title))
             return app;
     return std::nullopt;
-}
-
-QString text(const QString &value) {
-    return QStringLiteral("{\"type\":1,\"value\":\"%1\"}").arg(value);
-}
-
-QString picture(const QString &name) {
-    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(name);
-}
-
-QString phrase(const QStringList &pieces) {
-    return QLatin1Char('[') + pieces.join(QLatin1Char(',')) + QLatin1Char(']');
 }
 
 QByteArray fileText(const QString &path) {
@@ -150,8 +139,9 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(chat.ready(), 60000);
         makeTargetThenFocusOwn(QStringLiteral("Chat"));
         for (int round = 0; round < 2; ++round) {
-            sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
-                                  text(QStringLiteral("after"))}),
+            sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                              PhraseJson::picture(QStringLiteral("pic.png")),
+                                              PhraseJson::text(QStringLiteral("after"))}),
                           true);
             QTRY_COMPARE_WITH_TIMEOUT(chat.sent().size(), round + 1, 10000);
             QCOMPARE(chat.sent()[round], QStringLiteral("before[img]after"));
@@ -170,7 +160,8 @@ private Q_SLOTS:
         auto entry = start(zenity, {QStringLiteral("--entry"), QStringLiteral("--title=Reply box"),
                                     QStringLiteral("--text=Reply")});
         makeTargetThenFocusOwn(QStringLiteral("Reply box"));
-        sendAndSettle(phrase({text(QStringLiteral("Hello from Quillora 123"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("Hello from Quillora 123"))}),
+                      true);
         // Enter activates the dialog, which prints the field's text and ends.
         QVERIFY(entry->waitForFinished(20000));
         QCOMPARE(entry->readAllStandardOutput(), QByteArray("Hello from Quillora 123\n"));
@@ -183,7 +174,8 @@ private Q_SLOTS:
         QFile(doc).open(QIODevice::WriteOnly);
         auto editor = start(mousepad, {QStringLiteral("--disable-server"), doc});
         makeTargetThenFocusOwn(QStringLiteral("reply.txt"));
-        sendAndSettle(phrase({text(QStringLiteral("Hello from Quillora 123"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("Hello from Quillora 123"))}),
+                      true);
         QVERIFY(reports_.isEmpty());
         // Saved with the editor's own keys, read back from the file.
         QTest::qWait(300);
@@ -201,8 +193,9 @@ private Q_SLOTS:
                                       QStringLiteral("-e"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
                                       QStringLiteral("stty -echo; cat > '%1'").arg(out)});
         makeTargetThenFocusOwn(QStringLiteral("Terminal"));
-        sendAndSettle(phrase({text(QStringLiteral("echo hello")), picture(QStringLiteral("pic.png")),
-                              text(QStringLiteral(" there"))}),
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("echo hello")),
+                                          PhraseJson::picture(QStringLiteral("pic.png")),
+                                          PhraseJson::text(QStringLiteral(" there"))}),
                       true);
         QTRY_COMPARE_WITH_TIMEOUT(fileText(out), QByteArray("echo hello there\n"), 10000);
         QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});

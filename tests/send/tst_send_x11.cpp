@@ -1,4 +1,5 @@
 #include "eventloopwait.h"
+#include "phrasejson.h"
 #include "send/clipboardutil.h"
 #include "send/phrasedelivery.h"
 #include "send/phrasesender.h"
@@ -72,18 +73,6 @@ qint32 targetPid() {
     return target ? target->processIdentifier : -1;
 }
 
-QString text(const QString &value) {
-    return QStringLiteral("{\"type\":1,\"value\":\"%1\"}").arg(value);
-}
-
-QString picture(const QString &name) {
-    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(name);
-}
-
-QString phrase(const QStringList &pieces) {
-    return QLatin1Char('[') + pieces.join(QLatin1Char(',')) + QLatin1Char(']');
-}
-
 } // namespace
 
 class SendX11Test : public QObject {
@@ -138,8 +127,9 @@ private:
     }
 
     QString textPictureText() const {
-        return phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
-                       text(QStringLiteral("after"))});
+        return PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                   PhraseJson::picture(QStringLiteral("pic.png")),
+                                   PhraseJson::text(QStringLiteral("after"))});
     }
 
     // What a text-picture-text phrase with Enter must leave in a target, in this order.
@@ -226,7 +216,7 @@ private Q_SLOTS:
         QVERIFY(TargetWindowTracker::isRun());
         QVERIFY(!TargetWindowTracker::lastTarget());
         QVERIFY(ClipboardUtil::setText(QStringLiteral("sentinel")));
-        sendAndSettle(phrase({text(QStringLiteral("hello"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("hello"))}), true);
         QCOMPARE(targets_[0]->lines(), QStringList());
         QCOMPARE(clipboardText(), QStringLiteral("sentinel"));
         QVERIFY(ownField_->text().isEmpty());
@@ -238,7 +228,7 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        sendAndSettle(phrase({text(QStringLiteral("你好 world"))}), false);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 1, 10000);
         QVERIFY2(t.lines()[0].startsWith(QStringLiteral("paste types=")), qPrintable(t.lines()[0]));
         QVERIFY2(t.lines()[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(t.lines()[0]));
@@ -247,7 +237,7 @@ private Q_SLOTS:
 
         focusOwn();
         QCOMPARE(targetPid(), t.pid);
-        sendAndSettle(phrase({text(QStringLiteral("second"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 3, 10000);
         QVERIFY2(t.lines()[1].endsWith(QStringLiteral(" text=second")), qPrintable(t.lines()[1]));
         QCOMPARE(t.lines()[2], QStringLiteral("enter keypad"));
@@ -259,8 +249,9 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         const qsizetype before = t.lines().size();
-        sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
-                              text(QStringLiteral("after"))}),
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                          PhraseJson::picture(QStringLiteral("pic.png")),
+                                          PhraseJson::text(QStringLiteral("after"))}),
                       true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
         const QStringList got = t.lines().mid(before);
@@ -281,8 +272,10 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         const qsizetype before = t.lines().size();
-        sendAndSettle(phrase({text(QStringLiteral("a")), picture(QStringLiteral("missing.png")),
-                              picture(QStringLiteral("photo.jpg")), text(QStringLiteral("b"))}),
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("a")),
+                                          PhraseJson::picture(QStringLiteral("missing.png")),
+                                          PhraseJson::picture(QStringLiteral("photo.jpg")),
+                                          PhraseJson::text(QStringLiteral("b"))}),
                       false);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
         QTest::qWait(300);
@@ -299,9 +292,9 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         const qsizetype before = t.lines().size();
-        PhraseSender::send(phrase({text(QStringLiteral("first"))}), false);
+        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("first"))}), false);
         QVERIFY(PhraseSender::runs());
-        PhraseSender::send(phrase({text(QStringLiteral("dropped"))}), true);
+        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("dropped"))}), true);
         QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
         QTest::qWait(500);
@@ -328,14 +321,16 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         QCOMPARE(TargetWindowTracker::lastTarget()->bundleIdentifier, std::optional<QString>(identifier));
-        sendAndSettle(phrase({text(QStringLiteral("hi"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("hi"))}), true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 3, 10000);
         QCOMPARE(t.lines()[0], QStringLiteral("left"));
         QVERIFY2(t.lines()[1].endsWith(QStringLiteral(" text=hi")), qPrintable(t.lines()[1]));
         QCOMPARE(t.lines()[2], QStringLiteral("enter keypad"));
 
         focusOwn();
-        sendAndSettle(phrase({text(QStringLiteral("x")), picture(QStringLiteral("pic.png"))}), false);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("x")),
+                                          PhraseJson::picture(QStringLiteral("pic.png"))}),
+                      false);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 6, 10000);
         QCOMPARE(t.lines()[3], QStringLiteral("left"));
         QVERIFY2(t.lines()[4].endsWith(QStringLiteral(" text=x")), qPrintable(t.lines()[4]));
@@ -356,7 +351,7 @@ private Q_SLOTS:
         for (auto &other : targets_)
             before.push_back(other->lines().size());
         QVERIFY(ClipboardUtil::setText(QStringLiteral("sentinel")));
-        sendAndSettle(phrase({text(QStringLiteral("lost"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("lost"))}), true);
         QTest::qWait(500);
         for (size_t i = 0; i < targets_.size(); ++i)
             QCOMPARE(targets_[i]->lines().size(), before[i]);
@@ -458,7 +453,7 @@ private Q_SLOTS:
         // Sent again from there, the phrase goes to the window the agent was in last.
         focusOwn();
         QCOMPARE(TargetWindowTracker::lastTarget()->window, other.window);
-        sendAndSettle(phrase({text(QStringLiteral("second"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
         QTRY_COMPARE(t.lines(QStringLiteral(".2")).size(), 2);
         QVERIFY2(t.lines(QStringLiteral(".2"))[0].endsWith(QStringLiteral(" text=second")),
                  qPrintable(t.lines(QStringLiteral(".2"))[0]));
@@ -484,7 +479,7 @@ private Q_SLOTS:
         const KeyCode shift = XKeysymToKeycode(display, XK_Shift_L);
         XTestFakeKeyEvent(display, shift, True, CurrentTime);
         XSync(display, False);
-        sendAndSettle(phrase({text(QStringLiteral("held"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("held"))}), true);
         XTestFakeKeyEvent(display, shift, False, CurrentTime);
         XSync(display, False);
         XCloseDisplay(display);
@@ -505,7 +500,8 @@ private Q_SLOTS:
         for (int round = 0; round < 6; ++round) {
             makeTargetThenFocusOwn(t);
             const qsizetype before = t.lines().size();
-            PhraseSender::send(phrase({text(QStringLiteral("round%1").arg(round))}), true);
+            PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("round%1").arg(round))}),
+                               true);
             // Bypasses the window manager, as a program that grabs the focus itself does.
             std::thread jumper([targetWindow, bystanderWindow, round] {
                 Display *display = XOpenDisplay(nullptr);
@@ -564,7 +560,7 @@ private Q_SLOTS:
         const qsizetype before = t.lines().size();
         PhraseSender::send(QStringLiteral("{not json"), true);
         QVERIFY(PhraseSender::runs());
-        PhraseSender::send(phrase({text(QStringLiteral("blocked"))}), true);
+        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("blocked"))}), true);
         QTest::qWait(1500);
         QVERIFY(PhraseSender::runs());
         QCOMPARE(t.lines().size(), before);

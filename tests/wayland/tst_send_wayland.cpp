@@ -1,3 +1,4 @@
+#include "phrasejson.h"
 #include "send/desktopbackend.h"
 #include "send/desktopsession.h"
 #include "send/phrasesender.h"
@@ -51,18 +52,6 @@ std::optional<RunningApplication> applicationOf(const QString &appId) {
 QString targetAppId() {
     const auto target = TargetWindowTracker::lastTarget();
     return target && target->bundleIdentifier ? *target->bundleIdentifier : QString();
-}
-
-QString text(const QString &value) {
-    return QStringLiteral("{\"type\":1,\"value\":\"%1\"}").arg(value);
-}
-
-QString picture(const QString &name) {
-    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(name);
-}
-
-QString phrase(const QStringList &pieces) {
-    return QLatin1Char('[') + pieces.join(QLatin1Char(',')) + QLatin1Char(']');
 }
 
 // A second keyboard on the seat, as the user's own: it can hold a key down while we type.
@@ -300,12 +289,12 @@ private Q_SLOTS:
         Target &t = *targets_[size_t(index)];
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size();
-        sendAndSettle(phrase({text(QStringLiteral("你好 world"))}), false);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
         QVERIFY2(t.lines().last().endsWith(QStringLiteral(" text=你好 world")), qPrintable(t.lines().last()));
 
         focusOwn();
-        sendAndSettle(phrase({text(QStringLiteral("second"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
         QVERIFY2(t.lines()[before + 1].endsWith(QStringLiteral(" text=second")),
                  qPrintable(t.lines()[before + 1]));
@@ -317,8 +306,9 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size();
-        sendAndSettle(phrase({text(QStringLiteral("before")), picture(QStringLiteral("pic.png")),
-                              text(QStringLiteral("after"))}),
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                          PhraseJson::picture(QStringLiteral("pic.png")),
+                                          PhraseJson::text(QStringLiteral("after"))}),
                       true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
         const QStringList got = t.lines().mid(before);
@@ -336,9 +326,11 @@ private Q_SLOTS:
         Target &other = *targets_[1];
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size(), otherBefore = other.lines().size();
-        PhraseSender::send(phrase({text(QStringLiteral("one")), picture(QStringLiteral("pic.png")),
-                                   text(QStringLiteral("two")), picture(QStringLiteral("pic.png")),
-                                   text(QStringLiteral("three"))}),
+        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
+                                               PhraseJson::picture(QStringLiteral("pic.png")),
+                                               PhraseJson::text(QStringLiteral("two")),
+                                               PhraseJson::picture(QStringLiteral("pic.png")),
+                                               PhraseJson::text(QStringLiteral("three"))}),
                            true);
         QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
         QVERIFY(sway_.command(other.criteria() + QStringLiteral(" focus")));
@@ -366,7 +358,7 @@ private Q_SLOTS:
         QFETCH(QString, appId);
         Target &t = startTarget(appId, true, {QStringLiteral("--terminal")});
         makeTargetThenFocusOwn(t);
-        sendAndSettle(phrase({text(QStringLiteral("ls -l"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("ls -l"))}), true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 2, 10000);
         QVERIFY2(t.lines()[0].endsWith(QStringLiteral(" text=ls -l")), qPrintable(t.lines()[0]));
         QCOMPARE(t.lines()[1], QStringLiteral("enter keypad"));
@@ -406,7 +398,7 @@ private Q_SLOTS:
         QCOMPARE(t.lines().last(), QStringLiteral("left"));
         focusOwn();
         user.shift(true);
-        sendAndSettle(phrase({text(QStringLiteral("held"))}), true);
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("held"))}), true);
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
         user.shift(false);
         QVERIFY2(t.lines()[before + 1].endsWith(QStringLiteral(" text=held")),
