@@ -119,6 +119,8 @@ double chromiumLatencyMs(const QString &json) {
         },
         60000);
     std::vector<double> samples;
+    if (!up)
+        std::printf("  Chromium page: did not come up\n");
     if (up && waitFor([&] { return WindowActivation::activate(*window) && window->isActive(); }, 10000) &&
         waitFor(
             [&] {
@@ -131,8 +133,11 @@ double chromiumLatencyMs(const QString &json) {
             const qint64 start = nowUs();
             PhraseSender::send(json, true);
             if (!waitFor([&] { return chat.sent().size() > before && !PhraseSender::runs(); }, 20000) ||
-                chat.sent().constLast() != QStringLiteral("Here it is:[img]Anything else?"))
+                chat.sent().constLast() != QStringLiteral("Here it is:[img]Anything else?")) {
+                std::printf("  Chromium page: send %d arrived as \"%s\"\n", i,
+                            chat.sent().size() > before ? qPrintable(chat.sent().constLast()) : "(nothing)");
                 break;
+            }
             samples.push_back(double(chat.sentAtUs().constLast() - start) / 1000.0);
             waitFor([] { return false; }, 200);
         }

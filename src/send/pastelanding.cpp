@@ -43,6 +43,9 @@ PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64
                               (pattern.spanMs <= burstGapMs || span >= pattern.spanMs * 4 / 5);
         quietNeeded = complete ? settleMs : std::max(settleMs, pattern.gapMs * 3 / 2 + 50);
     }
+    // Asked for the types only: the program may still be on its way to the data.
+    if (!taken)
+        quietNeeded = std::max(quietNeeded, declineQuietMs);
     return nowMs - requests.last().atMs >= quietNeeded ? outcome : Verdict::Waiting;
 }
 

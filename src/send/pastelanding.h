@@ -39,7 +39,9 @@ public:
     // Requests closer than this belong to one burst.
     static constexpr qint64 burstGapMs = 40;
     // Silence after the expected last burst.
-    static constexpr qint64 settleMs = 40;
+    static constexpr qint64 settleMs = 10;
+    // Silence after a request for the types alone before the piece counts as declined.
+    static constexpr qint64 declineQuietMs = 300;
     // Silence that ends the first paste into a window: longer than a slow page's paste handler.
     static constexpr qint64 firstQuietMs = 900;
     // Longest wait for a piece from the stroke: a busy or stopped target can start late.

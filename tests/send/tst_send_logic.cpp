@@ -279,7 +279,11 @@ private Q_SLOTS:
         const auto single = PasteLanding::learn(oneBurst);
         QCOMPARE(single.bursts, 1);
         QCOMPARE(PasteLanding::judge(oneBurst, 990, 1002 + PasteLanding::settleMs, single), Verdict::Landed);
-        QCOMPARE(PasteLanding::judge({{1000, false}}, 990, 1000 + PasteLanding::settleMs, single),
+        // Asked for the types: the data may still come, and a program that never asks for it
+        // holds the send for a moment only.
+        QCOMPARE(PasteLanding::judge({{1000, false}}, 990, 1000 + 3 * PasteLanding::settleMs, single),
+                 Verdict::Waiting);
+        QCOMPARE(PasteLanding::judge({{1000, false}}, 990, 1000 + PasteLanding::declineQuietMs, single),
                  Verdict::Declined);
 
         const QList<Request> twoBursts{{1000, false}, {1001, true}, {1500, false}, {1501, true}};
