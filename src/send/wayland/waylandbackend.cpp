@@ -116,6 +116,9 @@ struct WaylandBackend::Impl {
         std::future<Result> result = task->get_future();
         {
             std::lock_guard lock(taskMutex);
+            // The thread ends with the back-end; a task handed in after that would wait for good.
+            if (stopping)
+                return Result{};
             tasks.emplace_back([task] { (*task)(); });
         }
         wake();
