@@ -244,6 +244,16 @@ private Q_SLOTS:
         QCOMPARE(DesktopSession::detect(env({{"XDG_SESSION_TYPE", "wayland"}, {"DISPLAY", ":1"}})),
                  Kind::X11);
         QCOMPARE(DesktopSession::detect(env({{"XDG_SESSION_TYPE", "x11"}, {"DISPLAY", ":0"}})), Kind::X11);
+
+        // Our windows go through XWayland unless the user chose a platform.
+        const QByteArray chosen = qgetenv("QT_QPA_PLATFORM");
+        qunsetenv("QT_QPA_PLATFORM");
+        DesktopSession::prepareOwnWindows();
+        QCOMPARE(qgetenv("QT_QPA_PLATFORM"), QByteArray("xcb"));
+        qputenv("QT_QPA_PLATFORM", "wayland");
+        DesktopSession::prepareOwnWindows();
+        QCOMPARE(qgetenv("QT_QPA_PLATFORM"), QByteArray("wayland"));
+        qputenv("QT_QPA_PLATFORM", chosen);
     }
 
     // Native and XWayland windows are listed with their ids and titles; "发送到" follows the
