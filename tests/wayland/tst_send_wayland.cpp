@@ -13,6 +13,7 @@
 
 #include <QApplication>
 #include <QBuffer>
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QLineEdit>
@@ -259,6 +260,27 @@ private Q_SLOTS:
     // Native and XWayland windows are listed with their ids and titles; "发送到" follows the
     // focused window as the compositor reports it, and clicks into this program leave it be.
     void frontWindowFollowed() {
+        // Desktop entries for two of them: one names its icon file, one an icon of the theme.
+        const QString data = qEnvironmentVariable("XDG_DATA_HOME");
+        QVERIFY(QDir().mkpath(data + QStringLiteral("/applications")));
+        QVERIFY(QDir().mkpath(data + QStringLiteral("/icons/hicolor/48x48/apps")));
+        QPixmap red(48, 48), green(48, 48);
+        red.fill(QColor(200, 30, 60));
+        green.fill(QColor(30, 160, 60));
+        QVERIFY(red.save(data + QStringLiteral("/alpha.png")));
+        QVERIFY(green.save(data + QStringLiteral("/icons/hicolor/48x48/apps/quillora-test-beta.png")));
+        const auto writeEntry = [&](const QString &appId, const QString &icon) {
+            QFile entry(data + QStringLiteral("/applications/%1.desktop").arg(appId));
+            QVERIFY(entry.open(QIODevice::WriteOnly));
+            entry.write(
+                QStringLiteral("[Desktop Action New]\nIcon=wrong\n\n[Desktop Entry]\nType=Application\n"
+                               "Name=%1\nIcon=%2\n")
+                    .arg(appId, icon)
+                    .toUtf8());
+        };
+        writeEntry(QStringLiteral("chat.alpha"), data + QStringLiteral("/alpha.png"));
+        writeEntry(QStringLiteral("chat.beta"), QStringLiteral("quillora-test-beta"));
+
         Target &a = startTarget(QStringLiteral("chat.alpha"));
         Target &b = startTarget(QStringLiteral("chat.beta"));
         Target &x = startTarget(QStringLiteral("ChatX"), false);
@@ -266,6 +288,13 @@ private Q_SLOTS:
             waitListed(*t);
         QCOMPARE(applicationOf(a.appId)->localizedName, QStringLiteral("Chat chat.alpha"));
         QCOMPARE(applicationOf(x.appId)->localizedName, QStringLiteral("Chat ChatX"));
+        const QImage alphaIcon = applicationOf(a.appId)->icon(), betaIcon = applicationOf(b.appId)->icon();
+        QVERIFY(!alphaIcon.isNull() && !betaIcon.isNull());
+        QCOMPARE(alphaIcon.pixelColor(24, 24), QColor(200, 30, 60));
+        QCOMPARE(betaIcon.pixelColor(betaIcon.width() / 2, betaIcon.height() / 2), QColor(30, 160, 60));
+        // Without a desktop entry there is none: XWayland windows of other programs are known from
+        // the toplevel list only.
+        QVERIFY(applicationOf(x.appId)->icon().isNull());
         const auto own = WindowActivation::runningApplications();
         QVERIFY(std::any_of(own.begin(), own.end(), [](const RunningApplication &app) {
             return app.processIdentifier == qint32(QCoreApplication::applicationPid()) &&

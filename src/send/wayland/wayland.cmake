@@ -28,6 +28,7 @@ target_include_directories(quillora-wayland-protocols PUBLIC ${wayland_generated
 target_link_libraries(quillora-wayland-protocols PUBLIC PkgConfig::WAYLANDLIBS)
 
 target_sources(quillora-core PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/applicationicon.cpp ${CMAKE_CURRENT_LIST_DIR}/applicationicon.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardprotocol.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardprotocol.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeymap.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeymap.h
   ${CMAKE_CURRENT_LIST_DIR}/waylandbackend.cpp ${CMAKE_CURRENT_LIST_DIR}/waylandbackend.h

@@ -1,6 +1,7 @@
 #include "send/wayland/waylandbackend.h"
 
 #include "send/clipboardrequests.h"
+#include "send/wayland/applicationicon.h"
 #include "send/wayland/virtualkeyboardprotocol.h"
 #include "send/wayland/virtualkeymap.h"
 #include "send/x11/x11backend.h"
@@ -608,10 +609,15 @@ bool WaylandBackend::activate(const RunningApplication &application) {
 }
 
 QImage WaylandBackend::icon(quint64 window) {
-    // The toplevel list carries no icons; our own windows have theirs on XWayland.
-    if (window < firstToplevelId && d->xwayland)
-        return d->xwayland->icon(window);
-    return {};
+    // Our own windows have theirs on XWayland; the toplevel list carries none, so the others' come
+    // from their application's desktop entry.
+    if (window < firstToplevelId)
+        return d->xwayland ? d->xwayland->icon(window) : QImage();
+    const QString appId = d->run([this, window] {
+        const Impl::Toplevel *t = d->find(window);
+        return t ? t->appId : QString();
+    });
+    return ApplicationIcon::forApplication(appId);
 }
 
 bool WaylandBackend::modifiersHeld() {
