@@ -92,7 +92,7 @@ int AdminCommands::demo(Storage &storage) {
         const auto now = std::chrono::duration_cast<std::chrono::seconds>(
                              std::chrono::system_clock::now().time_since_epoch())
                              .count();
-        storage.storePicture(pictureName, bytes, now);
+        storage.storePicture(pictureName, bytes, now, user->id);
 
         const auto first = storage.classes(user->id).front().sign;
         const auto after = Secrets::randomHex128();

@@ -7,21 +7,19 @@
 #include "loginguard.h"
 #include "passwordhash.h"
 #include "picturename.h"
+#include "proxyaddress.h"
 #include "rc4cipher.h"
-#include "requestlog.h"
 #include "secrets.h"
 #include "storage.h"
 #include "webpages.h"
 
-#include <httplib.h>
+#include <malloc.h>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-
+#include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <cstdio>
 #include <iostream>
+#include <thread>
 
 namespace {
 
@@ -31,6 +29,10 @@ constexpr std::int64_t sessionIdle = 30LL * 24 * 3600;
 constexpr std::size_t labelMax = 200;
 constexpr std::size_t jsonValueMax = 1024 * 1024;
 constexpr std::size_t formBodyMax = 4 * 1024 * 1024;
+// Room for the multipart framing and the small fields around an upload.
+constexpr std::size_t uploadOverhead = 256 * 1024;
+const std::string picturePrefix = "/api/resource/word/getImage64/";
+const std::string uploadPath = "/api/word/image/uploadImage";
 
 namespace msg {
 const char *const badParameter = "参数错误";
@@ -45,12 +47,16 @@ const char *const labelTooLong = "名称不能超过200个字";
 const char *const badContent = "话术内容格式错误";
 const char *const contentTooLarge = "话术内容过长（最多1MB）";
 const char *const badPictureName = "图片名称不合法";
+const char *const pictureFormat = "图片格式不支持，请使用 PNG/JPG/GIF/BMP";
 const char *const pictureMismatch = "图片内容与名称不符";
 const char *const pictureEmpty = "图片内容为空";
 const char *const pictureTaken = "同名图片已存在";
 const char *const noPicture = "图片不存在";
 const char *const bodyTooLarge = "请求内容过大";
+const char *const headerTooLarge = "请求头过大";
 const char *const noEndpoint = "接口不存在";
+const char *const busy = "服务器繁忙，请稍后再试";
+const char *const tooManyLogins = "登录尝试过于频繁，请稍后再试";
 const char *const internal = "服务器内部错误，请稍后再试";
 } // namespace msg
 
@@ -58,6 +64,10 @@ std::int64_t nowSeconds() {
     return std::chrono::duration_cast<std::chrono::seconds>(
                std::chrono::system_clock::now().time_since_epoch())
         .count();
+}
+
+double steadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 Json ok() {
@@ -68,30 +78,28 @@ Json refused(const std::string &text, int state = 0) {
     return Json{{"state", state}, {"msg", text}};
 }
 
-void send(httplib::Response &res, const std::string &body) {
-    res.status = 200;
-    res.set_content(body, "application/json; charset=utf-8");
+HttpServer::Response jsonResponse(const Json &reply, int status = 200) {
+    HttpServer::Response res;
+    res.status = status;
+    res.setBody(reply.dump());
+    return res;
 }
 
 // Libraries run to hundreds of kilobytes: the cached text is written out without a copy, and
 // compressed once when the caller takes gzip (the desktop client's HTTP stack does).
-void sendShared(const httplib::Request &req, httplib::Response &res,
-                std::shared_ptr<const LibraryCache::Reply> reply) {
-    res.status = 200;
-    const bool gzip =
-        !reply->gzip.empty() && req.get_header_value("Accept-Encoding").find("gzip") != std::string::npos;
-    const std::string &body = gzip ? reply->gzip : reply->plain;
+HttpServer::Response sharedResponse(const HttpServer::Request &req,
+                                    std::shared_ptr<const LibraryCache::Reply> reply) {
+    HttpServer::Response res;
+    const bool gzip = !reply->gzip.empty() && req.header("Accept-Encoding").find("gzip") != std::string::npos;
+    res.body = gzip ? reply->gzip : reply->plain;
     if (gzip)
-        res.set_header("Content-Encoding", "gzip");
-    res.set_header("Vary", "Accept-Encoding");
-    res.set_content_provider(body.size(), "application/json; charset=utf-8",
-                             [reply = std::move(reply), data = body.data()](
-                                 std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-                                 return sink.write(data + offset, length);
-                             });
+        res.headers.emplace_back("Content-Encoding", "gzip");
+    res.headers.emplace_back("Vary", "Accept-Encoding");
+    res.owner = std::move(reply);
+    return res;
 }
 
-std::optional<std::string> param(const httplib::Params &form, const char *name) {
+std::optional<std::string> param(const FormData::Fields &form, const char *name) {
     const auto it = form.find(name);
     if (it == form.end())
         return std::nullopt;
@@ -124,7 +132,7 @@ std::vector<std::string> signList(const std::string &text) {
 
 // Empty when the label is acceptable.
 std::string labelProblem(const std::optional<std::string> &label) {
-    if (!label)
+    if (!label || label->find('\0') != std::string::npos)
         return msg::badParameter;
     const auto length = ContentRules::utf8Length(*label);
     if (!length)
@@ -142,6 +150,11 @@ std::string contentProblem(const std::optional<std::string> &jsonValue, ContentR
     auto rules = ContentRules::validate(*jsonValue);
     if (!rules)
         return msg::badContent;
+    // Pictures named like uploads are accepted, or the library would point at pictures that can
+    // never be stored.
+    for (const auto &name : rules->pictures)
+        if (!PictureName::isAccepted(name))
+            return msg::pictureFormat;
     derived = std::move(*rules);
     return {};
 }
@@ -174,174 +187,194 @@ Json statusReply(StoreStatus status, const char *notFound) {
     }
 }
 
-std::string lockMessage(std::int64_t seconds) {
+std::string waitMessage(std::int64_t seconds) {
     return "登录失败次数过多，请" + std::to_string((seconds + 59) / 60) + "分钟后再试";
 }
 
-// The HTTP library listens with a backlog of 5, fixed when it was built; a burst of clients connecting
-// at once would then wait for SYN retries. Find our listening socket and listen again with a real
-// backlog (Linux updates the backlog of a socket that already listens).
-void widenBacklog(int port) {
-    for (int fd = 0; fd < 1024; ++fd) {
-        int listening = 0;
-        socklen_t len = sizeof listening;
-        if (getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listening, &len) != 0 || !listening)
-            continue;
-        sockaddr_storage addr{};
-        socklen_t addrLen = sizeof addr;
-        if (getsockname(fd, reinterpret_cast<sockaddr *>(&addr), &addrLen) != 0)
-            continue;
-        int boundPort = -1;
-        if (addr.ss_family == AF_INET)
-            boundPort = ntohs(reinterpret_cast<sockaddr_in *>(&addr)->sin_port);
-        else if (addr.ss_family == AF_INET6)
-            boundPort = ntohs(reinterpret_cast<sockaddr_in6 *>(&addr)->sin6_port);
-        if (boundPort == port)
-            ::listen(fd, SOMAXCONN);
+std::string refusalText(int status) {
+    switch (status) {
+    case 404:
+        return msg::noEndpoint;
+    case 413:
+        return msg::bodyTooLarge;
+    case 429:
+        return msg::tooManyLogins;
+    case 431:
+        return msg::headerTooLarge;
+    case 503:
+        return msg::busy;
+    default:
+        return msg::badParameter;
     }
 }
 
 } // namespace
 
 ApiServer::ApiServer(ServerConfig config, Storage &storage) : config_(std::move(config)), storage_(storage) {
-    if (config_.tls())
-        server_ = std::make_unique<httplib::SSLServer>(config_.tlsCert.c_str(), config_.tlsKey.c_str());
-    else
-        server_ = std::make_unique<httplib::Server>();
-    const std::size_t threads = config_.threads;
-    server_->new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
-    server_->set_tcp_nodelay(true);
-    server_->set_keep_alive_max_count(100000);
-    // Every open connection holds a request thread; idle ones give it back soon.
-    server_->set_keep_alive_timeout(5);
-    server_->set_read_timeout(30);
-    server_->set_write_timeout(30);
-    server_->set_payload_max_length(std::max(formBodyMax, config_.maxPictureBytes + 64 * 1024));
+    workers_ = std::make_unique<WorkerPool>(config_.threads, 4096);
+    hashers_ =
+        std::make_unique<WorkerPool>(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64);
+    HttpServer::Limits limits;
+    limits.connections = config_.maxConnections;
+    limits.connectionsPerAddress = config_.maxConnectionsPerAddress;
+    limits.headerDeadline = limits.handshakeDeadline = std::chrono::seconds(config_.headerTimeout);
+    limits.ioThreads = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4);
+    const std::size_t pictureMax = config_.maxPictureBytes;
+    http_ = std::make_unique<HttpServer>(
+        limits,
+        [this](Request request, HttpServer::Completion done) {
+            dispatch(std::move(request), std::move(done));
+        },
+        [pictureMax](std::string_view path) {
+            return path == uploadPath ? pictureMax + uploadOverhead : formBodyMax;
+        },
+        [](int status) { return refused(refusalText(status)).dump(); });
     routes();
 }
 
-ApiServer::~ApiServer() = default;
+ApiServer::~ApiServer() {
+    stop();
+    // Workers finish what they hold; their replies go nowhere once the server has stopped.
+    hashers_->stop();
+    workers_->stop();
+}
 
 std::string ApiServer::baseUrl() const {
     const bool v6 = config_.listen.find(':') != std::string::npos;
     const std::string host = v6 ? "[" + config_.listen + "]" : config_.listen;
-    return std::string(config_.tls() ? "https" : "http") + "://" + host + ":" + std::to_string(boundPort_);
+    return std::string(config_.tls() ? "https" : "http") + "://" + host + ":" + std::to_string(http_->port());
 }
 
 int ApiServer::run() {
-    if (!server_->is_valid()) {
-        std::cerr << "quillora-cloud: cannot use the TLS certificate or key" << std::endl;
+    if (config_.tls()) {
+        if (const auto error = http_->useTls(config_.tlsCert, config_.tlsKey)) {
+            std::cerr << "quillora-cloud: " << *error << std::endl;
+            return 1;
+        }
+    }
+    if (const auto error = http_->listen(config_.listen, config_.port)) {
+        std::cerr << "quillora-cloud: cannot listen on " << config_.listen << ":" << config_.port << ": "
+                  << *error << std::endl;
         return 1;
     }
-    boundPort_ = config_.port == 0
-                     ? server_->bind_to_any_port(config_.listen)
-                     : (server_->bind_to_port(config_.listen, config_.port) ? config_.port : -1);
-    if (boundPort_ <= 0) {
-        std::cerr << "quillora-cloud: cannot listen on " << config_.listen << ":" << config_.port
-                  << std::endl;
-        return 1;
-    }
-    widenBacklog(boundPort_);
+    http_->every(std::chrono::seconds(60), [this] { workers_->submit([this] { maintain(); }); });
+    // Large request bodies come and go; hand freed memory back to the system soon after.
+    http_->every(std::chrono::seconds(5), [this] { workers_->submit([] { malloc_trim(0); }); });
     std::cout << "quillora-cloud listening on " << baseUrl() << std::endl;
-    return server_->listen_after_bind() ? 0 : 1;
+    http_->run();
+    return 0;
 }
 
 void ApiServer::stop() {
-    server_->stop();
+    http_->stop();
 }
 
-void ApiServer::post(const std::string &path, Handler handler) {
-    // The body is read here rather than by the library, whose own form parsing stops at 8 KiB.
-    server_->Post(path, [handler = std::move(handler)](const httplib::Request &req, httplib::Response &res,
-                                                       const httplib::ContentReader &reader) {
-        Json reply;
+void ApiServer::maintain() {
+    try {
+        const auto now = nowSeconds();
+        storage_.purgeExpired(now - sessionIdle, now - LoginGuard::window - LoginGuard::maxDelay);
+        throttle_.purge(steadySeconds());
+    } catch (const std::exception &e) {
+        std::cout << "quillora-cloud: purge failed: " << e.what() << std::endl;
+    }
+}
+
+void ApiServer::dispatch(Request request, HttpServer::Completion done) {
+    request.peer =
+        ProxyAddress::client(request.peer, request.headerValues("X-Forwarded-For"), config_.trustedProxies);
+    const auto route = request.method == "POST" ? posts_.find(request.path) : posts_.end();
+    const bool hashes = route != posts_.end() && route->second.hashesPasswords;
+    // Checked before queueing, so a flood is answered at once and never reaches the hashing.
+    const auto address = HttpServer::addressKey(request.peer);
+    if (hashes && !throttle_.take(address, steadySeconds()))
+        return done(jsonResponse(refused(msg::tooManyLogins), 429));
+    // Addresses without recent failures go before the queue a flood's burst may have left.
+    const bool urgent = hashes && !throttle_.failedRecently(address, steadySeconds());
+    auto task = [this, request = std::move(request), done]() mutable {
+        Response response;
         try {
-            std::string body;
-            bool tooLarge = false;
-            // Past the cap the rest is read and dropped (the payload limit bounds it), so the caller
-            // can finish sending and hear the refusal.
-            const bool complete = reader([&](const char *data, std::size_t n) {
-                tooLarge = tooLarge || body.size() + n > formBodyMax;
-                if (!tooLarge)
-                    body.append(data, n);
-                return true;
-            });
-            // A read cut short is the payload limit at work (or a peer gone, who hears nothing).
-            if (tooLarge || !complete) {
-                reply = refused(msg::bodyTooLarge);
-                res.status = 413;
-                res.set_content(reply.dump(), "application/json; charset=utf-8");
-                return;
-            }
-            httplib::Params form;
-            httplib::detail::parse_query_text(body, form);
-            reply = handler(req, form, res);
+            response = handle(request);
         } catch (const std::exception &e) {
-            std::fprintf(stderr, "quillora-cloud: %s failed: %s\n", req.path.c_str(), e.what());
-            reply = refused(msg::internal);
+            std::cout << "quillora-cloud: " << request.path << " failed: " << e.what() << std::endl;
+            response = jsonResponse(refused(msg::internal));
         }
-        if (!reply.is_null())
-            send(res, reply.dump());
-    });
+        done(std::move(response));
+    };
+    // A full queue is a refusal now rather than a long wait later.
+    if (!(hashes ? hashers_ : workers_)->submit(std::move(task), urgent))
+        done(jsonResponse(refused(msg::busy), 503));
 }
 
-std::optional<UserRecord> ApiServer::sessionUser(const httplib::Request &req) {
-    std::vector<std::string> headers;
-    for (std::size_t i = 0, n = req.get_header_value_count("Cookie"); i < n; ++i)
-        headers.push_back(req.get_header_value("Cookie", i));
+ApiServer::Response ApiServer::handle(const Request &request) {
+    if (request.method == "POST") {
+        if (const auto route = posts_.find(request.path); route != posts_.end()) {
+            const bool multipart = request.path == uploadPath;
+            return route->second.handler(request,
+                                         multipart ? Form() : FormData::parseUrlEncoded(request.body));
+        }
+    } else if (request.method == "GET") {
+        if (request.path == "/") {
+            Response res;
+            res.contentType = "text/html; charset=utf-8";
+            res.setBody(WebPages::index());
+            return res;
+        }
+        if (request.path.rfind(picturePrefix, 0) == 0)
+            return jsonResponse(picture(request.path.substr(picturePrefix.size())));
+    }
+    return jsonResponse(refused(msg::noEndpoint), 404);
+}
+
+void ApiServer::post(const std::string &path, std::function<Json(const Request &, const Form &)> handler) {
+    posts_[path].handler = [handler = std::move(handler)](const Request &req, const Form &form) {
+        return jsonResponse(handler(req, form));
+    };
+}
+
+std::optional<UserRecord> ApiServer::sessionUser(const Request &req) {
     const auto now = nowSeconds();
-    for (const auto &token : CookieReader::sessionTokens(headers))
+    for (const auto &token : CookieReader::sessionTokens(req.headerValues("Cookie")))
         if (auto user = storage_.sessionUser(Secrets::digestHex(token), now, sessionIdle))
             return user;
     return std::nullopt;
 }
 
+std::string ApiServer::quotaProblem(const UserRecord &user, std::int64_t adding) {
+    if (storage_.storageUsed(user.id) + adding <= config_.quotaBytes)
+        return {};
+    return "云端存储空间已满（每个账号最多" + std::to_string(config_.quotaBytes / (1024 * 1024)) +
+           "MB），请删除部分话术或图片后再试";
+}
+
 void ApiServer::postLibrary(const std::string &path, UserHandler handler) {
-    post(path,
-         [this, handler = std::move(handler)](const httplib::Request &req, const Form &form,
-                                              httplib::Response &) -> Json {
-             const auto user = sessionUser(req);
-             if (!user)
-                 return refused(msg::deadSession);
-             const auto dbname = param(form, "dbname");
-             if (!dbname)
-                 return refused(msg::badParameter);
-             if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
-                 return refused(msg::forbidden);
-             return handler(form, *user);
-         });
+    post(path, [this, handler = std::move(handler)](const Request &req, const Form &form) -> Json {
+        const auto user = sessionUser(req);
+        if (!user)
+            return refused(msg::deadSession);
+        const auto dbname = param(form, "dbname");
+        if (!dbname)
+            return refused(msg::badParameter);
+        if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
+            return refused(msg::forbidden);
+        return handler(form, *user);
+    });
 }
 
 void ApiServer::routes() {
-    server_->set_pre_routing_handler([](const httplib::Request &, httplib::Response &) {
-        RequestLog::markStart();
-        return httplib::Server::HandlerResponse::Unhandled;
-    });
-    server_->set_logger([](const httplib::Request &req, const httplib::Response &res) {
-        RequestLog::write(req.method, req.path, res.status);
-    });
-    server_->set_error_handler([](const httplib::Request &, httplib::Response &res) {
-        const char *text = res.status == 413   ? msg::bodyTooLarge
-                           : res.status == 404 ? msg::noEndpoint
-                                               : msg::badParameter;
-        res.set_content(refused(text).dump(), "application/json; charset=utf-8");
-    });
-
-    post("/api/util/osx/getVersionForm", [this](const httplib::Request &, const Form &, httplib::Response &) {
+    post("/api/util/osx/getVersionForm", [this](const Request &, const Form &) {
         auto reply = ok();
         reply["version"] = config_.minVersion;
         reply["url"] = config_.downloadUrl.empty() ? baseUrl() + "/" : config_.downloadUrl;
         return reply;
     });
-    post("/api/ios/getIsTourist", [this](const httplib::Request &req, const Form &, httplib::Response &) {
+    post("/api/ios/getIsTourist", [this](const Request &req, const Form &) {
         auto reply = ok();
         reply["re"] = sessionUser(req) ? 0 : 1;
         return reply;
     });
-    post("/api/osx/login", [this](const httplib::Request &, const Form &form, httplib::Response &res) {
-        return login(form, res);
-    });
-    post("/api/user/getUserInfo", [this](const httplib::Request &req, const Form &, httplib::Response &) {
+    posts_["/api/osx/login"] = {[this](const Request &req, const Form &form) { return login(req, form); },
+                                true};
+    post("/api/user/getUserInfo", [this](const Request &req, const Form &) {
         const auto user = sessionUser(req);
         if (!user)
             return refused(msg::deadSession);
@@ -349,7 +382,7 @@ void ApiServer::routes() {
         reply["username"] = user->name;
         return reply;
     });
-    post("/api/user/SyncCheckOSX", [this](const httplib::Request &req, const Form &, httplib::Response &) {
+    post("/api/user/SyncCheckOSX", [this](const Request &req, const Form &) {
         return sessionUser(req) ? ok() : refused(msg::deadSession, -1);
     });
 
@@ -388,10 +421,9 @@ void ApiServer::routes() {
             return refused(msg::badParameter);
         return statusReply(storage_.swapClasses(user.id, *a, *b), msg::noClass);
     });
-    post("/api/word/class/getAll",
-         [this](const httplib::Request &req, const Form &form, httplib::Response &res) {
-             return libraryRead(req, form, res, LibraryCache::Kind::Classes);
-         });
+    posts_["/api/word/class/getAll"].handler = [this](const Request &req, const Form &form) {
+        return libraryRead(req, form, LibraryCache::Kind::Classes);
+    };
 
     // Phrases ("swapPostion" is the path the client uses).
     postLibrary("/api/word/list/create",
@@ -410,133 +442,132 @@ void ApiServer::routes() {
             return refused(msg::badParameter);
         return statusReply(storage_.swapPhrases(user.id, *a, *b), msg::noPhrase);
     });
-    post("/api/word/list/getAll",
-         [this](const httplib::Request &req, const Form &form, httplib::Response &res) {
-             return libraryRead(req, form, res, LibraryCache::Kind::Phrases);
-         });
+    posts_["/api/word/list/getAll"].handler = [this](const Request &req, const Form &form) {
+        return libraryRead(req, form, LibraryCache::Kind::Phrases);
+    };
 
-    // Pictures.
-    server_->Get(R"(/api/resource/word/getImage64/(.*))",
-                 [this](const httplib::Request &req, httplib::Response &res) {
-                     Json reply;
-                     try {
-                         reply = picture(req.matches[1].str());
-                     } catch (const std::exception &e) {
-                         std::fprintf(stderr, "quillora-cloud: picture failed: %s\n", e.what());
-                         reply = refused(msg::internal);
-                     }
-                     send(res, reply.dump());
-                 });
-    post("/api/word/image/imageNameExist",
-         [this](const httplib::Request &, const Form &form, httplib::Response &) {
-             const auto name = param(form, "fileName");
-             if (!name || !PictureName::isPlain(*name))
-                 return refused(msg::badPictureName);
-             return storage_.pictureExists(*name) ? ok() : refused(msg::noPicture);
-         });
-    server_->Post("/api/word/image/uploadImage", [this](const httplib::Request &req, httplib::Response &res) {
-        Json reply;
-        try {
-            reply = uploadPicture(req);
-        } catch (const std::exception &e) {
-            std::fprintf(stderr, "quillora-cloud: upload failed: %s\n", e.what());
-            reply = refused(msg::internal);
-        }
-        send(res, reply.dump());
+    // Pictures (the download is a GET, see handle()).
+    post("/api/word/image/imageNameExist", [this](const Request &, const Form &form) {
+        const auto name = param(form, "fileName");
+        if (!name || !PictureName::isPlain(*name))
+            return refused(msg::badPictureName);
+        // A name that is not a content digest is never stored, so the client uploads it and hears why.
+        if (!PictureName::isAccepted(*name))
+            return refused(msg::pictureFormat);
+        return storage_.pictureExists(*name) ? ok() : refused(msg::noPicture);
     });
+    post(uploadPath, [this](const Request &req, const Form &) { return uploadPicture(req); });
 
     // Web pages for registration and password change.
-    server_->Get("/", [](const httplib::Request &, httplib::Response &res) {
-        res.set_content(WebPages::index(), "text/html; charset=utf-8");
-    });
-    post("/api/web/register", [this](const httplib::Request &, const Form &form, httplib::Response &) {
-        return webRegister(form);
-    });
-    post("/api/web/reset",
-         [this](const httplib::Request &, const Form &form, httplib::Response &) { return webReset(form); });
+    posts_["/api/web/register"] = {[this](const Request &req, const Form &form) {
+                                       auto reply = webRegister(form);
+                                       if (reply.value("state", 0) == 1)
+                                           throttle_.giveBack(HttpServer::addressKey(req.peer));
+                                       return jsonResponse(reply);
+                                   },
+                                   true};
+    posts_["/api/web/reset"] = {
+        [this](const Request &req, const Form &form) { return jsonResponse(webReset(req, form)); }, true};
 }
 
-Json ApiServer::libraryRead(const httplib::Request &req, const Form &form, httplib::Response &res,
-                            LibraryCache::Kind kind) {
+ApiServer::Response ApiServer::libraryRead(const Request &req, const Form &form, LibraryCache::Kind kind) {
     const auto user = sessionUser(req);
     const auto dbname = param(form, "dbname");
     if (!user)
-        return refused(msg::deadSession);
+        return jsonResponse(refused(msg::deadSession));
     if (!dbname)
-        return refused(msg::badParameter);
+        return jsonResponse(refused(msg::badParameter));
     if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
-        return refused(msg::forbidden);
+        return jsonResponse(refused(msg::forbidden));
     const auto version = storage_.libraryVersion(user->id);
-    if (auto cached = cache_.find(user->id, kind, version)) {
-        sendShared(req, res, std::move(cached));
-        return Json();
-    }
-    auto reply = ok();
-    auto &data = reply["data"] = Json::array();
-    if (kind == LibraryCache::Kind::Classes) {
-        for (const auto &c : storage_.classes(user->id))
-            data.push_back(Json{{"id", c.id},
-                                {"sign", c.sign},
-                                {"label", c.label},
-                                {"position", c.position},
-                                {"username", user->name}});
-    } else {
-        for (const auto &p : storage_.phrases(user->id))
-            data.push_back(Json{{"id", p.id},
-                                {"parentSign", p.parentSign},
-                                {"sign", p.sign},
-                                {"label", p.label},
-                                {"jsonValue", p.jsonValue},
-                                {"texts", p.texts},
-                                {"images", p.images},
-                                {"position", p.position},
-                                {"username", user->name},
-                                {"keycode", ""},
-                                {"bgColor", ""}});
-    }
-    auto built = std::make_shared<LibraryCache::Reply>();
-    built->plain = reply.dump(-1, ' ', false, Json::error_handler_t::replace);
-    built->gzip = Gzip::compress(built->plain).value_or(std::string());
-    std::shared_ptr<const LibraryCache::Reply> shared = std::move(built);
-    cache_.store(user->id, kind, version, shared);
-    sendShared(req, res, std::move(shared));
-    return Json();
+    auto reply = cache_.get(user->id, kind, version, [&] {
+        auto reply = ok();
+        auto &data = reply["data"] = Json::array();
+        if (kind == LibraryCache::Kind::Classes) {
+            for (const auto &c : storage_.classes(user->id))
+                data.push_back(Json{{"id", c.id},
+                                    {"sign", c.sign},
+                                    {"label", c.label},
+                                    {"position", c.position},
+                                    {"username", user->name}});
+        } else {
+            for (const auto &p : storage_.phrases(user->id))
+                data.push_back(Json{{"id", p.id},
+                                    {"parentSign", p.parentSign},
+                                    {"sign", p.sign},
+                                    {"label", p.label},
+                                    {"jsonValue", p.jsonValue},
+                                    {"texts", p.texts},
+                                    {"images", p.images},
+                                    {"position", p.position},
+                                    {"username", user->name},
+                                    {"keycode", ""},
+                                    {"bgColor", ""}});
+        }
+        auto built = std::make_shared<LibraryCache::Reply>();
+        built->plain = reply.dump(-1, ' ', false, Json::error_handler_t::replace);
+        built->gzip = Gzip::compress(built->plain).value_or(std::string());
+        return std::shared_ptr<const LibraryCache::Reply>(std::move(built));
+    });
+    return sharedResponse(req, std::move(reply));
 }
 
-Json ApiServer::login(const Form &form, httplib::Response &res) {
+std::optional<std::string> ApiServer::guardedCheck(const Request &req, const std::string &nameKey,
+                                                   const std::function<bool()> &verify, const char *badText) {
+    const auto address = HttpServer::addressKey(req.peer);
+    const auto now = nowSeconds();
+    // The account's waiting time binds only addresses that failed recently: its owner, trying
+    // from a clean address with the right password, still gets in.
+    if (const auto wait = LoginGuard::waitFor(storage_, nameKey, now);
+        wait > 0 && throttle_.failedRecently(address, steadySeconds()))
+        return waitMessage(wait);
+    if (!verify()) {
+        throttle_.failed(address, steadySeconds());
+        if (const auto delay = LoginGuard::failed(storage_, nameKey, now))
+            return waitMessage(delay);
+        return std::string(badText);
+    }
+    throttle_.giveBack(address);
+    LoginGuard::succeeded(storage_, nameKey);
+    return std::nullopt;
+}
+
+ApiServer::Response ApiServer::login(const Request &req, const Form &form) {
     const auto name = param(form, "usernames");
     auto cipher = param(form, "password");
-    if (!name || !cipher)
-        return refused(msg::badParameter);
-    // A client that leaves "+" unescaped in the form has it decoded as a blank.
-    std::replace(cipher->begin(), cipher->end(), ' ', '+');
-    const auto key = Accounts::nameKey(*name);
-    const auto now = nowSeconds();
-    if (const auto locked = LoginGuard::lockedFor(storage_, key, now))
-        return refused(lockMessage(locked));
-    const auto raw = Secrets::fromBase64(*cipher);
-    if (!raw)
-        return refused(msg::badParameter);
-    const auto password = Rc4Cipher::apply(*raw, Rc4Cipher::passwordKey());
-    const auto user = storage_.findUser(key);
-    bool good = false;
-    if (user)
-        good = PasswordHash::verify(user->passwordHash, password);
-    else
-        PasswordHash::verifyDummy(password);
-    if (!good) {
-        if (const auto locked = LoginGuard::failed(storage_, key, now))
-            return refused(lockMessage(locked));
-        return refused(msg::badLogin);
+    const auto raw = cipher ? Secrets::fromBase64([&] {
+        // A client that leaves "+" unescaped in the form has it decoded as a blank.
+        std::replace(cipher->begin(), cipher->end(), ' ', '+');
+        return *cipher;
+    }())
+                            : std::nullopt;
+    if (!name || !raw) {
+        throttle_.giveBack(HttpServer::addressKey(req.peer));
+        return jsonResponse(refused(msg::badParameter));
     }
-    LoginGuard::succeeded(storage_, key);
+    const auto password = Rc4Cipher::apply(*raw, Rc4Cipher::passwordKey());
+    const auto key = Accounts::nameKey(*name);
+    const auto user = storage_.findUser(key);
+    const auto problem = guardedCheck(
+        req, key,
+        [&] {
+            if (user)
+                return PasswordHash::verify(user->passwordHash, password);
+            PasswordHash::verifyDummy(password);
+            return false;
+        },
+        msg::badLogin);
+    if (problem)
+        return jsonResponse(refused(*problem));
     const auto token = Secrets::randomHex128();
-    storage_.createSession(Secrets::digestHex(token), user->id, now, config_.singleSession);
-    res.set_header("Set-Cookie", CookieReader::sessionCookieName() + "=" + token + "; Path=/; HttpOnly" +
-                                     (config_.tls() ? "; Secure" : ""));
+    storage_.createSession(Secrets::digestHex(token), user->id, nowSeconds(), config_.singleSession);
     auto reply = ok();
     reply["username"] = user->name;
-    return reply;
+    auto res = jsonResponse(reply);
+    res.headers.emplace_back("Set-Cookie", CookieReader::sessionCookieName() + "=" + token +
+                                               "; Path=/; HttpOnly; SameSite=Lax" +
+                                               (config_.tls() ? "; Secure" : ""));
+    return res;
 }
 
 Json ApiServer::createPhrase(const Form &form, const UserRecord &user) {
@@ -547,6 +578,9 @@ Json ApiServer::createPhrase(const Form &form, const UserRecord &user) {
         return refused(msg::badParameter);
     PhraseRecord record;
     if (auto problem = phraseProblem(label, param(form, "jsonValue"), record); !problem.empty())
+        return refused(problem);
+    if (auto problem = quotaProblem(user, std::int64_t(record.label.size() + record.jsonValue.size()));
+        !problem.empty())
         return refused(problem);
     record.parentSign = *parent;
     record.sign = Secrets::randomHex128();
@@ -568,6 +602,10 @@ Json ApiServer::updatePhrase(const Form &form, const UserRecord &user) {
     PhraseRecord record;
     if (auto problem = phraseProblem(label, param(form, "newJsonValue"), record); !problem.empty())
         return refused(problem);
+    // Counted as if added: an edit that shrinks a phrase is refused only when the account is full.
+    if (auto problem = quotaProblem(user, std::int64_t(record.label.size() + record.jsonValue.size()));
+        !problem.empty())
+        return refused(problem);
     record.parentSign = *parent;
     record.sign = *sign;
     // Not found means either the phrase or its new class; say which.
@@ -581,28 +619,33 @@ Json ApiServer::updatePhrase(const Form &form, const UserRecord &user) {
     return statusReply(status, msg::noPhrase);
 }
 
-Json ApiServer::uploadPicture(const httplib::Request &req) {
-    if (!req.is_multipart_form_data())
+Json ApiServer::uploadPicture(const Request &req) {
+    const auto form = FormData::parseMultipart(req.header("Content-Type"), req.body);
+    if (!form)
         return refused(msg::badParameter);
     const auto user = sessionUser(req);
     if (!user)
         return refused(msg::deadSession);
-    if (!req.has_file("dbname") || !req.has_file("filename") || !req.has_file("file"))
+    const auto dbname = param(*form, "dbname");
+    const auto name = param(*form, "filename");
+    const auto file = param(*form, "file");
+    if (!dbname || !name || !file)
         return refused(msg::badParameter);
-    if (Accounts::nameKey(req.get_file_value("dbname").content) != Accounts::nameKey(user->name))
+    if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
         return refused(msg::forbidden);
-    const auto name = req.get_file_value("filename").content;
-    if (!PictureName::isPlain(name))
+    if (!PictureName::isPlain(*name))
         return refused(msg::badPictureName);
-    const auto file = req.get_file_value("file");
-    if (file.content.empty())
+    if (!PictureName::isAccepted(*name))
+        return refused(msg::pictureFormat);
+    if (file->empty())
         return refused(msg::pictureEmpty);
-    if (file.content.size() > config_.maxPictureBytes)
+    if (file->size() > config_.maxPictureBytes)
         return refused("图片过大（最多" + std::to_string(config_.maxPictureBytes / (1024 * 1024)) + "MB）");
-    if (!PictureName::matchesContent(name, file.content))
+    if (!PictureName::matchesContent(*name, *file))
         return refused(msg::pictureMismatch);
-    const auto status = storage_.storePicture(name, file.content, nowSeconds());
-    if (status == StoreStatus::DifferentBytes)
+    if (auto problem = quotaProblem(*user, std::int64_t(file->size())); !problem.empty())
+        return refused(problem);
+    if (storage_.storePicture(*name, *file, nowSeconds(), user->id) == StoreStatus::DifferentBytes)
         return refused(msg::pictureTaken);
     return ok();
 }
@@ -629,31 +672,30 @@ Json ApiServer::webRegister(const Form &form) {
     return ok();
 }
 
-Json ApiServer::webReset(const Form &form) {
+Json ApiServer::webReset(const Request &req, const Form &form) {
     const auto name = param(form, "username");
     const auto oldPassword = param(form, "oldPassword");
     const auto newPassword = param(form, "newPassword");
-    if (!name || !oldPassword || !newPassword)
-        return refused(msg::badParameter);
-    if (const auto problem = Accounts::checkPassword(*newPassword, 6))
+    auto problem = !name || !oldPassword || !newPassword ? std::optional<std::string>(msg::badParameter)
+                                                         : Accounts::checkPassword(*newPassword, 6);
+    if (problem) {
+        throttle_.giveBack(HttpServer::addressKey(req.peer));
         return refused(*problem);
-    const auto key = Accounts::nameKey(*name);
-    const auto now = nowSeconds();
-    if (const auto locked = LoginGuard::lockedFor(storage_, key, now))
-        return refused(lockMessage(locked));
-    const auto user = storage_.findUser(key);
-    bool good = false;
-    if (user)
-        good = PasswordHash::verify(user->passwordHash, *oldPassword);
-    else
-        PasswordHash::verifyDummy(*oldPassword);
-    if (!good) {
-        if (const auto locked = LoginGuard::failed(storage_, key, now))
-            return refused(lockMessage(locked));
-        return refused("用户名或原密码错误");
     }
-    LoginGuard::succeeded(storage_, key);
-    if (const auto problem = Accounts::setPassword(storage_, user->name, *newPassword, 6))
+    const auto key = Accounts::nameKey(*name);
+    const auto user = storage_.findUser(key);
+    problem = guardedCheck(
+        req, key,
+        [&] {
+            if (user)
+                return PasswordHash::verify(user->passwordHash, *oldPassword);
+            PasswordHash::verifyDummy(*oldPassword);
+            return false;
+        },
+        "用户名或原密码错误");
+    if (problem)
         return refused(*problem);
+    if (const auto failed = Accounts::setPassword(storage_, user->name, *newPassword, 6))
+        return refused(*failed);
     return ok();
 }

@@ -1,26 +1,25 @@
 #pragma once
 
+#include "formdata.h"
+#include "httpserver.h"
 #include "librarycache.h"
+#include "loginthrottle.h"
 #include "serverconfig.h"
 #include "storagerecords.h"
+#include "workerpool.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
-#include <map>
-
-namespace httplib {
-class Server;
-struct Request;
-struct Response;
-} // namespace httplib
-
 class Storage;
 
 // The HTTP face of the service: every endpoint the desktop client calls, plus the web pages.
+// Requests are routed on the I/O threads and run on worker pools: one for the database, a small
+// one for password hashing, so a sign-in flood never holds up library calls.
 class ApiServer {
 public:
     ApiServer(ServerConfig config, Storage &storage);
@@ -32,32 +31,50 @@ public:
 
 private:
     using Json = nlohmann::json;
-    using Form = std::multimap<std::string, std::string>;
-    // A handler returns the reply, or null when it has written the response itself.
-    using Handler = std::function<Json(const httplib::Request &, const Form &, httplib::Response &)>;
+    using Form = FormData::Fields;
+    using Request = HttpServer::Request;
+    using Response = HttpServer::Response;
+    using Handler = std::function<Response(const Request &, const Form &)>;
     using UserHandler = std::function<Json(const Form &, const UserRecord &)>;
 
+    struct Route {
+        Handler handler;
+        bool hashesPasswords = false;
+    };
+
     void routes();
-    void post(const std::string &path, Handler handler);
+    void post(const std::string &path, std::function<Json(const Request &, const Form &)> handler);
     // The session must be valid and "dbname" must name its user.
     void postLibrary(const std::string &path, UserHandler handler);
+    void dispatch(Request request, HttpServer::Completion done);
+    Response handle(const Request &request);
+    void maintain();
 
-    std::optional<UserRecord> sessionUser(const httplib::Request &req);
+    std::optional<UserRecord> sessionUser(const Request &req);
     std::string baseUrl() const;
+    // Empty when the account may store `adding` more bytes.
+    std::string quotaProblem(const UserRecord &user, std::int64_t adding);
 
-    Json login(const Form &form, httplib::Response &res);
-    Json libraryRead(const httplib::Request &req, const Form &form, httplib::Response &res,
-                     LibraryCache::Kind kind);
+    Response login(const Request &req, const Form &form);
+    Response libraryRead(const Request &req, const Form &form, LibraryCache::Kind kind);
     Json createPhrase(const Form &form, const UserRecord &user);
     Json updatePhrase(const Form &form, const UserRecord &user);
-    Json uploadPicture(const httplib::Request &req);
+    Json uploadPicture(const Request &req);
     Json picture(const std::string &encodedName);
     Json webRegister(const Form &form);
-    Json webReset(const Form &form);
+    Json webReset(const Request &req, const Form &form);
+    // The account and address checks around a password check: the address must have a token,
+    // the account's waiting time binds addresses that failed recently. Nothing when `verify` was
+    // run and succeeded, else the refusal text.
+    std::optional<std::string> guardedCheck(const Request &req, const std::string &nameKey,
+                                            const std::function<bool()> &verify, const char *badText);
 
     ServerConfig config_;
     Storage &storage_;
-    std::unique_ptr<httplib::Server> server_;
     LibraryCache cache_;
-    int boundPort_ = 0;
+    LoginThrottle throttle_;
+    std::map<std::string, Route> posts_;
+    std::unique_ptr<WorkerPool> workers_;
+    std::unique_ptr<WorkerPool> hashers_;
+    std::unique_ptr<HttpServer> http_;
 };

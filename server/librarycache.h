@@ -1,6 +1,8 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -9,10 +11,11 @@
 
 // Serialised "getAll" replies per user, valid as long as the user's library version is unchanged.
 // The version lives in the database, so a change made by any process invalidates the entry.
-// Past a byte budget the entries stored longest ago make room.
+// Past a byte budget the entries stored longest ago make room. However many readers ask for a
+// library that changed, one of them builds the reply and the others wait for it.
 class LibraryCache {
 public:
-    explicit LibraryCache(std::size_t maxBytes = 256u * 1024 * 1024) : maxBytes_(maxBytes) {}
+    explicit LibraryCache(std::size_t maxBytes = 64u * 1024 * 1024) : maxBytes_(maxBytes) {}
 
     enum class Kind { Classes, Phrases };
 
@@ -21,21 +24,34 @@ public:
         std::string gzip; // empty when compression failed
     };
 
+    using Builder = std::function<std::shared_ptr<const Reply>()>;
+
+    // The reply for `version` or a later one; built by `build` when nobody has it yet and
+    // nobody else is building it. A builder that throws lets the next waiter try.
+    std::shared_ptr<const Reply> get(std::int64_t userId, Kind kind, std::int64_t version,
+                                     const Builder &build);
     std::shared_ptr<const Reply> find(std::int64_t userId, Kind kind, std::int64_t version) const;
     void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const Reply> reply);
+    // Builds finished since the cache was made (the benchmark and tests read it).
+    std::uint64_t builds() const;
 
 private:
     struct Entry {
         std::int64_t version = -1;
         std::shared_ptr<const Reply> reply;
         std::uint64_t stored = 0;
+        bool building = false;
     };
+    void storeLocked(std::int64_t userId, Kind kind, std::int64_t version,
+                     std::shared_ptr<const Reply> reply);
     static std::size_t size(const Entry &e) {
         return e.reply ? e.reply->plain.size() + e.reply->gzip.size() : 0;
     }
 
     std::size_t maxBytes_;
     mutable std::mutex mutex_;
+    std::condition_variable built_;
+    std::uint64_t builds_ = 0;
     std::map<std::pair<std::int64_t, Kind>, Entry> entries_;
     std::size_t bytes_ = 0;
     std::uint64_t clock_ = 0;

@@ -2,36 +2,35 @@
 
 #include "storage.h"
 
-std::mutex &LoginGuard::mutex() {
-    static std::mutex m;
-    return m;
+#include <algorithm>
+
+std::int64_t LoginGuard::delayAfter(std::int64_t failures) {
+    if (failures <= freeFailures)
+        return 0;
+    const auto doublings = std::min<std::int64_t>(failures - freeFailures - 1, 20);
+    return std::min(maxDelay, firstDelay << doublings);
 }
 
-std::int64_t LoginGuard::lockedFor(Storage &storage, const std::string &nameKey, std::int64_t now) {
+std::int64_t LoginGuard::waitFor(Storage &storage, const std::string &nameKey, std::int64_t now) {
     const auto state = storage.loginGuard(nameKey);
     return state.lockedUntil > now ? state.lockedUntil - now : 0;
 }
 
 std::int64_t LoginGuard::failed(Storage &storage, const std::string &nameKey, std::int64_t now) {
-    std::lock_guard lock(mutex());
-    auto state = storage.loginGuard(nameKey);
-    if (state.failures == 0 || now - state.windowStart >= window) {
-        state.failures = 0;
+    const auto state = storage.changeLoginGuard(nameKey, [now](LoginGuardState state) {
+        // window_start holds the time of the latest failure.
+        if (now - state.windowStart >= window)
+            state.failures = 0;
+        ++state.failures;
         state.windowStart = now;
-    }
-    ++state.failures;
-    std::int64_t locked = 0;
-    if (state.failures >= maxFailures) {
-        state.failures = 0;
-        state.lockedUntil = now + lockTime;
-        locked = lockTime;
-    }
-    storage.setLoginGuard(nameKey, state);
-    return locked;
+        const auto delay = delayAfter(state.failures);
+        state.lockedUntil = delay > 0 ? now + delay : 0;
+        return state;
+    });
+    return state.lockedUntil > 0 ? state.lockedUntil - now : 0;
 }
 
 void LoginGuard::succeeded(Storage &storage, const std::string &nameKey) {
-    std::lock_guard lock(mutex());
     if (const auto state = storage.loginGuard(nameKey); state.failures != 0 || state.lockedUntil != 0)
-        storage.setLoginGuard(nameKey, {});
+        storage.changeLoginGuard(nameKey, [](LoginGuardState) { return LoginGuardState{}; });
 }

@@ -1,24 +1,26 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 class Storage;
 
-// Five failed sign-ins for one name within a quarter of an hour lock that name for a quarter of an hour.
+// Failed sign-ins per account name. From the fifth failure in a row, strangers are asked to wait
+// before trying that name again, twice as long after each further failure (up to a quarter of an
+// hour). The wait binds only addresses that failed recently themselves (see LoginThrottle), so
+// nobody can lock an owner out by failing on purpose. Rows older than the window are purged.
 class LoginGuard {
 public:
-    static constexpr std::int64_t window = 15 * 60;
-    static constexpr std::int64_t lockTime = 15 * 60;
-    static constexpr std::int64_t maxFailures = 5;
+    static constexpr std::int64_t window = 15 * 60; // failures further apart start over
+    static constexpr std::int64_t firstDelay = 30;
+    static constexpr std::int64_t maxDelay = 15 * 60;
+    static constexpr std::int64_t freeFailures = 4;
 
-    // Seconds the name stays locked (0 when it may try).
-    static std::int64_t lockedFor(Storage &storage, const std::string &nameKey, std::int64_t now);
-    // Returns the seconds of the lock this failure started, 0 when none.
+    // Seconds left of the name's waiting time (0 when it may try).
+    static std::int64_t waitFor(Storage &storage, const std::string &nameKey, std::int64_t now);
+    // Records a failure; returns the waiting time it starts, 0 when none.
     static std::int64_t failed(Storage &storage, const std::string &nameKey, std::int64_t now);
     static void succeeded(Storage &storage, const std::string &nameKey);
-
-private:
-    static std::mutex &mutex();
+    // The delay after `failures` failures in a row.
+    static std::int64_t delayAfter(std::int64_t failures);
 };

@@ -25,6 +25,16 @@ bool PictureName::isContentAddressed(const std::string &name) {
            std::all_of(name.begin() + 33, name.end(), isExt);
 }
 
+bool PictureName::isAccepted(const std::string &name) {
+    if (!isContentAddressed(name))
+        return false;
+    std::string extension = name.substr(33);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return extension == "png" || extension == "jpg" || extension == "jpeg" || extension == "gif" ||
+           extension == "bmp";
+}
+
 bool PictureName::matchesContent(const std::string &name, const std::string &bytes) {
     if (!isContentAddressed(name))
         return true;

@@ -1,5 +1,7 @@
 #include "serverconfig.h"
 
+#include "proxyaddress.h"
+
 #include <charconv>
 #include <cstdlib>
 
@@ -15,6 +17,15 @@ template <typename T> bool number(const std::string &text, T &out) {
 
 std::string ServerConfig::databasePath() const {
     return dataDir + "/quillora-cloud.sqlite3";
+}
+
+std::size_t ServerConfig::connectionBound() const {
+    // Database workers plus the sign-in workers, which look accounts up too.
+    return databaseConnections ? databaseConnections : threads + 4;
+}
+
+bool ServerConfig::isPostgresUrl(const std::string &text) {
+    return text.rfind("postgresql://", 0) == 0 || text.rfind("postgres://", 0) == 0;
 }
 
 std::string ServerConfig::defaultDataDir() {
@@ -62,8 +73,36 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
                 error = "bad picture size: " + v;
             c.maxPictureBytes = mib * 1024 * 1024;
         } else if (a == "--threads") {
-            if (value(v) && (!number(v, c.threads) || c.threads < 2 || c.threads > 1024))
+            if (value(v) && (!number(v, c.threads) || c.threads < 1 || c.threads > 256))
                 error = "bad thread count: " + v;
+        } else if (a == "--max-connections") {
+            if (value(v) &&
+                (!number(v, c.maxConnections) || c.maxConnections < 1 || c.maxConnections > 100000))
+                error = "bad connection count: " + v;
+        } else if (a == "--max-connections-per-address") {
+            if (value(v) && (!number(v, c.maxConnectionsPerAddress) || c.maxConnectionsPerAddress < 1 ||
+                             c.maxConnectionsPerAddress > 100000))
+                error = "bad connection count: " + v;
+        } else if (a == "--header-timeout") {
+            if (value(v) && (!number(v, c.headerTimeout) || c.headerTimeout < 1 || c.headerTimeout > 600))
+                error = "bad header timeout: " + v;
+        } else if (a == "--quota-mib") {
+            std::int64_t mib = 0;
+            if (value(v) && (!number(v, mib) || mib < 1 || mib > 1024 * 1024))
+                error = "bad quota: " + v;
+            c.quotaBytes = mib * 1024 * 1024;
+        } else if (a == "--database") {
+            if (value(c.database) && !isPostgresUrl(c.database))
+                error = "--database takes a postgresql:// address: " + c.database;
+        } else if (a == "--database-connections") {
+            if (value(v) && (!number(v, c.databaseConnections) || c.databaseConnections < 1 ||
+                             c.databaseConnections > 1000))
+                error = "bad connection count: " + v;
+        } else if (a == "--trusted-proxy") {
+            if (value(v) && ProxyAddress::isAddress(v))
+                c.trustedProxies.push_back(v);
+            else if (error.empty())
+                error = "bad proxy address: " + v;
         } else if (a.rfind("--", 0) == 0) {
             error = "unknown option " + a;
         } else {

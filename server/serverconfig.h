@@ -16,10 +16,19 @@ public:
     std::string downloadUrl; // empty: the service's own root page
     bool singleSession = false;
     std::size_t maxPictureBytes = 10u * 1024 * 1024;
-    std::size_t threads = 96;
+    std::size_t threads = 32; // workers for database work (a write holds one until its sync)
+    std::size_t maxConnections = 1000;
+    std::size_t maxConnectionsPerAddress = 128;
+    int headerTimeout = 10;                         // seconds for a TLS handshake, and for a request's header
+    std::int64_t quotaBytes = 1024LL * 1024 * 1024; // per account
+    std::string database;                           // a postgresql:// address; empty: SQLite in dataDir
+    std::size_t databaseConnections = 0;            // 0: enough for every worker
+    std::vector<std::string> trustedProxies;        // whose X-Forwarded-For names the client
 
     bool tls() const { return !tlsCert.empty(); }
     std::string databasePath() const;
+    std::size_t connectionBound() const;
+    static bool isPostgresUrl(const std::string &text);
 
     // Parses the words after the command name. Unknown options or bad values fill `error`;
     // words that are not options go to `positional`.

@@ -3,8 +3,15 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <atomic>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <set>
 #include <unordered_map>
 
@@ -46,7 +53,7 @@ private:
     SQLite::Statement *statement_;
 };
 
-constexpr int schemaVersion = 1;
+constexpr int schemaVersion = 2;
 
 void bumpVersion(std::uint64_t instance, std::int64_t userId) {
     Prepared q(instance, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
@@ -69,8 +76,49 @@ std::set<std::string> distinct(const std::vector<std::string> &signs) {
 
 } // namespace
 
+SqliteStorage::WriteTurn::WriteTurn(SqliteStorage &storage) : storage_(storage) {
+    storage_.writeMutex_.lock();
+}
+
+SqliteStorage::WriteTurn::~WriteTurn() {
+    storage_.writeMutex_.unlock();
+    storage_.syncLog();
+}
+
+void SqliteStorage::syncLog() {
+    if (walFd_ < 0)
+        return; // every connection syncs its own commits then
+    std::unique_lock lock(syncMutex_);
+    // Everything committed before this call is covered by any sync that starts after it.
+    const auto mine = ++committed_;
+    while (synced_ < mine) {
+        if (syncing_) {
+            syncDone_.wait(lock);
+            continue;
+        }
+        syncing_ = true;
+        const auto upTo = committed_;
+        lock.unlock();
+        const bool ok = ::fdatasync(walFd_) == 0;
+        lock.lock();
+        syncing_ = false;
+        if (ok)
+            synced_ = std::max(synced_, upTo);
+        else
+            std::printf("quillora-cloud: syncing the write-ahead log failed: %s\n", std::strerror(errno));
+        syncDone_.notify_all();
+        if (!ok)
+            return;
+    }
+}
+
 SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {
     migrate();
+    // Opened once and kept. The log exists from the first read on and stays while any connection
+    // is open (this thread's, opened above, lives as long as the storage).
+    walFd_ = ::open((path_ + "-wal").c_str(), O_RDONLY | O_CLOEXEC);
+    if (walFd_ >= 0)
+        db().exec("PRAGMA synchronous = OFF");
     checkpointer_ = std::jthread([this](std::stop_token stop) { checkpointLoop(stop); });
 }
 
@@ -78,23 +126,46 @@ SqliteStorage::~SqliteStorage() {
     checkpointer_.request_stop();
     checkpointWake_.notify_all();
     checkpointer_.join();
+    try {
+        std::lock_guard lock(writeMutex_);
+        db().exec("PRAGMA synchronous = FULL");
+        db().exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    } catch (const std::exception &e) {
+        std::printf("quillora-cloud: final checkpoint failed: %s\n", e.what());
+    }
     connections.erase(instance_);
+    if (walFd_ >= 0)
+        ::close(walFd_);
+}
+
+std::int64_t SqliteStorage::walBytes() const {
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(path_ + "-wal", ec);
+    return ec ? 0 : std::int64_t(size);
 }
 
 void SqliteStorage::checkpointLoop(std::stop_token stop) {
     auto db = open();
+    // Checkpoints sync the log before copying it and the database before the log starts over.
+    db->exec("PRAGMA synchronous = FULL");
     while (!stop.stop_requested()) {
         {
             std::unique_lock lock(checkpointMutex_);
-            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(500), [] { return false; });
+            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(200), [] { return false; });
         }
         if (stop.stop_requested())
             break;
         try {
-            // Passive: copies what it can without holding up readers or writers.
+            // Passive: copies what it can without holding up readers or writers. With
+            // journal_size_limit the log file shrinks once a writer starts it over.
             db->exec("PRAGMA wal_checkpoint(PASSIVE)");
+            if (walBytes() > walTruncateBytes) {
+                // Readers kept the log from starting over; writers wait in line meanwhile.
+                std::lock_guard lock(writeMutex_);
+                db->exec("PRAGMA wal_checkpoint(TRUNCATE)");
+            }
         } catch (const std::exception &e) {
-            std::fprintf(stderr, "quillora-cloud: checkpoint failed: %s\n", e.what());
+            std::printf("quillora-cloud: checkpoint failed: %s\n", e.what());
         }
     }
 }
@@ -104,9 +175,14 @@ std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
                                                             SQLite::OPEN_NOMUTEX);
     db->setBusyTimeout(10000);
     db->exec("PRAGMA journal_mode = WAL");
-    db->exec("PRAGMA synchronous = NORMAL");
+    // An acknowledged write is on disk. Commits made together share one sync of the log
+    // (syncLog, after the write turn); without the log's descriptor each commit syncs it.
+    db->exec(walFd_ >= 0 ? "PRAGMA synchronous = OFF" : "PRAGMA synchronous = FULL");
     db->exec("PRAGMA foreign_keys = ON");
+    // One connection per worker: a small page cache each keeps their sum modest.
+    db->exec("PRAGMA cache_size = -1024");
     db->exec("PRAGMA wal_autocheckpoint = 0");
+    db->exec("PRAGMA journal_size_limit = " + std::to_string(16 * 1024 * 1024));
     return db;
 }
 
@@ -124,7 +200,8 @@ void SqliteStorage::migrate() {
     if (version >= schemaVersion)
         return;
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    d.exec(R"(
+    if (version < 1)
+        d.exec(R"(
 CREATE TABLE IF NOT EXISTS users (
   id INTEGER PRIMARY KEY,
   name TEXT NOT NULL,
@@ -166,6 +243,15 @@ CREATE TABLE IF NOT EXISTS pictures (
   data BLOB NOT NULL,
   created_at INTEGER NOT NULL);
 )");
+    // 2: who sent which picture (for quotas); indexes for the periodic purge.
+    d.exec(R"(
+CREATE TABLE IF NOT EXISTS picture_owners (
+  name TEXT NOT NULL REFERENCES pictures(name) ON DELETE CASCADE,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  PRIMARY KEY (name, user_id)) WITHOUT ROWID;
+CREATE INDEX IF NOT EXISTS picture_owners_user ON picture_owners(user_id);
+CREATE INDEX IF NOT EXISTS sessions_last_used ON sessions(last_used);
+)");
     d.exec("PRAGMA user_version = " + std::to_string(schemaVersion));
     t.commit();
 }
@@ -173,7 +259,7 @@ CREATE TABLE IF NOT EXISTS pictures (
 StoreStatus SqliteStorage::createUser(const std::string &name, const std::string &nameKey,
                                       const std::string &passwordHash, const std::string &firstClassSign,
                                       const std::string &firstClassLabel) {
-    std::lock_guard lock(writeMutex_);
+    WriteTurn turn(*this);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
     SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
@@ -204,7 +290,7 @@ std::optional<UserRecord> SqliteStorage::findUser(const std::string &nameKey) {
 }
 
 bool SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
-    std::lock_guard lock(writeMutex_);
+    WriteTurn turn(*this);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
     SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
@@ -228,28 +314,33 @@ LoginGuardState SqliteStorage::loginGuard(const std::string &nameKey) {
     return {q.getColumn(0).getInt64(), q.getColumn(1).getInt64(), q.getColumn(2).getInt64()};
 }
 
-void SqliteStorage::setLoginGuard(const std::string &nameKey, const LoginGuardState &state) {
-    std::lock_guard lock(writeMutex_);
+LoginGuardState
+SqliteStorage::changeLoginGuard(const std::string &nameKey,
+                                const std::function<LoginGuardState(LoginGuardState)> &change) {
+    WriteTurn turn(*this);
     auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    const auto state = change(loginGuard(nameKey));
     if (state.failures == 0 && state.lockedUntil == 0) {
         SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
         del.bind(1, nameKey);
         del.exec();
-        return;
+    } else {
+        SQLite::Statement up(d, "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, "
+                                "locked_until) VALUES(?, ?, ?, ?)");
+        up.bind(1, nameKey);
+        up.bind(2, state.failures);
+        up.bind(3, state.windowStart);
+        up.bind(4, state.lockedUntil);
+        up.exec();
     }
-    SQLite::Statement up(d,
-                         "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, locked_until) "
-                         "VALUES(?, ?, ?, ?)");
-    up.bind(1, nameKey);
-    up.bind(2, state.failures);
-    up.bind(3, state.windowStart);
-    up.bind(4, state.lockedUntil);
-    up.exec();
+    t.commit();
+    return state;
 }
 
 void SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
                                   bool revokeOthers) {
-    std::lock_guard lock(writeMutex_);
+    WriteTurn turn(*this);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
     if (revokeOthers) {
@@ -288,7 +379,7 @@ std::optional<UserRecord> SqliteStorage::sessionUser(const std::string &tokenDig
     }
     // Refreshing at most once a minute keeps reads from turning into writes.
     if (now - lastUsed >= 60) {
-        std::lock_guard lock(writeMutex_);
+        WriteTurn turn(*this);
         SQLite::Statement up(d, "UPDATE sessions SET last_used = ? WHERE token_digest = ?");
         up.bind(1, now);
         up.bind(2, tokenDigest);
@@ -298,10 +389,24 @@ std::optional<UserRecord> SqliteStorage::sessionUser(const std::string &tokenDig
 }
 
 void SqliteStorage::deleteSession(const std::string &tokenDigest) {
-    std::lock_guard lock(writeMutex_);
+    WriteTurn turn(*this);
     SQLite::Statement del(db(), "DELETE FROM sessions WHERE token_digest = ?");
     del.bind(1, tokenDigest);
     del.exec();
+}
+
+void SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
+    WriteTurn turn(*this);
+    auto &d = db();
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement sessions(d, "DELETE FROM sessions WHERE last_used < ?");
+    sessions.bind(1, sessionsUsedBefore);
+    sessions.exec();
+    SQLite::Statement guards(d, "DELETE FROM login_guard WHERE window_start < ? AND locked_until < ?");
+    guards.bind(1, guardsBefore);
+    guards.bind(2, guardsBefore);
+    guards.exec();
+    t.commit();
 }
 
 std::int64_t SqliteStorage::libraryVersion(std::int64_t userId) {
@@ -338,7 +443,7 @@ std::vector<PhraseRecord> SqliteStorage::phrases(std::int64_t userId) {
 
 StoreStatus SqliteStorage::changeLibrary(std::int64_t userId,
                                          const std::function<StoreStatus(SQLite::Database &)> &change) {
-    std::lock_guard lock(writeMutex_);
+    WriteTurn turn(*this);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
     const StoreStatus status = change(d);
@@ -510,17 +615,38 @@ std::optional<std::string> SqliteStorage::picture(const std::string &name) {
     return std::string(static_cast<const char *>(column.getBlob()), std::size_t(column.getBytes()));
 }
 
-StoreStatus SqliteStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now) {
-    std::lock_guard lock(writeMutex_);
+StoreStatus SqliteStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
+                                        std::int64_t ownerId) {
+    WriteTurn turn(*this);
     auto &d = db();
     SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    if (const auto existing = picture(name))
-        return *existing == bytes ? StoreStatus::Exists : StoreStatus::DifferentBytes;
-    SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
-    ins.bind(1, name);
-    ins.bind(2, bytes.data(), int(bytes.size()));
-    ins.bind(3, now);
-    ins.exec();
+    auto status = StoreStatus::Ok;
+    if (const auto existing = picture(name)) {
+        if (*existing != bytes)
+            return StoreStatus::DifferentBytes;
+        status = StoreStatus::Exists;
+    } else {
+        SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
+        ins.bind(1, name);
+        ins.bind(2, bytes.data(), int(bytes.size()));
+        ins.bind(3, now);
+        ins.exec();
+    }
+    SQLite::Statement own(d, "INSERT OR IGNORE INTO picture_owners(name, user_id) VALUES(?, ?)");
+    own.bind(1, name);
+    own.bind(2, ownerId);
+    own.exec();
     t.commit();
-    return StoreStatus::Ok;
+    return status;
+}
+
+std::int64_t SqliteStorage::storageUsed(std::int64_t userId) {
+    db();
+    Prepared q(
+        instance_,
+        "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), 0) "
+        "FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
+        "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
+    q->bind(1, userId);
+    return q->executeStep() ? q->getColumn(0).getInt64() : 0;
 }

@@ -14,9 +14,12 @@ namespace SQLite {
 class Database;
 }
 
-// Embedded SQLite back-end: one file in WAL mode, one connection per request thread. Writers
-// queue on an in-process mutex first so they never spin in SQLite's busy handler. Checkpoints run
-// on a thread of their own, so no commit ever waits for the database file to be synced.
+// Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Writers
+// queue on an in-process mutex first so they never spin in SQLite's busy handler; commits made
+// while one sync of the log runs are synced together by the next (group commit). Checkpoints run
+// on a thread of their own, so no commit waits for the database file to be synced; when the log
+// grows past walTruncateBytes anyway (readers kept a checkpoint from finishing) that thread
+// truncates it, and a clean stop leaves it empty.
 class SqliteStorage : public Storage {
 public:
     // Opens (creating when needed) the database file and brings its schema up to date.
@@ -31,13 +34,15 @@ public:
     bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) override;
 
     LoginGuardState loginGuard(const std::string &nameKey) override;
-    void setLoginGuard(const std::string &nameKey, const LoginGuardState &state) override;
+    LoginGuardState changeLoginGuard(const std::string &nameKey,
+                                     const std::function<LoginGuardState(LoginGuardState)> &change) override;
 
     void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
                        bool revokeOthers) override;
     std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
                                           std::int64_t maxIdle) override;
     void deleteSession(const std::string &tokenDigest) override;
+    void purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) override;
 
     std::int64_t libraryVersion(std::int64_t userId) override;
     std::vector<ClassRecord> classes(std::int64_t userId) override;
@@ -57,9 +62,28 @@ public:
 
     bool pictureExists(const std::string &name) override;
     std::optional<std::string> picture(const std::string &name) override;
-    StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now) override;
+    StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
+                             std::int64_t ownerId) override;
+    std::int64_t storageUsed(std::int64_t userId) override;
+
+    // Past this size the write-ahead log is copied back and truncated at once.
+    static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
 
 private:
+    // Holds the write lock; when it ends the commit made under it is synced to disk (together
+    // with any others made meanwhile) before the caller goes on to acknowledge it.
+    class WriteTurn {
+    public:
+        explicit WriteTurn(SqliteStorage &storage);
+        ~WriteTurn();
+        WriteTurn(const WriteTurn &) = delete;
+        WriteTurn &operator=(const WriteTurn &) = delete;
+
+    private:
+        SqliteStorage &storage_;
+    };
+
+    void syncLog();
     SQLite::Database &db();
     std::unique_ptr<SQLite::Database> open() const;
     void migrate();
@@ -71,10 +95,17 @@ private:
                          const std::string &sign2);
 
     void checkpointLoop(std::stop_token stop);
+    std::int64_t walBytes() const;
 
     std::string path_;
     std::uint64_t instance_;
     FairMutex writeMutex_;
+    int walFd_ = -1;
+    std::mutex syncMutex_;
+    std::condition_variable syncDone_;
+    std::uint64_t committed_ = 0;
+    std::uint64_t synced_ = 0;
+    bool syncing_ = false;
     std::mutex checkpointMutex_;
     std::condition_variable_any checkpointWake_;
     std::jthread checkpointer_; // last: stops before the members it uses go

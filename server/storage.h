@@ -2,6 +2,7 @@
 
 #include "storagerecords.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -22,7 +23,11 @@ public:
     virtual bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) = 0;
 
     virtual LoginGuardState loginGuard(const std::string &nameKey) = 0;
-    virtual void setLoginGuard(const std::string &nameKey, const LoginGuardState &state) = 0;
+    // Rewrites the name's record with `change` in one step, however many instances record failures
+    // of that name at once; a record of zeros is removed. Returns what was stored.
+    virtual LoginGuardState
+    changeLoginGuard(const std::string &nameKey,
+                     const std::function<LoginGuardState(LoginGuardState)> &change) = 0;
 
     // Sessions are stored by a digest of the token, never the token itself.
     virtual void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
@@ -31,6 +36,9 @@ public:
     virtual std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
                                                   std::int64_t maxIdle) = 0;
     virtual void deleteSession(const std::string &tokenDigest) = 0;
+    // Deletes sessions last used before `sessionsUsedBefore` and sign-in failure records whose
+    // latest failure and waiting time both ended before `guardsBefore`.
+    virtual void purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) = 0;
 
     // Library. Every change bumps the user's library version.
     virtual std::int64_t libraryVersion(std::int64_t userId) = 0;
@@ -53,8 +61,12 @@ public:
     virtual StoreStatus swapPhrases(std::int64_t userId, const std::string &sign1,
                                     const std::string &sign2) = 0;
 
-    // Pictures are shared by all users and never overwritten.
+    // Pictures are stored once whoever sends them and never overwritten; every account that sent
+    // one counts it against its quota.
     virtual bool pictureExists(const std::string &name) = 0;
     virtual std::optional<std::string> picture(const std::string &name) = 0;
-    virtual StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now) = 0;
+    virtual StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
+                                     std::int64_t ownerId) = 0;
+    // Bytes the account uses: its phrases' labels and contents and the pictures it sent.
+    virtual std::int64_t storageUsed(std::int64_t userId) = 0;
 };

@@ -143,7 +143,7 @@ int main(int argc, char **argv) {
         spin([&]() { return done; });
         total.push_back(double(t.nsecsElapsed()) / 1e6);
     }
-    const qsizetype stored = PhraseOperations::db().getAllCount(kUser).toLongLong();
+    const qsizetype stored = PhraseStore::shared().getAllCount(kUser).toLongLong();
 
     // The same work in its three parts, each timed on its own.
     for (int run = 0; run < runs; ++run) {
@@ -166,8 +166,8 @@ int main(int argc, char **argv) {
         parseMs.push_back(double(t.nsecsElapsed()) / 1e6);
 
         t.restart();
-        ClassOperations::db().replaceAll(kUser, classes);
-        PhraseOperations::db().replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
+        ClassStore::shared().replaceAll(kUser, classes);
+        PhraseStore::shared().replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
         storeMs.push_back(double(t.nsecsElapsed()) / 1e6);
     }
     std::cout.rdbuf(console);

@@ -3,6 +3,8 @@
 #include "store/localpath.h"
 #include "store/phrasestore.h"
 
+#include "realisticlibrary.h"
+
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
 #include <benchmark/benchmark.h>
@@ -22,120 +24,6 @@ namespace {
 
 const QString user = QStringLiteral("bench");
 
-const char *const fragments[] = {
-    "您好",
-    "亲",
-    "请稍等",
-    "马上为您查询",
-    "退款",
-    "已经发货",
-    "快递单号",
-    "预计三天内送达",
-    "感谢您的耐心等待",
-    "订单",
-    "优惠券",
-    "满减活动",
-    "七天无理由退换",
-    "售后服务",
-    "请提供订单号",
-    "地址",
-    "修改",
-    "尺码",
-    "颜色",
-    "库存",
-    "补发",
-    "客服",
-    "工作时间",
-    "周末",
-    "节假日",
-    "包邮",
-    "运费险",
-    "发票",
-    "电子发票",
-    "开具",
-    "质量问题",
-    "拍照",
-    "上传",
-    "审核",
-    "通过",
-    "退货地址",
-    "顺丰",
-    "圆通",
-    "中通",
-    "申通",
-    "物流",
-    "签收",
-    "hello",
-    "order",
-    "refund",
-    "shipping",
-    "tracking",
-    "VIP",
-    "SKU",
-    "size M",
-    "size XL",
-    "OK",
-    "thanks",
-    "please",
-    "sorry",
-    "link",
-    "http://shop.example.com/item",
-    "APP",
-    "iPhone",
-    "Android",
-    "2024",
-    "48h",
-    "¥99",
-    "No.",
-    "，",
-    "。",
-    "！",
-    "？",
-    "：",
-    "~",
-    " ",
-    "😊",
-    "👍",
-};
-constexpr int fragmentCount = int(sizeof(fragments) / sizeof(fragments[0]));
-
-QString pictureName(std::mt19937 &rng) {
-    const QByteArray seed = QByteArray::number(quint64(rng()));
-    return QString::fromLatin1(QCryptographicHash::hash(seed, QCryptographicHash::Md5).toHex()) +
-           QStringLiteral(".png");
-}
-
-QList<Phrase> makeRows(int count) {
-    std::mt19937 rng(20240611);
-    std::uniform_int_distribution<int> pick(0, fragmentCount - 1);
-    QList<Phrase> rows;
-    rows.reserve(count);
-    for (int i = 0; i < count; ++i) {
-        QString label;
-        while (label.size() < 6)
-            label += QString::fromUtf8(fragments[pick(rng)]);
-        QString text;
-        while (text.size() < 120)
-            text += QString::fromUtf8(fragments[pick(rng)]);
-        QJsonArray content;
-        content.append(QJsonObject{{"type", 1}, {"value", text}});
-        if (i % 3 == 0) {
-            content.append(QJsonObject{{"type", 2}, {"value", pictureName(rng)}});
-            if (i % 6 == 0)
-                content.append(QJsonObject{{"type", 2}, {"value", pictureName(rng)}});
-        }
-        Phrase row;
-        row.parentSign = QStringLiteral("class%1").arg(i % 40);
-        row.sign = QStringLiteral("sign%1").arg(i);
-        row.label = label;
-        row.jsonValue = QString::fromUtf8(QJsonDocument(content).toJson(QJsonDocument::Compact));
-        row.position = i / 40;
-        row.username = user;
-        rows << row;
-    }
-    return rows;
-}
-
 // Keeps exactly `count` phrases in the table, all of the benchmark user.
 void fillLibrary(int count) {
     static int filled = -1;
@@ -143,7 +31,7 @@ void fillLibrary(int count) {
         return;
     PhraseStore store;
     LocalStore::connection()->exec("DELETE FROM word_list");
-    if (!store.replaceAll(user, makeRows(count)))
+    if (!store.replaceAll(user, RealisticLibrary::phrases(count, user)))
         std::abort();
     filled = count;
 }
@@ -157,7 +45,7 @@ struct QuietCout {
 
 void BM_CreateOne(benchmark::State &state) {
     PhraseStore store;
-    const QList<Phrase> rows = makeRows(1);
+    const QList<Phrase> rows = RealisticLibrary::phrases(1, user);
     QuietCout quiet;
     int i = 0;
     for (auto _ : state) {
@@ -172,7 +60,7 @@ void BM_CreateOne(benchmark::State &state) {
 
 void BM_ReplaceAll(benchmark::State &state) {
     PhraseStore store;
-    const QList<Phrase> rows = makeRows(int(state.range(0)));
+    const QList<Phrase> rows = RealisticLibrary::phrases(int(state.range(0)), user);
     QuietCout quiet;
     for (auto _ : state)
         benchmark::DoNotOptimize(store.replaceAll(QStringLiteral("replace"), rows));
@@ -202,6 +90,32 @@ void BM_GetLikeAll_Rare(benchmark::State &state) {
 
 void BM_GetLikeAll_None(benchmark::State &state) {
     likeBenchmark(state, QStringLiteral("不存在的词"));
+}
+
+// The in-memory index: each iteration is one full scan, alternating two keys so that neither narrows
+// from the other.
+void BM_SearchIds_FullScan(benchmark::State &state) {
+    fillLibrary(int(state.range(0)));
+    PhraseStore store;
+    const QString keys[2] = {QStringLiteral("退款"), QStringLiteral("顺丰")};
+    qsizetype found = 0;
+    int turn = 0;
+    for (auto _ : state) {
+        const QList<qint64> ids = store.searchIds(keys[turn++ % 2], user);
+        found = ids.size();
+        benchmark::DoNotOptimize(ids.constData());
+    }
+    state.counters["matches"] = double(found);
+}
+
+// Typing "退" then "退款": the second keystroke narrows from the first one's hits.
+void BM_SearchIds_Typing(benchmark::State &state) {
+    fillLibrary(int(state.range(0)));
+    PhraseStore store;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(store.searchIds(QStringLiteral("退"), user).constData());
+        benchmark::DoNotOptimize(store.searchIds(QStringLiteral("退款"), user).constData());
+    }
 }
 
 // The bare scan of search, counting matches, on the store's connection (our LIKE, range(1) = 1) or on
@@ -247,6 +161,8 @@ BENCHMARK(BM_ReplaceAll)->Arg(10000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetLikeAll_Common)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetLikeAll_Rare)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetLikeAll_None)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SearchIds_FullScan)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SearchIds_Typing)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LikeScan)->Args({100000, 0})->Args({100000, 1})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_GetImagenameAll)->Arg(10000)->Unit(benchmark::kMillisecond);
 

@@ -1,5 +1,6 @@
 #include "app/signinview.h"
 
+#include "app/librarydialogs.h"
 #include "app/webviewmodule.h"
 #include "cloud/accountapi.h"
 #include "cloud/appsettings.h"
@@ -213,6 +214,7 @@ void SignInView::loginButtonClick() {
         // The home view takes the sign-in view's place in the same window.
         auto *window = qobject_cast<FramedWindow *>(self->window());
         auto *home = new HomeView;
+        LibraryDialogs::attach(home);
         Q_EMIT self->signedIn(home);
         if (window)
             window->setContentView(home); // deletes this view later

@@ -1,45 +1,61 @@
 #include "cloud/imageutil.h"
 
+#include <QBuffer>
 #include <QCryptographicHash>
+#include <QImage>
 
-ImageUtil::imageType ImageUtil::contentTypeForImageData(const QByteArray &data) {
+ImageUtil::ImageType ImageUtil::typeOf(const QByteArray &data) {
     if (data.isEmpty())
-        return imageType::None;
+        return ImageType::None;
     switch (quint8(data.at(0))) {
     case 0xFF:
-        return imageType::JPG;
+        return ImageType::Jpeg;
     case 0x89:
-        return imageType::PNG;
+        return ImageType::Png;
     case 0x47:
-        return imageType::gif;
+        return ImageType::Gif;
     case 0x49:
     case 0x4D:
-        return imageType::Tiff;
+        return ImageType::Tiff;
     case 0x42:
-        return imageType::bmp;
+        return ImageType::Bmp;
     default:
-        return imageType::None; // "R" (WebP) included
+        return ImageType::None; // "R" (WebP) included
     }
 }
 
-QString ImageUtil::getRealExtensionName(const QByteArray &data) {
-    switch (contentTypeForImageData(data)) {
-    case imageType::JPG:
+QString ImageUtil::extensionOf(const QByteArray &data) {
+    switch (typeOf(data)) {
+    case ImageType::Jpeg:
         return QStringLiteral(".jpg");
-    case imageType::PNG:
+    case ImageType::Png:
         return QStringLiteral(".png");
-    case imageType::gif:
+    case ImageType::Gif:
         return QStringLiteral(".gif");
-    case imageType::bmp:
+    case ImageType::Bmp:
         return QStringLiteral(".bmp");
     default:
         return {};
     }
 }
 
-QString ImageUtil::getImageRealFilename(const QByteArray &data) {
-    const QString extension = getRealExtensionName(data);
+QString ImageUtil::fileNameOf(const QByteArray &data) {
+    const QString extension = extensionOf(data);
     if (extension.isEmpty())
         return QStringLiteral(".jpg");
     return QString::fromLatin1(QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex()) + extension;
+}
+
+std::optional<QByteArray> ImageUtil::storable(const QByteArray &data) {
+    if (!extensionOf(data).isEmpty())
+        return data;
+    const QImage image = QImage::fromData(data);
+    if (image.isNull())
+        return std::nullopt;
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, "PNG"))
+        return std::nullopt;
+    return png;
 }

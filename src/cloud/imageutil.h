@@ -2,18 +2,22 @@
 
 #include <QByteArray>
 #include <QString>
+#include <optional>
 
 // Picture names: the MD5 of the bytes and an extension found from the first byte.
 class ImageUtil {
 public:
     ImageUtil() = delete;
 
-    enum class imageType { JPG, PNG, Tiff, gif, webp, bmp, None };
+    enum class ImageType { Jpeg, Png, Tiff, Gif, Webp, Bmp, None };
 
     // WebP ("R") is never recognised although the case exists.
-    static imageType contentTypeForImageData(const QByteArray &data);
+    static ImageType typeOf(const QByteArray &data);
     // Empty for Tiff, webp and None.
-    static QString getRealExtensionName(const QByteArray &data);
+    static QString extensionOf(const QByteArray &data);
     // Without an extension the name is exactly ".jpg", with no digest: every unknown picture shares it.
-    static QString getImageRealFilename(const QByteArray &data);
+    static QString fileNameOf(const QByteArray &data);
+    // The bytes to keep and upload: a picture the service names by digest as it is; any other
+    // picture Qt can read (WebP, TIFF, ...) re-encoded as PNG; absent when it is no picture.
+    static std::optional<QByteArray> storable(const QByteArray &data);
 };

@@ -3,11 +3,11 @@
 #include "cloud/classapi.h"
 #include "cloud/phraseapi.h"
 #include "cloud/pictureapi.h"
-#include "library/classoperations.h"
-#include "library/phraseoperations.h"
 #include "model/app.h"
 #include "store/appfileutil.h"
 #include "store/base64ops.h"
+#include "store/classstore.h"
+#include "store/phrasestore.h"
 
 #include <QCoreApplication>
 #include <QSemaphore>
@@ -52,8 +52,8 @@ void LibrarySync::syncClasses(const QString &dbname, std::function<void()> actio
         std::cout << "XXCCCCCCCC" << std::endl;
         if (r.isSuccess()) {
             // One transaction: a crash midway keeps the old classes.
-            ClassOperations::db().replaceAll(dbname, r.data());
-            ClassOperations::setDataChange();
+            ClassStore::shared().replaceAll(dbname, r.data());
+            ClassStore::notifyChanged();
         } else {
             std::cout << "Err msg = " << r.msg().toStdString() << std::endl;
             std::cout << "dbName = " << dbname.toStdString() << std::endl;
@@ -74,8 +74,8 @@ void LibrarySync::syncPhrases(const QString &dbname, std::function<void()> actio
                 lines += "<\n";
             }
             std::cout << lines << std::flush;
-            PhraseOperations::db().replaceAll(dbname, r.data());
-            PhraseOperations::setDataChange();
+            PhraseStore::shared().replaceAll(dbname, r.data());
+            PhraseStore::notifyChanged();
         }
         if (action)
             action();
@@ -90,7 +90,7 @@ const char *const DOWNLOAD_PREFIX = "============下载图片========== ";
 
 void LibrarySync::downloadMissingPictures(const QString &dbUname, std::function<void()> action) {
     // The names are read here on the GUI thread, which owns the database connection.
-    const QStringList names = PhraseOperations::db().allPictureNames(dbUname);
+    const QStringList names = PhraseStore::shared().allPictureNames(dbUname);
     QThreadPool::globalInstance()->start([names, action]() {
         std::cout << "==========下载云图片。数量 " << names.size() << std::endl;
         auto semaphore = std::make_shared<QSemaphore>(0);

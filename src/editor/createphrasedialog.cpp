@@ -6,12 +6,13 @@
 #include <QLineEdit>
 #include <QPointer>
 
-CreatePhraseDialog::CreatePhraseDialog(const QString &parSign, const QString &username, QWidget *parent)
-    : PhraseDialog(QStringLiteral("添加短语"), parent), parSign(parSign), username(username) {}
+CreatePhraseDialog::CreatePhraseDialog(const QString &shownClassSign, const QString &username,
+                                       QWidget *parent)
+    : PhraseDialog(QStringLiteral("添加短语"), parent), shownClassSign(shownClassSign), username(username) {}
 
 void CreatePhraseDialog::create() {
     QPointer<CreatePhraseDialog> self(this);
-    PhraseOperations::create(parSign, labelViewBox->text(), jsonValue(), username,
+    PhraseOperations::create(shownClassSign, labelViewBox->text(), jsonValue(), username,
                              [self](const OperationResult &result) {
                                  if (self)
                                      self->savedWith(result);

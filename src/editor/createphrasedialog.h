@@ -8,7 +8,7 @@
 class CreatePhraseDialog : public PhraseDialog {
     Q_OBJECT
 public:
-    CreatePhraseDialog(const QString &parSign, const QString &username, QWidget *parent = nullptr);
+    CreatePhraseDialog(const QString &shownClassSign, const QString &username, QWidget *parent = nullptr);
 
     void create();
 
@@ -16,6 +16,6 @@ protected:
     void writePhrase() override { create(); }
 
 private:
-    QString parSign;
+    QString shownClassSign;
     QString username;
 };

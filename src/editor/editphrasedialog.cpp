@@ -13,7 +13,7 @@
 EditPhraseDialog::EditPhraseDialog(const Phrase &oldData, QWidget *parent)
     : PhraseDialog(QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)), oldData(oldData),
       username(App::userInfo().username),
-      classDataAll(ClassOperations::db().getAll(App::userInfo().username)) {
+      classDataAll(ClassStore::shared().getAll(App::userInfo().username)) {
     for (const PhraseClass &c : classDataAll) {
         ItemButton->addItem(c.label);
         if (c.sign == oldData.parentSign)

@@ -165,11 +165,12 @@ void PhraseDialog::openPictureClicked() {
 
 void PhraseDialog::insertImageFile(const QString &path) {
     QFile file(path);
-    const QByteArray data = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    if (ImageUtil::getRealExtensionName(data).isEmpty()) {
+    const std::optional<QByteArray> data =
+        ImageUtil::storable(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray());
+    if (!data) {
         MessageBox::show(QStringLiteral("图片类型不正确"), QStringLiteral("上传图片失败"), this);
         return;
     }
-    textView->insertImage(data);
+    textView->insertImage(*data);
     textView->setFocus();
 }

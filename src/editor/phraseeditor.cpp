@@ -2,8 +2,8 @@
 
 #include "cloud/imageutil.h"
 #include "model/contentformat.h"
+#include "model/pathops.h"
 #include "store/localpath.h"
-#include "store/pathops.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -129,7 +129,7 @@ void PhraseEditor::insertPieces(const QString &jsonString, bool atEnd) {
     const std::optional<ContentPieces> pieces = parseContent(jsonString);
     if (!pieces)
         return;
-    QTextCursor cursor = textCursor();
+    QTextCursor cursor = atEnd ? QTextCursor(document()) : insertionCursor();
     if (atEnd)
         cursor.movePosition(QTextCursor::End);
     cursor.beginEditBlock();
@@ -143,16 +143,27 @@ void PhraseEditor::insertPieces(const QString &jsonString, bool atEnd) {
         }
     }
     cursor.endEditBlock();
-    if (!atEnd)
-        setTextCursor(cursor);
-    setCurrentCharFormat(QTextCharFormat());
+    resetTypingFormat();
 }
 
 void PhraseEditor::insertString(const QString &value) {
-    QTextCursor cursor = textCursor();
+    QTextCursor cursor = insertionCursor();
     insertTextAt(cursor, value);
-    setTextCursor(cursor);
     ensureCursorVisible();
+}
+
+QTextCursor PhraseEditor::insertionCursor() const {
+    // Inserting goes before the selection and leaves it: the editor's own cursor moves along with the
+    // text, so the same characters stay selected.
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(cursor.selectionStart());
+    return cursor;
+}
+
+void PhraseEditor::resetTypingFormat() {
+    // Text typed after a picture must not take the picture's format; a selection keeps its own.
+    if (!textCursor().hasSelection())
+        setCurrentCharFormat(QTextCharFormat());
 }
 
 void PhraseEditor::insertTextAt(QTextCursor &cursor, const QString &text) {
@@ -161,11 +172,10 @@ void PhraseEditor::insertTextAt(QTextCursor &cursor, const QString &text) {
 }
 
 void PhraseEditor::insertImage(const QByteArray &data) {
-    QTextCursor cursor = textCursor();
+    QTextCursor cursor = insertionCursor();
     if (!insertImageAt(cursor, data))
         return;
-    setTextCursor(cursor);
-    setCurrentCharFormat(QTextCharFormat());
+    resetTypingFormat();
     ensureCursorVisible();
 }
 
@@ -173,7 +183,7 @@ void PhraseEditor::appendPicture(const QByteArray &data) {
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::End);
     if (insertImageAt(cursor, data))
-        setCurrentCharFormat(QTextCharFormat());
+        resetTypingFormat();
 }
 
 bool PhraseEditor::insertImageAt(QTextCursor &cursor, const QByteArray &data) {
@@ -208,7 +218,7 @@ QMimeData *PhraseEditor::createMimeDataFromSelection() const {
     if (const std::optional<QStringList> names = distinctPictureNames(pieces)) {
         if (const std::optional<QByteArray> data = readImageData(names->first())) {
             QByteArray png = *data;
-            if (ImageUtil::contentTypeForImageData(png) != ImageUtil::imageType::PNG) {
+            if (ImageUtil::typeOf(png) != ImageUtil::ImageType::Png) {
                 // Programs that read the PNG type expect PNG bytes.
                 png.clear();
                 QBuffer buffer(&png);
@@ -237,8 +247,7 @@ std::optional<QByteArray> PhraseEditor::getClipboardImageData(const QMimeData *s
     for (const QString &type : {pngType, tiffType}) {
         if (!source->hasFormat(type))
             continue;
-        const QByteArray data = source->data(type);
-        if (!ImageUtil::getRealExtensionName(data).isEmpty())
+        if (std::optional<QByteArray> data = ImageUtil::storable(source->data(type)))
             return data;
     }
     return std::nullopt;
@@ -254,9 +263,8 @@ QList<QByteArray> PhraseEditor::getFileImageData(const QMimeData *source) const 
         QFile file(url.toLocalFile());
         if (!QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly))
             continue;
-        const QByteArray data = file.readAll();
-        if (!ImageUtil::getRealExtensionName(data).isEmpty())
-            pictures.append(data);
+        if (std::optional<QByteArray> data = ImageUtil::storable(file.readAll()))
+            pictures.append(*data);
     }
     return pictures;
 }
@@ -267,6 +275,8 @@ bool PhraseEditor::canInsertFromMimeData(const QMimeData *source) const {
 }
 
 void PhraseEditor::insertFromMimeData(const QMimeData *source) {
+    // Unlike inserting an emoji or a picture, a paste replaces the selection, and a copy with nothing
+    // selected leaves the clipboard as it was: what every Linux text field does.
     if (const std::optional<QString> json = getClipboardJsonValue(source)) {
         textCursor().removeSelectedText();
         insertJsonValue(*json);
@@ -284,8 +294,8 @@ void PhraseEditor::insertFromMimeData(const QMimeData *source) {
 }
 
 std::optional<QString> PhraseEditor::saveImageToPath(const QByteArray &data) {
-    const QString extension = ImageUtil::getRealExtensionName(data);
-    const QString fileName = ImageUtil::getImageRealFilename(data);
+    const QString extension = ImageUtil::extensionOf(data);
+    const QString fileName = ImageUtil::fileNameOf(data);
     if (extension.isEmpty() || fileName.isEmpty() || QImage::fromData(data).isNull())
         return std::nullopt;
     // The name comes from the content: a file of that name already holds these bytes.

@@ -45,6 +45,9 @@ protected:
 private:
     ContentPieces piecesIn(int from, int to) const;
     void insertPieces(const QString &jsonString, bool atEnd);
+    // A cursor at the start of the selection, without the selection.
+    QTextCursor insertionCursor() const;
+    void resetTypingFormat();
     void insertTextAt(QTextCursor &cursor, const QString &text);
     bool insertImageAt(QTextCursor &cursor, const QByteArray &data);
 

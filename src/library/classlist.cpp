@@ -14,8 +14,6 @@
 #include <algorithm>
 #include <iostream>
 
-#include "editor/classdialog.h"
-
 namespace {
 // Keeps the selection when the empty part of the strip is clicked and reports right presses there.
 class ClassStrip : public QListWidget {
@@ -58,35 +56,37 @@ ClassList::ClassList(QWidget *parent) : QWidget(parent) {
     collectionView->setStyleSheet("QListWidget{background:transparent;outline:0;}"
                                   "QListWidget::item,QListWidget::item:selected,QListWidget::item:hover{"
                                   "background:transparent;border:0;}");
+    ListSelection::keepNonEmpty(collectionView);
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
-    menu_添加分类 = menu->addAction(QString::fromUtf8("添加分类"));
-    menu_编辑分类 = menu->addAction(QString::fromUtf8("编辑分类"));
+    addClassAction = menu->addAction(QString::fromUtf8("添加分类"));
+    editClassAction = menu->addAction(QString::fromUtf8("编辑分类"));
     menu->addSeparator();
-    menu_向上移动 = menu->addAction(QString::fromUtf8("向上移动"));
-    menu_向下移动 = menu->addAction(QString::fromUtf8("向下移动"));
+    moveUpAction = menu->addAction(QString::fromUtf8("向上移动"));
+    moveDownAction = menu->addAction(QString::fromUtf8("向下移动"));
     menu->addSeparator();
-    menu_删除选中 = menu->addAction(QString::fromUtf8("删除选中"));
-    connect(menu, &QMenu::triggered, this, &ClassList::MenuAction);
+    deleteAction = menu->addAction(QString::fromUtf8("删除选中"));
+    connect(menu, &QMenu::triggered, this, &ClassList::menuActionTriggered);
     connect(collectionView, &QListWidget::itemSelectionChanged, this, &ClassList::selectionChanged);
 
-    ClassOperations::viewListener = this;
+    ClassStore::listener = this;
     reloadMenuState();
 }
 
 ClassList::~ClassList() {
-    if (ClassOperations::viewListener == this)
-        ClassOperations::viewListener = nullptr;
+    if (ClassStore::listener == this)
+        ClassStore::listener = nullptr;
 }
 
 void ClassList::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    ClassOperations::viewListener = this;
+    ClassStore::listener = this;
 }
 
-void ClassList::reloadWordData() {
-    dataSource = ClassOperations::db().getAll(App::userInfo().username);
+void ClassList::reloadData() {
+    const QList<PhraseClass> before = dataSource;
+    dataSource = ClassStore::shared().getAll(App::userInfo().username);
     applyingSelection_ = true;
     collectionView->clear();
     for (int row = 0; row < dataSource.size(); ++row) {
@@ -99,12 +99,27 @@ void ClassList::reloadWordData() {
     }
     applyingSelection_ = false;
     reloadSelectedData();
+    // A class that was not there before (just made) may land on a row of the strip out of view.
+    if (before.isEmpty())
+        return;
+    for (qsizetype row = dataSource.size() - 1; row >= 0; --row) {
+        const QString &sign = dataSource[row].sign;
+        if (std::none_of(before.begin(), before.end(),
+                         [&](const PhraseClass &c) { return c.sign == sign; })) {
+            scrollToRow(int(row));
+            break;
+        }
+    }
+}
+
+void ClassList::scrollToRow(int row) {
+    if (QListWidgetItem *item = collectionView->item(row))
+        collectionView->scrollToItem(item);
 }
 
 void ClassList::reloadSelectedData() {
     // The strip never stays without a selection while it has classes.
-    setSelection(_selectIndexPathAll.isEmpty() && !dataSource.isEmpty() ? QList<int>{0}
-                                                                        : _selectIndexPathAll);
+    setSelection(selectedRows.isEmpty() && !dataSource.isEmpty() ? QList<int>{0} : selectedRows);
 }
 
 void ClassList::setSelection(const QList<int> &rows) {
@@ -121,12 +136,13 @@ void ClassList::setSelection(const QList<int> &rows) {
         collectionView->setCurrentRow(kept.first(), QItemSelectionModel::NoUpdate);
     applyingSelection_ = false;
     selectionChanged();
+    // The strip is one row high: the selected class may sit on a row out of view.
+    if (!kept.isEmpty())
+        scrollToRow(kept.first());
 }
 
 void ClassList::setSelectIndex(int indexPath) {
     setSelection({indexPath});
-    if (QListWidgetItem *item = collectionView->item(indexPath))
-        collectionView->scrollToItem(item);
 }
 
 ClassCell *ClassList::cellAt(int row) const {
@@ -138,7 +154,7 @@ void ClassList::selectionChanged() {
     if (applyingSelection_)
         return;
     const QList<int> rows = ListSelection::selectedRows(collectionView);
-    _selectIndexPathAll = rows;
+    selectedRows = rows;
     for (int r = 0; r < collectionView->count(); ++r)
         if (auto *cell = cellAt(r))
             cell->setSelect(rows.contains(r));
@@ -151,22 +167,18 @@ void ClassList::selectionChanged() {
         shown = dataSource[current];
     else if (!rows.isEmpty())
         shown = dataSource[rows.first()];
-    const std::optional<QString> sign = shown ? std::optional<QString>(shown->sign) : std::nullopt;
-    // A reload that keeps the same class shown keeps the phrase list's own selection.
-    if (sign == shownSign_ && sign)
-        return;
-    shownSign_ = sign;
+    // Told on every reload too, so that a renamed class reaches the label.
     if (listener)
         listener->onSelectionChange(shown);
 }
 
 void ClassList::reloadMenuState() {
-    const qsizetype n = _selectIndexPathAll.size();
-    menu_添加分类->setEnabled(true);
-    menu_编辑分类->setEnabled(n == 1);
-    menu_向上移动->setEnabled(n == 1);
-    menu_向下移动->setEnabled(n == 1);
-    menu_删除选中->setEnabled(n >= 1);
+    const qsizetype n = selectedRows.size();
+    addClassAction->setEnabled(true);
+    editClassAction->setEnabled(n == 1);
+    moveUpAction->setEnabled(n == 1);
+    moveDownAction->setEnabled(n == 1);
+    deleteAction->setEnabled(n >= 1);
 }
 
 void ClassList::openMenu(const QPoint &globalPos) {
@@ -176,39 +188,34 @@ void ClassList::openMenu(const QPoint &globalPos) {
 }
 
 void ClassList::onRightClick(int indexPath) {
-    if (_selectIndexPathAll.size() < 2)
+    if (selectedRows.size() < 2)
         setSelection({indexPath});
     openMenu(QCursor::pos());
 }
 
 void ClassList::onChange() {
-    reloadWordData();
+    reloadData();
 }
 
-void ClassList::MenuAction(QAction *action) {
+void ClassList::menuActionTriggered(QAction *action) {
     const QString title = action->text();
-    const QList<int> sel = _selectIndexPathAll;
+    const QList<int> sel = selectedRows;
     const QString user = App::userInfo().username;
     if (title == QString::fromUtf8("添加分类")) {
-        ClassDialog dialog(std::nullopt, window());
-        dialog.setWindowTitle(QString::fromUtf8("添加分类"));
-        dialog.exec();
+        Q_EMIT classDialogRequested(std::nullopt);
     } else if (title == QString::fromUtf8("编辑分类")) {
-        if (sel.size() == 1) {
-            ClassDialog dialog(dataSource[sel.first()], window());
-            dialog.setWindowTitle(QString::fromUtf8("编辑分类"));
-            dialog.exec();
-        }
+        if (sel.size() == 1)
+            Q_EMIT classDialogRequested(dataSource[sel.first()]);
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() == 1 && sel.first() > 0) {
             const int i = sel.first();
-            _selectIndexPathAll = {i - 1};
+            selectedRows = {i - 1};
             ClassOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
         }
     } else if (title == QString::fromUtf8("向下移动")) {
         if (sel.size() == 1 && sel.first() < dataSource.size() - 1) {
             const int i = sel.first();
-            _selectIndexPathAll = {i + 1};
+            selectedRows = {i + 1};
             ClassOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
         }
     } else if (title == QString::fromUtf8("删除选中")) {
@@ -216,7 +223,7 @@ void ClassList::MenuAction(QAction *action) {
             QString signs;
             for (int r : sel)
                 signs += dataSource[r].sign + QLatin1Char('|');
-            _selectIndexPathAll.clear();
+            selectedRows.clear();
             ClassOperations::remove(signs, user);
         }
     }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "library/classcelllistener.h"
-#include "library/classchangelistener.h"
 #include "library/classselectionlistener.h"
 #include "model/phraseclass.h"
+#include "store/classchangelistener.h"
 
 #include <QList>
 #include <QWidget>
@@ -24,20 +24,20 @@ public:
     QListWidget *collectionView = nullptr;
     QList<PhraseClass> dataSource;
     // Selected rows in ascending order.
-    QList<int> _selectIndexPathAll;
+    QList<int> selectedRows;
     ClassSelectionListener *listener = nullptr;
 
     QMenu *menu = nullptr;
-    QAction *menu_添加分类 = nullptr;
-    QAction *menu_编辑分类 = nullptr;
-    QAction *menu_向上移动 = nullptr;
-    QAction *menu_向下移动 = nullptr;
-    QAction *menu_删除选中 = nullptr;
+    QAction *addClassAction = nullptr;
+    QAction *editClassAction = nullptr;
+    QAction *moveUpAction = nullptr;
+    QAction *moveDownAction = nullptr;
+    QAction *deleteAction = nullptr;
 
-    void reloadWordData();
+    void reloadData();
     void reloadSelectedData();
     void reloadMenuState();
-    void MenuAction(QAction *action);
+    void menuActionTriggered(QAction *action);
     void setSelectIndex(int indexPath);
     void setSelection(const QList<int> &rows);
     ClassCell *cellAt(int row) const;
@@ -47,6 +47,8 @@ public:
 
 Q_SIGNALS:
     void menuOpened();
+    // 添加分类 (no class) or 编辑分类 (the selected one); the application opens the dialog.
+    void classDialogRequested(const std::optional<PhraseClass> &shown);
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -54,7 +56,7 @@ protected:
 private:
     void selectionChanged();
     void openMenu(const QPoint &globalPos);
+    void scrollToRow(int row);
 
     bool applyingSelection_ = false;
-    std::optional<QString> shownSign_;
 };

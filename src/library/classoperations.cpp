@@ -5,13 +5,8 @@
 
 #include <iostream>
 
-ClassStore &ClassOperations::db() {
-    static ClassStore shared;
-    return shared;
-}
-
 void ClassOperations::create(const QString &label, const QString &username, OperationCallback callback) {
-    const qint64 position = db().getMaxPosition(username);
+    const qint64 position = ClassStore::shared().getMaxPosition(username);
     ClassApi::create(label, QString::number(position), username,
                      [label, position, username, callback](const CreateResult &r) {
                          if (!r.isSuccess()) {
@@ -20,8 +15,8 @@ void ClassOperations::create(const QString &label, const QString &username, Oper
                                  callback(OperationResult::error(r.msg()));
                              return;
                          }
-                         db().create(r.sign(), label, position, username);
-                         setDataChange();
+                         ClassStore::shared().create(r.sign(), label, position, username);
+                         ClassStore::notifyChanged();
                          if (callback)
                              callback(OperationResult::success());
                      });
@@ -31,8 +26,8 @@ void ClassOperations::setLabel(const QString &sign, const QString &newLabel, con
     ClassApi::upLabel(sign, newLabel, username, [sign, newLabel](const CallResult &r) {
         if (!r.isOk())
             return;
-        db().setLabel(sign, newLabel);
-        setDataChange();
+        ClassStore::shared().setLabel(sign, newLabel);
+        ClassStore::notifyChanged();
     });
 }
 
@@ -42,8 +37,8 @@ void ClassOperations::swapPositions(const QString &sign1, const QString &sign2, 
             std::cout << r.msg().toStdString() << std::endl;
             return;
         }
-        StoreFollowUps::swapPositions(db(), sign1, sign2);
-        setDataChange();
+        StoreFollowUps::swapPositions(ClassStore::shared(), sign1, sign2);
+        ClassStore::notifyChanged();
     });
 }
 
@@ -51,12 +46,7 @@ void ClassOperations::remove(const QString &signOrAll, const QString &username) 
     ClassApi::remove(signOrAll, username, [signOrAll](const CallResult &r) {
         if (!r.isOk())
             return;
-        StoreFollowUps::deleteSigns(db(), signOrAll);
-        setDataChange();
+        StoreFollowUps::deleteSigns(ClassStore::shared(), signOrAll);
+        ClassStore::notifyChanged();
     });
-}
-
-void ClassOperations::setDataChange() {
-    if (viewListener)
-        viewListener->onChange();
 }

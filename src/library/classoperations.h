@@ -1,6 +1,5 @@
 #pragma once
 
-#include "library/classchangelistener.h"
 #include "model/operationresult.h"
 #include "store/classstore.h"
 
@@ -12,14 +11,9 @@ class ClassOperations {
 public:
     ClassOperations() = delete;
 
-    static ClassStore &db();
-    // A view that sets itself here must clear the slot before it goes away.
-    static inline ClassChangeListener *viewListener = nullptr;
-
     static void create(const QString &label, const QString &username, OperationCallback callback);
     static void setLabel(const QString &sign, const QString &newLabel, const QString &username);
     static void swapPositions(const QString &sign1, const QString &sign2, const QString &username);
     // `delete` is a keyword; remove is the nearest legal name. signOrAll is one sign or "a|b|".
     static void remove(const QString &signOrAll, const QString &username);
-    static void setDataChange();
 };

@@ -8,6 +8,7 @@
 #include "library/phraseoperations.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
+#include "send/applicationnames.h"
 #include "send/phrasesender.h"
 #include "send/quickbar.h"
 #include "send/quickbarentry.h"
@@ -55,14 +56,14 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     targetRow->setSpacing(6);
     auto *caption = new QLabel(QString::fromUtf8("发送到"), target);
     caption->setStyleSheet("color:#8a9199;");
-    IconImageView = new QLabel(target);
-    IconImageView->setFixedSize(20, 20);
-    IconImageView->setScaledContents(true);
-    IconLabelView = new ElidedLabel(target);
-    IconLabelView->setStyleSheet("color:#1f2328;");
+    targetIcon = new QLabel(target);
+    targetIcon->setFixedSize(20, 20);
+    targetIcon->setScaledContents(true);
+    targetName = new ElidedLabel(target);
+    targetName->setStyleSheet("color:#1f2328;");
     targetRow->addWidget(caption);
-    targetRow->addWidget(IconImageView);
-    targetRow->addWidget(IconLabelView, 1);
+    targetRow->addWidget(targetIcon);
+    targetRow->addWidget(targetName, 1);
     layout->addWidget(target);
 
     searchTextView = new QLineEdit(this);
@@ -87,15 +88,15 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     auto *blockLayout = new QVBoxLayout(wordBlock);
     blockLayout->setContentsMargins(0, 0, 0, 0);
     blockLayout->setSpacing(0);
-    wordControl = new LibraryPanel(wordBlock);
-    searchListControl = new SearchResultList(wordBlock);
-    blockLayout->addWidget(wordControl);
-    blockLayout->addWidget(searchListControl);
-    searchListControl->hide();
+    libraryPanel = new LibraryPanel(wordBlock);
+    searchResults = new SearchResultList(wordBlock);
+    blockLayout->addWidget(libraryPanel);
+    blockLayout->addWidget(searchResults);
+    searchResults->hide();
     layout->addWidget(wordBlock, 1);
 
     connect(searchTextView, &QLineEdit::textChanged, this, &HomeView::searchTextChanged);
-    connect(wordControl, &LibraryPanel::cloudStopped, this, &HomeView::cloudStopped);
+    connect(libraryPanel, &LibraryPanel::cloudStopped, this, &HomeView::cloudStopped);
 
     // The first store object opens the database; a file that cannot be opened is told, not fatal.
     PhraseStore opener;
@@ -108,7 +109,7 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
                              self ? self->window() : nullptr, QMessageBox::Critical);
         });
     }
-    wordControl->classList->reloadWordData();
+    libraryPanel->classList->reloadData();
 }
 
 HomeView::~HomeView() {
@@ -117,7 +118,7 @@ HomeView::~HomeView() {
 }
 
 PhraseList *HomeView::phraseList() const {
-    return wordControl->phraseList;
+    return libraryPanel->phraseList;
 }
 
 void HomeView::showEvent(QShowEvent *event) {
@@ -127,9 +128,9 @@ void HomeView::showEvent(QShowEvent *event) {
 
 void HomeView::viewDidAppear() {
     moveWindowToRight();
-    if (one)
+    if (firstShown)
         return;
-    one = true;
+    firstShown = true;
 
     trayMenu_ = new QMenu(this);
     trayMenu_->addAction(QString::fromUtf8("显示窗口"), this, &HomeView::showView);
@@ -158,7 +159,7 @@ void HomeView::viewDidAppear() {
     auto *bar = new QuickBar;
     connect(this, &QObject::destroyed, bar, &QObject::deleteLater);
     QPointer<PhraseList> list = phraseList();
-    bar->setListSource([list] { return list ? std::optional(list->dataSource) : std::nullopt; },
+    bar->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
                        [list](int row) {
                            if (list)
                                list->selectRow(row);
@@ -168,7 +169,7 @@ void HomeView::viewDidAppear() {
     bar->applyShortcutSetting();
     App::quickBar = bar;
 
-    LibrarySync::listener = wordControl;
+    LibrarySync::listener = libraryPanel;
     LibrarySync::cloudAll([] {});
     TargetWindowTracker::start();
     startUploadIcon();
@@ -209,8 +210,8 @@ void HomeView::startUploadIcon() {
 void HomeView::refreshTarget() {
     const auto app = TargetWindowTracker::lastTarget();
     if (!app) {
-        IconImageView->clear();
-        IconLabelView->setText(QString());
+        targetIcon->clear();
+        targetName->setText(QString());
         iconWindow_ = 0;
         return;
     }
@@ -219,24 +220,25 @@ void HomeView::refreshTarget() {
         iconWindow_ = app->window;
         const QImage icon = app->icon();
         if (icon.isNull())
-            IconImageView->clear();
+            targetIcon->clear();
         else
-            IconImageView->setPixmap(QPixmap::fromImage(icon.scaled(
-                IconImageView->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+            targetIcon->setPixmap(QPixmap::fromImage(icon.scaled(
+                targetIcon->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
     }
-    if (IconLabelView->text() != app->localizedName)
-        IconLabelView->setText(app->localizedName);
+    // The program's name as the application menu gives it, not the title of its window.
+    const QString name = ApplicationNames::displayName(*app);
+    if (targetName->text() != name)
+        targetName->setText(name);
 }
 
 void HomeView::searchTextChanged() {
     const QString text = searchTextView->text();
     if (text.isEmpty()) {
-        searchListControl->hide();
-        wordControl->show();
+        searchResults->hide();
+        libraryPanel->show();
         return;
     }
-    searchListControl->show();
-    wordControl->hide();
-    PhraseStore db;
-    searchListControl->setData(db.getLikeAll(text, App::userInfo().username), text);
+    searchResults->show();
+    libraryPanel->hide();
+    searchResults->setData(PhraseStore::shared().searchIds(text, App::userInfo().username), text);
 }

@@ -23,19 +23,19 @@ public:
 
     QSystemTrayIcon *statusBarItem = nullptr;
     QWidget *wordBlock = nullptr;
-    QLabel *IconImageView = nullptr;
-    ElidedLabel *IconLabelView = nullptr;
-    LibraryPanel *wordControl = nullptr;
-    SearchResultList *searchListControl = nullptr;
+    QLabel *targetIcon = nullptr;
+    ElidedLabel *targetName = nullptr;
+    LibraryPanel *libraryPanel = nullptr;
+    SearchResultList *searchResults = nullptr;
     QLineEdit *searchTextView = nullptr;
-    bool one = false;
+    bool firstShown = false;
 
     void showView();
     void moveWindowToRight();
     void startUploadIcon();
     void searchTextChanged();
 
-    // For the quick bar: the phrase list (its dataSource and selectRow), the search field, the tray menu.
+    // For the quick bar: the phrase list (its phraseAt and selectRow), the search field, the tray menu.
     PhraseList *phraseList() const;
     QLineEdit *searchField() const { return searchTextView; }
     QMenu *trayMenu() const { return trayMenu_; }

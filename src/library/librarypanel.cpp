@@ -76,9 +76,14 @@ LibraryPanel::~LibraryPanel() {
 }
 
 void LibraryPanel::onSelectionChange(const std::optional<PhraseClass> &data) {
+    // The same class again (a reload, a rename): the new record names the label, and the phrase list
+    // keeps its rows, scroll and selection.
+    const bool sameClass =
+        data && shown_ && shown_->sign == data->sign && phraseList->shownClassSign == data->sign;
     shown_ = data;
     refreshLabel();
-    phraseList->setWordData(data);
+    if (!sameClass)
+        phraseList->setWordData(data);
 }
 
 void LibraryPanel::refreshLabel() {
@@ -86,7 +91,7 @@ void LibraryPanel::refreshLabel() {
         labelTextView->setText(QString());
         return;
     }
-    const QString count = PhraseOperations::db().getCount(shown_->username, shown_->sign);
+    const QString count = PhraseStore::shared().getCount(shown_->username, shown_->sign);
     labelTextView->setText(shown_->label + "(" + count + ")");
 }
 

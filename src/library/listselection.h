@@ -12,4 +12,7 @@ public:
     static void select(QAbstractItemView *view, const QList<int> &rows, qsizetype rowCount);
     // The selected rows in ascending order.
     static QList<int> selectedRows(const QAbstractItemView *view);
+    // From now on no click or key leaves the view with nothing selected while it has rows (a Ctrl+click
+    // on the only selected row keeps it); select() above still can.
+    static void keepNonEmpty(QAbstractItemView *view);
 };

@@ -1,56 +1,48 @@
 #include "library/phraselist.h"
 
-#include "library/lazyrowlist.h"
 #include "library/listselection.h"
+#include "library/phraseidmodel.h"
+#include "library/phraselistview.h"
 #include "library/phraseoperations.h"
-#include "library/phraserow.h"
 #include "model/app.h"
 #include "send/phrasesender.h"
 
-#include <QCursor>
 #include <QMenu>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <iostream>
 
-#include "editor/createphrasedialog.h"
-#include "editor/editphrasedialog.h"
-
 PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    collectionView = new LazyRowList(this);
+    collectionView = new PhraseListView(PhraseRowDelegate::Layout::OneLine, this);
     collectionView->setInsets(5);
-    collectionView->setCellFactory([this](int row) -> QWidget * {
-        auto *cell = new PhraseRow;
-        cell->listener = this;
-        if (row >= 0 && row < dataSource.size())
-            cell->setData(row, dataSource[row]);
-        cell->setSelect(_selectIndexPathAll.contains(row));
-        return cell;
-    });
+    ListSelection::keepNonEmpty(collectionView);
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
-    menu_添加短语 = menu->addAction(QString::fromUtf8("添加短语"));
-    menu_编辑短语 = menu->addAction(QString::fromUtf8("编辑短语"));
+    addPhraseAction = menu->addAction(QString::fromUtf8("添加短语"));
+    editPhraseAction = menu->addAction(QString::fromUtf8("编辑短语"));
     menu->addSeparator();
-    menu_向上移动 = menu->addAction(QString::fromUtf8("向上移动"));
-    menu_向下移动 = menu->addAction(QString::fromUtf8("向下移动"));
+    moveUpAction = menu->addAction(QString::fromUtf8("向上移动"));
+    moveDownAction = menu->addAction(QString::fromUtf8("向下移动"));
     menu->addSeparator();
-    menu_删除选中 = menu->addAction(QString::fromUtf8("删除选中"));
+    deleteAction = menu->addAction(QString::fromUtf8("删除选中"));
     connect(menu, &QMenu::triggered, this, &PhraseList::menuActionTriggered);
 
-    connect(collectionView, &QListWidget::itemSelectionChanged, this, &PhraseList::selectionChanged);
-    connect(collectionView, &LazyRowList::emptyAreaRightPressed, this, &PhraseList::openMenu);
+    connect(collectionView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &PhraseList::selectionChanged);
+    connect(collectionView, &PhraseListView::emptyAreaRightPressed, this, &PhraseList::openMenu);
+    connect(collectionView, &PhraseListView::rowRightPressed, this, &PhraseList::rightPressed);
+    connect(collectionView, &PhraseListView::sendRequested, this, &PhraseList::send);
 
-    PhraseOperations::listener = this;
+    PhraseStore::listener = this;
     reloadMenuState();
 }
 
 PhraseList::~PhraseList() {
-    if (PhraseOperations::listener == this)
-        PhraseOperations::listener = nullptr;
+    if (PhraseStore::listener == this)
+        PhraseStore::listener = nullptr;
 }
 
 QString PhraseList::currentUsername() const {
@@ -59,21 +51,31 @@ QString PhraseList::currentUsername() const {
 
 void PhraseList::setWordData(const std::optional<PhraseClass> &data) {
     if (data) {
-        parSign = data->sign;
+        shownClassSign = data->sign;
         username = data->username;
     } else {
-        parSign.reset();
+        shownClassSign.reset();
         username.reset();
     }
-    _selectIndexPathAll.clear();
-    reloadWordData();
+    selectedRows.clear();
+    reloadData();
     collectionView->scrollToTop();
 }
 
-void PhraseList::reloadWordData() {
-    dataSource = parSign ? PhraseOperations::db().getAll(*parSign, currentUsername()) : QList<Phrase>{};
+const QList<qint64> &PhraseList::phraseIds() const {
+    return collectionView->phraseModel()->ids();
+}
+
+std::optional<Phrase> PhraseList::phraseAt(int row) const {
+    return collectionView->phraseModel()->phraseAt(row);
+}
+
+void PhraseList::reloadData() {
     applyingSelection_ = true;
-    collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
+    collectionView->phraseModel()->setIds(
+        shownClassSign ? PhraseStore::shared().getAllIds(*shownClassSign, currentUsername())
+                       : QList<qint64>{},
+        QString());
     applyingSelection_ = false;
     reloadSelectedData();
     reloadMenuState();
@@ -81,51 +83,43 @@ void PhraseList::reloadWordData() {
 }
 
 void PhraseList::reloadSelectedData() {
-    setSelection(_selectIndexPathAll);
+    setSelection(selectedRows);
 }
 
 void PhraseList::setSelection(const QList<int> &rows) {
     QList<int> kept;
     for (int r : rows)
-        if (r >= 0 && r < dataSource.size() && !kept.contains(r))
+        if (r >= 0 && r < count() && !kept.contains(r))
             kept.append(r);
     std::sort(kept.begin(), kept.end());
     applyingSelection_ = true;
-    ListSelection::select(collectionView, kept, dataSource.size());
+    ListSelection::select(collectionView, kept, count());
     applyingSelection_ = false;
     selectionChanged();
 }
 
 bool PhraseList::selectRow(int n) {
-    if (n < 0 || n >= dataSource.size())
+    if (n < 0 || n >= count())
         return false;
     setSelection({n});
-    collectionView->scrollToItem(collectionView->item(n));
+    collectionView->scrollTo(collectionView->model()->index(n, 0));
     return true;
-}
-
-PhraseRow *PhraseList::cellAt(int row) {
-    return qobject_cast<PhraseRow *>(collectionView->cellAt(row));
 }
 
 void PhraseList::selectionChanged() {
     if (applyingSelection_)
         return;
-    const QList<int> rows = ListSelection::selectedRows(collectionView);
-    _selectIndexPathAll = rows;
-    for (int r = 0; r < collectionView->count(); ++r)
-        if (auto *cell = qobject_cast<PhraseRow *>(collectionView->existingCellAt(r)))
-            cell->setSelect(rows.contains(r));
+    selectedRows = ListSelection::selectedRows(collectionView);
     reloadMenuState();
 }
 
 void PhraseList::reloadMenuState() {
-    const qsizetype n = _selectIndexPathAll.size();
-    menu_添加短语->setEnabled(parSign.has_value());
-    menu_编辑短语->setEnabled(n == 1);
-    menu_向上移动->setEnabled(n == 1);
-    menu_向下移动->setEnabled(n == 1);
-    menu_删除选中->setEnabled(n >= 1);
+    const qsizetype n = selectedRows.size();
+    addPhraseAction->setEnabled(shownClassSign.has_value());
+    editPhraseAction->setEnabled(n == 1);
+    moveUpAction->setEnabled(n == 1);
+    moveDownAction->setEnabled(n == 1);
+    deleteAction->setEnabled(n >= 1);
 }
 
 void PhraseList::openMenu(const QPoint &globalPos) {
@@ -134,60 +128,63 @@ void PhraseList::openMenu(const QPoint &globalPos) {
     Q_EMIT menuOpened();
 }
 
-void PhraseList::onRightClick(int indexPath, const Phrase &) {
-    // With two or more selected the menu acts on all of them.
-    if (_selectIndexPathAll.size() < 2)
-        setSelection({indexPath});
-    openMenu(QCursor::pos());
+void PhraseList::rightPressed(int row, const QPoint &globalPos) {
+    if (selectedRows.size() < 2)
+        setSelection({row});
+    openMenu(globalPos);
 }
 
-void PhraseList::onSendButtonClick(int, const Phrase &data) {
-    PhraseSender::send(data.jsonValue, true);
-}
-
-void PhraseList::onDoubleClick(int, const Phrase &data) {
-    PhraseSender::send(data.jsonValue, false);
+void PhraseList::send(int row, bool pressEnter) {
+    if (const std::optional<Phrase> phrase = phraseAt(row))
+        PhraseSender::send(phrase->jsonValue, pressEnter);
 }
 
 void PhraseList::onDataChange() {
-    reloadWordData();
+    reloadData();
 }
 
 void PhraseList::menuActionTriggered(QAction *action) {
     std::cout << "===>>>>>>>   Menu Action -!" << std::endl;
     const QString title = action->text();
-    const QList<int> sel = _selectIndexPathAll;
+    const QList<int> sel = selectedRows;
     const QString user = currentUsername();
     if (title == QString::fromUtf8("添加短语")) {
-        if (!parSign)
+        if (!shownClassSign)
             return;
-        CreatePhraseDialog dialog(*parSign, user, window());
-        dialog.exec();
+        Q_EMIT createPhraseRequested(*shownClassSign);
     } else if (title == QString::fromUtf8("编辑短语")) {
         if (sel.size() != 1)
             return;
-        EditPhraseDialog dialog(dataSource[sel.first()], window());
-        dialog.exec();
+        if (const std::optional<Phrase> phrase = phraseAt(sel.first()))
+            Q_EMIT editPhraseRequested(*phrase);
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() != 1 || sel.first() <= 0)
             return;
         const int i = sel.first();
         // The selection follows the moved phrase.
-        _selectIndexPathAll = {i - 1};
-        PhraseOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
+        selectedRows = {i - 1};
+        swapWith(i, i - 1, user);
     } else if (title == QString::fromUtf8("向下移动")) {
-        if (sel.size() != 1 || sel.first() >= dataSource.size() - 1)
+        if (sel.size() != 1 || sel.first() >= count() - 1)
             return;
         const int i = sel.first();
-        _selectIndexPathAll = {i + 1};
-        PhraseOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
+        selectedRows = {i + 1};
+        swapWith(i, i + 1, user);
     } else if (title == QString::fromUtf8("删除选中")) {
-        if (sel.isEmpty() || dataSource.isEmpty())
+        if (sel.isEmpty() || count() == 0)
             return;
         QString signs;
         for (int r : sel)
-            signs += dataSource[r].sign + QLatin1Char('|');
-        _selectIndexPathAll.clear();
+            if (const std::optional<Phrase> phrase = phraseAt(r))
+                signs += phrase->sign + QLatin1Char('|');
+        selectedRows.clear();
         PhraseOperations::remove(signs, user);
     }
+}
+
+void PhraseList::swapWith(int row, int other, const QString &username) {
+    const std::optional<Phrase> a = phraseAt(row);
+    const std::optional<Phrase> b = phraseAt(other);
+    if (a && b)
+        PhraseOperations::swapPositions(a->sign, b->sign, username);
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "library/phrasechangelistener.h"
-#include "library/phraserowlistener.h"
 #include "model/phrase.h"
 #include "model/phraseclass.h"
+#include "store/phrasechangelistener.h"
 
 #include <QList>
 #include <QWidget>
@@ -11,33 +10,35 @@
 
 class QAction;
 class QMenu;
-class LazyRowList;
-class PhraseRow;
+class PhraseListView;
 
 // The phrases of the selected class, with their context menu; a double click pastes a phrase into
 // the target application and the row's send button pastes and sends it.
-class PhraseList : public QWidget, public PhraseRowListener, public PhraseChangeListener {
+class PhraseList : public QWidget, public PhraseChangeListener {
     Q_OBJECT
 public:
     explicit PhraseList(QWidget *parent = nullptr);
     ~PhraseList() override;
 
-    LazyRowList *collectionView = nullptr;
+    PhraseListView *collectionView = nullptr;
     // Selected rows in ascending order.
-    QList<int> _selectIndexPathAll;
-    QList<Phrase> dataSource;
-    std::optional<QString> parSign;
+    QList<int> selectedRows;
+    // The shown phrases by id; a row's record is read only when it is needed.
+    const QList<qint64> &phraseIds() const;
+    int count() const { return int(phraseIds().size()); }
+    std::optional<Phrase> phraseAt(int row) const;
+    std::optional<QString> shownClassSign;
     std::optional<QString> username;
 
     QMenu *menu = nullptr;
-    QAction *menu_添加短语 = nullptr;
-    QAction *menu_编辑短语 = nullptr;
-    QAction *menu_向上移动 = nullptr;
-    QAction *menu_向下移动 = nullptr;
-    QAction *menu_删除选中 = nullptr;
+    QAction *addPhraseAction = nullptr;
+    QAction *editPhraseAction = nullptr;
+    QAction *moveUpAction = nullptr;
+    QAction *moveDownAction = nullptr;
+    QAction *deleteAction = nullptr;
 
     void setWordData(const std::optional<PhraseClass> &data);
-    void reloadWordData();
+    void reloadData();
     void reloadSelectedData();
     void reloadMenuState();
     void menuActionTriggered(QAction *action);
@@ -46,12 +47,10 @@ public:
     void setSelection(const QList<int> &rows);
     // Selects row n alone and scrolls it into view; false when there is no such row.
     bool selectRow(int n);
-    PhraseRow *cellAt(int row);
 
     void onDataChange() override;
-    void onRightClick(int indexPath, const Phrase &data) override;
-    void onSendButtonClick(int indexPath, const Phrase &data) override;
-    void onDoubleClick(int indexPath, const Phrase &data) override;
+    // With two or more selected the menu acts on all of them; otherwise the row alone.
+    void rightPressed(int row, const QPoint &globalPos);
 
     static constexpr int rowHeight = 30;
 
@@ -60,10 +59,15 @@ Q_SIGNALS:
     void menuOpened();
     // The rows were read again from the store.
     void dataReloaded();
+    // 添加短语 in the shown class, or 编辑短语; the application opens the dialog.
+    void createPhraseRequested(const QString &classSign);
+    void editPhraseRequested(const Phrase &phrase);
 
 private:
     void selectionChanged();
     void openMenu(const QPoint &globalPos);
+    void send(int row, bool pressEnter);
+    void swapWith(int row, int other, const QString &username);
     QString currentUsername() const;
 
     bool applyingSelection_ = false;

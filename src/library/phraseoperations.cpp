@@ -3,26 +3,21 @@
 #include "cloud/phraseapi.h"
 #include "library/storefollowups.h"
 
-PhraseStore &PhraseOperations::db() {
-    static PhraseStore shared;
-    return shared;
-}
-
 void PhraseOperations::create(const QString &parentSign, const QString &label, const QString &jsonValue,
                               const QString &username, OperationCallback resultHandler) {
-    const qint64 position = db().getMaxPosition(parentSign);
-    PhraseApi::create(parentSign, label, jsonValue, QString::number(position), username,
-                      [=](const CreateResult &r) {
-                          if (!r.isSuccess()) {
-                              if (resultHandler)
-                                  resultHandler(OperationResult::error(r.msg()));
-                              return;
-                          }
-                          db().create(parentSign, r.sign(), label, jsonValue, position, username);
-                          if (resultHandler)
-                              resultHandler(OperationResult::success());
-                          setDataChange();
-                      });
+    const qint64 position = PhraseStore::shared().getMaxPosition(parentSign);
+    PhraseApi::create(
+        parentSign, label, jsonValue, QString::number(position), username, [=](const CreateResult &r) {
+            if (!r.isSuccess()) {
+                if (resultHandler)
+                    resultHandler(OperationResult::error(r.msg()));
+                return;
+            }
+            PhraseStore::shared().create(parentSign, r.sign(), label, jsonValue, position, username);
+            if (resultHandler)
+                resultHandler(OperationResult::success());
+            PhraseStore::notifyChanged();
+        });
 }
 
 void PhraseOperations::updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
@@ -34,8 +29,8 @@ void PhraseOperations::updateValue(const QString &newParentSign, const QString &
                 resultHandler(OperationResult::error(r.msg()));
             return;
         }
-        db().setValue(newParentSign, sign, newLabel, newJsonValue);
-        setDataChange();
+        PhraseStore::shared().setValue(newParentSign, sign, newLabel, newJsonValue);
+        PhraseStore::notifyChanged();
         if (resultHandler)
             resultHandler(OperationResult::success());
     });
@@ -45,8 +40,8 @@ void PhraseOperations::swapPositions(const QString &sign1, const QString &sign2,
     PhraseApi::swapPositions(sign1, sign2, username, [sign1, sign2](const CallResult &r) {
         if (!r.isOk())
             return;
-        StoreFollowUps::swapPositions(db(), sign1, sign2);
-        setDataChange();
+        StoreFollowUps::swapPositions(PhraseStore::shared(), sign1, sign2);
+        PhraseStore::notifyChanged();
     });
 }
 
@@ -54,12 +49,7 @@ void PhraseOperations::remove(const QString &signOrAll, const QString &username)
     PhraseApi::remove(signOrAll, username, [signOrAll](const CallResult &r) {
         if (!r.isOk())
             return;
-        StoreFollowUps::deleteSigns(db(), signOrAll);
-        setDataChange();
+        StoreFollowUps::deleteSigns(PhraseStore::shared(), signOrAll);
+        PhraseStore::notifyChanged();
     });
-}
-
-void PhraseOperations::setDataChange() {
-    if (listener)
-        listener->onDataChange();
 }

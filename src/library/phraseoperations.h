@@ -1,6 +1,5 @@
 #pragma once
 
-#include "library/phrasechangelistener.h"
 #include "model/operationresult.h"
 #include "store/phrasestore.h"
 
@@ -12,10 +11,6 @@ class PhraseOperations {
 public:
     PhraseOperations() = delete;
 
-    static PhraseStore &db();
-    // A view that sets itself here must clear the slot before it goes away.
-    static inline PhraseChangeListener *listener = nullptr;
-
     // The completion comes before the change notice here, unlike updateValue.
     static void create(const QString &parentSign, const QString &label, const QString &jsonValue,
                        const QString &username, OperationCallback resultHandler);
@@ -25,5 +20,4 @@ public:
     static void swapPositions(const QString &sign1, const QString &sign2, const QString &username);
     // `delete` is a keyword; remove is the nearest legal name. signOrAll is one sign or "a|b|".
     static void remove(const QString &signOrAll, const QString &username);
-    static void setDataChange();
 };

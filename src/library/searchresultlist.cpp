@@ -1,55 +1,58 @@
 #include "library/searchresultlist.h"
 
-#include "library/lazyrowlist.h"
 #include "library/listselection.h"
-#include "library/searchresultrow.h"
+#include "library/phraseidmodel.h"
+#include "library/phraselistview.h"
 #include "send/phrasesender.h"
 
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QVBoxLayout>
+#include <iostream>
 
 SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    collectionView = new LazyRowList(this);
+    collectionView = new PhraseListView(PhraseRowDelegate::Layout::TwoLines, this);
     collectionView->setInsets(5);
-    collectionView->setCellFactory([this](int row) -> QWidget * {
-        auto *cell = new SearchResultRow;
-        cell->listener = this;
-        if (row >= 0 && row < dataSource.size())
-            cell->setData(row, dataSource[row], keyString.value_or(QString()));
-        cell->setSelect(_selectIndexPathAll.contains(row));
-        return cell;
-    });
     layout->addWidget(collectionView);
     emptyLabel_ = new QLabel(QString::fromUtf8("没有找到匹配的短语"), this);
     emptyLabel_->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     emptyLabel_->setStyleSheet("color:#9aa0a6;padding-top:24px;");
     emptyLabel_->hide();
     layout->addWidget(emptyLabel_, 1);
-    connect(collectionView, &QListWidget::itemSelectionChanged, this, &SearchResultList::selectionChanged);
+    connect(collectionView->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &SearchResultList::selectionChanged);
+    connect(collectionView, &PhraseListView::sendRequested, this, &SearchResultList::send);
+    connect(collectionView, &PhraseListView::rowRightPressed, this, [this](int row) {
+        if (selectedRows.size() < 2)
+            setSelection({row});
+    });
 }
 
-void SearchResultList::setData(const QList<Phrase> &data, const QString &key) {
-    dataSource = data;
+void SearchResultList::setData(const QList<qint64> &ids, const QString &key) {
     keyString = key;
-    _selectIndexPathAll.clear();
+    selectedRows.clear();
     applyingSelection_ = true;
-    collectionView->resetRows(int(dataSource.size()), QSize(0, rowHeight + 1));
+    collectionView->phraseModel()->setIds(ids, key);
     applyingSelection_ = false;
     collectionView->scrollToTop();
-    collectionView->setVisible(!dataSource.isEmpty());
-    emptyLabel_->setVisible(dataSource.isEmpty());
+    collectionView->setVisible(!ids.isEmpty());
+    emptyLabel_->setVisible(ids.isEmpty());
 }
 
-SearchResultRow *SearchResultList::cellAt(int row) {
-    return qobject_cast<SearchResultRow *>(collectionView->cellAt(row));
+const QList<qint64> &SearchResultList::resultIds() const {
+    return collectionView->phraseModel()->ids();
+}
+
+std::optional<Phrase> SearchResultList::phraseAt(int row) const {
+    return collectionView->phraseModel()->phraseAt(row);
 }
 
 void SearchResultList::setSelection(const QList<int> &rows) {
     applyingSelection_ = true;
-    ListSelection::select(collectionView, rows, dataSource.size());
+    ListSelection::select(collectionView, rows, resultIds().size());
     applyingSelection_ = false;
     selectionChanged();
 }
@@ -57,22 +60,14 @@ void SearchResultList::setSelection(const QList<int> &rows) {
 void SearchResultList::selectionChanged() {
     if (applyingSelection_)
         return;
-    const QList<int> rows = ListSelection::selectedRows(collectionView);
-    _selectIndexPathAll = rows;
-    for (int r = 0; r < collectionView->count(); ++r)
-        if (auto *cell = qobject_cast<SearchResultRow *>(collectionView->existingCellAt(r)))
-            cell->setSelect(rows.contains(r));
+    selectedRows = ListSelection::selectedRows(collectionView);
 }
 
-void SearchResultList::onRightClick(int indexPath, const Phrase &) {
-    if (_selectIndexPathAll.size() < 2)
-        setSelection({indexPath});
-}
-
-void SearchResultList::onSendButtonClick(int, const Phrase &data) {
-    PhraseSender::send(data.jsonValue, true);
-}
-
-void SearchResultList::onDoubleClick(int, const Phrase &data) {
-    PhraseSender::send(data.jsonValue, false);
+void SearchResultList::send(int row, bool pressEnter) {
+    const std::optional<Phrase> phrase = phraseAt(row);
+    if (!phrase)
+        return;
+    if (!pressEnter)
+        std::cout << "------WWWW>>>>>" << std::endl;
+    PhraseSender::send(phrase->jsonValue, pressEnter);
 }

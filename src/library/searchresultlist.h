@@ -1,39 +1,34 @@
 #pragma once
 
-#include "library/phraserowlistener.h"
 #include "model/phrase.h"
 
 #include <QList>
 #include <QWidget>
 #include <optional>
 
-class LazyRowList;
-class SearchResultRow;
+class PhraseListView;
+class QLabel;
 
 // The search results over all classes, with the keyword coloured.
-class SearchResultList : public QWidget, public PhraseRowListener {
+class SearchResultList : public QWidget {
     Q_OBJECT
 public:
     explicit SearchResultList(QWidget *parent = nullptr);
 
-    LazyRowList *collectionView = nullptr;
-    QList<Phrase> dataSource;
-    QList<int> _selectIndexPathAll;
+    PhraseListView *collectionView = nullptr;
+    QList<int> selectedRows;
     std::optional<QString> keyString;
 
-    void setData(const QList<Phrase> &data, const QString &keyString);
+    // The matching phrases by id; a row's record is read only when the row is shown.
+    void setData(const QList<qint64> &ids, const QString &keyString);
+    const QList<qint64> &resultIds() const;
+    std::optional<Phrase> phraseAt(int row) const;
     void setSelection(const QList<int> &rows);
-    SearchResultRow *cellAt(int row);
-
-    void onRightClick(int indexPath, const Phrase &data) override;
-    void onSendButtonClick(int indexPath, const Phrase &data) override;
-    void onDoubleClick(int indexPath, const Phrase &data) override;
-
-    static constexpr int rowHeight = 46;
 
 private:
     void selectionChanged();
+    void send(int row, bool pressEnter);
 
     bool applyingSelection_ = false;
-    class QLabel *emptyLabel_ = nullptr;
+    QLabel *emptyLabel_ = nullptr;
 };

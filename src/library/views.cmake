@@ -1,8 +1,8 @@
 target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/classcelllistener.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraserowlistener.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraserow.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserow.h
-  ${CMAKE_CURRENT_LIST_DIR}/searchresultrow.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultrow.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraselistview.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistview.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.h
   ${CMAKE_CURRENT_LIST_DIR}/classcell.cpp ${CMAKE_CURRENT_LIST_DIR}/classcell.h
   ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.h
   ${CMAKE_CURRENT_LIST_DIR}/librarypanel.cpp ${CMAKE_CURRENT_LIST_DIR}/librarypanel.h
@@ -11,6 +11,4 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/phraselist.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselist.h
   ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.cpp ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.h
   ${CMAKE_CURRENT_LIST_DIR}/homeview.cpp ${CMAKE_CURRENT_LIST_DIR}/homeview.h
-  ${CMAKE_CURRENT_LIST_DIR}/lazyrowlist.cpp ${CMAKE_CURRENT_LIST_DIR}/lazyrowlist.h
-  ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraserowbase.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowbase.h)
+  ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h)

@@ -1,6 +1,6 @@
 #include "model/contentformat.h"
 
-#include "store/pathops.h"
+#include "model/pathops.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

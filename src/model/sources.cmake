@@ -3,6 +3,7 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/contentformat.cpp ${CMAKE_CURRENT_LIST_DIR}/contentformat.h
   ${CMAKE_CURRENT_LIST_DIR}/contentpiece.h
   ${CMAKE_CURRENT_LIST_DIR}/operationresult.h
+  ${CMAKE_CURRENT_LIST_DIR}/pathops.cpp ${CMAKE_CURRENT_LIST_DIR}/pathops.h
   ${CMAKE_CURRENT_LIST_DIR}/signedinuser.h
   ${CMAKE_CURRENT_LIST_DIR}/phraseclass.h
   ${CMAKE_CURRENT_LIST_DIR}/phrase.cpp ${CMAKE_CURRENT_LIST_DIR}/phrase.h

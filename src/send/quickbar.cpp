@@ -251,10 +251,7 @@ void QuickBar::placeOnScreen() {
 std::optional<Phrase> QuickBar::phraseAt(int index) const {
     if (!list_ || index < 0)
         return std::nullopt;
-    const std::optional<QList<Phrase>> list = list_();
-    if (!list || index >= list->size())
-        return std::nullopt;
-    return list->at(index);
+    return list_(index);
 }
 
 void QuickBar::didHighlightItemAt(int index) {

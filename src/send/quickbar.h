@@ -23,8 +23,8 @@ public:
     static constexpr int numberOfItems = 12;
     static constexpr int itemSpacing = 5;
 
-    // The phrases of the list currently shown; absent while no list is loaded.
-    using ListSource = std::function<std::optional<QList<Phrase>>()>;
+    // Phrase n of the list currently shown; absent past its end or while no list is loaded.
+    using ListSource = std::function<std::optional<Phrase>(int)>;
     // Makes row n the selection of that list.
     using RowSelector = std::function<void(int)>;
 

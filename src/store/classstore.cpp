@@ -90,3 +90,13 @@ PhraseClass ClassStore::fromRow(const SQLite::Statement &row) {
 QList<PhraseClass> ClassStore::query(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
     return rowsOf(sql, bind, &fromRow);
 }
+
+ClassStore &ClassStore::shared() {
+    static ClassStore shared;
+    return shared;
+}
+
+void ClassStore::notifyChanged() {
+    if (listener)
+        listener->onChange();
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/phraseclass.h"
+#include "store/classchangelistener.h"
 #include "store/localstore.h"
 
 #include <QList>
@@ -9,6 +10,13 @@
 
 class ClassStore : public LocalStore {
 public:
+    // The one store object the application shares; lists and the synchronisation write through it.
+    static ClassStore &shared();
+    // Told after every change the application makes to the table. A view that sets itself here
+    // must clear the slot before it goes away.
+    static inline ClassChangeListener *listener = nullptr;
+    static void notifyChanged();
+
     bool create(const QString &sign, const QString &label, qint64 position, const QString &username);
     // `delete` is a keyword; remove is the nearest legal name.
     bool remove(const QString &sign);

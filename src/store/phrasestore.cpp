@@ -1,6 +1,7 @@
 #include "store/phrasestore.h"
 
 #include "model/contentformat.h"
+#include "store/phrasesearchindex.h"
 
 #include <QSet>
 
@@ -66,6 +67,16 @@ QList<Phrase> PhraseStore::getAll(const QString &parentSign, const QString &user
                  });
 }
 
+QList<qint64> PhraseStore::getAllIds(const QString &parentSign, const QString &username) {
+    return rowsOf<qint64>(
+        "SELECT id FROM word_list WHERE username = ? AND parentSign = ? ORDER BY position ASC, id ASC",
+        [&](SQLite::Statement &s) {
+            bindText(s, 1, username);
+            bindText(s, 2, parentSign);
+        },
+        [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
+}
+
 QString PhraseStore::getAllCount(const QString &username) {
     return countOf("select count(id) from word_list where username = (?)",
                    [&](SQLite::Statement &s) { bindText(s, 1, username); });
@@ -125,6 +136,26 @@ QList<Phrase> PhraseStore::getLikeAll(const QString &keyText, const QString &use
                  });
 }
 
+std::optional<Phrase> PhraseStore::getById(qint64 id) {
+    const QList<Phrase> rows =
+        query(WORD_LIST_COLUMNS "WHERE id = (?)", [&](SQLite::Statement &s) { s.bind(1, int64_t(id)); });
+    if (rows.isEmpty())
+        return std::nullopt;
+    return rows.first();
+}
+
+QList<qint64> PhraseStore::searchIds(const QString &keyText, const QString &username) {
+    if (std::optional<QList<qint64>> ids = PhraseSearchIndex::search(keyText, username))
+        return *ids;
+    return rowsOf<qint64>(
+        "SELECT id FROM word_list WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
+        [&](SQLite::Statement &s) {
+            bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
+            bindText(s, 2, username);
+        },
+        [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
+}
+
 qint64 PhraseStore::getMaxPosition(const QString &parentSign) {
     return nextPosition("SELECT max(position) FROM word_list WHERE parentSign = (?)", parentSign);
 }
@@ -181,4 +212,14 @@ QString PhraseStore::countOf(const char *sql, const std::function<void(SQLite::S
         logQueryFailure(e);
         return QStringLiteral("---");
     }
+}
+
+PhraseStore &PhraseStore::shared() {
+    static PhraseStore shared;
+    return shared;
+}
+
+void PhraseStore::notifyChanged() {
+    if (listener)
+        listener->onDataChange();
 }

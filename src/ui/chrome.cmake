@@ -1,5 +1,4 @@
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/backgroundview.cpp ${CMAKE_CURRENT_LIST_DIR}/backgroundview.h
   ${CMAKE_CURRENT_LIST_DIR}/hovertracked.h
   ${CMAKE_CURRENT_LIST_DIR}/imagebutton.cpp ${CMAKE_CURRENT_LIST_DIR}/imagebutton.h
   ${CMAKE_CURRENT_LIST_DIR}/elidedlabel.cpp ${CMAKE_CURRENT_LIST_DIR}/elidedlabel.h

@@ -116,24 +116,24 @@ private Q_SLOTS:
 
     void pictureNamesComeFromBytes() {
         const QByteArray png = QByteArray("\x89PNG\r\n", 6);
-        QCOMPARE(ImageUtil::contentTypeForImageData(png), ImageUtil::imageType::PNG);
-        QCOMPARE(ImageUtil::getImageRealFilename(png),
+        QCOMPARE(ImageUtil::typeOf(png), ImageUtil::ImageType::Png);
+        QCOMPARE(ImageUtil::fileNameOf(png),
                  QStringLiteral("8eece9cc616084e69299f7f1a53a6404.png"));
-        QCOMPARE(ImageUtil::getImageRealFilename(png), ImageUtil::getImageRealFilename(QByteArray(png)));
+        QCOMPARE(ImageUtil::fileNameOf(png), ImageUtil::fileNameOf(QByteArray(png)));
 
         const QByteArray jpg("\xFF\xD8\xFFrest");
-        QVERIFY(ImageUtil::getImageRealFilename(jpg).endsWith(QLatin1String(".jpg")));
-        QCOMPARE(ImageUtil::getImageRealFilename(jpg).size(), 36);
-        QCOMPARE(ImageUtil::getRealExtensionName("GIF89a"), QStringLiteral(".gif"));
-        QCOMPARE(ImageUtil::getRealExtensionName("BM...."), QStringLiteral(".bmp"));
+        QVERIFY(ImageUtil::fileNameOf(jpg).endsWith(QLatin1String(".jpg")));
+        QCOMPARE(ImageUtil::fileNameOf(jpg).size(), 36);
+        QCOMPARE(ImageUtil::extensionOf("GIF89a"), QStringLiteral(".gif"));
+        QCOMPARE(ImageUtil::extensionOf("BM...."), QStringLiteral(".bmp"));
 
         // WebP, TIFF (both byte orders) and nothing at all share the bare name ".jpg".
-        QCOMPARE(ImageUtil::contentTypeForImageData("RIFF\0\0\0\0WEBPVP8 "), ImageUtil::imageType::None);
-        QCOMPARE(ImageUtil::contentTypeForImageData("II*\0"), ImageUtil::imageType::Tiff);
-        QCOMPARE(ImageUtil::contentTypeForImageData("MM\0*"), ImageUtil::imageType::Tiff);
-        QCOMPARE(ImageUtil::contentTypeForImageData(QByteArray()), ImageUtil::imageType::None);
+        QCOMPARE(ImageUtil::typeOf("RIFF\0\0\0\0WEBPVP8 "), ImageUtil::ImageType::None);
+        QCOMPARE(ImageUtil::typeOf("II*\0"), ImageUtil::ImageType::Tiff);
+        QCOMPARE(ImageUtil::typeOf("MM\0*"), ImageUtil::ImageType::Tiff);
+        QCOMPARE(ImageUtil::typeOf(QByteArray()), ImageUtil::ImageType::None);
         for (const QByteArray &data : {QByteArray("RIFF1234WEBP"), QByteArray("II*\0", 4), QByteArray()})
-            QCOMPARE(ImageUtil::getImageRealFilename(data), QStringLiteral(".jpg"));
+            QCOMPARE(ImageUtil::fileNameOf(data), QStringLiteral(".jpg"));
     }
 
     void settingsKeepTheirKeysAndTexts() {
@@ -481,7 +481,7 @@ private Q_SLOTS:
         App::setting().setCookie(QStringLiteral("sid=1;"));
         // A GIF on disk still travels as "image/png".
         const QByteArray gif("GIF89a-not-really-a-picture");
-        const QString name = ImageUtil::getImageRealFilename(gif);
+        const QString name = ImageUtil::fileNameOf(gif);
         QVERIFY(AppFileUtil::saveImage(gif, name));
         responder.on("/api/word/image/uploadImage",
                      ScriptedResponder::json(R"({"state":0,"msg":"图片过大"})", {{"Set-Cookie", "up=2"}}));
@@ -556,16 +556,16 @@ private Q_SLOTS:
         for (const auto &r : responder.requests())
             pictureRequests += r.path.startsWith("/api/resource/word/getImage64/");
         QCOMPARE(pictureRequests, 1);
-        QCOMPARE(PhraseOperations::db().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
+        QCOMPARE(PhraseStore::shared().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
                  QStringLiteral("C1"));
     }
 
     void synchronisationWithoutNetworkKeepsTheLibraryAndEnds() {
         App::userInfo().username = QStringLiteral("offline-user");
-        QVERIFY(ClassOperations::db().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
-                                             QStringLiteral("offline-user")));
-        QVERIFY(PhraseOperations::db().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
-                                              QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
+        QVERIFY(ClassStore::shared().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
+                                            QStringLiteral("offline-user")));
+        QVERIFY(PhraseStore::shared().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
+                                             QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
         pointAt(deadUrl());
         CountingSyncListener d;
         LibrarySync::listener = &d;
@@ -581,8 +581,8 @@ private Q_SLOTS:
         QVERIFY(!LibrarySync::isCloud());
         QCOMPARE(d.starts, 1);
         QCOMPARE(d.stops, 1);
-        QCOMPARE(ClassOperations::db().getAll(QStringLiteral("offline-user")).size(), 1);
-        QVERIFY(PhraseOperations::db().getData(QStringLiteral("W")).has_value());
+        QCOMPARE(ClassStore::shared().getAll(QStringLiteral("offline-user")).size(), 1);
+        QVERIFY(PhraseStore::shared().getData(QStringLiteral("W")).has_value());
     }
 };
 

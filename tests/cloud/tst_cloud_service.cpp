@@ -102,13 +102,13 @@ private Q_SLOTS:
         QVERIFY(service.addUser(kUser, kPassword));
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
         LocalPath::initDirs();
-        ClassOperations::viewListener = &listener;
-        PhraseOperations::listener = &listener;
+        ClassStore::listener = &listener;
+        PhraseStore::listener = &listener;
     }
 
     void cleanupTestCase() {
-        ClassOperations::viewListener = nullptr;
-        PhraseOperations::listener = nullptr;
+        ClassStore::listener = nullptr;
+        PhraseStore::listener = nullptr;
     }
 
     void versionGateAndSignIn() {
@@ -171,7 +171,7 @@ private Q_SLOTS:
     }
 
     void classOperationsReachTheStoreOnlyAfterTheService() {
-        auto &db = ClassOperations::db();
+        auto &db = ClassStore::shared();
         const qint64 before = db.getAll(kUser).size();
 
         events.clear();
@@ -233,7 +233,7 @@ private Q_SLOTS:
     }
 
     void phraseOperationsReachTheStoreOnlyAfterTheService() {
-        auto &classes = ClassOperations::db();
+        auto &classes = ClassStore::shared();
         for (const char *label : {"甲", "乙"}) {
             const OperationResult r = await([label](OperationCallback cb) {
                 ClassOperations::create(QString::fromUtf8(label), kUser, cb);
@@ -249,7 +249,7 @@ private Q_SLOTS:
         }
         QVERIFY(!c1.isEmpty() && !c2.isEmpty());
 
-        auto &db = PhraseOperations::db();
+        auto &db = PhraseStore::shared();
         const QString content = pictureContent({});
         events.clear();
         // The completion comes before the change notice for a phrase create.
@@ -321,7 +321,7 @@ private Q_SLOTS:
 
     void uploadProcedureSettlesEveryPicture() {
         const QByteArray one = pngBytes('a'), two = pngBytes('b');
-        const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
+        const QString n1 = ImageUtil::fileNameOf(one), n2 = ImageUtil::fileNameOf(two);
         QVERIFY(AppFileUtil::saveImage(one, n1));
         QVERIFY(AppFileUtil::saveImage(two, n2));
 
@@ -352,7 +352,7 @@ private Q_SLOTS:
         // A name that does not belong to its bytes is refused; a missing file fails too. The first
         // failure is the one reported, and the good picture in between still goes up.
         const QByteArray three = pngBytes('c');
-        const QString n3 = ImageUtil::getImageRealFilename(three);
+        const QString n3 = ImageUtil::fileNameOf(three);
         const QString wrongName = QStringLiteral("0123456789abcdef0123456789abcdef.png");
         QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
         QVERIFY(AppFileUtil::saveImage(three, n3));
@@ -374,9 +374,9 @@ private Q_SLOTS:
     void fullSynchronisationReplacesTheLibraryAndFetchesMissingPictures() {
         // On the service: one phrase with two pictures, both uploaded above.
         const QByteArray one = pngBytes('a'), two = pngBytes('b');
-        const QString n1 = ImageUtil::getImageRealFilename(one), n2 = ImageUtil::getImageRealFilename(two);
+        const QString n1 = ImageUtil::fileNameOf(one), n2 = ImageUtil::fileNameOf(two);
         QString c;
-        for (const PhraseClass &k : ClassOperations::db().getAll(kUser))
+        for (const PhraseClass &k : ClassStore::shared().getAll(kUser))
             if (k.label == QStringLiteral("甲"))
                 c = k.sign;
         QVERIFY(!c.isEmpty());
@@ -385,9 +385,9 @@ private Q_SLOTS:
                 }).isSuccess());
 
         // Locally: a stray class and phrase the service never had, and the second picture gone.
-        QVERIFY(ClassOperations::db().create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
-        QVERIFY(PhraseOperations::db().create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
-                                              QStringLiteral("[]"), 0, kUser));
+        QVERIFY(ClassStore::shared().create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
+        QVERIFY(PhraseStore::shared().create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
+                                             QStringLiteral("[]"), 0, kUser));
         QVERIFY(QFile::remove(LocalPath::imageDir() + QLatin1Char('/') + n2));
 
         QStringList order;
@@ -416,10 +416,10 @@ private Q_SLOTS:
         const qsizetype pictures = log.indexOf(QStringLiteral("==========下载云图片。数量 "));
         QVERIFY(classes >= 0 && phrases > classes && pictures > phrases);
 
-        QVERIFY(!ClassOperations::db().getData(QStringLiteral("stray")).has_value());
-        QVERIFY(!PhraseOperations::db().getData(QStringLiteral("stray-p")).has_value());
+        QVERIFY(!ClassStore::shared().getData(QStringLiteral("stray")).has_value());
+        QVERIFY(!PhraseStore::shared().getData(QStringLiteral("stray-p")).has_value());
         QStringList localLabels;
-        for (const PhraseClass &k : ClassOperations::db().getAll(kUser))
+        for (const PhraseClass &k : ClassStore::shared().getAll(kUser))
             localLabels.append(k.label);
         QStringList remote = serviceClassLabels();
         localLabels.sort();

@@ -57,7 +57,7 @@ class TestEditorDialogs : public QObject {
         ClassOperations::create(label, user, [&](const OperationResult &r) { result = r; });
         if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isSuccess())
             return {};
-        for (const PhraseClass &c : ClassOperations::db().getAll(user))
+        for (const PhraseClass &c : ClassStore::shared().getAll(user))
             if (c.label == label)
                 return c.sign;
         return {};
@@ -98,7 +98,7 @@ private Q_SLOTS:
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
         QVERIFY(dialog.saveButton->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(!dialog.uploadDialog(), 5000);
-        QVERIFY(PhraseOperations::db().getAll(QStringLiteral("any-class"), user).isEmpty());
+        QVERIFY(PhraseStore::shared().getAll(QStringLiteral("any-class"), user).isEmpty());
         QCOMPARE(dialog.labelViewBox->text(), QStringLiteral("带图短语")); // nothing the user wrote is lost
         QCOMPARE(dialog.textView->getValue().size(), 2);
     }
@@ -126,7 +126,7 @@ private Q_SLOTS:
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         QVERIFY(MessageBox::shown().isEmpty());
 
-        const QList<Phrase> local = PhraseOperations::db().getAll(classSign, user);
+        const QList<Phrase> local = PhraseStore::shared().getAll(classSign, user);
         QCOMPARE(local.size(), 1);
         QCOMPARE(local[0].label, QStringLiteral("欢迎语"));
         QCOMPARE(local[0].jsonValue, json);
@@ -159,7 +159,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(dialog.saveButton->isEnabled(), 30000);
         QVERIFY(dialog.isVisible());
         QVERIFY(MessageBox::shown().isEmpty());
-        QVERIFY(PhraseOperations::db().getAll(QStringLiteral("no-such-class"), user).isEmpty());
+        QVERIFY(PhraseStore::shared().getAll(QStringLiteral("no-such-class"), user).isEmpty());
     }
 
     void editMovesThePhraseToTheChosenClass() {
@@ -174,12 +174,12 @@ private Q_SLOTS:
         create.show();
         clickSave(create);
         QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 30000);
-        const Phrase phrase = PhraseOperations::db().getAll(first, user).value(0);
+        const Phrase phrase = PhraseStore::shared().getAll(first, user).value(0);
         QVERIFY(!phrase.sign.isEmpty());
 
         EditPhraseDialog edit(phrase);
         // The pop-up lists every class in library order, with the phrase's own class chosen.
-        const QList<PhraseClass> all = ClassOperations::db().getAll(user);
+        const QList<PhraseClass> all = ClassStore::shared().getAll(user);
         QCOMPARE(edit.ItemButton->count(), all.size());
         for (int i = 0; i < all.size(); ++i)
             QCOMPARE(edit.ItemButton->itemText(i), all[i].label);
@@ -196,7 +196,7 @@ private Q_SLOTS:
         clickSave(edit);
         QTRY_VERIFY_WITH_TIMEOUT(!edit.isVisible(), 30000);
         QCOMPARE(edit.result(), int(QDialog::Accepted));
-        const std::optional<Phrase> moved = PhraseOperations::db().getData(phrase.sign);
+        const std::optional<Phrase> moved = PhraseStore::shared().getData(phrase.sign);
         QVERIFY(moved);
         QCOMPARE(moved->parentSign, second);
         QCOMPARE(moved->label, QStringLiteral("发货通知"));
@@ -213,7 +213,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 20000);
         QCOMPARE(create.result(), int(QDialog::Accepted));
         std::optional<PhraseClass> made;
-        for (const PhraseClass &c : ClassOperations::db().getAll(user))
+        for (const PhraseClass &c : ClassStore::shared().getAll(user))
             if (c.label == QStringLiteral("售前咨询"))
                 made = c;
         QVERIFY(made);
@@ -224,7 +224,7 @@ private Q_SLOTS:
         rename.show();
         QTest::mouseClick(rename.saveButton, Qt::LeftButton);
         QVERIFY(!rename.isVisible()); // closes at once; the rename follows in the background
-        QTRY_COMPARE_WITH_TIMEOUT(ClassOperations::db().getData(made->sign)->label, QStringLiteral("售前"),
+        QTRY_COMPARE_WITH_TIMEOUT(ClassStore::shared().getData(made->sign)->label, QStringLiteral("售前"),
                                   20000);
 
         // A name the service refuses keeps the dialog open, silently.
@@ -274,6 +274,45 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(picker->isVisible(), 5000);
         QTest::mouseClick(picker->cells()[38], Qt::LeftButton, {}, QPoint(20, 20));
         QCOMPARE(dialog.textView->getValue().last()->value, QStringLiteral("a♨️b"));
+    }
+
+    // An emoji or a picture goes in before the selected text and leaves it there, still selected.
+    void insertionsKeepTheSelectedText() {
+        QTemporaryDir dir;
+        const QByteArray png = picture(12, 12, Qt::magenta);
+        const QString file = dir.filePath(QStringLiteral("dot.png"));
+        QFile f(file);
+        QVERIFY(f.open(QIODevice::WriteOnly) && f.write(png) == png.size());
+        f.close();
+        CreatePhraseDialog dialog(QStringLiteral("c"), user);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
+        PhraseEditor *edit = dialog.textView;
+        edit->insertString(QStringLiteral("hello world"));
+        QTextCursor c = edit->textCursor();
+        c.setPosition(6);
+        c.setPosition(11, QTextCursor::KeepAnchor);
+        edit->setTextCursor(c);
+
+        dialog.emojiClicked();
+        QTRY_VERIFY_WITH_TIMEOUT(dialog.emojiPicker() && dialog.emojiPicker()->isVisible(), 5000);
+        EmojiCell *smile = dialog.emojiPicker()->cells()[5];
+        QCOMPARE(smile->emoji(), QStringLiteral("😊"));
+        QTest::mouseClick(smile, Qt::LeftButton, {}, QPoint(20, 20));
+        QCOMPARE(edit->toPlainText(), QStringLiteral("hello 😊world"));
+        QCOMPARE(edit->textCursor().selectedText(), QStringLiteral("world"));
+
+        // A second emoji follows the first, still before the selection.
+        QTest::mouseClick(smile, Qt::LeftButton, {}, QPoint(20, 20));
+        QCOMPARE(edit->toPlainText(), QStringLiteral("hello 😊😊world"));
+
+        dialog.insertImageFile(file);
+        const ContentPieces pieces = edit->getValue();
+        QCOMPARE(pieces.size(), 3);
+        QCOMPARE(pieces[0]->value, QStringLiteral("hello 😊😊"));
+        QCOMPARE(pieces[1]->value, contentName(png));
+        QCOMPARE(pieces[2]->value, QStringLiteral("world"));
+        QCOMPARE(edit->textCursor().selectedText(), QStringLiteral("world"));
     }
 
     void uploadDialogTakesEachPictureOnce() {

@@ -1,3 +1,4 @@
+#include "cloud/imageutil.h"
 #include "editor/phraseeditor.h"
 #include "model/contentformat.h"
 #include "store/localpath.h"
@@ -193,6 +194,13 @@ private Q_SLOTS:
         target.selectAll();
         target.paste();
         QCOMPARE(toJsonValue(target.getValue()), toJsonValue(source.getValue()));
+
+        // Copying with nothing selected leaves the clipboard alone.
+        QApplication::clipboard()->setText(QStringLiteral("kept"));
+        target.moveCursor(QTextCursor::End);
+        target.copy();
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("kept"));
+        QVERIFY(!QApplication::clipboard()->mimeData()->hasFormat(PhraseEditor::pasteTypeName));
     }
 
     void pictureFromAnotherProgramIsPastedAndStored() {
@@ -222,6 +230,38 @@ private Q_SLOTS:
         QCOMPARE(edit.getValue().size(), 2);
         QCOMPARE(edit.getValue()[1]->value, QStringLiteral("纯文本"));
         QCOMPARE(imagesOf(edit).size(), 1);
+    }
+
+    // TIFF from the clipboard and WebP from a dropped file become PNG under their PNG digest, so the
+    // service, which keeps only digest-named pictures, never refuses them.
+    void otherPictureTypesAreStoredAsPng() {
+        for (const char *format : {"TIFF", "WEBP"}) {
+            const QByteArray original = picture(40, 30, Qt::darkBlue, format);
+            QVERIFY2(!original.isEmpty(), format);
+            const std::optional<QByteArray> png = ImageUtil::storable(original);
+            QVERIFY(png);
+            QCOMPARE(ImageUtil::typeOf(*png), ImageUtil::ImageType::Png);
+            QCOMPARE(QImage::fromData(*png).size(), QSize(40, 30));
+
+            auto *mime = new QMimeData;
+            QTemporaryDir dir;
+            if (QByteArray(format) == "TIFF") {
+                mime->setData(QStringLiteral("image/tiff"), original);
+            } else {
+                QFile file(dir.filePath("dropped.webp"));
+                QVERIFY(file.open(QIODevice::WriteOnly) && file.write(original) == original.size());
+                file.close();
+                mime->setUrls({QUrl::fromLocalFile(file.fileName())});
+            }
+            QApplication::clipboard()->setMimeData(mime);
+            PhraseEditor edit;
+            edit.paste();
+            const ContentPieces pieces = edit.getValue();
+            QCOMPARE(pieces.size(), 1);
+            QCOMPARE(pieces[0]->value, contentName(*png));
+            QVERIFY(storedFiles().contains(contentName(*png)));
+        }
+        QVERIFY(!ImageUtil::storable(QByteArray("MM\0* not a picture", 20)));
     }
 
     void typedTextAfterAPictureIsPlainText() {

@@ -80,7 +80,13 @@ private Q_SLOTS:
         home_->resize(300, 400);
 
         bar_ = new QuickBar;
-        bar_->setListSource([this] { return shown_; }, [this](int row) { selectedRows_ << row; });
+        bar_->setListSource(
+            [this](int row) -> std::optional<Phrase> {
+                if (!shown_ || row >= shown_->size())
+                    return std::nullopt;
+                return shown_->at(row);
+            },
+            [this](int row) { selectedRows_ << row; });
         bar_->setHomeWindow(home_);
         shown_ = greetings_;
         bar_->present();

@@ -70,7 +70,7 @@ private Q_SLOTS:
                                       qobject_cast<MainWindow *>(window())->contentView())) != nullptr,
                                  60000);
         QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 60000);
-        QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->dataSource.size(), 3, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->count(), 3, 30000);
         bar_ = qobject_cast<QuickBar *>(App::quickBar);
         QVERIFY(bar_);
         // Only the tray entry brings it up.
@@ -105,15 +105,17 @@ private Q_SLOTS:
     void hoverSelectsThePhraseRow() {
         PhraseList *list = home_->phraseList();
         pointerTo(centreOf(bar_->item(1)));
-        QTRY_COMPARE(list->_selectIndexPathAll, QList<int>{1});
+        QTRY_COMPARE(list->selectedRows, QList<int>{1});
         pointerTo(centreOf(bar_->item(8)));
         QTRY_VERIFY(bar_->item(8)->isHighlighted());
-        QCOMPARE(list->_selectIndexPathAll, QList<int>{1});
+        QCOMPARE(list->selectedRows, QList<int>{1});
         QCOMPARE(activeWindow(), target_.window());
     }
 
     void tapSendsThePhraseOfTheShownClass() {
-        const QList<Phrase> phrases = home_->phraseList()->dataSource;
+        QList<Phrase> phrases;
+        for (int i = 0; i < home_->phraseList()->count(); ++i)
+            phrases << home_->phraseList()->phraseAt(i).value();
         int row = -1;
         for (int i = 0; i < phrases.size() && row < 0; ++i)
             if (phrases[i].images.isEmpty())

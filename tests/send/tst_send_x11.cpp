@@ -459,6 +459,21 @@ private Q_SLOTS:
                  qPrintable(t.lines(QStringLiteral(".2"))[0]));
     }
 
+    // This program's own window taking the focus during a send (a window manager that activates
+    // the home window as it comes forward): the target is brought back and gets the whole send.
+    void ownWindowInTheWayStepsAside() {
+        Target &t = startTarget({QStringLiteral("--title"), QStringLiteral("Interrupted")});
+        makeTargetThenFocusOwn(t);
+        PhraseSender::send(textPictureText(), true);
+        QVERIFY(EventLoopWait::until([&t] { return !t.lines().isEmpty(); }, 10000));
+        QVERIFY(WindowActivation::activate(*applicationOf(ownPid())));
+        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
+        QTRY_COMPARE(t.lines().size(), 4);
+        verifyTextPictureTextEnter(t.lines());
+        QVERIFY(ownField_->text().isEmpty());
+        QVERIFY(reports_.isEmpty());
+    }
+
     // A window that does not say which process it belongs to is a target like any other.
     void windowWithoutProcessIdGetsThePhrase() {
         Target &t =

@@ -1,6 +1,6 @@
+#include "model/pathops.h"
 #include "store/base64ops.h"
 #include "store/conversions.h"
-#include "store/pathops.h"
 
 #include <QTest>
 

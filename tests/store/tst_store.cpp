@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QTest>
 #include <SQLiteCpp/Database.h>
+#include <random>
 
 namespace {
 
@@ -245,6 +246,70 @@ private Q_SLOTS:
         QCOMPARE(like(QStringLiteral("_")), QStringList({"a", "b", "c"}));
         QCOMPARE(like(QStringLiteral("x'); DROP TABLE word_list; --")), QStringList());
         QCOMPARE(store.getAllCount(QStringLiteral("u")), QStringLiteral("3"));
+    }
+
+    // The in-memory search must answer exactly what the database answers, in the same order, through
+    // every kind of write: single rows, bulk replaces, a replace rolled back, another connection.
+    void searchIndexAgreesWithDatabase() {
+        PhraseStore store;
+        std::mt19937 random(7);
+        const QStringList words{"Refund", "refund", "退款", "发票", "Hello", "ärger", "50%", "a_b", "X"};
+        auto phrase = [&] {
+            QString label, body;
+            for (int w = 0; w < 3; ++w) {
+                label += words[random() % words.size()];
+                body += words[random() % words.size()] + QLatin1Char(' ');
+            }
+            return std::pair{label, text(body)};
+        };
+        const QStringList users{"u", "v"};
+        auto agree = [&](const char *step) {
+            for (const QString &key : QStringList{"", "refund", "REFUND", "Ref", "退", "退款", "款发",
+                                                  "ärger", "ÄRGER", "%", "a_b", "50", "x", "no such words"})
+                for (const QString &user : users) {
+                    QList<qint64> expected;
+                    for (const Phrase &p : store.getLikeAll(key, user))
+                        expected << p.id;
+                    if (store.searchIds(key, user) != expected)
+                        QFAIL(qPrintable(QStringLiteral("%1: key \"%2\" user %3").arg(step, key, user)));
+                }
+        };
+        for (int i = 0; i < 120; ++i) {
+            const auto [label, content] = phrase();
+            store.create(QStringLiteral("p"), QStringLiteral("s%1").arg(i), label, content, i, users[i % 2]);
+        }
+        agree("created");
+        for (int i = 0; i < 120; i += 7) {
+            const auto [label, content] = phrase();
+            store.setValue(QStringLiteral("p"), QStringLiteral("s%1").arg(i), label, content);
+            store.remove(QStringLiteral("s%1").arg(i + 3));
+        }
+        agree("edited and removed");
+        // narrowing: each key extends the one before
+        for (const QString &key : QStringList{"r", "re", "ref", "refu", "refund"})
+            agree(qPrintable(key));
+
+        QList<Phrase> rows;
+        for (int i = 0; i < 40; ++i) {
+            Phrase row;
+            row.parentSign = QStringLiteral("p");
+            row.sign = QStringLiteral("r%1").arg(i);
+            std::tie(row.label, row.jsonValue) = phrase();
+            rows << row;
+        }
+        QVERIFY(store.replaceAll(QStringLiteral("u"), rows));
+        agree("replaced");
+        {
+            SQLite::Database db = side();
+            db.exec("CREATE TRIGGER refuse_late BEFORE INSERT ON word_list WHEN NEW.sign = 'r30' "
+                    "BEGIN SELECT RAISE(ABORT, 'refused row'); END");
+        }
+        CoutCapture quiet;
+        QVERIFY(!store.replaceAll(QStringLiteral("v"), rows));
+        agree("replace rolled back");
+        side().exec("DROP TRIGGER refuse_late");
+        side().exec("DELETE FROM word_list WHERE id % 3 = 0");
+        agree("another connection wrote");
     }
 
     void imageNames() {

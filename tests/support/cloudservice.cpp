@@ -1,5 +1,8 @@
 #include "cloudservice.h"
 
+#include "postgrescluster.h"
+
+#include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QRegularExpression>
 
@@ -14,13 +17,47 @@ QString CloudService::binary() {
     return overridden.isEmpty() ? QStringLiteral(QUILLORA_CLOUD_BINARY) : QString::fromLocal8Bit(overridden);
 }
 
+namespace {
+
+// With QUILLORA_TEST_BACKEND=postgresql every instance keeps its data in a database of one cluster
+// shared by the test program: one database per data folder, so a restart on the same folder finds
+// its data again.
+QString sharedDatabaseFor(const QString &dataDir) {
+    static PostgresCluster cluster;
+    static const bool started = [] {
+        if (cluster.start())
+            return true;
+        qWarning("PostgreSQL did not start: %s", qPrintable(cluster.error()));
+        return false;
+    }();
+    if (!started)
+        return {};
+    const auto name =
+        QStringLiteral("svc_") +
+        QString::fromLatin1(
+            QCryptographicHash::hash(dataDir.toUtf8(), QCryptographicHash::Md5).toHex().left(16));
+    if (!cluster.createDatabase(name)) {
+        qWarning("%s", qPrintable(cluster.error()));
+        return {};
+    }
+    return cluster.url(name);
+}
+
+} // namespace
+
+bool CloudService::usesPostgres() {
+    return qgetenv("QUILLORA_TEST_BACKEND") == "postgresql";
+}
+
 bool CloudService::start(const QString &dataDir) {
     dataDir_ = dataDir.isEmpty() ? ownData_.path() : dataDir;
+    if (usesPostgres() && database_.isEmpty() && (database_ = sharedDatabaseFor(dataDir_)).isEmpty())
+        return false;
     process_.setProcessChannelMode(QProcess::SeparateChannels);
     process_.setReadChannel(QProcess::StandardOutput);
-    process_.start(binary(), QStringList{QStringLiteral("serve"), QStringLiteral("--port"),
-                                         QStringLiteral("0"), QStringLiteral("--data"), dataDir_} +
-                                 extraArgs_);
+    process_.start(binary(),
+                   QStringList{QStringLiteral("serve"), QStringLiteral("--port"), QStringLiteral("0")} +
+                       storageArgs() + extraArgs_);
     if (!process_.waitForStarted(10000))
         return false;
     static const QRegularExpression listening(QStringLiteral("listening on (https?://[^\\s]+):(\\d+)"));
@@ -43,6 +80,13 @@ bool CloudService::start(const QString &dataDir) {
     return false;
 }
 
+QStringList CloudService::storageArgs() const {
+    QStringList args{QStringLiteral("--data"), dataDir_};
+    if (!database_.isEmpty())
+        args << QStringLiteral("--database") << database_;
+    return args;
+}
+
 void CloudService::stop() {
     if (process_.state() == QProcess::NotRunning)
         return;
@@ -55,7 +99,7 @@ void CloudService::stop() {
 
 int CloudService::run(const QStringList &args, const QByteArray &stdinData, QByteArray *output) const {
     QProcess p;
-    p.start(binary(), args + QStringList{QStringLiteral("--data"), dataDir_});
+    p.start(binary(), args + storageArgs());
     if (!p.waitForStarted(10000))
         return -1;
     p.write(stdinData);

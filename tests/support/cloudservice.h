@@ -20,13 +20,21 @@ public:
     // Creates an account with the password given.
     bool addUser(const QString &name, const QString &password) const;
 
+    // A postgresql:// address: this instance and its sub-commands keep their data there instead.
+    void setDatabase(const QString &url) { database_ = url; }
+
     QString baseUrl() const { return baseUrl_; }
     quint16 port() const { return port_; }
     QString dataDir() const { return dataDir_; }
     static QString binary();
+    // The test program runs against PostgreSQL (QUILLORA_TEST_BACKEND=postgresql).
+    static bool usesPostgres();
 
 private:
+    QStringList storageArgs() const;
+
     QStringList extraArgs_;
+    QString database_;
     QTemporaryDir ownData_;
     QString dataDir_;
     QProcess process_;

@@ -4,8 +4,8 @@ QString PhraseJson::text(const QString &value) {
     return QStringLiteral("{\"type\":1,\"value\":\"%1\"}").arg(value);
 }
 
-QString PhraseJson::picture(const QString &name) {
-    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(name);
+QString PhraseJson::picture(const QString &fileName) {
+    return QStringLiteral("{\"type\":2,\"value\":\"%1\"}").arg(fileName);
 }
 
 QString PhraseJson::phrase(const QStringList &pieces) {

@@ -96,8 +96,8 @@ int main(int argc, char **argv) {
     LocalPath::initDirs();
     App::userInfo().username = QStringLiteral("agent01");
     for (const auto &[sign, label] : {std::pair{"c1", "常用问候"}, {"c2", "物流查询"}, {"c3", "售后服务"}})
-        ClassOperations::db().create(QString::fromUtf8(sign), QString::fromUtf8(label), 0,
-                                     App::userInfo().username);
+        ClassStore::shared().create(QString::fromUtf8(sign), QString::fromUtf8(label), 0,
+                                    App::userInfo().username);
 
     const QByteArray card = orderCard(420, 240, QColor(0x3b, 0x82, 0xf6), QColor(0x1e, 0x3a, 0x8a),
                                       QStringLiteral("订单 #20261122"));

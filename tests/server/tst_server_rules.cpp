@@ -26,6 +26,7 @@ private Q_SLOTS:
             ContentRules::validate(R"([{"type":2,"value":"a.png"},{"type":2,"value":"a.png"}])");
         QVERIFY(twice);
         QCOMPARE(twice->images, std::string("a.png|"));
+        QCOMPARE(twice->pictures, (std::vector<std::string>{"a.png", "a.png"}));
         QCOMPARE(twice->texts, std::string());
 
         const auto empty = ContentRules::validate(" [ ] ");
@@ -46,6 +47,11 @@ private Q_SLOTS:
         QTest::newRow("value not text") << R"([{"type":1,"value":7}])";
         QTest::newRow("extra member") << R"([{"type":1,"value":"a","x":0}])";
         QTest::newRow("trailing garbage") << R"([{"type":1,"value":"a"}] x)";
+        // Two readers of a repeated key may each take another value.
+        QTest::newRow("repeated key") << R"([{"type":2,"type":1,"value":"a"}])";
+        QTest::newRow("repeated nested key")
+            << R"([{"type":1,"value":"a"},{"value":"b","type":1,"value":"c"}])";
+        QTest::newRow("lone surrogate escape") << R"([{"type":1,"value":"\ud800"}])";
     }
     void malformedContentIsRefused() {
         QFETCH(QString, json);
@@ -55,10 +61,16 @@ private Q_SLOTS:
     void utf8LengthCountsCodePointsAndRejectsBrokenText() {
         QCOMPARE(ContentRules::utf8Length("默认分类").value_or(0), std::size_t(4));
         QCOMPARE(ContentRules::utf8Length("a😀b").value_or(0), std::size_t(3));
-        QVERIFY(!ContentRules::utf8Length("\xe9\xbb"));     // cut short
-        QVERIFY(!ContentRules::utf8Length("a\xff"));        // never valid
-        QVERIFY(!ContentRules::utf8Length("\xc0\xaf"));     // overlong
-        QVERIFY(!ContentRules::utf8Length("\xe9\x41\x41")); // bad continuation
+        QVERIFY(!ContentRules::utf8Length("\xe9\xbb"));         // cut short
+        QVERIFY(!ContentRules::utf8Length("a\xff"));            // never valid
+        QVERIFY(!ContentRules::utf8Length("\xc0\xaf"));         // overlong
+        QVERIFY(!ContentRules::utf8Length("\xe9\x41\x41"));     // bad continuation
+        QVERIFY(!ContentRules::utf8Length("\xe0\x80\xaf"));     // overlong in three bytes
+        QVERIFY(!ContentRules::utf8Length("\xf0\x80\x80\xaf")); // overlong in four bytes
+        QVERIFY(!ContentRules::utf8Length("\xed\xa0\x80"));     // a UTF-16 surrogate
+        QVERIFY(!ContentRules::utf8Length("\xf4\x90\x80\x80")); // past U+10FFFF
+        QCOMPARE(ContentRules::utf8Length("\xed\x9f\xbf\xee\x80\x80").value_or(0), std::size_t(2));
+        QCOMPARE(ContentRules::utf8Length("\xf4\x8f\xbf\xbf").value_or(0), std::size_t(1));
     }
 
     void cipherMatchesTheStandardStream() {
@@ -101,6 +113,14 @@ private Q_SLOTS:
         QVERIFY(!PictureName::isContentAddressed(md5));
         QVERIFY(!PictureName::isContentAddressed(md5 + "."));
         QVERIFY(PictureName::matchesContent("logo.png", "anything"));
+
+        // Stored are digests with the extension of a type the client shows, nothing else.
+        for (const auto &good :
+             {md5 + ".png", md5 + ".jpg", md5 + ".jpeg", md5 + ".gif", md5 + ".bmp", md5 + ".PNG"})
+            QVERIFY2(PictureName::isAccepted(good), good.c_str());
+        for (const auto &bad : {std::string(".jpg"), std::string("logo.png"), md5 + ".webp", md5 + ".tiff",
+                                md5.substr(1) + ".png", md5 + "0.png", "g" + md5.substr(1) + ".png"})
+            QVERIFY2(!PictureName::isAccepted(bad), bad.c_str());
     }
 
     void base64AcceptsMissingPaddingAndRejectsGarbage() {
@@ -126,6 +146,14 @@ private Q_SLOTS:
         QCOMPARE(c.databasePath(), std::string("/d/quillora-cloud.sqlite3"));
         QVERIFY(c.singleSession);
         QCOMPARE(c.minVersion, std::int64_t(3));
+        QCOMPARE(c.quotaBytes, std::int64_t(1024) * 1024 * 1024);
+        c = ServerConfig::parse(
+            {"--quota-mib", "2", "--max-connections", "50", "--max-connections-per-address", "5"}, positional,
+            error);
+        QCOMPARE(error, std::string());
+        QCOMPARE(c.quotaBytes, std::int64_t(2) * 1024 * 1024);
+        QCOMPARE(c.maxConnections, std::size_t(50));
+        QCOMPARE(c.maxConnectionsPerAddress, std::size_t(5));
 
         for (const std::vector<std::string> &bad : {std::vector<std::string>{"--port", "70000"},
                                                     {"--port", "12x"},
@@ -133,7 +161,10 @@ private Q_SLOTS:
                                                     {"--tls-cert", "c"},
                                                     {"--min-version", "0"},
                                                     {"--frobnicate"},
-                                                    {"--max-picture-mib", "0"}}) {
+                                                    {"--max-picture-mib", "0"},
+                                                    {"--quota-mib", "0"},
+                                                    {"--max-connections", "0"},
+                                                    {"--max-connections-per-address", "x"}}) {
             error.clear();
             positional.clear();
             ServerConfig::parse(bad, positional, error);
@@ -143,4 +174,4 @@ private Q_SLOTS:
 };
 
 QTEST_GUILESS_MAIN(TestServerRules)
-#include "test_server_rules.moc"
+#include "tst_server_rules.moc"

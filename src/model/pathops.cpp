@@ -1,4 +1,4 @@
-#include "store/pathops.h"
+#include "model/pathops.h"
 
 QString pathExtendName(const QString &path) {
     const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+
+// Sign-in attempts per source address, as a token bucket checked before any password is hashed:
+// a burst is allowed, then one attempt every few seconds. A right password gives its token back,
+// so people who sign in successfully never run dry. It also remembers when an address last
+// failed, which decides whether an account's waiting time applies to it.
+class LoginThrottle {
+public:
+    static constexpr double burst = 20;
+    static constexpr double perSecond = 0.2;
+    static constexpr double failureMemory = 15 * 60; // seconds a failure counts as recent
+
+    explicit LoginThrottle(std::size_t maxAddresses = 100000) : maxAddresses_(maxAddresses) {}
+
+    // Takes a token; false when the address has none left. Times are seconds on a steady clock.
+    bool take(const std::string &address, double now);
+    // Returns the token of an attempt that succeeded or never reached a password check.
+    void giveBack(const std::string &address);
+    void failed(const std::string &address, double now);
+    bool failedRecently(const std::string &address, double now) const;
+    // Forgets addresses whose bucket is full again and whose failures are old.
+    void purge(double now);
+
+private:
+    struct Bucket {
+        double tokens = burst;
+        double updated = 0;
+        double lastFailure = -1e18;
+    };
+    void refill(Bucket &b, double now) const;
+
+    std::size_t maxAddresses_;
+    mutable std::mutex mutex_;
+    std::unordered_map<std::string, Bucket> buckets_;
+};

@@ -1,0 +1,169 @@
+#include "library/phraserowdelegate.h"
+
+#include "library/phraseidmodel.h"
+#include "model/contentformat.h"
+#include "send/sendbutton.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+namespace {
+
+constexpr int oneLineHeight = 30;
+constexpr int twoLinesHeight = 46;
+constexpr int gap = 1; // below each row, between rows
+constexpr int buttonWidth = 44;
+constexpr int buttonHeight = 24;
+constexpr int rightMargin = 2;
+constexpr int leftMargin = 8;
+constexpr int oneLineLabelWidth = 72;
+
+const QColor labelColor(0x1f, 0x23, 0x28);
+const QColor valueColor(0x64, 0x6a, 0x73);
+
+// Draws text in one line at the baseline of rect, its runs coloured, cut with "…" to the width.
+void drawAttributed(QPainter &p, const QRect &rect, const AttributedString &s, const QColor &plain) {
+    const QFontMetrics metrics(p.font());
+    QString oneLine = s.text;
+    oneLine.replace(QLatin1Char('\n'), QLatin1Char(' ')).replace(QLatin1Char('\r'), QLatin1Char(' '));
+    AttributedString flat{oneLine, s.runs};
+    const qsizetype fits = flat.fittingLength(metrics, rect.width());
+    const int baseline = rect.top() + (rect.height() + metrics.ascent() - metrics.descent()) / 2;
+    int x = rect.left();
+    auto draw = [&](qsizetype from, qsizetype length, const QColor &color) {
+        const QString piece = oneLine.mid(from, length);
+        if (piece.isEmpty())
+            return;
+        p.setPen(color);
+        p.drawText(QPoint(x, baseline), piece);
+        x += metrics.horizontalAdvance(piece);
+    };
+    QList<AttributedString::Run> runs = flat.runs;
+    std::sort(runs.begin(), runs.end(), [](const auto &a, const auto &b) { return a.location < b.location; });
+    qsizetype pos = 0;
+    for (const AttributedString::Run &r : runs) {
+        if (r.location < pos || r.location >= fits)
+            continue;
+        draw(pos, r.location - pos, plain);
+        draw(r.location, qMin(r.length, fits - r.location), r.color);
+        pos = r.location + r.length;
+    }
+    if (pos < fits)
+        draw(pos, fits - pos, plain);
+    if (fits < oneLine.size()) {
+        p.setPen(plain);
+        p.drawText(QPoint(x, baseline), QString(QChar(0x2026)));
+    }
+}
+
+} // namespace
+
+PhraseRowDelegate::PhraseRowDelegate(Layout layout, QObject *parent)
+    : QStyledItemDelegate(parent), layout_(layout) {}
+
+int PhraseRowDelegate::rowHeight() const {
+    return layout_ == Layout::OneLine ? oneLineHeight : twoLinesHeight;
+}
+
+QRect PhraseRowDelegate::sendButtonRect(const QRect &row) const {
+    const int height = qMin(row.height() - gap, rowHeight());
+    return QRect(row.right() - rightMargin - buttonWidth + 1, row.top() + (height - buttonHeight) / 2,
+                 buttonWidth, buttonHeight);
+}
+
+void PhraseRowDelegate::setHover(const QModelIndex &row, bool onButton) {
+    hovered_ = row;
+    hoverOnButton_ = onButton;
+}
+
+QSize PhraseRowDelegate::sizeHint(const QStyleOptionViewItem &, const QModelIndex &) const {
+    return {0, rowHeight() + gap};
+}
+
+void PhraseRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
+                              const QModelIndex &index) const {
+    const auto *model = qobject_cast<const PhraseIdModel *>(index.model());
+    const std::optional<Phrase> phrase = model ? model->phraseAt(index.row()) : std::nullopt;
+    if (!phrase)
+        return;
+    QPainter &p = *painter;
+    p.save();
+    p.setRenderHint(QPainter::Antialiasing);
+    const QRect row = option.rect.adjusted(0, 0, 0, -gap);
+
+    const bool selected = option.state & QStyle::State_Selected;
+    const bool hovered = hovered_.isValid() && hovered_ == index;
+    if (selected || hovered) {
+        QPainterPath shape;
+        shape.addRoundedRect(QRectF(row).adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);
+        p.fillPath(shape, selected ? QColor(222, 236, 252) : QColor(243, 245, 248));
+        if (selected) {
+            p.setPen(QColor(120, 170, 230));
+            p.drawPath(shape);
+        }
+    }
+
+    const QRect button = sendButtonRect(option.rect);
+    if (hovered && hoverOnButton_)
+        p.fillRect(button, SendButton::highlightColor());
+    p.setPen(option.palette.color(QPalette::ButtonText));
+    p.drawText(button, Qt::AlignCenter, QStringLiteral("Send"));
+
+    QFont bold = option.font;
+    bold.setWeight(QFont::DemiBold);
+    const QString key = model->keyword();
+    if (layout_ == Layout::OneLine) {
+        const int textRight = button.left() - 8;
+        const QRect labelRect(row.left() + leftMargin, row.top(), oneLineLabelWidth, row.height());
+        const QRect valueRect(labelRect.right() + 1 + 8, row.top(),
+                              qMax(0, textRight - labelRect.right() - 8), row.height());
+        p.setFont(bold);
+        drawAttributed(p, labelRect, AttributedString{phrase->label, {}}, labelColor);
+        p.setFont(option.font);
+        drawAttributed(p, valueRect, AttributedString{previewOf(phrase->jsonValue), {}}, valueColor);
+    } else {
+        const QRect texts = QRect(row.left() + leftMargin, row.top() + 5, 0, row.height() - 8)
+                                .adjusted(0, 0, button.left() - 6 - row.left() - leftMargin, 0);
+        const QRect labelRect(texts.left(), texts.top(), texts.width(), (texts.height() - 1) / 2);
+        const QRect valueRect(texts.left(), labelRect.bottom() + 3, texts.width(), labelRect.height());
+        p.setFont(bold);
+        drawAttributed(p, labelRect, labelText(*phrase, key), labelColor);
+        p.setFont(option.font);
+        drawAttributed(p, valueRect, valueText(*phrase, key), valueColor);
+    }
+    p.restore();
+}
+
+QString PhraseRowDelegate::previewOf(const QString &jsonValue) {
+    const auto items = parseContent(jsonValue);
+    if (!items)
+        return {};
+    QString out;
+    for (const auto &item : *items) {
+        if (!item)
+            continue;
+        if (item->type == ContentPiece::Text)
+            out += item->value;
+        else if (item->type == ContentPiece::Image)
+            out += QString::fromUtf8("[图]");
+    }
+    return out;
+}
+
+AttributedString PhraseRowDelegate::labelText(const Phrase &d, const QString &key) {
+    return KeywordColouring::setKeyColor(d.label, key, labelKeyColor(), false);
+}
+
+AttributedString PhraseRowDelegate::valueText(const Phrase &d, const QString &key) {
+    const auto items = parseContent(d.jsonValue);
+    if (!items)
+        return {};
+    if (const auto text = getStringValue(*items))
+        return KeywordColouring::setKeyColor(removeWhitespace(*text), key, valueKeyColor(), false);
+    if (allPictureNames(*items)) {
+        // Pictures only: the marker in the label colour as a whole.
+        const QString marker = QString::fromUtf8("[图]");
+        return AttributedString{marker, {{0, marker.size(), labelKeyColor(), false}}};
+    }
+    return {};
+}

@@ -1,0 +1,2 @@
+target_sources(quillora-core PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/applicationnames.cpp ${CMAKE_CURRENT_LIST_DIR}/applicationnames.h)

@@ -1,0 +1,524 @@
+#include "cloudservice.h"
+#include "fairmutex.h"
+#include "librarycache.h"
+#include "loginguard.h"
+#include "loginthrottle.h"
+#include "pgconnection.h"
+#include "postgrescluster.h"
+#include "postgresstorage.h"
+#include "secrets.h"
+#include "sqlitestorage.h"
+#include "storageunavailable.h"
+#include "workerpool.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <thread>
+#include <vector>
+
+// Skips a case that does not depend on the back-end when the program runs against PostgreSQL:
+// it ran already with SQLite.
+#define ONCE_ONLY()                                                                                          \
+    if (CloudService::usesPostgres())                                                                        \
+    QSKIP("back-end independent")
+#define SQLITE_ONLY()                                                                                        \
+    if (CloudService::usesPostgres())                                                                        \
+    QSKIP("SQLite's own files")
+#define POSTGRES_ONLY()                                                                                      \
+    if (!CloudService::usesPostgres())                                                                       \
+    QSKIP("runs against PostgreSQL (QUILLORA_TEST_BACKEND=postgresql)")
+
+// Time-dependent rules of the service, driven with explicit clocks on a real database: a file, or a
+// fresh database of a throw-away PostgreSQL server for each case.
+class TestServerStorage : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir dir_;
+    PostgresCluster cluster_;
+    int databases_ = 0;
+    std::string url_;
+    std::unique_ptr<Storage> storage_;
+    std::int64_t userId_ = 0;
+
+    std::unique_ptr<Storage> openStorage() {
+        if (!CloudService::usesPostgres())
+            return std::make_unique<SqliteStorage>(dir_.filePath("t.sqlite3").toStdString());
+        std::string error;
+        auto storage = PostgresStorage::open(url_, 8, error);
+        if (!storage)
+            qWarning("%s", error.c_str());
+        return storage;
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        if (CloudService::usesPostgres())
+            QVERIFY2(cluster_.start(), qPrintable(cluster_.error()));
+    }
+
+    void init() {
+        QVERIFY(Secrets::init());
+        if (CloudService::usesPostgres()) {
+            const auto name = QStringLiteral("t%1").arg(++databases_);
+            QVERIFY2(cluster_.createDatabase(name), qPrintable(cluster_.error()));
+            url_ = cluster_.url(name).toStdString();
+        }
+        storage_ = openStorage();
+        QVERIFY(storage_);
+        storage_->createUser("Kim", "kim", "hash", Secrets::randomHex128(), "默认分类");
+        userId_ = storage_->findUser("kim")->id;
+    }
+    void cleanup() {
+        storage_.reset();
+        QFile::remove(dir_.filePath("t.sqlite3"));
+    }
+
+    void failuresGrowTheWaitAndOldOnesAreForgotten() {
+        const std::int64_t t0 = 1'000'000;
+        for (int i = 0; i < 4; ++i)
+            QCOMPARE(LoginGuard::failed(*storage_, "kim", t0 + i), std::int64_t(0));
+        // A failure after the window starts the count over instead of adding a wait.
+        const auto t1 = t0 + 3 + LoginGuard::window;
+        QCOMPARE(LoginGuard::failed(*storage_, "kim", t1), std::int64_t(0));
+        for (int i = 1; i < 4; ++i)
+            QCOMPARE(LoginGuard::failed(*storage_, "kim", t1 + i), std::int64_t(0));
+        // From the fifth in a row each failure doubles the wait, up to the cap.
+        std::int64_t previous = 0;
+        for (int i = 4; i < 14; ++i) {
+            const auto delay = LoginGuard::failed(*storage_, "kim", t1 + i);
+            QVERIFY2(delay > previous || delay == LoginGuard::maxDelay, std::to_string(delay).c_str());
+            previous = delay;
+        }
+        QCOMPARE(previous, LoginGuard::maxDelay);
+        QCOMPARE(LoginGuard::waitFor(*storage_, "kim", t1 + 13 + 60), LoginGuard::maxDelay - 60);
+        QCOMPARE(LoginGuard::waitFor(*storage_, "other", t1), std::int64_t(0));
+
+        // The purge keeps a record while it matters and drops it after.
+        const auto last = t1 + 13;
+        storage_->purgeExpired(0, last - LoginGuard::window);
+        QVERIFY(LoginGuard::waitFor(*storage_, "kim", last) > 0);
+        storage_->purgeExpired(0, last + LoginGuard::maxDelay + 1);
+        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(0));
+
+        // A success clears the count.
+        for (int i = 0; i < 4; ++i)
+            LoginGuard::failed(*storage_, "kim", last + i);
+        LoginGuard::succeeded(*storage_, "kim");
+        QCOMPARE(LoginGuard::failed(*storage_, "kim", last + 5), std::int64_t(0));
+    }
+
+    void failuresRecordedAtOnceThroughTwoInstancesAllCount() {
+        // Two storages on one database stand for two service instances.
+        const auto other = openStorage();
+        QVERIFY(other);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 4; ++t)
+            threads.emplace_back([&, t] {
+                auto &storage = t % 2 ? *other : *storage_;
+                for (int i = 0; i < 10; ++i)
+                    LoginGuard::failed(storage, "kim", 1'000'000);
+            });
+        for (auto &t : threads)
+            t.join();
+        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(40));
+        LoginGuard::succeeded(*other, "kim");
+        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(0));
+    }
+
+    void throttleAllowsABurstThenRefillsAndForgets() {
+        ONCE_ONLY();
+        LoginThrottle throttle(3);
+        const double t = 100;
+        for (int i = 0; i < int(LoginThrottle::burst); ++i)
+            QVERIFY(throttle.take("10.0.0.1", t));
+        QVERIFY(!throttle.take("10.0.0.1", t));
+        QVERIFY(throttle.take("10.0.0.2", t)); // addresses are apart
+        throttle.giveBack("10.0.0.1");         // a right password costs nothing
+        QVERIFY(throttle.take("10.0.0.1", t));
+        QVERIFY(!throttle.take("10.0.0.1", t));
+        QVERIFY(throttle.take("10.0.0.1", t + 1 / LoginThrottle::perSecond));
+
+        QVERIFY(!throttle.failedRecently("10.0.0.2", t));
+        throttle.failed("10.0.0.2", t);
+        QVERIFY(throttle.failedRecently("10.0.0.2", t + 1));
+        QVERIFY(!throttle.failedRecently("10.0.0.2", t + LoginThrottle::failureMemory));
+
+        // The table is bounded; purged addresses make room again.
+        QVERIFY(throttle.take("10.0.0.3", t));
+        QVERIFY(!throttle.take("10.0.0.4", t));
+        throttle.purge(t + LoginThrottle::failureMemory + LoginThrottle::burst / LoginThrottle::perSecond);
+        QVERIFY(throttle.take("10.0.0.4", t + LoginThrottle::failureMemory * 2));
+    }
+
+    void sessionsExpireAfterIdleTimeAndUseKeepsThemAlive() {
+        const std::int64_t day = 24 * 3600, idle = 30 * day;
+        storage_->createSession("a", userId_, 0, false);
+        storage_->createSession("b", userId_, 0, false);
+        QVERIFY(storage_->sessionUser("a", 20 * day, idle)); // used: good for another 30 days
+        QVERIFY(storage_->sessionUser("a", 45 * day, idle));
+        QVERIFY(!storage_->sessionUser("b", 30 * day + 1, idle));
+        QVERIFY(!storage_->sessionUser("b", 0, idle)); // removed, not merely refused
+        QCOMPARE(storage_->sessionUser("a", 46 * day, idle)->name, std::string("Kim"));
+
+        storage_->createSession("c", userId_, 46 * day, true); // single session: the others go
+        QVERIFY(!storage_->sessionUser("a", 46 * day, idle));
+        QVERIFY(storage_->sessionUser("c", 46 * day, idle));
+        QVERIFY(storage_->setPasswordHash(userId_, "new"));
+        QVERIFY(!storage_->sessionUser("c", 46 * day, idle));
+
+        // Sessions nobody comes back for are purged all the same.
+        storage_->createSession("d", userId_, 50 * day, false);
+        storage_->createSession("e", userId_, 90 * day, false);
+        storage_->purgeExpired(90 * day - idle, 0);
+        QVERIFY(storage_->sessionUser("e", 90 * day, idle));
+        storage_->createSession("d", userId_, 90 * day, false); // its digest is free again
+    }
+
+    void everyChangeMovesTheLibraryVersion() {
+        const auto v0 = storage_->libraryVersion(userId_);
+        const auto cls = Secrets::randomHex128();
+        QCOMPARE(storage_->createClass(userId_, cls, "c", 1), StoreStatus::Ok);
+        const auto v1 = storage_->libraryVersion(userId_);
+        QVERIFY(v1 > v0);
+        PhraseRecord p;
+        p.parentSign = cls;
+        p.sign = Secrets::randomHex128();
+        QCOMPARE(storage_->createPhrase(userId_, p), StoreStatus::Ok);
+        const auto v2 = storage_->libraryVersion(userId_);
+        QVERIFY(v2 > v1);
+        // A refused change leaves it alone.
+        QCOMPARE(storage_->deletePhrases(userId_, {p.sign, "missing"}), StoreStatus::NotFound);
+        QCOMPARE(storage_->libraryVersion(userId_), v2);
+        QCOMPARE(storage_->phrases(userId_).size(), std::size_t(1));
+        QCOMPARE(storage_->swapPhrases(userId_, p.sign, p.sign), StoreStatus::Ok);
+        QVERIFY(storage_->libraryVersion(userId_) > v2);
+    }
+
+    void picturesAreWrittenOnceAndCountForEverySender() {
+        storage_->createUser("Lee", "lee", "hash", Secrets::randomHex128(), "默认分类");
+        const auto lee = storage_->findUser("lee")->id;
+        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_), StoreStatus::Ok);
+        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_), StoreStatus::Exists);
+        QCOMPARE(storage_->storePicture("a.png", "other", 0, lee), StoreStatus::DifferentBytes);
+        QCOMPARE(storage_->picture("a.png").value_or(""), std::string("\0\1\2", 3));
+        QVERIFY(!storage_->picture("b.png"));
+        QCOMPARE(storage_->storageUsed(userId_), std::int64_t(3));
+        QCOMPARE(storage_->storageUsed(lee), std::int64_t(0));
+        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, lee), StoreStatus::Exists);
+        QCOMPARE(storage_->storageUsed(lee), std::int64_t(3));
+
+        // Phrases count with their labels and contents, in bytes.
+        PhraseRecord p;
+        p.parentSign = storage_->classes(lee).front().sign;
+        p.sign = Secrets::randomHex128();
+        p.label = "字";
+        p.jsonValue = "[]";
+        QCOMPARE(storage_->createPhrase(lee, p), StoreStatus::Ok);
+        QCOMPARE(storage_->storageUsed(lee), std::int64_t(3 + 3 + 2));
+    }
+
+    void theLogStaysBoundedUnderWritesAndIsEmptyAfterAStop() {
+        SQLITE_ONLY();
+        const auto path = dir_.filePath("t.sqlite3").toStdString();
+        const auto cls = storage_->classes(userId_).front().sign;
+        const auto walSize = [&] {
+            std::error_code ec;
+            const auto size = std::filesystem::file_size(path + "-wal", ec);
+            return ec ? std::uintmax_t(0) : size;
+        };
+        // A reader that never lets go stops every checkpoint from starting the log over.
+        std::atomic<bool> done{false};
+        std::thread reader([&] {
+            SQLite::Database other(path, SQLite::OPEN_READONLY);
+            while (!done) {
+                SQLite::Statement q(other, "SELECT length(json_value) FROM word_list");
+                while (q.executeStep()) {
+                }
+            }
+        });
+        const std::string body(64 * 1024, 'x');
+        std::uintmax_t largest = 0;
+        for (int i = 0; i < 700; ++i) {
+            PhraseRecord p;
+            p.parentSign = cls;
+            p.sign = Secrets::randomHex128();
+            p.jsonValue = body;
+            QCOMPARE(storage_->createPhrase(userId_, p), StoreStatus::Ok);
+            QCOMPARE(storage_->deletePhrases(userId_, {p.sign}), StoreStatus::Ok);
+            largest = std::max(largest, walSize());
+        }
+        done = true;
+        reader.join();
+        // 700 pairs wrote ~90 MiB of pages; the log never held more than the limit and a bit.
+        QVERIFY2(largest < 64u * 1024 * 1024, std::to_string(largest).c_str());
+        storage_.reset();
+        QCOMPARE(walSize(), std::uintmax_t(0));
+    }
+
+    void oneBuildServesEveryWaitingReader() {
+        ONCE_ONLY();
+        LibraryCache cache;
+        std::atomic<int> builds{0};
+        std::vector<std::thread> readers;
+        std::vector<std::size_t> sizes(16);
+        for (int t = 0; t < 16; ++t)
+            readers.emplace_back([&, t] {
+                const auto reply = cache.get(7, LibraryCache::Kind::Phrases, 3, [&] {
+                    ++builds;
+                    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                    auto r = std::make_shared<LibraryCache::Reply>();
+                    r->plain = "built";
+                    return std::shared_ptr<const LibraryCache::Reply>(r);
+                });
+                sizes[std::size_t(t)] = reply->plain.size();
+            });
+        for (auto &t : readers)
+            t.join();
+        QCOMPARE(builds.load(), 1);
+        QCOMPARE(cache.builds(), std::uint64_t(1));
+        QVERIFY(std::all_of(sizes.begin(), sizes.end(), [](std::size_t n) { return n == 5; }));
+        // A newer version builds again; an older request takes the newer reply.
+        cache.get(7, LibraryCache::Kind::Phrases, 4, [] {
+            return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", ""});
+        });
+        QCOMPARE(cache.get(7, LibraryCache::Kind::Phrases, 2, [] { return nullptr; })->plain,
+                 std::string("four"));
+        // A builder that fails lets the next caller build.
+        QVERIFY_THROWS_EXCEPTION(
+            std::runtime_error,
+            cache.get(8, LibraryCache::Kind::Classes, 1, []() -> std::shared_ptr<const LibraryCache::Reply> {
+                throw std::runtime_error("disk");
+            }));
+        QCOMPARE(
+            cache
+                .get(8, LibraryCache::Kind::Classes, 1,
+                     [] {
+                         return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", ""});
+                     })
+                ->plain,
+            std::string("ok"));
+    }
+
+    void commitsAreSyncedThroughTheLiveLog() {
+        SQLITE_ONLY();
+        // The log descriptor kept for group commits must be the file SQLite writes, not one it
+        // removed when a connection closed.
+        QCOMPARE(storage_->createClass(userId_, Secrets::randomHex128(), "c", 1), StoreStatus::Ok);
+        int logs = 0;
+        for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code ec;
+            const auto target = std::filesystem::read_symlink(entry.path(), ec).string();
+            if (target.find("t.sqlite3-wal") == std::string::npos)
+                continue;
+            ++logs;
+            QVERIFY2(target.find("(deleted)") == std::string::npos, target.c_str());
+        }
+        QVERIFY(logs > 0);
+    }
+
+    void concurrentWritersAllLand() {
+        const auto cls = storage_->classes(userId_).front().sign;
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 8; ++t)
+            threads.emplace_back([&, t] {
+                for (int i = 0; i < 50; ++i) {
+                    PhraseRecord p;
+                    p.parentSign = cls;
+                    p.sign = Secrets::randomHex128();
+                    p.position = t * 100 + i;
+                    storage_->createPhrase(userId_, p);
+                }
+            });
+        for (auto &t : threads)
+            t.join();
+        QCOMPARE(storage_->phrases(userId_).size(), std::size_t(400));
+    }
+
+    void libraryCacheFollowsVersionsAndKeepsToItsBudget() {
+        ONCE_ONLY();
+        LibraryCache cache(100);
+        const auto reply = [](std::size_t n) {
+            auto r = std::make_shared<LibraryCache::Reply>();
+            r->plain.assign(n, 'x');
+            return std::shared_ptr<const LibraryCache::Reply>(r);
+        };
+        using K = LibraryCache::Kind;
+        cache.store(1, K::Phrases, 5, reply(40));
+        QVERIFY(cache.find(1, K::Phrases, 5));
+        QVERIFY(!cache.find(1, K::Phrases, 6)); // the library changed since
+        QVERIFY(!cache.find(1, K::Classes, 5));
+        cache.store(1, K::Phrases, 4, reply(10)); // a slower, older build does not win
+        QCOMPARE(cache.find(1, K::Phrases, 5)->plain.size(), std::size_t(40));
+        cache.store(2, K::Phrases, 1, reply(40));
+        cache.store(3, K::Phrases, 1, reply(40)); // 120 bytes: the oldest entry goes
+        QVERIFY(!cache.find(1, K::Phrases, 5));
+        QVERIFY(cache.find(2, K::Phrases, 1) && cache.find(3, K::Phrases, 1));
+        cache.store(2, K::Phrases, 2, reply(10)); // replacing frees its old bytes
+        cache.store(4, K::Classes, 1, reply(40));
+        QVERIFY(cache.find(2, K::Phrases, 2) && cache.find(3, K::Phrases, 1) && cache.find(4, K::Classes, 1));
+    }
+
+    void instancesStartingTogetherMigrateOnce() {
+        POSTGRES_ONLY();
+        const auto name = QStringLiteral("race%1").arg(databases_);
+        QVERIFY(cluster_.createDatabase(name));
+        const auto url = cluster_.url(name).toStdString();
+        std::vector<std::thread> starters;
+        std::atomic<int> opened{0};
+        for (int i = 0; i < 4; ++i)
+            starters.emplace_back([&] {
+                std::string error;
+                if (PostgresStorage::open(url, 1, error))
+                    ++opened;
+                else
+                    qWarning("%s", error.c_str());
+            });
+        for (auto &t : starters)
+            t.join();
+        QCOMPARE(opened.load(), 4);
+        PgConnection db(url);
+        const auto versions = db.exec("SELECT COUNT(*), MAX(version) FROM schema_version");
+        QCOMPARE(versions.integer(0, 0), std::int64_t(PostgresStorage::schemaVersion()));
+        QCOMPARE(versions.integer(0, 1), std::int64_t(PostgresStorage::schemaVersion()));
+
+        // A schema from a later release is not touched by this one.
+        QVERIFY(db.exec("INSERT INTO schema_version VALUES(1000)").ok());
+        std::string error;
+        QVERIFY(!PostgresStorage::open(url, 1, error));
+        QVERIFY2(error.find("newer") != std::string::npos, error.c_str());
+    }
+
+    void lostConnectionsAreRetriedAndOutagesEndByThemselves() {
+        POSTGRES_ONLY();
+        const auto cls = storage_->classes(userId_).front().sign;
+        // Several pooled connections, all ended behind the storage's back: the next calls succeed
+        // on fresh ones without the caller noticing.
+        std::vector<std::thread> users;
+        for (int t = 0; t < 4; ++t)
+            users.emplace_back([&] { storage_->classes(userId_); });
+        for (auto &t : users)
+            t.join();
+        PgConnection admin(url_);
+        QVERIFY(admin
+                    .exec("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = "
+                          "current_database() AND pid <> pg_backend_pid()")
+                    .ok());
+        PhraseRecord before;
+        before.parentSign = cls;
+        before.sign = Secrets::randomHex128();
+        QCOMPARE(storage_->createPhrase(userId_, before), StoreStatus::Ok);
+
+        // The server gone: every call fails with the storage's own error, none hangs or crashes.
+        QVERIFY(cluster_.stop(true));
+        for (int i = 0; i < 5; ++i) {
+            QVERIFY_THROWS_EXCEPTION(StorageUnavailable, storage_->libraryVersion(userId_));
+            QVERIFY_THROWS_EXCEPTION(StorageUnavailable,
+                                     storage_->createClass(userId_, Secrets::randomHex128(), "x", 9));
+        }
+        QVERIFY2(cluster_.start(), qPrintable(cluster_.error()));
+        bool back = false;
+        for (int i = 0; i < 100 && !back; ++i) {
+            try {
+                back = storage_->phrases(userId_).size() == 1;
+            } catch (const StorageUnavailable &) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+        }
+        QVERIFY(back);
+        QCOMPARE(storage_->phrases(userId_).front().sign, before.sign);
+        QCOMPARE(storage_->classes(userId_).size(), std::size_t(1)); // nothing half-written meanwhile
+    }
+
+    void theConnectionPoolKeepsToItsBound() {
+        POSTGRES_ONLY();
+        std::string error;
+        const auto bounded = PostgresStorage::open(url_, 2, error);
+        QVERIFY2(bounded, error.c_str());
+        const auto cls = bounded->classes(userId_).front().sign;
+        std::atomic<bool> done{false};
+        std::int64_t most = 0;
+        std::thread watcher([&] {
+            PgConnection admin(url_);
+            while (!done)
+                most = std::max(most, admin
+                                          .exec("SELECT COUNT(*) FROM pg_stat_activity WHERE datname = "
+                                                "current_database() AND pid <> pg_backend_pid()")
+                                          .integer(0, 0));
+        });
+        std::vector<std::thread> writers;
+        std::atomic<int> created{0};
+        for (int t = 0; t < 8; ++t)
+            writers.emplace_back([&] {
+                for (int i = 0; i < 25; ++i) {
+                    PhraseRecord p;
+                    p.parentSign = cls;
+                    p.sign = Secrets::randomHex128();
+                    created += bounded->createPhrase(userId_, p) == StoreStatus::Ok;
+                    bounded->phrases(userId_);
+                }
+            });
+        for (auto &t : writers)
+            t.join();
+        done = true;
+        watcher.join();
+        QCOMPARE(created.load(), 200); // everyone waited for a turn, nobody was refused
+        // The storage opened in init() keeps its own connection; this one never had more than two.
+        QVERIFY2(most >= 2 && most <= 3, std::to_string(most).c_str());
+    }
+
+    void workerPoolRefusesWhenFullAndPutsUrgentWorkFirst() {
+        ONCE_ONLY();
+        WorkerPool pool(1, 3);
+        std::mutex gate;
+        std::unique_lock held(gate);
+        std::vector<char> order;
+        std::mutex orderMutex;
+        const auto record = [&](char c) {
+            return [&, c] {
+                std::lock_guard lock(orderMutex);
+                order.push_back(c);
+            };
+        };
+        std::atomic<bool> started{false};
+        QVERIFY(pool.submit([&] {
+            started = true;
+            std::lock_guard wait(gate);
+        }));
+        QTRY_VERIFY_WITH_TIMEOUT(started, 10000); // the one worker is busy, the queue empty
+        QVERIFY(pool.submit(record('a')));
+        QVERIFY(pool.submit(record('b')));
+        QVERIFY(pool.submit(record('U'), true));
+        QVERIFY(!pool.submit(record('x'))); // three waiting: full
+        held.unlock();
+        pool.stop();
+        QCOMPARE(std::string(order.begin(), order.end()), std::string("Uab"));
+        QVERIFY(!pool.submit(record('y'))); // stopped
+    }
+
+    void fairMutexExcludes() {
+        ONCE_ONLY();
+        FairMutex mutex;
+        long counter = 0; // deliberately plain: only the lock protects it
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 8; ++t)
+            threads.emplace_back([&] {
+                for (int i = 0; i < 20000; ++i) {
+                    std::lock_guard lock(mutex);
+                    ++counter;
+                }
+            });
+        for (auto &t : threads)
+            t.join();
+        QCOMPARE(counter, 160000L);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServerStorage)
+#include "tst_server_storage.moc"
