@@ -1,7 +1,8 @@
 #include "send/wayland/applicationicon.h"
 
+#include "send/applicationnames.h"
+
 #include <QCoreApplication>
-#include <QFile>
 #include <QIcon>
 #include <QStandardPaths>
 #include <QThread>
@@ -13,7 +14,7 @@ QImage ApplicationIcon::forApplication(const QString &appId) {
         QStandardPaths::locate(QStandardPaths::ApplicationsLocation, appId + QStringLiteral(".desktop"));
     if (entry.isEmpty())
         return {};
-    const QString icon = iconKey(entry);
+    const QString icon = ApplicationNames::desktopEntry(entry).value(QStringLiteral("Icon"));
     if (icon.isEmpty())
         return {};
     if (icon.startsWith(QLatin1Char('/')))
@@ -22,19 +23,4 @@ QImage ApplicationIcon::forApplication(const QString &appId) {
     if (!app || QThread::currentThread() != app->thread())
         return {};
     return QIcon::fromTheme(icon).pixmap(64, 64).toImage();
-}
-
-QString ApplicationIcon::iconKey(const QString &desktopFile) {
-    QFile file(desktopFile);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return {};
-    bool inEntry = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.startsWith(QLatin1Char('[')))
-            inEntry = line == QLatin1String("[Desktop Entry]");
-        else if (inEntry && line.startsWith(QLatin1String("Icon=")))
-            return line.mid(5).trimmed();
-    }
-    return {};
 }

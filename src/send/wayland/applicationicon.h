@@ -13,6 +13,4 @@ public:
     // themed icon is looked up only on the GUI thread (the theme machinery is not thread-safe);
     // null when there is no entry or no icon.
     static QImage forApplication(const QString &appId);
-    // The Icon= value of the [Desktop Entry] group; empty when absent.
-    static QString iconKey(const QString &desktopFile);
 };
