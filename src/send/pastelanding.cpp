@@ -20,6 +20,11 @@ int burstsOf(const QList<PasteLanding::Request> &requests, qint64 *longestGap) {
     return bursts;
 }
 
+int ownRequestsOf(const QList<PasteLanding::Request> &requests) {
+    return int(std::count_if(requests.begin(), requests.end(),
+                             [](const PasteLanding::Request &r) { return r.ownType; }));
+}
+
 } // namespace
 
 PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs,
@@ -38,8 +43,11 @@ PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64
         // took last time (a burst split by a slow moment is not two). A burst still to come is
         // waited for a while longer than it took last time; a page that handled the paste
         // itself never sends it.
+        // A loaded machine stretches a burst: the last one has begun but its reads of the data
+        // may still be to come.
         const qint64 span = requests.last().atMs - requests.first().atMs;
         const bool complete = burstsOf(requests, nullptr) >= pattern.bursts &&
+                              ownRequestsOf(requests) >= pattern.ownRequests &&
                               (pattern.spanMs <= burstGapMs || span >= pattern.spanMs * 4 / 5);
         quietNeeded = complete ? settleMs : std::max(settleMs, pattern.gapMs * 3 / 2 + 50);
     }
@@ -54,5 +62,6 @@ PasteLanding::Pattern PasteLanding::learn(const QList<Request> &requests) {
     pattern.bursts = burstsOf(requests, &pattern.gapMs);
     if (!requests.isEmpty())
         pattern.spanMs = requests.last().atMs - requests.first().atMs;
+    pattern.ownRequests = ownRequestsOf(requests);
     return pattern;
 }

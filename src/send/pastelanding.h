@@ -24,12 +24,14 @@ public:
         bool ownType = false; // for the piece's own data type, not the list of types
     };
 
-    // What a window did with its last piece: how many bursts of requests, the longest silence
-    // between two of them, the time from its first request to its last. bursts == 0: not known yet.
+    // What a window did with its last piece of the same kind: how many bursts of requests, the
+    // longest silence between two of them, the time from its first request to its last, how many
+    // requests were for the piece's own type. bursts == 0: not known yet.
     struct Pattern {
         int bursts = 0;
         qint64 gapMs = 0;
         qint64 spanMs = 0;
+        int ownRequests = 0;
     };
 
     static Verdict judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs,

@@ -14,14 +14,25 @@ namespace {
 using Reason = DeliveryResult::Reason;
 using Kind = SendPlan::Step::Kind;
 
-// What each window did with its last piece. A window id is given again to a later program's
-// window, so the process belongs to the key.
-using WindowKey = QPair<quint64, qint32>;
+// What each window did with its last piece of each kind (text, picture: Chromium reads them
+// differently). A window id is given again to a later program's window, so the process belongs to
+// the key.
+struct WindowKey {
+    quint64 window = 0;
+    qint32 pid = -1;
+    bool picture = false;
+    bool operator==(const WindowKey &) const = default;
+};
+
+size_t qHash(const WindowKey &key, size_t seed = 0) {
+    return qHashMulti(seed, key.window, key.pid, key.picture);
+}
+
 std::mutex patternMutex;
 QHash<WindowKey, PasteLanding::Pattern> patterns;
 
-WindowKey keyOf(const RunningApplication &target) {
-    return {target.window, target.processIdentifier};
+WindowKey keyOf(const RunningApplication &target, bool picture) {
+    return {target.window, target.processIdentifier, picture};
 }
 
 PasteLanding::Pattern patternOf(const WindowKey &key) {
@@ -52,7 +63,7 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
     DesktopBackend &backend = DesktopBackend::instance();
     const qint64 strokeMs = ClipboardRequests::nowMs();
     const quint64 window = plan.target.window;
-    const PasteLanding::Pattern pattern = patternOf(keyOf(plan.target));
+    const PasteLanding::Pattern pattern = patternOf(keyOf(plan.target, piece.picture));
     for (;;) {
         // Only the target's own requests count: a window manager or clipboard manager reads every
         // new clipboard content whether anything is pasted or not.
@@ -65,7 +76,7 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
         if (verdict != PasteLanding::Verdict::Waiting && now - strokeMs >= holdMs) {
             switch (verdict) {
             case PasteLanding::Verdict::Landed:
-                remember(keyOf(plan.target), PasteLanding::learn(own));
+                remember(keyOf(plan.target, piece.picture), PasteLanding::learn(own));
                 return std::nullopt;
             case PasteLanding::Verdict::Declined:
                 if (!piece.picture)

@@ -294,6 +294,10 @@ private Q_SLOTS:
         QCOMPARE(PasteLanding::judge(firstBurst, 990, 1001 + 600, chromium), Verdict::Waiting);
         QCOMPARE(PasteLanding::judge(twoBursts, 990, 1501 + PasteLanding::settleMs, chromium),
                  Verdict::Landed);
+        // A second burst that has begun but not yet asked for the data again is not over.
+        const QList<Request> dataToCome{{1000, false}, {1001, true}, {1500, false}, {1511, false}};
+        QCOMPARE(PasteLanding::judge(dataToCome, 990, 1511 + PasteLanding::settleMs, chromium),
+                 Verdict::Waiting);
         // A first burst slowed down into two is not the second burst.
         const QList<Request> split{{1000, false}, {1001, true}, {1060, true}};
         QCOMPARE(PasteLanding::judge(split, 990, 1060 + PasteLanding::settleMs, chromium), Verdict::Waiting);
