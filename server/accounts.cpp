@@ -7,6 +7,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iostream>
+
+std::string Accounts::storageFailed(const StorageError &error) {
+    std::cout << "quillora-cloud: storage failed: " << error.message << std::endl;
+    return "服务器内部错误，请稍后再试";
+}
 
 const std::string &Accounts::firstClassLabel() {
     static const std::string label = "默认分类";
@@ -54,8 +60,11 @@ std::optional<std::string> Accounts::create(Storage &storage, const std::string 
     const auto hash = PasswordHash::hash(password);
     if (!hash)
         return "服务器繁忙，请稍后再试";
-    if (storage.createUser(name, nameKey(name), *hash, Secrets::randomHex128(), firstClassLabel()) !=
-        StoreStatus::Ok)
+    const auto status =
+        storage.createUser(name, nameKey(name), *hash, Secrets::randomHex128(), firstClassLabel());
+    if (!status.ok())
+        return storageFailed(status.error());
+    if (*status != StoreStatus::Ok)
         return "用户名已存在";
     return std::nullopt;
 }
@@ -65,12 +74,17 @@ std::optional<std::string> Accounts::setPassword(Storage &storage, const std::st
     if (auto bad = checkPassword(password, minPasswordLength))
         return bad;
     const auto user = storage.findUser(nameKey(name));
-    if (!user)
+    if (!user.ok())
+        return storageFailed(user.error());
+    if (!*user)
         return "用户不存在";
     const auto hash = PasswordHash::hash(password);
     if (!hash)
         return "服务器繁忙，请稍后再试";
-    if (!storage.setPasswordHash(user->id, *hash))
+    const auto changed = storage.setPasswordHash((*user)->id, *hash);
+    if (!changed.ok())
+        return storageFailed(changed.error());
+    if (!*changed)
         return "用户不存在";
     return std::nullopt;
 }

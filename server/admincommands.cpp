@@ -7,6 +7,7 @@
 #include "storage.h"
 
 #include <chrono>
+#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
@@ -45,8 +46,9 @@ std::string content(const std::vector<std::pair<int, std::string>> &items) {
     return array.dump();
 }
 
-bool addPhrase(Storage &storage, std::int64_t userId, const std::string &parent, const std::string &label,
-               const std::string &jsonValue, std::int64_t position) {
+StorageResult<StoreStatus> addPhrase(Storage &storage, std::int64_t userId, const std::string &parent,
+                                     const std::string &label, const std::string &jsonValue,
+                                     std::int64_t position) {
     const auto derived = ContentRules::validate(jsonValue);
     PhraseRecord r;
     r.parentSign = parent;
@@ -56,7 +58,61 @@ bool addPhrase(Storage &storage, std::int64_t userId, const std::string &parent,
     r.texts = derived ? derived->texts : "";
     r.images = derived ? derived->images : "";
     r.position = position;
-    return storage.createPhrase(userId, r) == StoreStatus::Ok;
+    return storage.createPhrase(userId, r);
+}
+
+// Stops at the first change the storage could not make.
+StorageResult<void> fillDemo(Storage &storage, std::int64_t userId) {
+    const auto bytes = Secrets::fromBase64(demoPicture).value_or("");
+    const auto pictureName = Secrets::md5Hex(bytes) + ".png";
+    const auto now =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+            .count();
+    if (const auto stored = storage.storePicture(pictureName, bytes, now, userId); !stored.ok())
+        return stored.error();
+    const auto classes = storage.classes(userId);
+    if (!classes.ok())
+        return classes.error();
+    const auto first = classes->front().sign;
+    const auto after = Secrets::randomHex128();
+    const auto billing = Secrets::randomHex128();
+    const std::vector<std::function<StorageResult<StoreStatus>()>> changes = {
+        [&] { return storage.createClass(userId, after, "售后服务", 1); },
+        [&] { return storage.createClass(userId, billing, "付款与发票", 2); },
+        [&] {
+            return addPhrase(storage, userId, first, "问候",
+                             content({{1, "您好，很高兴为您服务！请问有什么可以帮您？"}}), 0);
+        },
+        [&] {
+            return addPhrase(storage, userId, first, "稍等", content({{1, "请稍等，我马上为您查询。"}}), 1);
+        },
+        [&] {
+            return addPhrase(storage, userId, first, "结束语", content({{1, "感谢您的咨询，祝您生活愉快！"}}),
+                             2);
+        },
+        [&] {
+            return addPhrase(storage, userId, after, "退换货",
+                             content({{1, "收到商品七天内可申请退换货，\n请在订单页点击“申请售后”。"}}), 0);
+        },
+        [&] {
+            return addPhrase(
+                storage, userId, after, "操作示意图",
+                content({{1, "请按下图操作：\n"}, {2, pictureName}, {1, "\n如有疑问请随时联系我们。"}}), 1);
+        },
+        [&] {
+            return addPhrase(storage, userId, billing, "开发票",
+                             content({{1, "发票将在订单完成后三个工作日内开具。"}}), 0);
+        },
+    };
+    for (const auto &change : changes)
+        if (const auto made = change(); !made.ok())
+            return made.error();
+    return {};
+}
+
+int demoFailed(const std::string &problem) {
+    std::cerr << "demo: " << problem << std::endl;
+    return 1;
 }
 
 } // namespace
@@ -81,40 +137,21 @@ int AdminCommands::changePassword(Storage &storage, const std::string &name, std
 
 int AdminCommands::demo(Storage &storage) {
     const auto key = Accounts::nameKey(demoName);
-    if (!storage.findUser(key)) {
-        if (const auto problem = Accounts::create(storage, demoName, demoPassword, 1)) {
-            std::cerr << "demo: " << *problem << std::endl;
-            return 1;
-        }
+    const auto existing = storage.findUser(key);
+    if (!existing.ok())
+        return demoFailed(existing.error().message);
+    if (!*existing) {
+        if (const auto problem = Accounts::create(storage, demoName, demoPassword, 1))
+            return demoFailed(*problem);
         const auto user = storage.findUser(key);
-        const auto bytes = Secrets::fromBase64(demoPicture).value_or("");
-        const auto pictureName = Secrets::md5Hex(bytes) + ".png";
-        const auto now = std::chrono::duration_cast<std::chrono::seconds>(
-                             std::chrono::system_clock::now().time_since_epoch())
-                             .count();
-        storage.storePicture(pictureName, bytes, now, user->id);
-
-        const auto first = storage.classes(user->id).front().sign;
-        const auto after = Secrets::randomHex128();
-        const auto billing = Secrets::randomHex128();
-        storage.createClass(user->id, after, "售后服务", 1);
-        storage.createClass(user->id, billing, "付款与发票", 2);
-        addPhrase(storage, user->id, first, "问候",
-                  content({{1, "您好，很高兴为您服务！请问有什么可以帮您？"}}), 0);
-        addPhrase(storage, user->id, first, "稍等", content({{1, "请稍等，我马上为您查询。"}}), 1);
-        addPhrase(storage, user->id, first, "结束语", content({{1, "感谢您的咨询，祝您生活愉快！"}}), 2);
-        addPhrase(storage, user->id, after, "退换货",
-                  content({{1, "收到商品七天内可申请退换货，\n请在订单页点击“申请售后”。"}}), 0);
-        addPhrase(storage, user->id, after, "操作示意图",
-                  content({{1, "请按下图操作：\n"}, {2, pictureName}, {1, "\n如有疑问请随时联系我们。"}}), 1);
-        addPhrase(storage, user->id, billing, "开发票",
-                  content({{1, "发票将在订单完成后三个工作日内开具。"}}), 0);
-    } else if (const auto user = storage.findUser(key);
-               PasswordHash::verify(user->passwordHash, demoPassword)) {
+        if (!user.ok())
+            return demoFailed(user.error().message);
+        if (const auto filled = fillDemo(storage, (*user)->id); !filled.ok())
+            return demoFailed(filled.error().message);
+    } else if (PasswordHash::verify((*existing)->passwordHash, demoPassword)) {
         // Already usable: leave its sessions alone.
     } else if (const auto problem = Accounts::setPassword(storage, demoName, demoPassword, 1)) {
-        std::cerr << "demo: " << *problem << std::endl;
-        return 1;
+        return demoFailed(*problem);
     }
     std::cout << "username: " << demoName << "\npassword: " << demoPassword << std::endl;
     return 0;

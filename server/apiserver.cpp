@@ -174,8 +174,14 @@ std::string phraseProblem(const std::optional<std::string> &label,
     return {};
 }
 
-Json statusReply(StoreStatus status, const char *notFound) {
-    switch (status) {
+Json storageFailure(const StorageError &error) {
+    return refused(Accounts::storageFailed(error));
+}
+
+Json statusReply(const StorageResult<StoreStatus> &status, const char *notFound) {
+    if (!status.ok())
+        return storageFailure(status.error());
+    switch (*status) {
     case StoreStatus::Ok:
         return ok();
     case StoreStatus::NotFound:
@@ -270,13 +276,12 @@ void ApiServer::stop() {
 }
 
 void ApiServer::maintain() {
-    try {
-        const auto now = nowSeconds();
-        storage_.purgeExpired(now - sessionIdle, now - LoginGuard::window - LoginGuard::maxDelay);
-        throttle_.purge(steadySeconds());
-    } catch (const std::exception &e) {
-        std::cout << "quillora-cloud: purge failed: " << e.what() << std::endl;
-    }
+    const auto now = nowSeconds();
+    if (const auto purged =
+            storage_.purgeExpired(now - sessionIdle, now - LoginGuard::window - LoginGuard::maxDelay);
+        !purged.ok())
+        std::cout << "quillora-cloud: purge failed: " << purged.error().message << std::endl;
+    throttle_.purge(steadySeconds());
 }
 
 void ApiServer::dispatch(Request request, HttpServer::Completion done) {
@@ -292,6 +297,8 @@ void ApiServer::dispatch(Request request, HttpServer::Completion done) {
     const bool urgent = hashes && !throttle_.failedRecently(address, steadySeconds());
     auto task = [this, request = std::move(request), done]() mutable {
         Response response;
+        // Storage failures come back as values; what can still throw here is the allocator
+        // (std::bad_alloc) and the JSON library, and one request must not end the process.
         try {
             response = handle(request);
         } catch (const std::exception &e) {
@@ -331,16 +338,20 @@ void ApiServer::post(const std::string &path, std::function<Json(const Request &
     };
 }
 
-std::optional<UserRecord> ApiServer::sessionUser(const Request &req) {
+StorageResult<std::optional<UserRecord>> ApiServer::sessionUser(const Request &req) {
     const auto now = nowSeconds();
     for (const auto &token : CookieReader::sessionTokens(req.headerValues("Cookie")))
-        if (auto user = storage_.sessionUser(Secrets::digestHex(token), now, sessionIdle))
+        if (auto user = storage_.sessionUser(Secrets::digestHex(token), now, sessionIdle);
+            !user.ok() || *user)
             return user;
-    return std::nullopt;
+    return std::optional<UserRecord>();
 }
 
 std::string ApiServer::quotaProblem(const UserRecord &user, std::int64_t adding) {
-    if (storage_.storageUsed(user.id) + adding <= config_.quotaBytes)
+    const auto used = storage_.storageUsed(user.id);
+    if (!used.ok())
+        return Accounts::storageFailed(used.error());
+    if (*used + adding <= config_.quotaBytes)
         return {};
     return "云端存储空间已满（每个账号最多" + std::to_string(config_.quotaBytes / (1024 * 1024)) +
            "MB），请删除部分话术或图片后再试";
@@ -349,14 +360,16 @@ std::string ApiServer::quotaProblem(const UserRecord &user, std::int64_t adding)
 void ApiServer::postLibrary(const std::string &path, UserHandler handler) {
     post(path, [this, handler = std::move(handler)](const Request &req, const Form &form) -> Json {
         const auto user = sessionUser(req);
-        if (!user)
+        if (!user.ok())
+            return storageFailure(user.error());
+        if (!*user)
             return refused(msg::deadSession);
         const auto dbname = param(form, "dbname");
         if (!dbname)
             return refused(msg::badParameter);
-        if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
+        if (Accounts::nameKey(*dbname) != Accounts::nameKey((*user)->name))
             return refused(msg::forbidden);
-        return handler(form, *user);
+        return handler(form, **user);
     });
 }
 
@@ -368,22 +381,30 @@ void ApiServer::routes() {
         return reply;
     });
     post("/api/ios/getIsTourist", [this](const Request &req, const Form &) {
+        const auto user = sessionUser(req);
+        if (!user.ok())
+            return storageFailure(user.error());
         auto reply = ok();
-        reply["re"] = sessionUser(req) ? 0 : 1;
+        reply["re"] = *user ? 0 : 1;
         return reply;
     });
     posts_["/api/osx/login"] = {[this](const Request &req, const Form &form) { return login(req, form); },
                                 true};
     post("/api/user/getUserInfo", [this](const Request &req, const Form &) {
         const auto user = sessionUser(req);
-        if (!user)
+        if (!user.ok())
+            return storageFailure(user.error());
+        if (!*user)
             return refused(msg::deadSession);
         auto reply = ok();
-        reply["username"] = user->name;
+        reply["username"] = (*user)->name;
         return reply;
     });
     post("/api/user/SyncCheckOSX", [this](const Request &req, const Form &) {
-        return sessionUser(req) ? ok() : refused(msg::deadSession, -1);
+        const auto user = sessionUser(req);
+        if (!user.ok())
+            return storageFailure(user.error());
+        return *user ? ok() : refused(msg::deadSession, -1);
     });
 
     // Classes.
@@ -395,7 +416,8 @@ void ApiServer::routes() {
         if (!position)
             return refused(msg::badParameter);
         const auto sign = Secrets::randomHex128();
-        storage_.createClass(user.id, sign, *label, *position);
+        if (const auto created = storage_.createClass(user.id, sign, *label, *position); !created.ok())
+            return storageFailure(created.error());
         auto reply = ok();
         reply["sign"] = sign;
         return reply;
@@ -454,7 +476,10 @@ void ApiServer::routes() {
         // A name that is not a content digest is never stored, so the client uploads it and hears why.
         if (!PictureName::isAccepted(*name))
             return refused(msg::pictureFormat);
-        return storage_.pictureExists(*name) ? ok() : refused(msg::noPicture);
+        const auto exists = storage_.pictureExists(*name);
+        if (!exists.ok())
+            return storageFailure(exists.error());
+        return *exists ? ok() : refused(msg::noPicture);
     });
     post(uploadPath, [this](const Request &req, const Form &) { return uploadPicture(req); });
 
@@ -471,8 +496,11 @@ void ApiServer::routes() {
 }
 
 ApiServer::Response ApiServer::libraryRead(const Request &req, const Form &form, LibraryCache::Kind kind) {
-    const auto user = sessionUser(req);
+    const auto session = sessionUser(req);
     const auto dbname = param(form, "dbname");
+    if (!session.ok())
+        return jsonResponse(storageFailure(session.error()));
+    const auto &user = *session;
     if (!user)
         return jsonResponse(refused(msg::deadSession));
     if (!dbname)
@@ -480,18 +508,31 @@ ApiServer::Response ApiServer::libraryRead(const Request &req, const Form &form,
     if (Accounts::nameKey(*dbname) != Accounts::nameKey(user->name))
         return jsonResponse(refused(msg::forbidden));
     const auto version = storage_.libraryVersion(user->id);
-    auto reply = cache_.get(user->id, kind, version, [&] {
+    if (!version.ok())
+        return jsonResponse(storageFailure(version.error()));
+    std::optional<StorageError> failure; // why nothing was built
+    auto reply = cache_.get(user->id, kind, *version, [&]() -> std::shared_ptr<const LibraryCache::Reply> {
         auto reply = ok();
         auto &data = reply["data"] = Json::array();
         if (kind == LibraryCache::Kind::Classes) {
-            for (const auto &c : storage_.classes(user->id))
+            const auto classes = storage_.classes(user->id);
+            if (!classes.ok()) {
+                failure = classes.error();
+                return nullptr;
+            }
+            for (const auto &c : *classes)
                 data.push_back(Json{{"id", c.id},
                                     {"sign", c.sign},
                                     {"label", c.label},
                                     {"position", c.position},
                                     {"username", user->name}});
         } else {
-            for (const auto &p : storage_.phrases(user->id))
+            const auto phrases = storage_.phrases(user->id);
+            if (!phrases.ok()) {
+                failure = phrases.error();
+                return nullptr;
+            }
+            for (const auto &p : *phrases)
                 data.push_back(Json{{"id", p.id},
                                     {"parentSign", p.parentSign},
                                     {"sign", p.sign},
@@ -509,6 +550,8 @@ ApiServer::Response ApiServer::libraryRead(const Request &req, const Form &form,
         built->gzip = Gzip::compress(built->plain).value_or(std::string());
         return std::shared_ptr<const LibraryCache::Reply>(std::move(built));
     });
+    if (!reply)
+        return jsonResponse(storageFailure(*failure));
     return sharedResponse(req, std::move(reply));
 }
 
@@ -518,17 +561,23 @@ std::optional<std::string> ApiServer::guardedCheck(const Request &req, const std
     const auto now = nowSeconds();
     // The account's waiting time binds only addresses that failed recently: its owner, trying
     // from a clean address with the right password, still gets in.
-    if (const auto wait = LoginGuard::waitFor(storage_, nameKey, now);
-        wait > 0 && throttle_.failedRecently(address, steadySeconds()))
-        return waitMessage(wait);
+    const auto wait = LoginGuard::waitFor(storage_, nameKey, now);
+    if (!wait.ok())
+        return Accounts::storageFailed(wait.error());
+    if (*wait > 0 && throttle_.failedRecently(address, steadySeconds()))
+        return waitMessage(*wait);
     if (!verify()) {
         throttle_.failed(address, steadySeconds());
-        if (const auto delay = LoginGuard::failed(storage_, nameKey, now))
-            return waitMessage(delay);
+        const auto delay = LoginGuard::failed(storage_, nameKey, now);
+        if (!delay.ok())
+            return Accounts::storageFailed(delay.error());
+        if (*delay)
+            return waitMessage(*delay);
         return std::string(badText);
     }
     throttle_.giveBack(address);
-    LoginGuard::succeeded(storage_, nameKey);
+    if (const auto cleared = LoginGuard::succeeded(storage_, nameKey); !cleared.ok())
+        return Accounts::storageFailed(cleared.error());
     return std::nullopt;
 }
 
@@ -547,7 +596,10 @@ ApiServer::Response ApiServer::login(const Request &req, const Form &form) {
     }
     const auto password = Rc4Cipher::apply(*raw, Rc4Cipher::passwordKey());
     const auto key = Accounts::nameKey(*name);
-    const auto user = storage_.findUser(key);
+    const auto found = storage_.findUser(key);
+    if (!found.ok())
+        return jsonResponse(storageFailure(found.error()));
+    const auto &user = *found;
     const auto problem = guardedCheck(
         req, key,
         [&] {
@@ -560,7 +612,10 @@ ApiServer::Response ApiServer::login(const Request &req, const Form &form) {
     if (problem)
         return jsonResponse(refused(*problem));
     const auto token = Secrets::randomHex128();
-    storage_.createSession(Secrets::digestHex(token), user->id, nowSeconds(), config_.singleSession);
+    if (const auto created =
+            storage_.createSession(Secrets::digestHex(token), user->id, nowSeconds(), config_.singleSession);
+        !created.ok())
+        return jsonResponse(storageFailure(created.error()));
     auto reply = ok();
     reply["username"] = user->name;
     auto res = jsonResponse(reply);
@@ -586,7 +641,7 @@ Json ApiServer::createPhrase(const Form &form, const UserRecord &user) {
     record.sign = Secrets::randomHex128();
     record.position = *position;
     const auto status = storage_.createPhrase(user.id, record);
-    if (status != StoreStatus::Ok)
+    if (!status.ok() || *status != StoreStatus::Ok)
         return statusReply(status, msg::noParent);
     auto reply = ok();
     reply["sign"] = record.sign;
@@ -610,9 +665,11 @@ Json ApiServer::updatePhrase(const Form &form, const UserRecord &user) {
     record.sign = *sign;
     // Not found means either the phrase or its new class; say which.
     const auto status = storage_.updatePhrase(user.id, record);
-    if (status == StoreStatus::NotFound) {
+    if (status.ok() && *status == StoreStatus::NotFound) {
         const auto classes = storage_.classes(user.id);
-        const bool parentKnown = std::any_of(classes.begin(), classes.end(),
+        if (!classes.ok())
+            return storageFailure(classes.error());
+        const bool parentKnown = std::any_of(classes->begin(), classes->end(),
                                              [&](const ClassRecord &c) { return c.sign == *parent; });
         return refused(parentKnown ? msg::noPhrase : msg::noParent);
     }
@@ -623,7 +680,10 @@ Json ApiServer::uploadPicture(const Request &req) {
     const auto form = FormData::parseMultipart(req.header("Content-Type"), req.body);
     if (!form)
         return refused(msg::badParameter);
-    const auto user = sessionUser(req);
+    const auto session = sessionUser(req);
+    if (!session.ok())
+        return storageFailure(session.error());
+    const auto &user = *session;
     if (!user)
         return refused(msg::deadSession);
     const auto dbname = param(*form, "dbname");
@@ -645,7 +705,10 @@ Json ApiServer::uploadPicture(const Request &req) {
         return refused(msg::pictureMismatch);
     if (auto problem = quotaProblem(*user, std::int64_t(file->size())); !problem.empty())
         return refused(problem);
-    if (storage_.storePicture(*name, *file, nowSeconds(), user->id) == StoreStatus::DifferentBytes)
+    const auto stored = storage_.storePicture(*name, *file, nowSeconds(), user->id);
+    if (!stored.ok())
+        return storageFailure(stored.error());
+    if (*stored == StoreStatus::DifferentBytes)
         return refused(msg::pictureTaken);
     return ok();
 }
@@ -655,10 +718,12 @@ Json ApiServer::picture(const std::string &encodedName) {
     if (!name || !PictureName::isPlain(*name))
         return refused(msg::badPictureName);
     const auto bytes = storage_.picture(*name);
-    if (!bytes)
+    if (!bytes.ok())
+        return storageFailure(bytes.error());
+    if (!*bytes)
         return refused(msg::noPicture);
     auto reply = ok();
-    reply["base64"] = Secrets::toBase64(*bytes);
+    reply["base64"] = Secrets::toBase64(**bytes);
     return reply;
 }
 
@@ -683,7 +748,10 @@ Json ApiServer::webReset(const Request &req, const Form &form) {
         return refused(*problem);
     }
     const auto key = Accounts::nameKey(*name);
-    const auto user = storage_.findUser(key);
+    const auto found = storage_.findUser(key);
+    if (!found.ok())
+        return storageFailure(found.error());
+    const auto &user = *found;
     problem = guardedCheck(
         req, key,
         [&] {

@@ -6,6 +6,7 @@
 #include "loginthrottle.h"
 #include "serverconfig.h"
 #include "storagerecords.h"
+#include "storageresult.h"
 #include "workerpool.h"
 
 #include <functional>
@@ -50,9 +51,9 @@ private:
     Response handle(const Request &request);
     void maintain();
 
-    std::optional<UserRecord> sessionUser(const Request &req);
+    StorageResult<std::optional<UserRecord>> sessionUser(const Request &req);
     std::string baseUrl() const;
-    // Empty when the account may store `adding` more bytes.
+    // Empty when the account may store `adding` more bytes (and the storage could tell).
     std::string quotaProblem(const UserRecord &user, std::int64_t adding);
 
     Response login(const Request &req, const Form &form);

@@ -35,8 +35,10 @@ std::shared_ptr<const LibraryCache::Reply> LibraryCache::get(std::int64_t userId
     }
     lock.lock();
     entries_[key].building = false;
-    storeLocked(userId, kind, version, reply);
-    ++builds_;
+    if (reply) {
+        storeLocked(userId, kind, version, reply);
+        ++builds_;
+    }
     built_.notify_all();
     return reply;
 }

@@ -27,7 +27,8 @@ public:
     using Builder = std::function<std::shared_ptr<const Reply>()>;
 
     // The reply for `version` or a later one; built by `build` when nobody has it yet and
-    // nobody else is building it. A builder that throws lets the next waiter try.
+    // nobody else is building it. A builder that returns nothing (it could not read the library)
+    // or throws lets the next waiter try; get then returns nothing too.
     std::shared_ptr<const Reply> get(std::int64_t userId, Kind kind, std::int64_t version,
                                      const Builder &build);
     std::shared_ptr<const Reply> find(std::int64_t userId, Kind kind, std::int64_t version) const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storageresult.h"
+
 #include <cstdint>
 #include <string>
 
@@ -17,10 +19,11 @@ public:
     static constexpr std::int64_t freeFailures = 4;
 
     // Seconds left of the name's waiting time (0 when it may try).
-    static std::int64_t waitFor(Storage &storage, const std::string &nameKey, std::int64_t now);
+    static StorageResult<std::int64_t> waitFor(Storage &storage, const std::string &nameKey,
+                                               std::int64_t now);
     // Records a failure; returns the waiting time it starts, 0 when none.
-    static std::int64_t failed(Storage &storage, const std::string &nameKey, std::int64_t now);
-    static void succeeded(Storage &storage, const std::string &nameKey);
+    static StorageResult<std::int64_t> failed(Storage &storage, const std::string &nameKey, std::int64_t now);
+    static StorageResult<void> succeeded(Storage &storage, const std::string &nameKey);
     // The delay after `failures` failures in a row.
     static std::int64_t delayAfter(std::int64_t failures);
 };

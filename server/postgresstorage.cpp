@@ -1,7 +1,6 @@
 #include "postgresstorage.h"
 
 #include "pgtransaction.h"
-#include "storageunavailable.h"
 
 #include <chrono>
 #include <cstdio>
@@ -88,21 +87,19 @@ PostgresStorage::PostgresStorage(const std::string &url, std::size_t connections
 std::unique_ptr<PostgresStorage> PostgresStorage::open(const std::string &url, std::size_t connections,
                                                        std::string &error) {
     std::unique_ptr<PostgresStorage> storage(new PostgresStorage(url, connections));
-    try {
-        storage->migrate();
-    } catch (const StorageUnavailable &e) {
-        error = e.what();
+    if (const auto migrated = storage->migrate(); !migrated.ok()) {
+        error = migrated.error().message;
         return nullptr;
     }
     return storage;
 }
 
-StoreStatus PostgresStorage::run(const Work &work, bool inTransaction) {
+StorageResult<StoreStatus> PostgresStorage::run(const Work &work, bool inTransaction) {
     for (int attempt = 0;; ++attempt) {
         std::string error;
         auto lease = pool_.acquire(error);
         if (!lease)
-            throw StorageUnavailable("database unavailable: " + error);
+            return StorageError{"database unavailable: " + error};
         PgTransaction t(*lease);
         try {
             if (!inTransaction)
@@ -123,28 +120,39 @@ StoreStatus PostgresStorage::run(const Work &work, bool inTransaction) {
                 lease.discard();
             }
             if (t.commitInDoubt())
-                throw StorageUnavailable("database connection lost during a commit: " + result.error());
+                return StorageError{"database connection lost during a commit: " + result.error()};
             if (attempt == 0 && retryable(result))
                 continue;
-            throw StorageUnavailable("database: " + result.error());
+            return StorageError{"database: " + result.error()};
         }
     }
 }
 
-StoreStatus PostgresStorage::transaction(const Work &work) {
+StorageResult<StoreStatus> PostgresStorage::transaction(const Work &work) {
     return run(work, true);
 }
 
-void PostgresStorage::statements(const std::function<void(PgTransaction &)> &work) {
-    run(
+template <typename T>
+StorageResult<T> PostgresStorage::statements(const std::function<T(PgTransaction &)> &work) {
+    std::optional<T> out;
+    const auto status = run(
         [&](PgTransaction &t) {
-            work(t);
+            out = work(t);
             return StoreStatus::Ok;
         },
         false);
+    if (!status.ok())
+        return status.error();
+    return std::move(*out);
 }
 
-void PostgresStorage::migrate() {
+StorageResult<void> PostgresStorage::done(const Work &work) {
+    if (const auto status = transaction(work); !status.ok())
+        return status.error();
+    return {};
+}
+
+StorageResult<void> PostgresStorage::migrate() {
     int found = 0;
     const auto status = transaction([&](PgTransaction &t) {
         t.exec("SELECT pg_advisory_xact_lock(" + std::to_string(schemaLockKey) + ")");
@@ -159,15 +167,18 @@ void PostgresStorage::migrate() {
         }
         return StoreStatus::Ok;
     });
-    if (status != StoreStatus::Ok)
-        throw StorageUnavailable("the database schema (version " + std::to_string(found) +
-                                 ") is newer than this service knows (" + std::to_string(schemaVersion()) +
-                                 ")");
+    if (!status.ok())
+        return status.error();
+    if (*status != StoreStatus::Ok)
+        return StorageError{"the database schema (version " + std::to_string(found) +
+                            ") is newer than this service knows (" + std::to_string(schemaVersion()) + ")"};
+    return {};
 }
 
-StoreStatus PostgresStorage::createUser(const std::string &name, const std::string &nameKey,
-                                        const std::string &passwordHash, const std::string &firstClassSign,
-                                        const std::string &firstClassLabel) {
+StorageResult<StoreStatus> PostgresStorage::createUser(const std::string &name, const std::string &nameKey,
+                                                       const std::string &passwordHash,
+                                                       const std::string &firstClassSign,
+                                                       const std::string &firstClassLabel) {
     return transaction([&](PgTransaction &t) {
         const auto user = t.exec("INSERT INTO users(name, name_key, password_hash) VALUES($1, $2, $3) "
                                  "ON CONFLICT (name_key) DO NOTHING RETURNING id",
@@ -180,42 +191,43 @@ StoreStatus PostgresStorage::createUser(const std::string &name, const std::stri
     });
 }
 
-std::optional<UserRecord> PostgresStorage::findUser(const std::string &nameKey) {
-    std::optional<UserRecord> out;
-    statements([&](PgTransaction &t) {
+StorageResult<std::optional<UserRecord>> PostgresStorage::findUser(const std::string &nameKey) {
+    return statements<std::optional<UserRecord>>([&](PgTransaction &t) -> std::optional<UserRecord> {
         const auto r = t.exec("SELECT id, name, password_hash FROM users WHERE name_key = $1", {nameKey});
-        if (r.rows() > 0)
-            out = UserRecord{r.integer(0, 0), r.text(0, 1), r.text(0, 2)};
+        if (r.rows() == 0)
+            return std::nullopt;
+        return UserRecord{r.integer(0, 0), r.text(0, 1), r.text(0, 2)};
     });
-    return out;
 }
 
-bool PostgresStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
-    return transaction([&](PgTransaction &t) {
-               if (t.exec("UPDATE users SET password_hash = $1 WHERE id = $2", {passwordHash, userId})
-                       .affected() != 1)
-                   return StoreStatus::NotFound;
-               t.exec("DELETE FROM sessions WHERE user_id = $1", {userId});
-               return StoreStatus::Ok;
-           }) == StoreStatus::Ok;
+StorageResult<bool> PostgresStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
+    const auto status = transaction([&](PgTransaction &t) {
+        if (t.exec("UPDATE users SET password_hash = $1 WHERE id = $2", {passwordHash, userId}).affected() !=
+            1)
+            return StoreStatus::NotFound;
+        t.exec("DELETE FROM sessions WHERE user_id = $1", {userId});
+        return StoreStatus::Ok;
+    });
+    if (!status.ok())
+        return status.error();
+    return *status == StoreStatus::Ok;
 }
 
-LoginGuardState PostgresStorage::loginGuard(const std::string &nameKey) {
-    LoginGuardState out;
-    statements([&](PgTransaction &t) {
+StorageResult<LoginGuardState> PostgresStorage::loginGuard(const std::string &nameKey) {
+    return statements<LoginGuardState>([&](PgTransaction &t) -> LoginGuardState {
         const auto r = t.exec(
             "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = $1", {nameKey});
-        if (r.rows() > 0)
-            out = {r.integer(0, 0), r.integer(0, 1), r.integer(0, 2)};
+        if (r.rows() == 0)
+            return {};
+        return {r.integer(0, 0), r.integer(0, 1), r.integer(0, 2)};
     });
-    return out;
 }
 
-LoginGuardState
+StorageResult<LoginGuardState>
 PostgresStorage::changeLoginGuard(const std::string &nameKey,
                                   const std::function<LoginGuardState(LoginGuardState)> &change) {
     LoginGuardState state;
-    transaction([&](PgTransaction &t) {
+    const auto status = transaction([&](PgTransaction &t) {
         // The row lock puts failures recorded by several instances at once one after the other.
         t.exec("INSERT INTO login_guard(name_key, failures, window_start, locked_until) VALUES($1, 0, 0, 0) "
                "ON CONFLICT (name_key) DO NOTHING",
@@ -232,12 +244,14 @@ PostgresStorage::changeLoginGuard(const std::string &nameKey,
                    {nameKey, state.failures, state.windowStart, state.lockedUntil});
         return StoreStatus::Ok;
     });
+    if (!status.ok())
+        return status.error();
     return state;
 }
 
-void PostgresStorage::createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
-                                    bool revokeOthers) {
-    transaction([&](PgTransaction &t) {
+StorageResult<void> PostgresStorage::createSession(const std::string &tokenDigest, std::int64_t userId,
+                                                   std::int64_t now, bool revokeOthers) {
+    return done([&](PgTransaction &t) {
         if (revokeOthers)
             t.exec("DELETE FROM sessions WHERE user_id = $1", {userId});
         t.exec("INSERT INTO sessions(token_digest, user_id, created_at, last_used) VALUES($1, $2, $3, $3)",
@@ -246,83 +260,79 @@ void PostgresStorage::createSession(const std::string &tokenDigest, std::int64_t
     });
 }
 
-std::optional<UserRecord> PostgresStorage::sessionUser(const std::string &tokenDigest, std::int64_t now,
-                                                       std::int64_t maxIdle) {
-    std::optional<UserRecord> out;
-    statements([&](PgTransaction &t) {
+StorageResult<std::optional<UserRecord>>
+PostgresStorage::sessionUser(const std::string &tokenDigest, std::int64_t now, std::int64_t maxIdle) {
+    return statements<std::optional<UserRecord>>([&](PgTransaction &t) -> std::optional<UserRecord> {
         const auto r =
             t.exec("SELECT u.id, u.name, s.last_used FROM sessions s JOIN users u ON u.id = s.user_id "
                    "WHERE s.token_digest = $1",
                    {tokenDigest});
         if (r.rows() == 0)
-            return;
+            return std::nullopt;
         const auto lastUsed = r.integer(0, 2);
         if (now - lastUsed > maxIdle) {
             t.exec("DELETE FROM sessions WHERE token_digest = $1", {tokenDigest});
-            return;
+            return std::nullopt;
         }
         // Refreshing at most once a minute keeps reads from turning into writes.
         if (now - lastUsed >= 60)
             t.exec("UPDATE sessions SET last_used = $1 WHERE token_digest = $2", {now, tokenDigest});
-        out = UserRecord{r.integer(0, 0), r.text(0, 1), {}};
+        return UserRecord{r.integer(0, 0), r.text(0, 1), {}};
     });
-    return out;
 }
 
-void PostgresStorage::deleteSession(const std::string &tokenDigest) {
-    statements(
-        [&](PgTransaction &t) { t.exec("DELETE FROM sessions WHERE token_digest = $1", {tokenDigest}); });
+StorageResult<void> PostgresStorage::deleteSession(const std::string &tokenDigest) {
+    return done([&](PgTransaction &t) {
+        t.exec("DELETE FROM sessions WHERE token_digest = $1", {tokenDigest});
+        return StoreStatus::Ok;
+    });
 }
 
-void PostgresStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
-    transaction([&](PgTransaction &t) {
+StorageResult<void> PostgresStorage::purgeExpired(std::int64_t sessionsUsedBefore,
+                                                  std::int64_t guardsBefore) {
+    return done([&](PgTransaction &t) {
         t.exec("DELETE FROM sessions WHERE last_used < $1", {sessionsUsedBefore});
         t.exec("DELETE FROM login_guard WHERE window_start < $1 AND locked_until < $1", {guardsBefore});
         return StoreStatus::Ok;
     });
 }
 
-std::int64_t PostgresStorage::libraryVersion(std::int64_t userId) {
-    std::int64_t out = -1;
-    statements([&](PgTransaction &t) {
+StorageResult<std::int64_t> PostgresStorage::libraryVersion(std::int64_t userId) {
+    return statements<std::int64_t>([&](PgTransaction &t) {
         const auto r = t.exec("SELECT library_version FROM users WHERE id = $1", {userId});
-        if (r.rows() > 0)
-            out = r.integer(0, 0);
+        return r.rows() > 0 ? r.integer(0, 0) : std::int64_t(-1);
     });
-    return out;
 }
 
-std::vector<ClassRecord> PostgresStorage::classes(std::int64_t userId) {
-    std::vector<ClassRecord> out;
-    statements([&](PgTransaction &t) {
+StorageResult<std::vector<ClassRecord>> PostgresStorage::classes(std::int64_t userId) {
+    return statements<std::vector<ClassRecord>>([&](PgTransaction &t) {
         const auto r = t.exec(
             "SELECT id, sign, label, position FROM word_class WHERE user_id = $1 ORDER BY position, id",
             {userId});
-        out.clear();
+        std::vector<ClassRecord> out;
         for (int i = 0; i < r.rows(); ++i)
             out.push_back({r.integer(i, 0), r.text(i, 1), r.text(i, 2), r.integer(i, 3)});
+        return out;
     });
-    return out;
 }
 
-std::vector<PhraseRecord> PostgresStorage::phrases(std::int64_t userId) {
-    std::vector<PhraseRecord> out;
-    statements([&](PgTransaction &t) {
+StorageResult<std::vector<PhraseRecord>> PostgresStorage::phrases(std::int64_t userId) {
+    return statements<std::vector<PhraseRecord>>([&](PgTransaction &t) {
         const auto r =
             t.exec("SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
                    "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = $1 "
                    "ORDER BY c.position, c.id, l.position, l.id",
                    {userId});
-        out.clear();
+        std::vector<PhraseRecord> out;
         out.reserve(std::size_t(r.rows()));
         for (int i = 0; i < r.rows(); ++i)
             out.push_back({r.integer(i, 0), r.text(i, 1), r.text(i, 2), r.text(i, 3), r.text(i, 4),
                            r.text(i, 5), r.text(i, 6), r.integer(i, 7)});
+        return out;
     });
-    return out;
 }
 
-StoreStatus PostgresStorage::changeLibrary(std::int64_t userId, const Work &change) {
+StorageResult<StoreStatus> PostgresStorage::changeLibrary(std::int64_t userId, const Work &change) {
     return transaction([&](PgTransaction &t) {
         // The owner's row lock comes first: changes of one library, from any instance, take turns.
         if (t.exec("UPDATE users SET library_version = library_version + 1 WHERE id = $1", {userId})
@@ -332,8 +342,8 @@ StoreStatus PostgresStorage::changeLibrary(std::int64_t userId, const Work &chan
     });
 }
 
-StoreStatus PostgresStorage::createClass(std::int64_t userId, const std::string &sign,
-                                         const std::string &label, std::int64_t position) {
+StorageResult<StoreStatus> PostgresStorage::createClass(std::int64_t userId, const std::string &sign,
+                                                        const std::string &label, std::int64_t position) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         t.exec("INSERT INTO word_class(user_id, sign, label, position) VALUES($1, $2, $3, $4)",
                {userId, sign, label, position});
@@ -341,7 +351,8 @@ StoreStatus PostgresStorage::createClass(std::int64_t userId, const std::string 
     });
 }
 
-StoreStatus PostgresStorage::deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) {
+StorageResult<StoreStatus> PostgresStorage::deleteClasses(std::int64_t userId,
+                                                          const std::vector<std::string> &signs) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         const auto unique = distinct(signs);
         std::vector<std::int64_t> ids;
@@ -361,8 +372,8 @@ StoreStatus PostgresStorage::deleteClasses(std::int64_t userId, const std::vecto
     });
 }
 
-StoreStatus PostgresStorage::setClassLabel(std::int64_t userId, const std::string &sign,
-                                           const std::string &label) {
+StorageResult<StoreStatus> PostgresStorage::setClassLabel(std::int64_t userId, const std::string &sign,
+                                                          const std::string &label) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         return t.exec("UPDATE word_class SET label = $1 WHERE sign = $2 AND user_id = $3",
                       {label, sign, userId})
@@ -372,8 +383,8 @@ StoreStatus PostgresStorage::setClassLabel(std::int64_t userId, const std::strin
     });
 }
 
-StoreStatus PostgresStorage::swapRows(const char *table, std::int64_t userId, const std::string &sign1,
-                                      const std::string &sign2) {
+StorageResult<StoreStatus> PostgresStorage::swapRows(const char *table, std::int64_t userId,
+                                                     const std::string &sign1, const std::string &sign2) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         const std::string select =
             std::string("SELECT position FROM ") + table + " WHERE sign = $1 AND user_id = $2";
@@ -389,12 +400,12 @@ StoreStatus PostgresStorage::swapRows(const char *table, std::int64_t userId, co
     });
 }
 
-StoreStatus PostgresStorage::swapClasses(std::int64_t userId, const std::string &sign1,
-                                         const std::string &sign2) {
+StorageResult<StoreStatus> PostgresStorage::swapClasses(std::int64_t userId, const std::string &sign1,
+                                                        const std::string &sign2) {
     return swapRows("word_class", userId, sign1, sign2);
 }
 
-StoreStatus PostgresStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
+StorageResult<StoreStatus> PostgresStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         const auto r =
             t.exec("INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
@@ -407,7 +418,8 @@ StoreStatus PostgresStorage::createPhrase(std::int64_t userId, const PhraseRecor
     });
 }
 
-StoreStatus PostgresStorage::deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) {
+StorageResult<StoreStatus> PostgresStorage::deletePhrases(std::int64_t userId,
+                                                          const std::vector<std::string> &signs) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         for (const auto &sign : distinct(signs))
             if (t.exec("DELETE FROM word_list WHERE sign = $1 AND user_id = $2", {sign, userId}).affected() !=
@@ -417,7 +429,7 @@ StoreStatus PostgresStorage::deletePhrases(std::int64_t userId, const std::vecto
     });
 }
 
-StoreStatus PostgresStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
+StorageResult<StoreStatus> PostgresStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
     return changeLibrary(userId, [&](PgTransaction &t) {
         const auto parent =
             t.exec("SELECT id FROM word_class WHERE sign = $1 AND user_id = $2", {record.parentSign, userId});
@@ -431,30 +443,28 @@ StoreStatus PostgresStorage::updatePhrase(std::int64_t userId, const PhraseRecor
     });
 }
 
-StoreStatus PostgresStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
-                                         const std::string &sign2) {
+StorageResult<StoreStatus> PostgresStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
+                                                        const std::string &sign2) {
     return swapRows("word_list", userId, sign1, sign2);
 }
 
-bool PostgresStorage::pictureExists(const std::string &name) {
-    bool out = false;
-    statements(
-        [&](PgTransaction &t) { out = t.exec("SELECT 1 FROM pictures WHERE name = $1", {name}).rows() > 0; });
-    return out;
-}
-
-std::optional<std::string> PostgresStorage::picture(const std::string &name) {
-    std::optional<std::string> out;
-    statements([&](PgTransaction &t) {
-        const auto r = t.exec("SELECT data FROM pictures WHERE name = $1", {name}, true);
-        if (r.rows() > 0)
-            out = r.text(0, 0);
+StorageResult<bool> PostgresStorage::pictureExists(const std::string &name) {
+    return statements<bool>([&](PgTransaction &t) {
+        return t.exec("SELECT 1 FROM pictures WHERE name = $1", {name}).rows() > 0;
     });
-    return out;
 }
 
-StoreStatus PostgresStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
-                                          std::int64_t ownerId) {
+StorageResult<std::optional<std::string>> PostgresStorage::picture(const std::string &name) {
+    return statements<std::optional<std::string>>([&](PgTransaction &t) -> std::optional<std::string> {
+        const auto r = t.exec("SELECT data FROM pictures WHERE name = $1", {name}, true);
+        if (r.rows() == 0)
+            return std::nullopt;
+        return r.text(0, 0);
+    });
+}
+
+StorageResult<StoreStatus> PostgresStorage::storePicture(const std::string &name, const std::string &bytes,
+                                                         std::int64_t now, std::int64_t ownerId) {
     auto outcome = StoreStatus::Ok;
     const auto status = transaction([&](PgTransaction &t) {
         outcome = StoreStatus::Ok;
@@ -473,17 +483,18 @@ StoreStatus PostgresStorage::storePicture(const std::string &name, const std::st
                {name, ownerId});
         return StoreStatus::Ok;
     });
-    return status == StoreStatus::Ok ? outcome : status;
+    if (!status.ok() || *status != StoreStatus::Ok)
+        return status;
+    return outcome;
 }
 
-std::int64_t PostgresStorage::storageUsed(std::int64_t userId) {
-    std::int64_t out = 0;
-    statements([&](PgTransaction &t) {
-        out = t.exec("SELECT (SELECT COALESCE(SUM(octet_length(label) + octet_length(json_value)), 0) "
-                     "FROM word_list WHERE user_id = $1) + (SELECT COALESCE(SUM(p.size), 0) "
-                     "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = $1)",
-                     {userId})
-                  .integer(0, 0);
+StorageResult<std::int64_t> PostgresStorage::storageUsed(std::int64_t userId) {
+    return statements<std::int64_t>([&](PgTransaction &t) {
+        return t
+            .exec("SELECT (SELECT COALESCE(SUM(octet_length(label) + octet_length(json_value)), 0) "
+                  "FROM word_list WHERE user_id = $1) + (SELECT COALESCE(SUM(p.size), 0) "
+                  "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = $1)",
+                  {userId})
+            .integer(0, 0);
     });
-    return out;
 }

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <set>
+#include <type_traits>
 #include <unordered_map>
 
 namespace {
@@ -74,20 +75,52 @@ std::set<std::string> distinct(const std::vector<std::string> &signs) {
     return {signs.begin(), signs.end()};
 }
 
+// SQLite reports failures by throwing; they stop here and become the failure case.
+template <typename Work> auto caught(Work &&work) -> StorageResult<std::invoke_result_t<Work>> {
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<Work>>) {
+            work();
+            return {};
+        } else {
+            return work();
+        }
+    } catch (const SQLite::Exception &e) {
+        return StorageError{e.what()};
+    }
+}
+
+LoginGuardState readLoginGuard(SQLite::Database &d, const std::string &nameKey) {
+    SQLite::Statement q(d, "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = ?");
+    q.bind(1, nameKey);
+    if (!q.executeStep())
+        return {};
+    return {q.getColumn(0).getInt64(), q.getColumn(1).getInt64(), q.getColumn(2).getInt64()};
+}
+
+std::optional<std::string> readPicture(SQLite::Database &d, const std::string &name) {
+    SQLite::Statement q(d, "SELECT data FROM pictures WHERE name = ?");
+    q.bind(1, name);
+    if (!q.executeStep())
+        return std::nullopt;
+    const auto column = q.getColumn(0);
+    return std::string(static_cast<const char *>(column.getBlob()), std::size_t(column.getBytes()));
+}
+
 } // namespace
 
-SqliteStorage::WriteTurn::WriteTurn(SqliteStorage &storage) : storage_(storage) {
-    storage_.writeMutex_.lock();
+template <typename Work> auto SqliteStorage::write(Work &&work) {
+    auto result = [&] {
+        std::lock_guard turn(writeMutex_);
+        return caught([&] { return work(db()); });
+    }();
+    if (result.ok() && !syncLog())
+        return decltype(result)(StorageError{"syncing the write-ahead log failed"});
+    return result;
 }
 
-SqliteStorage::WriteTurn::~WriteTurn() {
-    storage_.writeMutex_.unlock();
-    storage_.syncLog();
-}
-
-void SqliteStorage::syncLog() {
+bool SqliteStorage::syncLog() {
     if (walFd_ < 0)
-        return; // every connection syncs its own commits then
+        return true; // every connection syncs its own commits then
     std::unique_lock lock(syncMutex_);
     // Everything committed before this call is covered by any sync that starts after it.
     const auto mine = ++committed_;
@@ -108,8 +141,9 @@ void SqliteStorage::syncLog() {
             std::printf("quillora-cloud: syncing the write-ahead log failed: %s\n", std::strerror(errno));
         syncDone_.notify_all();
         if (!ok)
-            return;
+            return false;
     }
+    return true;
 }
 
 SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {
@@ -256,206 +290,221 @@ CREATE INDEX IF NOT EXISTS sessions_last_used ON sessions(last_used);
     t.commit();
 }
 
-StoreStatus SqliteStorage::createUser(const std::string &name, const std::string &nameKey,
-                                      const std::string &passwordHash, const std::string &firstClassSign,
-                                      const std::string &firstClassLabel) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
-    exists.bind(1, nameKey);
-    if (exists.executeStep())
-        return StoreStatus::Exists;
-    SQLite::Statement ins(d, "INSERT INTO users(name, name_key, password_hash) VALUES(?, ?, ?)");
-    ins.bind(1, name);
-    ins.bind(2, nameKey);
-    ins.bind(3, passwordHash);
-    ins.exec();
-    const std::int64_t userId = d.getLastInsertRowid();
-    SQLite::Statement cls(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
-    cls.bind(1, userId);
-    cls.bind(2, firstClassSign);
-    cls.bind(3, firstClassLabel);
-    cls.exec();
-    t.commit();
-    return StoreStatus::Ok;
+StorageResult<StoreStatus> SqliteStorage::createUser(const std::string &name, const std::string &nameKey,
+                                                     const std::string &passwordHash,
+                                                     const std::string &firstClassSign,
+                                                     const std::string &firstClassLabel) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
+        exists.bind(1, nameKey);
+        if (exists.executeStep())
+            return StoreStatus::Exists;
+        SQLite::Statement ins(d, "INSERT INTO users(name, name_key, password_hash) VALUES(?, ?, ?)");
+        ins.bind(1, name);
+        ins.bind(2, nameKey);
+        ins.bind(3, passwordHash);
+        ins.exec();
+        const std::int64_t userId = d.getLastInsertRowid();
+        SQLite::Statement cls(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
+        cls.bind(1, userId);
+        cls.bind(2, firstClassSign);
+        cls.bind(3, firstClassLabel);
+        cls.exec();
+        t.commit();
+        return StoreStatus::Ok;
+    });
 }
 
-std::optional<UserRecord> SqliteStorage::findUser(const std::string &nameKey) {
-    SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ?");
-    q.bind(1, nameKey);
-    if (!q.executeStep())
-        return std::nullopt;
-    return UserRecord{q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString()};
+StorageResult<std::optional<UserRecord>> SqliteStorage::findUser(const std::string &nameKey) {
+    return caught([&]() -> std::optional<UserRecord> {
+        SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ?");
+        q.bind(1, nameKey);
+        if (!q.executeStep())
+            return std::nullopt;
+        return UserRecord{q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString()};
+    });
 }
 
-bool SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
-    up.bind(1, passwordHash);
-    up.bind(2, userId);
-    if (up.exec() != 1)
-        return false;
-    SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
-    del.bind(1, userId);
-    del.exec();
-    t.commit();
-    return true;
-}
-
-LoginGuardState SqliteStorage::loginGuard(const std::string &nameKey) {
-    SQLite::Statement q(db(),
-                        "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = ?");
-    q.bind(1, nameKey);
-    if (!q.executeStep())
-        return {};
-    return {q.getColumn(0).getInt64(), q.getColumn(1).getInt64(), q.getColumn(2).getInt64()};
-}
-
-LoginGuardState
-SqliteStorage::changeLoginGuard(const std::string &nameKey,
-                                const std::function<LoginGuardState(LoginGuardState)> &change) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const auto state = change(loginGuard(nameKey));
-    if (state.failures == 0 && state.lockedUntil == 0) {
-        SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
-        del.bind(1, nameKey);
-        del.exec();
-    } else {
-        SQLite::Statement up(d, "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, "
-                                "locked_until) VALUES(?, ?, ?, ?)");
-        up.bind(1, nameKey);
-        up.bind(2, state.failures);
-        up.bind(3, state.windowStart);
-        up.bind(4, state.lockedUntil);
-        up.exec();
-    }
-    t.commit();
-    return state;
-}
-
-void SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
-                                  bool revokeOthers) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    if (revokeOthers) {
+StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
+        up.bind(1, passwordHash);
+        up.bind(2, userId);
+        if (up.exec() != 1)
+            return false;
         SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
         del.bind(1, userId);
         del.exec();
-    }
-    SQLite::Statement ins(
-        d, "INSERT INTO sessions(token_digest, user_id, created_at, last_used) VALUES(?, ?, ?, ?)");
-    ins.bind(1, tokenDigest);
-    ins.bind(2, userId);
-    ins.bind(3, now);
-    ins.bind(4, now);
-    ins.exec();
-    t.commit();
+        t.commit();
+        return true;
+    });
 }
 
-std::optional<UserRecord> SqliteStorage::sessionUser(const std::string &tokenDigest, std::int64_t now,
-                                                     std::int64_t maxIdle) {
-    auto &d = db();
+StorageResult<LoginGuardState> SqliteStorage::loginGuard(const std::string &nameKey) {
+    return caught([&] { return readLoginGuard(db(), nameKey); });
+}
+
+StorageResult<LoginGuardState>
+SqliteStorage::changeLoginGuard(const std::string &nameKey,
+                                const std::function<LoginGuardState(LoginGuardState)> &change) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        const auto state = change(readLoginGuard(d, nameKey));
+        if (state.failures == 0 && state.lockedUntil == 0) {
+            SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
+            del.bind(1, nameKey);
+            del.exec();
+        } else {
+            SQLite::Statement up(d, "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, "
+                                    "locked_until) VALUES(?, ?, ?, ?)");
+            up.bind(1, nameKey);
+            up.bind(2, state.failures);
+            up.bind(3, state.windowStart);
+            up.bind(4, state.lockedUntil);
+            up.exec();
+        }
+        t.commit();
+        return state;
+    });
+}
+
+StorageResult<void> SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId,
+                                                 std::int64_t now, bool revokeOthers) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        if (revokeOthers) {
+            SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
+            del.bind(1, userId);
+            del.exec();
+        }
+        SQLite::Statement ins(
+            d, "INSERT INTO sessions(token_digest, user_id, created_at, last_used) VALUES(?, ?, ?, ?)");
+        ins.bind(1, tokenDigest);
+        ins.bind(2, userId);
+        ins.bind(3, now);
+        ins.bind(4, now);
+        ins.exec();
+        t.commit();
+    });
+}
+
+StorageResult<std::optional<UserRecord>> SqliteStorage::sessionUser(const std::string &tokenDigest,
+                                                                    std::int64_t now, std::int64_t maxIdle) {
     UserRecord user;
     std::int64_t lastUsed = 0;
-    {
+    const auto found = caught([&] {
+        db();
         Prepared q(instance_,
                    "SELECT u.id, u.name, s.last_used FROM sessions s JOIN users u ON u.id = s.user_id "
                    "WHERE s.token_digest = ?");
         q->bind(1, tokenDigest);
         if (!q->executeStep())
-            return std::nullopt;
+            return false;
         user = {q->getColumn(0).getInt64(), q->getColumn(1).getString(), {}};
         lastUsed = q->getColumn(2).getInt64();
-    }
+        return true;
+    });
+    if (!found.ok())
+        return found.error();
+    if (!*found)
+        return std::optional<UserRecord>();
     if (now - lastUsed > maxIdle) {
-        deleteSession(tokenDigest);
-        return std::nullopt;
+        if (const auto deleted = deleteSession(tokenDigest); !deleted.ok())
+            return deleted.error();
+        return std::optional<UserRecord>();
     }
     // Refreshing at most once a minute keeps reads from turning into writes.
     if (now - lastUsed >= 60) {
-        WriteTurn turn(*this);
-        SQLite::Statement up(d, "UPDATE sessions SET last_used = ? WHERE token_digest = ?");
-        up.bind(1, now);
-        up.bind(2, tokenDigest);
-        up.exec();
+        const auto refreshed = write([&](SQLite::Database &d) {
+            SQLite::Statement up(d, "UPDATE sessions SET last_used = ? WHERE token_digest = ?");
+            up.bind(1, now);
+            up.bind(2, tokenDigest);
+            up.exec();
+        });
+        if (!refreshed.ok())
+            return refreshed.error();
     }
-    return user;
+    return std::optional<UserRecord>(std::move(user));
 }
 
-void SqliteStorage::deleteSession(const std::string &tokenDigest) {
-    WriteTurn turn(*this);
-    SQLite::Statement del(db(), "DELETE FROM sessions WHERE token_digest = ?");
-    del.bind(1, tokenDigest);
-    del.exec();
+StorageResult<void> SqliteStorage::deleteSession(const std::string &tokenDigest) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Statement del(d, "DELETE FROM sessions WHERE token_digest = ?");
+        del.bind(1, tokenDigest);
+        del.exec();
+    });
 }
 
-void SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    SQLite::Statement sessions(d, "DELETE FROM sessions WHERE last_used < ?");
-    sessions.bind(1, sessionsUsedBefore);
-    sessions.exec();
-    SQLite::Statement guards(d, "DELETE FROM login_guard WHERE window_start < ? AND locked_until < ?");
-    guards.bind(1, guardsBefore);
-    guards.bind(2, guardsBefore);
-    guards.exec();
-    t.commit();
+StorageResult<void> SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement sessions(d, "DELETE FROM sessions WHERE last_used < ?");
+        sessions.bind(1, sessionsUsedBefore);
+        sessions.exec();
+        SQLite::Statement guards(d, "DELETE FROM login_guard WHERE window_start < ? AND locked_until < ?");
+        guards.bind(1, guardsBefore);
+        guards.bind(2, guardsBefore);
+        guards.exec();
+        t.commit();
+    });
 }
 
-std::int64_t SqliteStorage::libraryVersion(std::int64_t userId) {
-    db();
-    Prepared q(instance_, "SELECT library_version FROM users WHERE id = ?");
-    q->bind(1, userId);
-    return q->executeStep() ? q->getColumn(0).getInt64() : -1;
+StorageResult<std::int64_t> SqliteStorage::libraryVersion(std::int64_t userId) {
+    return caught([&] {
+        db();
+        Prepared q(instance_, "SELECT library_version FROM users WHERE id = ?");
+        q->bind(1, userId);
+        return q->executeStep() ? q->getColumn(0).getInt64() : std::int64_t(-1);
+    });
 }
 
-std::vector<ClassRecord> SqliteStorage::classes(std::int64_t userId) {
-    SQLite::Statement q(db(), "SELECT id, sign, label, position FROM word_class WHERE user_id = ? "
-                              "ORDER BY position, id");
-    q.bind(1, userId);
-    std::vector<ClassRecord> out;
-    while (q.executeStep())
-        out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
-                       q.getColumn(3).getInt64()});
-    return out;
+StorageResult<std::vector<ClassRecord>> SqliteStorage::classes(std::int64_t userId) {
+    return caught([&] {
+        SQLite::Statement q(db(), "SELECT id, sign, label, position FROM word_class WHERE user_id = ? "
+                                  "ORDER BY position, id");
+        q.bind(1, userId);
+        std::vector<ClassRecord> out;
+        while (q.executeStep())
+            out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                           q.getColumn(3).getInt64()});
+        return out;
+    });
 }
 
-std::vector<PhraseRecord> SqliteStorage::phrases(std::int64_t userId) {
-    SQLite::Statement q(db(),
-                        "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
-                        "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
-                        "ORDER BY c.position, c.id, l.position, l.id");
-    q.bind(1, userId);
-    std::vector<PhraseRecord> out;
-    while (q.executeStep())
-        out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
-                       q.getColumn(3).getString(), q.getColumn(4).getString(), q.getColumn(5).getString(),
-                       q.getColumn(6).getString(), q.getColumn(7).getInt64()});
-    return out;
+StorageResult<std::vector<PhraseRecord>> SqliteStorage::phrases(std::int64_t userId) {
+    return caught([&] {
+        SQLite::Statement q(
+            db(), "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
+                  "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
+                  "ORDER BY c.position, c.id, l.position, l.id");
+        q.bind(1, userId);
+        std::vector<PhraseRecord> out;
+        while (q.executeStep())
+            out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                           q.getColumn(3).getString(), q.getColumn(4).getString(), q.getColumn(5).getString(),
+                           q.getColumn(6).getString(), q.getColumn(7).getInt64()});
+        return out;
+    });
 }
 
-StoreStatus SqliteStorage::changeLibrary(std::int64_t userId,
-                                         const std::function<StoreStatus(SQLite::Database &)> &change) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    const StoreStatus status = change(d);
-    if (status != StoreStatus::Ok)
-        return status;
-    bumpVersion(instance_, userId);
-    t.commit();
-    return StoreStatus::Ok;
+StorageResult<StoreStatus>
+SqliteStorage::changeLibrary(std::int64_t userId,
+                             const std::function<StoreStatus(SQLite::Database &)> &change) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        const StoreStatus status = change(d);
+        if (status != StoreStatus::Ok)
+            return status;
+        bumpVersion(instance_, userId);
+        t.commit();
+        return StoreStatus::Ok;
+    });
 }
 
-StoreStatus SqliteStorage::createClass(std::int64_t userId, const std::string &sign, const std::string &label,
-                                       std::int64_t position) {
+StorageResult<StoreStatus> SqliteStorage::createClass(std::int64_t userId, const std::string &sign,
+                                                      const std::string &label, std::int64_t position) {
     return changeLibrary(userId, [&](SQLite::Database &d) {
         SQLite::Statement ins(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
         ins.bind(1, userId);
@@ -467,7 +516,8 @@ StoreStatus SqliteStorage::createClass(std::int64_t userId, const std::string &s
     });
 }
 
-StoreStatus SqliteStorage::deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) {
+StorageResult<StoreStatus> SqliteStorage::deleteClasses(std::int64_t userId,
+                                                        const std::vector<std::string> &signs) {
     return changeLibrary(userId, [&](SQLite::Database &d) {
         const auto unique = distinct(signs);
         std::vector<std::int64_t> ids;
@@ -493,8 +543,8 @@ StoreStatus SqliteStorage::deleteClasses(std::int64_t userId, const std::vector<
     });
 }
 
-StoreStatus SqliteStorage::setClassLabel(std::int64_t userId, const std::string &sign,
-                                         const std::string &label) {
+StorageResult<StoreStatus> SqliteStorage::setClassLabel(std::int64_t userId, const std::string &sign,
+                                                        const std::string &label) {
     return changeLibrary(userId, [&](SQLite::Database &d) {
         SQLite::Statement up(d, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
         up.bind(1, label);
@@ -506,8 +556,8 @@ StoreStatus SqliteStorage::setClassLabel(std::int64_t userId, const std::string 
     });
 }
 
-StoreStatus SqliteStorage::swapRows(const char *table, std::int64_t userId, const std::string &sign1,
-                                    const std::string &sign2) {
+StorageResult<StoreStatus> SqliteStorage::swapRows(const char *table, std::int64_t userId,
+                                                   const std::string &sign1, const std::string &sign2) {
     return changeLibrary(userId, [&](SQLite::Database &d) {
         const std::string select =
             std::string("SELECT position FROM ") + table + " WHERE sign = ? AND user_id = ?";
@@ -534,12 +584,12 @@ StoreStatus SqliteStorage::swapRows(const char *table, std::int64_t userId, cons
     });
 }
 
-StoreStatus SqliteStorage::swapClasses(std::int64_t userId, const std::string &sign1,
-                                       const std::string &sign2) {
+StorageResult<StoreStatus> SqliteStorage::swapClasses(std::int64_t userId, const std::string &sign1,
+                                                      const std::string &sign2) {
     return swapRows("word_class", userId, sign1, sign2);
 }
 
-StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
+StorageResult<StoreStatus> SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
     return changeLibrary(userId, [&](SQLite::Database &) {
         const auto parent = classId(instance_, userId, record.parentSign);
         if (!parent)
@@ -560,7 +610,8 @@ StoreStatus SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord 
     });
 }
 
-StoreStatus SqliteStorage::deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) {
+StorageResult<StoreStatus> SqliteStorage::deletePhrases(std::int64_t userId,
+                                                        const std::vector<std::string> &signs) {
     return changeLibrary(userId, [&](SQLite::Database &) {
         Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
         for (const auto &sign : distinct(signs)) {
@@ -574,7 +625,7 @@ StoreStatus SqliteStorage::deletePhrases(std::int64_t userId, const std::vector<
     });
 }
 
-StoreStatus SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
+StorageResult<StoreStatus> SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
     return changeLibrary(userId, [&](SQLite::Database &d) {
         const auto parent = classId(instance_, userId, record.parentSign);
         if (!parent)
@@ -595,58 +646,57 @@ StoreStatus SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord 
     });
 }
 
-StoreStatus SqliteStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
-                                       const std::string &sign2) {
+StorageResult<StoreStatus> SqliteStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
+                                                      const std::string &sign2) {
     return swapRows("word_list", userId, sign1, sign2);
 }
 
-bool SqliteStorage::pictureExists(const std::string &name) {
-    SQLite::Statement q(db(), "SELECT 1 FROM pictures WHERE name = ?");
-    q.bind(1, name);
-    return q.executeStep();
+StorageResult<bool> SqliteStorage::pictureExists(const std::string &name) {
+    return caught([&] {
+        SQLite::Statement q(db(), "SELECT 1 FROM pictures WHERE name = ?");
+        q.bind(1, name);
+        return q.executeStep();
+    });
 }
 
-std::optional<std::string> SqliteStorage::picture(const std::string &name) {
-    SQLite::Statement q(db(), "SELECT data FROM pictures WHERE name = ?");
-    q.bind(1, name);
-    if (!q.executeStep())
-        return std::nullopt;
-    const auto column = q.getColumn(0);
-    return std::string(static_cast<const char *>(column.getBlob()), std::size_t(column.getBytes()));
+StorageResult<std::optional<std::string>> SqliteStorage::picture(const std::string &name) {
+    return caught([&] { return readPicture(db(), name); });
 }
 
-StoreStatus SqliteStorage::storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
-                                        std::int64_t ownerId) {
-    WriteTurn turn(*this);
-    auto &d = db();
-    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-    auto status = StoreStatus::Ok;
-    if (const auto existing = picture(name)) {
-        if (*existing != bytes)
-            return StoreStatus::DifferentBytes;
-        status = StoreStatus::Exists;
-    } else {
-        SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
-        ins.bind(1, name);
-        ins.bind(2, bytes.data(), int(bytes.size()));
-        ins.bind(3, now);
-        ins.exec();
-    }
-    SQLite::Statement own(d, "INSERT OR IGNORE INTO picture_owners(name, user_id) VALUES(?, ?)");
-    own.bind(1, name);
-    own.bind(2, ownerId);
-    own.exec();
-    t.commit();
-    return status;
+StorageResult<StoreStatus> SqliteStorage::storePicture(const std::string &name, const std::string &bytes,
+                                                       std::int64_t now, std::int64_t ownerId) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        auto status = StoreStatus::Ok;
+        if (const auto existing = readPicture(d, name)) {
+            if (*existing != bytes)
+                return StoreStatus::DifferentBytes;
+            status = StoreStatus::Exists;
+        } else {
+            SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
+            ins.bind(1, name);
+            ins.bind(2, bytes.data(), int(bytes.size()));
+            ins.bind(3, now);
+            ins.exec();
+        }
+        SQLite::Statement own(d, "INSERT OR IGNORE INTO picture_owners(name, user_id) VALUES(?, ?)");
+        own.bind(1, name);
+        own.bind(2, ownerId);
+        own.exec();
+        t.commit();
+        return status;
+    });
 }
 
-std::int64_t SqliteStorage::storageUsed(std::int64_t userId) {
-    db();
-    Prepared q(
-        instance_,
-        "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), 0) "
-        "FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
-        "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
-    q->bind(1, userId);
-    return q->executeStep() ? q->getColumn(0).getInt64() : 0;
+StorageResult<std::int64_t> SqliteStorage::storageUsed(std::int64_t userId) {
+    return caught([&] {
+        db();
+        Prepared q(
+            instance_,
+            "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), "
+            "0) FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
+            "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
+        q->bind(1, userId);
+        return q->executeStep() ? q->getColumn(0).getInt64() : std::int64_t(0);
+    });
 }

@@ -27,72 +27,67 @@ public:
     explicit SqliteStorage(std::string path);
     ~SqliteStorage() override;
 
-    StoreStatus createUser(const std::string &name, const std::string &nameKey,
-                           const std::string &passwordHash, const std::string &firstClassSign,
-                           const std::string &firstClassLabel) override;
-    std::optional<UserRecord> findUser(const std::string &nameKey) override;
-    bool setPasswordHash(std::int64_t userId, const std::string &passwordHash) override;
+    StorageResult<StoreStatus> createUser(const std::string &name, const std::string &nameKey,
+                                          const std::string &passwordHash, const std::string &firstClassSign,
+                                          const std::string &firstClassLabel) override;
+    StorageResult<std::optional<UserRecord>> findUser(const std::string &nameKey) override;
+    StorageResult<bool> setPasswordHash(std::int64_t userId, const std::string &passwordHash) override;
 
-    LoginGuardState loginGuard(const std::string &nameKey) override;
-    LoginGuardState changeLoginGuard(const std::string &nameKey,
-                                     const std::function<LoginGuardState(LoginGuardState)> &change) override;
+    StorageResult<LoginGuardState> loginGuard(const std::string &nameKey) override;
+    StorageResult<LoginGuardState>
+    changeLoginGuard(const std::string &nameKey,
+                     const std::function<LoginGuardState(LoginGuardState)> &change) override;
 
-    void createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
-                       bool revokeOthers) override;
-    std::optional<UserRecord> sessionUser(const std::string &tokenDigest, std::int64_t now,
-                                          std::int64_t maxIdle) override;
-    void deleteSession(const std::string &tokenDigest) override;
-    void purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) override;
+    StorageResult<void> createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
+                                      bool revokeOthers) override;
+    StorageResult<std::optional<UserRecord>> sessionUser(const std::string &tokenDigest, std::int64_t now,
+                                                         std::int64_t maxIdle) override;
+    StorageResult<void> deleteSession(const std::string &tokenDigest) override;
+    StorageResult<void> purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) override;
 
-    std::int64_t libraryVersion(std::int64_t userId) override;
-    std::vector<ClassRecord> classes(std::int64_t userId) override;
-    std::vector<PhraseRecord> phrases(std::int64_t userId) override;
+    StorageResult<std::int64_t> libraryVersion(std::int64_t userId) override;
+    StorageResult<std::vector<ClassRecord>> classes(std::int64_t userId) override;
+    StorageResult<std::vector<PhraseRecord>> phrases(std::int64_t userId) override;
 
-    StoreStatus createClass(std::int64_t userId, const std::string &sign, const std::string &label,
-                            std::int64_t position) override;
-    StoreStatus deleteClasses(std::int64_t userId, const std::vector<std::string> &signs) override;
-    StoreStatus setClassLabel(std::int64_t userId, const std::string &sign,
-                              const std::string &label) override;
-    StoreStatus swapClasses(std::int64_t userId, const std::string &sign1, const std::string &sign2) override;
+    StorageResult<StoreStatus> createClass(std::int64_t userId, const std::string &sign,
+                                           const std::string &label, std::int64_t position) override;
+    StorageResult<StoreStatus> deleteClasses(std::int64_t userId,
+                                             const std::vector<std::string> &signs) override;
+    StorageResult<StoreStatus> setClassLabel(std::int64_t userId, const std::string &sign,
+                                             const std::string &label) override;
+    StorageResult<StoreStatus> swapClasses(std::int64_t userId, const std::string &sign1,
+                                           const std::string &sign2) override;
 
-    StoreStatus createPhrase(std::int64_t userId, const PhraseRecord &record) override;
-    StoreStatus deletePhrases(std::int64_t userId, const std::vector<std::string> &signs) override;
-    StoreStatus updatePhrase(std::int64_t userId, const PhraseRecord &record) override;
-    StoreStatus swapPhrases(std::int64_t userId, const std::string &sign1, const std::string &sign2) override;
+    StorageResult<StoreStatus> createPhrase(std::int64_t userId, const PhraseRecord &record) override;
+    StorageResult<StoreStatus> deletePhrases(std::int64_t userId,
+                                             const std::vector<std::string> &signs) override;
+    StorageResult<StoreStatus> updatePhrase(std::int64_t userId, const PhraseRecord &record) override;
+    StorageResult<StoreStatus> swapPhrases(std::int64_t userId, const std::string &sign1,
+                                           const std::string &sign2) override;
 
-    bool pictureExists(const std::string &name) override;
-    std::optional<std::string> picture(const std::string &name) override;
-    StoreStatus storePicture(const std::string &name, const std::string &bytes, std::int64_t now,
-                             std::int64_t ownerId) override;
-    std::int64_t storageUsed(std::int64_t userId) override;
+    StorageResult<bool> pictureExists(const std::string &name) override;
+    StorageResult<std::optional<std::string>> picture(const std::string &name) override;
+    StorageResult<StoreStatus> storePicture(const std::string &name, const std::string &bytes,
+                                            std::int64_t now, std::int64_t ownerId) override;
+    StorageResult<std::int64_t> storageUsed(std::int64_t userId) override;
 
     // Past this size the write-ahead log is copied back and truncated at once.
     static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
 
 private:
-    // Holds the write lock; when it ends the commit made under it is synced to disk (together
-    // with any others made meanwhile) before the caller goes on to acknowledge it.
-    class WriteTurn {
-    public:
-        explicit WriteTurn(SqliteStorage &storage);
-        ~WriteTurn();
-        WriteTurn(const WriteTurn &) = delete;
-        WriteTurn &operator=(const WriteTurn &) = delete;
-
-    private:
-        SqliteStorage &storage_;
-    };
-
-    void syncLog();
+    // Runs work(db) under the write lock, then waits until its commit is synced to disk (together
+    // with any others made meanwhile), so the caller acknowledges only durable changes.
+    template <typename Work> auto write(Work &&work);
+    bool syncLog();
     SQLite::Database &db();
     std::unique_ptr<SQLite::Database> open() const;
     void migrate();
     // Runs change under the write lock in one transaction; the library version moves only when it
     // succeeds, and anything else rolls the change back.
-    StoreStatus changeLibrary(std::int64_t userId,
-                              const std::function<StoreStatus(SQLite::Database &)> &change);
-    StoreStatus swapRows(const char *table, std::int64_t userId, const std::string &sign1,
-                         const std::string &sign2);
+    StorageResult<StoreStatus> changeLibrary(std::int64_t userId,
+                                             const std::function<StoreStatus(SQLite::Database &)> &change);
+    StorageResult<StoreStatus> swapRows(const char *table, std::int64_t userId, const std::string &sign1,
+                                        const std::string &sign2);
 
     void checkpointLoop(std::stop_token stop);
     std::int64_t walBytes() const;

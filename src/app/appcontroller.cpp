@@ -2,6 +2,7 @@
 
 #include "app/mainwindow.h"
 #include "app/signinview.h"
+#include "app/trayicon.h"
 #include "model/app.h"
 #include "send/desktopsession.h"
 #include "send/quickbarentry.h"
@@ -9,10 +10,14 @@
 #include <QAction>
 #include <QApplication>
 #include <QMetaObject>
+#include <QSystemTrayIcon>
+#include <QTimer>
 #include <iostream>
 #include <unistd.h>
 
 AppController::AppController(QObject *parent) : QObject(parent) {}
+
+AppController::~AppController() = default;
 
 void AppController::prepareProcess() {
     // The windows are plain widgets. Without this OpenGL is set up at start-up (for the contexts the
@@ -36,6 +41,16 @@ void AppController::applicationDidFinishLaunching() {
     touchBar.setupControlStripPresence();
     connect(touchBar.button, &QAction::triggered, this, &AppController::iconClicked);
 
+    // Whether closing the last window ends the program is decided when it happens: a panel with a
+    // tray may come up after the program (as at login).
+    QApplication::setQuitOnLastWindowClosed(false);
+    connect(qApp, &QGuiApplication::lastWindowClosed, this, &AppController::lastWindowClosed);
+
+    tray_ = new TrayIcon(this);
+    connect(tray_, &TrayIcon::showRequested, this, &AppController::showWindow);
+    connect(tray_, &TrayIcon::quitRequested, this, &AppController::quit);
+    tray_->show(); // also without a tray now: Qt docks it once one appears
+
     window_ = new MainWindow;
     window_->setAttribute(Qt::WA_DeleteOnClose, false);
     auto *login = new SignInView(window_);
@@ -57,7 +72,8 @@ void AppController::iconClicked() {
         w->raise();
         w->activateWindow();
     } else {
-        w->close();
+        // Hidden, not closed: this entry never ends the program.
+        w->hide();
     }
 }
 
@@ -71,6 +87,45 @@ bool AppController::applicationShouldHandleReopen(bool hasVisibleWindows) {
         window_->activateWindow();
     }
     return true;
+}
+
+void AppController::handleRequest(const QByteArray &request) {
+    std::cout << "request from another start: " << request.toStdString() << std::endl;
+    if (request == "quit") {
+        quit();
+    } else if (request == "quickbar") {
+        // Before sign-in there is no quick bar yet: the window is the way on.
+        if (!QuickBarEntry::toggleQuickBar())
+            showWindow();
+    } else {
+        showWindow();
+    }
+}
+
+void AppController::showWindow() {
+    applicationShouldHandleReopen(window_ && window_->isVisible());
+    if (window_) {
+        window_->raise();
+        window_->activateWindow();
+    }
+}
+
+void AppController::lastWindowClosed() {
+    // Looked at once the current gesture is over: reopening closes a window and shows it again.
+    QTimer::singleShot(0, this, [] {
+        if (QSystemTrayIcon::isSystemTrayAvailable())
+            return;
+        for (QWidget *w : QApplication::topLevelWidgets())
+            if (w->isVisible() && w->testAttribute(Qt::WA_QuitOnClose))
+                return;
+        std::cout << "last window closed without a system tray: quitting" << std::endl;
+        quit();
+    });
+}
+
+void AppController::quit() {
+    // exit(), not quit(): quit() asks every window first and a dialog that is uploading says no.
+    QCoreApplication::exit(0);
 }
 
 void AppController::applicationWillTerminate() {}

@@ -11,3 +11,4 @@ target_include_directories(quillora-webview PRIVATE ${CMAKE_CURRENT_LIST_DIR}/..
 target_compile_definitions(quillora-webview PRIVATE QT_NO_KEYWORDS)
 target_link_libraries(quillora-webview PRIVATE Qt6::Widgets Qt6::WebEngineWidgets)
 add_dependencies(quillora quillora-webview)
+install(TARGETS quillora-webview LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/quillora)

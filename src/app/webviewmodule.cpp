@@ -16,7 +16,12 @@ QString WebViewModule::fileName() {
     const QString path = qEnvironmentVariable("QUILLORA_WEBVIEW_MODULE");
     if (!path.isEmpty())
         return QFileInfo(path).absoluteFilePath();
-    return QDir(QCoreApplication::applicationDirPath()).filePath("quillora-webview.so");
+    // Next to the executable in a build folder; in the library folder once installed.
+    const QDir here(QCoreApplication::applicationDirPath());
+    const QString beside = here.filePath("quillora-webview.so");
+    const QString installed =
+        QDir::cleanPath(here.filePath(QStringLiteral(QUILLORA_INSTALLED_MODULE_DIR "/quillora-webview.so")));
+    return QFileInfo::exists(beside) || !QFileInfo::exists(installed) ? beside : installed;
 }
 
 WebPageOpener *WebViewModule::opener(QString *error) {

@@ -2,18 +2,48 @@
 
 #include "model/app.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QStringList>
+#include <iostream>
 
 namespace {
 
-// Opened per call: cheap, and safe from any thread.
+QString configFolder() {
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+}
+
+// Opened per call: cheap, and safe from any thread. The first call brings over a file that earlier
+// builds wrote under another name.
 QSettings store() {
-    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Quillora"),
-                     QStringLiteral("Quillora"));
+    static const QString file = [] {
+        const QString path = AppSettings::fileName();
+        const QString old = AppSettings::oldFileName();
+        if (!QFileInfo::exists(path) && QFileInfo::exists(old)) {
+            QDir().mkpath(QFileInfo(path).absolutePath());
+            if (QFile::rename(old, path)) {
+                std::cout << "settings moved from " << old.toStdString() << " to " << path.toStdString()
+                          << std::endl;
+                QDir().rmdir(QFileInfo(old).absolutePath()); // only when nothing else is left there
+            }
+        }
+        return path;
+    }();
+    return QSettings(file, QSettings::IniFormat);
 }
 
 } // namespace
+
+QString AppSettings::fileName() {
+    return configFolder() + QStringLiteral("/quillora/quillora.conf");
+}
+
+QString AppSettings::oldFileName() {
+    return configFolder() + QStringLiteral("/Quillora/Quillora.conf");
+}
 
 AppSettings &App::setting() {
     static AppSettings shared; // thread-safe one-time initialisation

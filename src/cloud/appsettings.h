@@ -3,7 +3,7 @@
 #include <QMap>
 #include <QString>
 
-// The persisted user settings (QSettings, one text per key). The cookie is read from "cookies" but
+// The persisted user settings (an INI file, one text per key). The cookie is read from "cookies" but
 // written to "m_cookie" on purpose: the sign-in cookie does not survive a restart.
 class AppSettings {
 public:
@@ -24,6 +24,10 @@ public:
     static bool getBool(const QString &key);
     static bool getBool(const QString &key, bool df);
     static void setBool(const QString &key, bool v);
+
+    // $XDG_CONFIG_HOME/quillora/quillora.conf; a file at oldFileName() is moved there on first use.
+    static QString fileName();
+    static QString oldFileName();
 
     // The service's base address: QUILLORA_SERVICE_URL, else "serviceUrl", else the build default.
     static QString serviceUrl();

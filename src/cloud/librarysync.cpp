@@ -10,10 +10,9 @@
 #include "store/phrasestore.h"
 
 #include <QCoreApplication>
-#include <QSemaphore>
-#include <QThreadPool>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 
 void LibrarySync::setCloud(bool value) {
@@ -86,47 +85,53 @@ namespace {
 
 const char *const DOWNLOAD_PREFIX = "============下载图片========== ";
 
+// The names still to look at; each download's reply starts the next one, so nothing ever waits.
+struct PictureQueue {
+    QStringList names;
+    qsizetype next = 0;
+    std::function<void()> action;
+};
+
+void downloadNext(const std::shared_ptr<PictureQueue> &queue) {
+    while (queue->next < queue->names.size()) {
+        const QString name = queue->names.at(queue->next++);
+        const std::string n = name.toStdString();
+        std::cout << DOWNLOAD_PREFIX << n << std::endl;
+        if (!AppFileUtil::isPlainFileName(name)) {
+            std::cout << DOWNLOAD_PREFIX << n << " - 图片名无效，跳过" << std::endl;
+            continue;
+        }
+        if (AppFileUtil::exist(name)) {
+            std::cout << DOWNLOAD_PREFIX << n << " - 无需下载" << std::endl;
+            continue;
+        }
+        PictureApi::downloadPicture(name, [queue, name, n](const PictureDownloadResult &r) {
+            if (!r.isSuccess()) {
+                std::cout << DOWNLOAD_PREFIX << n << "=>下载失败" << std::endl;
+            } else if (const std::optional<QByteArray> data = decodeBase64Data(r.imageBase64data())) {
+                AppFileUtil::saveImage(*data, name);
+                std::cout << "============下载结果 " << n << "=>下载完毕" << std::endl;
+            }
+            downloadNext(queue);
+        });
+        return;
+    }
+    // Always after the caller has returned, as when every picture was downloaded.
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(),
+        [action = queue->action]() {
+            if (action)
+                action();
+        },
+        Qt::QueuedConnection);
+}
+
 } // namespace
 
 void LibrarySync::downloadMissingPictures(const QString &dbUname, std::function<void()> action) {
-    // The names are read here on the GUI thread, which owns the database connection.
-    const QStringList names = PhraseStore::shared().allPictureNames(dbUname);
-    QThreadPool::globalInstance()->start([names, action]() {
-        std::cout << "==========下载云图片。数量 " << names.size() << std::endl;
-        auto semaphore = std::make_shared<QSemaphore>(0);
-        for (const QString &name : names) {
-            const std::string n = name.toStdString();
-            std::cout << DOWNLOAD_PREFIX << n << std::endl;
-            if (!AppFileUtil::isPlainFileName(name)) {
-                std::cout << DOWNLOAD_PREFIX << n << " - 图片名无效，跳过" << std::endl;
-                continue;
-            }
-            if (AppFileUtil::exist(name)) {
-                semaphore->release();
-                std::cout << DOWNLOAD_PREFIX << n << " - 无需下载" << std::endl;
-            } else {
-                PictureApi::downloadPicture(name, [semaphore, name, n](const PictureDownloadResult &r) {
-                    // Released before the write: the next request may start while this one is saved.
-                    semaphore->release();
-                    if (!r.isSuccess()) {
-                        std::cout << DOWNLOAD_PREFIX << n << "=>下载失败" << std::endl;
-                        return;
-                    }
-                    const std::optional<QByteArray> data = decodeBase64Data(r.imageBase64data());
-                    if (!data)
-                        return;
-                    AppFileUtil::saveImage(*data, name);
-                    std::cout << "============下载结果 " << n << "=>下载完毕" << std::endl;
-                });
-            }
-            semaphore->acquire();
-        }
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [action]() {
-                if (action)
-                    action();
-            },
-            Qt::QueuedConnection);
-    });
+    auto queue = std::make_shared<PictureQueue>();
+    queue->names = PhraseStore::shared().allPictureNames(dbUname);
+    queue->action = std::move(action);
+    std::cout << "==========下载云图片。数量 " << queue->names.size() << std::endl;
+    downloadNext(queue);
 }

@@ -20,7 +20,7 @@ public:
 
     static void syncClasses(const QString &dbname, std::function<void()> action);
     static void syncPhrases(const QString &dbname, std::function<void()> action);
-    // One download at a time, from a pool thread.
+    // One download at a time, each started by the reply to the one before, on the GUI thread.
     static void downloadMissingPictures(const QString &dbUname, std::function<void()> action);
 
 private:

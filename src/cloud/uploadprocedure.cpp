@@ -1,15 +1,11 @@
 #include "cloud/uploadprocedure.h"
 
-#include "cloud/httptransport.h"
 #include "cloud/pictureapi.h"
 #include "model/contentformat.h"
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QSemaphore>
-#include <QThreadPool>
 #include <iostream>
-#include <memory>
 #include <optional>
 
 UploadProcedure::UploadProcedure(const QString &jsonValue, QObject *parent) : QObject(parent) {
@@ -17,67 +13,57 @@ UploadProcedure::UploadProcedure(const QString &jsonValue, QObject *parent) : QO
         filenameArr_ = distinctPictureNames(*items).value_or(QStringList());
 }
 
-namespace {
-
-// What one name came to, handed from the GUI thread to the loop; the semaphore orders the access.
-struct Settled {
-    QSemaphore semaphore{0};
-    std::optional<QString> failure;
-};
-
-} // namespace
-
 void UploadProcedure::start() {
     if (started_)
         return;
     started_ = true;
-    QPointer<UploadProcedure> self(this);
-    const QStringList names = filenameArr_;
-    QThreadPool::globalInstance()->start([self, names]() {
-        auto settled = std::make_shared<Settled>();
-        std::optional<QString> firstFailure;
-        for (const QString &name : names) {
-            std::cout << "---uploadImage > 正在上传图片。filename = " << name.toStdString() << std::endl;
-            HttpTransport::runOnGuiThread([self, name]() {
-                if (self)
-                    Q_EMIT self->labelChanged(QStringLiteral("正在上传图片 ") + name);
-            });
-            settled->failure.reset();
-            PictureApi::exist(name, [self, name, settled](bool known) {
-                if (known) {
-                    std::cout << "---uploadImage > 图片存在 不用上传" << std::endl;
-                    settled->semaphore.release();
-                    return;
-                }
-                PictureApi::upload(
-                    name,
-                    [settled](const OperationResult &r) {
-                        if (r.isSuccess()) {
-                            std::cout << "---uploadImage > 图片上传成功" << std::endl;
-                        } else {
-                            std::cout << "---uploadImage > 图片上传失败 " << r.msg().toStdString()
-                                      << std::endl;
-                            settled->failure = r.msg();
-                        }
-                        settled->semaphore.release();
-                    },
-                    [self](int percent) {
-                        if (self)
-                            Q_EMIT self->progressChanged(percent);
-                    });
-            });
-            settled->semaphore.acquire();
-            if (settled->failure && !firstFailure)
-                firstFailure = settled->failure;
-        }
+    uploadNext();
+}
+
+void UploadProcedure::uploadNext() {
+    if (next_ >= filenameArr_.size()) {
         const OperationResult result =
-            firstFailure ? OperationResult::error(*firstFailure) : OperationResult::success();
+            firstFailure_ ? OperationResult::error(*firstFailure_) : OperationResult::success();
+        // Always after start() has returned, as when the last reply came in.
+        QPointer<UploadProcedure> self(this);
         QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
+            this,
             [self, result]() {
                 if (self)
                     Q_EMIT self->finished(result);
             },
             Qt::QueuedConnection);
+        return;
+    }
+    const QString name = filenameArr_.at(next_++);
+    std::cout << "---uploadImage > 正在上传图片。filename = " << name.toStdString() << std::endl;
+    Q_EMIT labelChanged(QStringLiteral("正在上传图片 ") + name);
+    // Each reply starts the next step; the procedure may be gone by then (its dialog closed).
+    QPointer<UploadProcedure> self(this);
+    PictureApi::exist(name, [self, name](bool known) {
+        if (!self)
+            return;
+        if (known) {
+            std::cout << "---uploadImage > 图片存在 不用上传" << std::endl;
+            self->uploadNext();
+            return;
+        }
+        PictureApi::upload(
+            name,
+            [self](const OperationResult &r) {
+                if (r.isSuccess()) {
+                    std::cout << "---uploadImage > 图片上传成功" << std::endl;
+                } else {
+                    std::cout << "---uploadImage > 图片上传失败 " << r.msg().toStdString() << std::endl;
+                    if (self && !self->firstFailure_)
+                        self->firstFailure_ = r.msg();
+                }
+                if (self)
+                    self->uploadNext();
+            },
+            [self](int percent) {
+                if (self)
+                    Q_EMIT self->progressChanged(percent);
+            });
     });
 }

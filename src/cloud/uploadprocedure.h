@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <optional>
 
 // Puts the pictures of a phrase on the service, one after the other: known names are skipped, the
 // others uploaded. The upload dialog shows the signals; they are all emitted on the GUI thread.
@@ -15,7 +16,8 @@ public:
 
     const QStringList &filenameArr() const { return filenameArr_; }
 
-    // Runs once, on a pool thread; ends with finished(). Success only when every picture is known to
+    // Runs once, one picture at a time, each step started by the reply to the one before; ends with
+    // finished(). Success only when every picture is known to
     // the service or was uploaded; otherwise the first failure's message.
     void start();
 
@@ -25,6 +27,10 @@ Q_SIGNALS:
     void finished(const OperationResult &result);
 
 private:
+    void uploadNext();
+
     QStringList filenameArr_;
+    qsizetype next_ = 0;
+    std::optional<QString> firstFailure_;
     bool started_ = false;
 };

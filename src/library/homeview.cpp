@@ -28,8 +28,8 @@
 #include <QMenu>
 #include <QPointer>
 #include <QScreen>
-#include <QSystemTrayIcon>
 #include <QTimer>
+#include <QToolButton>
 #include <QVBoxLayout>
 
 static void initResources() {
@@ -64,7 +64,33 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     targetRow->addWidget(caption);
     targetRow->addWidget(targetIcon);
     targetRow->addWidget(targetName, 1);
+    quickBarButton = new QToolButton(target);
+    quickBarButton->setObjectName(QStringLiteral("quickBarButton"));
+    quickBarButton->setIcon(QuickBarEntry::quickBarIcon());
+    quickBarButton->setToolTip(QStringLiteral("快捷栏"));
+    quickBarButton->setAutoRaise(true);
+    quickBarButton->setIconSize(QSize(20, 20));
+    quickBarButton->setFocusPolicy(Qt::NoFocus);
+    connect(quickBarButton, &QToolButton::clicked, this, [] { QuickBarEntry::toggleQuickBar(); });
+    targetRow->addWidget(quickBarButton);
     layout->addWidget(target);
+    // What became of a send that did not go out whole: a line under the target, never a dialog.
+    auto *sendStatus = new QLabel(this);
+    sendStatus->setStyleSheet("color:#c0392b;");
+    sendStatus->setWordWrap(true);
+    sendStatus->hide();
+    layout->addWidget(sendStatus);
+    QPointer<QLabel> status = sendStatus;
+    PhraseSender::setReporter([status](const QString &message) {
+        if (!status)
+            return;
+        status->setText(message);
+        status->show();
+        QTimer::singleShot(sendStatusMs, status, [status, message] {
+            if (status && status->text() == message)
+                status->hide();
+        });
+    });
 
     searchTextView = new QLineEdit(this);
     searchTextView->setPlaceholderText(QString::fromUtf8("搜索全部短语"));
@@ -112,9 +138,10 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     libraryPanel->classList->reloadData();
 }
 
-HomeView::~HomeView() {
-    if (statusBarItem)
-        statusBarItem->hide();
+HomeView::~HomeView() = default;
+
+QMenu *HomeView::trayMenu() const {
+    return qobject_cast<QMenu *>(App::trayMenu.data());
 }
 
 PhraseList *HomeView::phraseList() const {
@@ -131,29 +158,6 @@ void HomeView::viewDidAppear() {
     if (firstShown)
         return;
     firstShown = true;
-
-    trayMenu_ = new QMenu(this);
-    trayMenu_->addAction(QString::fromUtf8("显示窗口"), this, &HomeView::showView);
-    trayMenu_->addSeparator();
-    trayMenu_->addAction(QString::fromUtf8("退出"), qApp, &QCoreApplication::quit);
-    // The quick bar's entry, when the application has made one.
-    if (QuickBarEntry::shared().button)
-        QuickBarEntry::shared().addTo(trayMenu_);
-    statusBarItem = new QSystemTrayIcon(QIcon(":/icon-32.svg"), this);
-    statusBarItem->setToolTip("Quillora");
-    statusBarItem->setContextMenu(trayMenu_);
-    connect(statusBarItem, &QSystemTrayIcon::activated, this,
-            [this](QSystemTrayIcon::ActivationReason reason) {
-                if (reason == QSystemTrayIcon::Trigger)
-                    showView();
-            });
-    statusBarItem->show();
-    // What became of a send that did not go out whole: a tray message, never a dialog.
-    QPointer<QSystemTrayIcon> tray = statusBarItem;
-    PhraseSender::setReporter([tray](const QString &message) {
-        if (tray)
-            tray->showMessage(QStringLiteral("Quillora"), message, QSystemTrayIcon::Warning, 4000);
-    });
 
     // The quick bar: its slots stand for the phrase list shown here, looked up at each gesture.
     auto *bar = new QuickBar;

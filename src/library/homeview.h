@@ -6,7 +6,7 @@
 class QLabel;
 class QLineEdit;
 class QMenu;
-class QSystemTrayIcon;
+class QToolButton;
 class QTimer;
 class ElidedLabel;
 class LibraryPanel;
@@ -21,9 +21,10 @@ public:
     explicit HomeView(QWidget *parent = nullptr);
     ~HomeView() override;
 
-    QSystemTrayIcon *statusBarItem = nullptr;
     QWidget *wordBlock = nullptr;
     QLabel *targetIcon = nullptr;
+    // Shows and hides the quick bar: its way in on a desktop without a tray.
+    QToolButton *quickBarButton = nullptr;
     ElidedLabel *targetName = nullptr;
     LibraryPanel *libraryPanel = nullptr;
     SearchResultList *searchResults = nullptr;
@@ -38,15 +39,17 @@ public:
     // For the quick bar: the phrase list (its phraseAt and selectRow), the search field, the tray menu.
     PhraseList *phraseList() const;
     QLineEdit *searchField() const { return searchTextView; }
-    QMenu *trayMenu() const { return trayMenu_; }
+    QMenu *trayMenu() const;
 
     static constexpr int dockWidth = 300;
     static constexpr int dockRightGap = 5;
     static constexpr int dockDelayMs = 100;
     static constexpr int iconRefreshMs = 60;
+    // How long the line about an unsent phrase stays.
+    static constexpr int sendStatusMs = 6000;
 
 Q_SIGNALS:
-    // The one-time start-up has run (tray icon, synchronisation, tracker, icon refresh, heartbeat).
+    // The one-time start-up has run (quick bar, synchronisation, tracker, icon refresh, heartbeat).
     void started();
     void cloudStopped();
 
@@ -57,7 +60,6 @@ private:
     void viewDidAppear();
     void refreshTarget();
 
-    QMenu *trayMenu_ = nullptr;
     QTimer *iconTimer_ = nullptr;
     quint64 iconWindow_ = 0;
 };

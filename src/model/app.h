@@ -18,4 +18,6 @@ public:
     static constexpr int version = 1;
     // The quick bar that shows the phrase library, once the home window has made it.
     static QPointer<QObject> quickBar;
+    // The tray icon's menu (a QMenu), made at launch.
+    static QPointer<QObject> trayMenu;
 };

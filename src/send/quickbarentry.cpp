@@ -1,5 +1,6 @@
 #include "send/quickbarentry.h"
 
+#include "model/app.h"
 #include "send/desktopbackend.h"
 #include "send/runningapplication.h"
 
@@ -49,6 +50,17 @@ void QuickBarEntry::addTo(QMenu *trayMenu) {
     // At the top of the menu, where it is found without looking.
     const QList<QAction *> actions = trayMenu->actions();
     trayMenu->insertAction(actions.isEmpty() ? nullptr : actions.first(), button);
+}
+
+bool QuickBarEntry::toggleQuickBar() {
+    auto *bar = qobject_cast<QWidget *>(App::quickBar.data());
+    if (!bar)
+        return false;
+    if (bar->isVisible())
+        bar->hide();
+    else
+        QMetaObject::invokeMethod(bar, "present", Qt::DirectConnection);
+    return true;
 }
 
 bool QuickBarEntry::isKeyWindow(QWidget *window) {

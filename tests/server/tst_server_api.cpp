@@ -5,11 +5,16 @@
 #include "secrets.h"
 #include "testenv.h"
 
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <cctype>
+#include <cstdio>
 
 using nlohmann::json;
 
@@ -702,6 +707,100 @@ private Q_SLOTS:
         plain.set_read_timeout(5);
         const auto r = plain.Post("/api/util/osx/getVersionForm", "", "application/x-www-form-urlencoded");
         QVERIFY(!r || r->status != 200);
+    }
+
+    void storageFailuresAnswerTheServiceErrorOnTheSameConnection() {
+        // The endpoints treat both back-ends alike; each back-end's own failures are covered by
+        // the storage test.
+        if (CloudService::usesPostgres())
+            QSKIP("breaks the SQLite file under a running service");
+        CloudService service;
+        QVERIFY(service.start());
+        QVERIFY(service.addUser("dave", "dave-pw"));
+        ServiceClient dave(service.baseUrl().toStdString());
+        EXPECT_OK(dave.login("dave", "dave-pw"));
+        const auto cls = createClass(dave, "c", 1);
+        const auto phrase = createPhrase(dave, cls, "p", content({{1, "x"}}), 0);
+        QVERIFY(!cls.empty() && !phrase.empty());
+        const std::string png = "\x89PNG\r\n\x1a\n kept";
+        const auto pic = picName(png, "png");
+        EXPECT_OK(dave.upload("dave", pic, png));
+
+        SQLite::Database db((service.dataDir() + "/quillora-cloud.sqlite3").toStdString(),
+                            SQLite::OPEN_READWRITE);
+        db.setBusyTimeout(10000);
+        const auto rename = [&](std::initializer_list<const char *> tables, bool away) {
+            for (const std::string t : tables)
+                db.exec("ALTER TABLE " + (away ? t : t + "_gone") + " RENAME TO " + (away ? t + "_gone" : t));
+        };
+        const auto encoded = [](const std::string &text) {
+            std::string out;
+            for (const unsigned char c : text) {
+                char hex[4];
+                std::snprintf(hex, sizeof hex, "%%%02X", c);
+                out += std::isalnum(c) ? std::string(1, char(c)) : std::string(hex);
+            }
+            return out;
+        };
+        // Every request goes over this one connection: a failure is answered, not hung up on.
+        RawConnection conn(service.port());
+        QVERIFY(conn.connected());
+        const std::string cookie = "Cookie: " + dave.cookie + "\r\n";
+        const auto answer = [&](const std::string &request) {
+            if (!conn.send(request))
+                return json();
+            const auto in = conn.read();
+            return in.status == 200 ? json::parse(in.body, nullptr, false) : json();
+        };
+        const auto post = [&](const std::string &path, const std::string &body) {
+            return answer(RawConnection::formPost(path, body + "&dbname=dave", cookie));
+        };
+        const json internal = {{"state", 0}, {"msg", "服务器内部错误，请稍后再试"}};
+        const auto jsonValue = encoded(content({{1, "y"}}));
+        const std::vector<std::pair<std::string, std::string>> library = {
+            {"/api/word/class/create", "label=n&position=2"},
+            {"/api/word/class/del", "sign=" + cls},
+            {"/api/word/class/upLabel", "sign=" + cls + "&newLabel=n"},
+            {"/api/word/class/swapPosition", "sign1=" + cls + "&sign2=" + cls},
+            {"/api/word/class/getAll", "x=1"},
+            {"/api/word/list/create", "parentSign=" + cls + "&label=l&position=1&jsonValue=" + jsonValue},
+            {"/api/word/list/del", "sign=" + phrase},
+            {"/api/word/list/upValue",
+             "sign=" + phrase + "&newParentSign=" + cls + "&newLabel=l&newJsonValue=" + jsonValue},
+            {"/api/word/list/swapPostion", "sign1=" + phrase + "&sign2=" + phrase},
+            {"/api/word/list/getAll", "x=1"},
+            {"/api/word/image/imageNameExist", "fileName=" + pic},
+        };
+
+        rename({"word_class", "word_list", "pictures"}, true);
+        for (const auto &[path, body] : library)
+            QVERIFY2(post(path, body) == internal, path.c_str());
+        QVERIFY(answer("GET /api/resource/word/getImage64/" + Secrets::toBase64(pic) +
+                       " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n") == internal);
+        EXPECT_REFUSED(dave.upload("dave", picName("other", "png"), "other"), "服务器内部错误，请稍后再试");
+        rename({"word_class", "word_list", "pictures"}, false);
+
+        rename({"sessions"}, true);
+        for (const char *path : {"/api/ios/getIsTourist", "/api/user/getUserInfo", "/api/user/SyncCheckOSX",
+                                 "/api/word/list/getAll"})
+            QVERIFY2(post(path, "version=1") == internal, path);
+        const auto login = "usernames=dave&username=123&password=" + ServiceClient::cipherPassword("dave-pw");
+        QVERIFY(post("/api/osx/login", login) == internal);
+        rename({"sessions"}, false);
+
+        rename({"users"}, true);
+        QVERIFY(post("/api/osx/login", login) == internal);
+        QVERIFY(post("/api/web/register", "username=erin&password=erin-password") == internal);
+        QVERIFY(post("/api/web/reset", "username=dave&oldPassword=dave-pw&newPassword=dave-pw2") == internal);
+        rename({"users"}, false);
+
+        // Back to normal on the same connection, with nothing lost or half written.
+        const auto phrases = post("/api/word/list/getAll", "x=1");
+        QVERIFY(phrases.value("state", 0) == 1);
+        QCOMPARE(field(phrases["data"], "sign"), std::vector<std::string>{phrase});
+        QCOMPARE(field(getAll(dave, "class"), "label").size(), std::size_t(2));
+        QVERIFY(post("/api/osx/login", login).value("state", 0) == 1);
+        EXPECT_REFUSED(dave.upload("dave", pic, png + "x"), "图片内容与名称不符");
     }
 
     void cleanupTestCase() { service_.stop(); }

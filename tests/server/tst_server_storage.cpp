@@ -8,7 +8,6 @@
 #include "postgresstorage.h"
 #include "secrets.h"
 #include "sqlitestorage.h"
-#include "storageunavailable.h"
 #include "workerpool.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -19,7 +18,9 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
@@ -34,6 +35,18 @@
 #define POSTGRES_ONLY()                                                                                      \
     if (!CloudService::usesPostgres())                                                                       \
     QSKIP("runs against PostgreSQL (QUILLORA_TEST_BACKEND=postgresql)")
+
+// The value of a storage call that has to succeed; a failure ends the case with the storage's message.
+template <typename T> T must(StorageResult<T> result) {
+    if (!result.ok())
+        throw std::runtime_error("storage failed: " + result.error().message);
+    return std::move(result).value();
+}
+
+void must(const StorageResult<void> &result) {
+    if (!result.ok())
+        throw std::runtime_error("storage failed: " + result.error().message);
+}
 
 // Time-dependent rules of the service, driven with explicit clocks on a real database: a file, or a
 // fresh database of a throw-away PostgreSQL server for each case.
@@ -72,8 +85,8 @@ private Q_SLOTS:
         }
         storage_ = openStorage();
         QVERIFY(storage_);
-        storage_->createUser("Kim", "kim", "hash", Secrets::randomHex128(), "默认分类");
-        userId_ = storage_->findUser("kim")->id;
+        must(storage_->createUser("Kim", "kim", "hash", Secrets::randomHex128(), "默认分类"));
+        userId_ = must(storage_->findUser("kim"))->id;
     }
     void cleanup() {
         storage_.reset();
@@ -83,35 +96,35 @@ private Q_SLOTS:
     void failuresGrowTheWaitAndOldOnesAreForgotten() {
         const std::int64_t t0 = 1'000'000;
         for (int i = 0; i < 4; ++i)
-            QCOMPARE(LoginGuard::failed(*storage_, "kim", t0 + i), std::int64_t(0));
+            QCOMPARE(must(LoginGuard::failed(*storage_, "kim", t0 + i)), std::int64_t(0));
         // A failure after the window starts the count over instead of adding a wait.
         const auto t1 = t0 + 3 + LoginGuard::window;
-        QCOMPARE(LoginGuard::failed(*storage_, "kim", t1), std::int64_t(0));
+        QCOMPARE(must(LoginGuard::failed(*storage_, "kim", t1)), std::int64_t(0));
         for (int i = 1; i < 4; ++i)
-            QCOMPARE(LoginGuard::failed(*storage_, "kim", t1 + i), std::int64_t(0));
+            QCOMPARE(must(LoginGuard::failed(*storage_, "kim", t1 + i)), std::int64_t(0));
         // From the fifth in a row each failure doubles the wait, up to the cap.
         std::int64_t previous = 0;
         for (int i = 4; i < 14; ++i) {
-            const auto delay = LoginGuard::failed(*storage_, "kim", t1 + i);
+            const auto delay = must(LoginGuard::failed(*storage_, "kim", t1 + i));
             QVERIFY2(delay > previous || delay == LoginGuard::maxDelay, std::to_string(delay).c_str());
             previous = delay;
         }
         QCOMPARE(previous, LoginGuard::maxDelay);
-        QCOMPARE(LoginGuard::waitFor(*storage_, "kim", t1 + 13 + 60), LoginGuard::maxDelay - 60);
-        QCOMPARE(LoginGuard::waitFor(*storage_, "other", t1), std::int64_t(0));
+        QCOMPARE(must(LoginGuard::waitFor(*storage_, "kim", t1 + 13 + 60)), LoginGuard::maxDelay - 60);
+        QCOMPARE(must(LoginGuard::waitFor(*storage_, "other", t1)), std::int64_t(0));
 
         // The purge keeps a record while it matters and drops it after.
         const auto last = t1 + 13;
-        storage_->purgeExpired(0, last - LoginGuard::window);
-        QVERIFY(LoginGuard::waitFor(*storage_, "kim", last) > 0);
-        storage_->purgeExpired(0, last + LoginGuard::maxDelay + 1);
-        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(0));
+        must(storage_->purgeExpired(0, last - LoginGuard::window));
+        QVERIFY(must(LoginGuard::waitFor(*storage_, "kim", last)) > 0);
+        must(storage_->purgeExpired(0, last + LoginGuard::maxDelay + 1));
+        QCOMPARE(must(storage_->loginGuard("kim")).failures, std::int64_t(0));
 
         // A success clears the count.
         for (int i = 0; i < 4; ++i)
-            LoginGuard::failed(*storage_, "kim", last + i);
-        LoginGuard::succeeded(*storage_, "kim");
-        QCOMPARE(LoginGuard::failed(*storage_, "kim", last + 5), std::int64_t(0));
+            must(LoginGuard::failed(*storage_, "kim", last + i));
+        must(LoginGuard::succeeded(*storage_, "kim"));
+        QCOMPARE(must(LoginGuard::failed(*storage_, "kim", last + 5)), std::int64_t(0));
     }
 
     void failuresRecordedAtOnceThroughTwoInstancesAllCount() {
@@ -127,9 +140,9 @@ private Q_SLOTS:
             });
         for (auto &t : threads)
             t.join();
-        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(40));
-        LoginGuard::succeeded(*other, "kim");
-        QCOMPARE(storage_->loginGuard("kim").failures, std::int64_t(0));
+        QCOMPARE(must(storage_->loginGuard("kim")).failures, std::int64_t(40));
+        must(LoginGuard::succeeded(*other, "kim"));
+        QCOMPARE(must(storage_->loginGuard("kim")).failures, std::int64_t(0));
     }
 
     void throttleAllowsABurstThenRefillsAndForgets() {
@@ -159,75 +172,78 @@ private Q_SLOTS:
 
     void sessionsExpireAfterIdleTimeAndUseKeepsThemAlive() {
         const std::int64_t day = 24 * 3600, idle = 30 * day;
-        storage_->createSession("a", userId_, 0, false);
-        storage_->createSession("b", userId_, 0, false);
-        QVERIFY(storage_->sessionUser("a", 20 * day, idle)); // used: good for another 30 days
-        QVERIFY(storage_->sessionUser("a", 45 * day, idle));
-        QVERIFY(!storage_->sessionUser("b", 30 * day + 1, idle));
-        QVERIFY(!storage_->sessionUser("b", 0, idle)); // removed, not merely refused
-        QCOMPARE(storage_->sessionUser("a", 46 * day, idle)->name, std::string("Kim"));
+        must(storage_->createSession("a", userId_, 0, false));
+        must(storage_->createSession("b", userId_, 0, false));
+        QVERIFY(must(storage_->sessionUser("a", 20 * day, idle))); // used: good for another 30 days
+        QVERIFY(must(storage_->sessionUser("a", 45 * day, idle)));
+        QVERIFY(!must(storage_->sessionUser("b", 30 * day + 1, idle)));
+        QVERIFY(!must(storage_->sessionUser("b", 0, idle))); // removed, not merely refused
+        QCOMPARE(must(storage_->sessionUser("a", 46 * day, idle))->name, std::string("Kim"));
 
-        storage_->createSession("c", userId_, 46 * day, true); // single session: the others go
-        QVERIFY(!storage_->sessionUser("a", 46 * day, idle));
-        QVERIFY(storage_->sessionUser("c", 46 * day, idle));
-        QVERIFY(storage_->setPasswordHash(userId_, "new"));
-        QVERIFY(!storage_->sessionUser("c", 46 * day, idle));
+        must(storage_->createSession("c", userId_, 46 * day, true)); // single session: the others go
+        QVERIFY(!must(storage_->sessionUser("a", 46 * day, idle)));
+        QVERIFY(must(storage_->sessionUser("c", 46 * day, idle)));
+        QVERIFY(must(storage_->setPasswordHash(userId_, "new")));
+        QVERIFY(!must(storage_->sessionUser("c", 46 * day, idle)));
 
         // Sessions nobody comes back for are purged all the same.
-        storage_->createSession("d", userId_, 50 * day, false);
-        storage_->createSession("e", userId_, 90 * day, false);
-        storage_->purgeExpired(90 * day - idle, 0);
-        QVERIFY(storage_->sessionUser("e", 90 * day, idle));
-        storage_->createSession("d", userId_, 90 * day, false); // its digest is free again
+        must(storage_->createSession("d", userId_, 50 * day, false));
+        must(storage_->createSession("e", userId_, 90 * day, false));
+        must(storage_->purgeExpired(90 * day - idle, 0));
+        QVERIFY(must(storage_->sessionUser("e", 90 * day, idle)));
+        must(storage_->createSession("d", userId_, 90 * day, false)); // its digest is free again
     }
 
     void everyChangeMovesTheLibraryVersion() {
-        const auto v0 = storage_->libraryVersion(userId_);
+        const auto v0 = must(storage_->libraryVersion(userId_));
         const auto cls = Secrets::randomHex128();
-        QCOMPARE(storage_->createClass(userId_, cls, "c", 1), StoreStatus::Ok);
-        const auto v1 = storage_->libraryVersion(userId_);
+        QCOMPARE(must(storage_->createClass(userId_, cls, "c", 1)), StoreStatus::Ok);
+        const auto v1 = must(storage_->libraryVersion(userId_));
         QVERIFY(v1 > v0);
         PhraseRecord p;
         p.parentSign = cls;
         p.sign = Secrets::randomHex128();
-        QCOMPARE(storage_->createPhrase(userId_, p), StoreStatus::Ok);
-        const auto v2 = storage_->libraryVersion(userId_);
+        QCOMPARE(must(storage_->createPhrase(userId_, p)), StoreStatus::Ok);
+        const auto v2 = must(storage_->libraryVersion(userId_));
         QVERIFY(v2 > v1);
         // A refused change leaves it alone.
-        QCOMPARE(storage_->deletePhrases(userId_, {p.sign, "missing"}), StoreStatus::NotFound);
-        QCOMPARE(storage_->libraryVersion(userId_), v2);
-        QCOMPARE(storage_->phrases(userId_).size(), std::size_t(1));
-        QCOMPARE(storage_->swapPhrases(userId_, p.sign, p.sign), StoreStatus::Ok);
-        QVERIFY(storage_->libraryVersion(userId_) > v2);
+        QCOMPARE(must(storage_->deletePhrases(userId_, {p.sign, "missing"})), StoreStatus::NotFound);
+        QCOMPARE(must(storage_->libraryVersion(userId_)), v2);
+        QCOMPARE(must(storage_->phrases(userId_)).size(), std::size_t(1));
+        QCOMPARE(must(storage_->swapPhrases(userId_, p.sign, p.sign)), StoreStatus::Ok);
+        QVERIFY(must(storage_->libraryVersion(userId_)) > v2);
     }
 
     void picturesAreWrittenOnceAndCountForEverySender() {
-        storage_->createUser("Lee", "lee", "hash", Secrets::randomHex128(), "默认分类");
-        const auto lee = storage_->findUser("lee")->id;
-        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_), StoreStatus::Ok);
-        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_), StoreStatus::Exists);
-        QCOMPARE(storage_->storePicture("a.png", "other", 0, lee), StoreStatus::DifferentBytes);
-        QCOMPARE(storage_->picture("a.png").value_or(""), std::string("\0\1\2", 3));
-        QVERIFY(!storage_->picture("b.png"));
-        QCOMPARE(storage_->storageUsed(userId_), std::int64_t(3));
-        QCOMPARE(storage_->storageUsed(lee), std::int64_t(0));
-        QCOMPARE(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, lee), StoreStatus::Exists);
-        QCOMPARE(storage_->storageUsed(lee), std::int64_t(3));
+        must(storage_->createUser("Lee", "lee", "hash", Secrets::randomHex128(), "默认分类"));
+        const auto lee = must(storage_->findUser("lee"))->id;
+        QCOMPARE(must(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_)),
+                 StoreStatus::Ok);
+        QCOMPARE(must(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, userId_)),
+                 StoreStatus::Exists);
+        QCOMPARE(must(storage_->storePicture("a.png", "other", 0, lee)), StoreStatus::DifferentBytes);
+        QCOMPARE(must(storage_->picture("a.png")).value_or(""), std::string("\0\1\2", 3));
+        QVERIFY(!must(storage_->picture("b.png")));
+        QCOMPARE(must(storage_->storageUsed(userId_)), std::int64_t(3));
+        QCOMPARE(must(storage_->storageUsed(lee)), std::int64_t(0));
+        QCOMPARE(must(storage_->storePicture("a.png", std::string("\0\1\2", 3), 0, lee)),
+                 StoreStatus::Exists);
+        QCOMPARE(must(storage_->storageUsed(lee)), std::int64_t(3));
 
         // Phrases count with their labels and contents, in bytes.
         PhraseRecord p;
-        p.parentSign = storage_->classes(lee).front().sign;
+        p.parentSign = must(storage_->classes(lee)).front().sign;
         p.sign = Secrets::randomHex128();
         p.label = "字";
         p.jsonValue = "[]";
-        QCOMPARE(storage_->createPhrase(lee, p), StoreStatus::Ok);
-        QCOMPARE(storage_->storageUsed(lee), std::int64_t(3 + 3 + 2));
+        QCOMPARE(must(storage_->createPhrase(lee, p)), StoreStatus::Ok);
+        QCOMPARE(must(storage_->storageUsed(lee)), std::int64_t(3 + 3 + 2));
     }
 
     void theLogStaysBoundedUnderWritesAndIsEmptyAfterAStop() {
         SQLITE_ONLY();
         const auto path = dir_.filePath("t.sqlite3").toStdString();
-        const auto cls = storage_->classes(userId_).front().sign;
+        const auto cls = must(storage_->classes(userId_)).front().sign;
         const auto walSize = [&] {
             std::error_code ec;
             const auto size = std::filesystem::file_size(path + "-wal", ec);
@@ -250,8 +266,8 @@ private Q_SLOTS:
             p.parentSign = cls;
             p.sign = Secrets::randomHex128();
             p.jsonValue = body;
-            QCOMPARE(storage_->createPhrase(userId_, p), StoreStatus::Ok);
-            QCOMPARE(storage_->deletePhrases(userId_, {p.sign}), StoreStatus::Ok);
+            QCOMPARE(must(storage_->createPhrase(userId_, p)), StoreStatus::Ok);
+            QCOMPARE(must(storage_->deletePhrases(userId_, {p.sign})), StoreStatus::Ok);
             largest = std::max(largest, walSize());
         }
         done = true;
@@ -310,7 +326,7 @@ private Q_SLOTS:
         SQLITE_ONLY();
         // The log descriptor kept for group commits must be the file SQLite writes, not one it
         // removed when a connection closed.
-        QCOMPARE(storage_->createClass(userId_, Secrets::randomHex128(), "c", 1), StoreStatus::Ok);
+        QCOMPARE(must(storage_->createClass(userId_, Secrets::randomHex128(), "c", 1)), StoreStatus::Ok);
         int logs = 0;
         for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
             std::error_code ec;
@@ -324,7 +340,7 @@ private Q_SLOTS:
     }
 
     void concurrentWritersAllLand() {
-        const auto cls = storage_->classes(userId_).front().sign;
+        const auto cls = must(storage_->classes(userId_)).front().sign;
         std::vector<std::thread> threads;
         for (int t = 0; t < 8; ++t)
             threads.emplace_back([&, t] {
@@ -338,7 +354,7 @@ private Q_SLOTS:
             });
         for (auto &t : threads)
             t.join();
-        QCOMPARE(storage_->phrases(userId_).size(), std::size_t(400));
+        QCOMPARE(must(storage_->phrases(userId_)).size(), std::size_t(400));
     }
 
     void libraryCacheFollowsVersionsAndKeepsToItsBudget() {
@@ -395,9 +411,71 @@ private Q_SLOTS:
         QVERIFY2(error.find("newer") != std::string::npos, error.c_str());
     }
 
+    void everyCallReportsADatabaseFailureAsItsResultAndWorksOnceItEnds() {
+        const std::vector<std::string> tables = {"users",     "sessions", "login_guard",   "word_class",
+                                                 "word_list", "pictures", "picture_owners"};
+        // Every table taken away behind the storage's back, then given back.
+        const auto rename = [&](const std::string &from, const std::string &to) {
+            std::string sql;
+            for (const auto &t : tables)
+                sql += "ALTER TABLE " + t + from + " RENAME TO " + t + to + ";";
+            if (CloudService::usesPostgres())
+                return PgConnection(url_).exec(sql).ok();
+            SQLite::Database db(dir_.filePath("t.sqlite3").toStdString(), SQLite::OPEN_READWRITE);
+            db.setBusyTimeout(10000);
+            db.exec(sql);
+            return true;
+        };
+        const auto cls = must(storage_->classes(userId_)).front().sign;
+        must(storage_->createSession("s", userId_, 0, false));
+        PhraseRecord p;
+        p.parentSign = cls;
+        p.sign = Secrets::randomHex128();
+        const auto fail = [](LoginGuardState state) {
+            ++state.failures;
+            return state;
+        };
+        const std::vector<std::pair<const char *, std::function<bool()>>> calls = {
+            {"createUser", [&] { return storage_->createUser("Ann", "ann", "h", "s1", "c").ok(); }},
+            {"findUser", [&] { return storage_->findUser("kim").ok(); }},
+            {"setPasswordHash", [&] { return storage_->setPasswordHash(userId_, "h2").ok(); }},
+            {"loginGuard", [&] { return storage_->loginGuard("kim").ok(); }},
+            {"changeLoginGuard", [&] { return storage_->changeLoginGuard("kim", fail).ok(); }},
+            {"createSession", [&] { return storage_->createSession("t", userId_, 0, false).ok(); }},
+            {"sessionUser", [&] { return storage_->sessionUser("s", 100, 1000).ok(); }},
+            {"deleteSession", [&] { return storage_->deleteSession("t").ok(); }},
+            {"purgeExpired", [&] { return storage_->purgeExpired(0, 0).ok(); }},
+            {"libraryVersion", [&] { return storage_->libraryVersion(userId_).ok(); }},
+            {"classes", [&] { return storage_->classes(userId_).ok(); }},
+            {"phrases", [&] { return storage_->phrases(userId_).ok(); }},
+            {"createClass", [&] { return storage_->createClass(userId_, "s2", "c", 1).ok(); }},
+            {"setClassLabel", [&] { return storage_->setClassLabel(userId_, "s2", "d").ok(); }},
+            {"swapClasses", [&] { return storage_->swapClasses(userId_, cls, "s2").ok(); }},
+            {"deleteClasses", [&] { return storage_->deleteClasses(userId_, {"s2"}).ok(); }},
+            {"createPhrase", [&] { return storage_->createPhrase(userId_, p).ok(); }},
+            {"updatePhrase", [&] { return storage_->updatePhrase(userId_, p).ok(); }},
+            {"swapPhrases", [&] { return storage_->swapPhrases(userId_, p.sign, p.sign).ok(); }},
+            {"deletePhrases", [&] { return storage_->deletePhrases(userId_, {p.sign}).ok(); }},
+            {"storePicture", [&] { return storage_->storePicture("a.png", "x", 0, userId_).ok(); }},
+            {"pictureExists", [&] { return storage_->pictureExists("a.png").ok(); }},
+            {"picture", [&] { return storage_->picture("a.png").ok(); }},
+            {"storageUsed", [&] { return storage_->storageUsed(userId_).ok(); }},
+        };
+        QVERIFY(rename("", "_gone"));
+        for (const auto &[name, call] : calls)
+            QVERIFY2(!call(), name);
+        QVERIFY(rename("_gone", ""));
+        for (const auto &[name, call] : calls)
+            QVERIFY2(call(), name);
+        // Nothing of the failed round was half written.
+        QCOMPARE(must(storage_->loginGuard("kim")).failures, std::int64_t(1));
+        QCOMPARE(must(storage_->classes(userId_)).size(), std::size_t(1));
+        QVERIFY(must(storage_->findUser("ann")));
+    }
+
     void lostConnectionsAreRetriedAndOutagesEndByThemselves() {
         POSTGRES_ONLY();
-        const auto cls = storage_->classes(userId_).front().sign;
+        const auto cls = must(storage_->classes(userId_)).front().sign;
         // Several pooled connections, all ended behind the storage's back: the next calls succeed
         // on fresh ones without the caller noticing.
         std::vector<std::thread> users;
@@ -413,27 +491,27 @@ private Q_SLOTS:
         PhraseRecord before;
         before.parentSign = cls;
         before.sign = Secrets::randomHex128();
-        QCOMPARE(storage_->createPhrase(userId_, before), StoreStatus::Ok);
+        QCOMPARE(must(storage_->createPhrase(userId_, before)), StoreStatus::Ok);
 
         // The server gone: every call fails with the storage's own error, none hangs or crashes.
         QVERIFY(cluster_.stop(true));
         for (int i = 0; i < 5; ++i) {
-            QVERIFY_THROWS_EXCEPTION(StorageUnavailable, storage_->libraryVersion(userId_));
-            QVERIFY_THROWS_EXCEPTION(StorageUnavailable,
-                                     storage_->createClass(userId_, Secrets::randomHex128(), "x", 9));
+            QVERIFY(!storage_->libraryVersion(userId_).ok());
+            const auto refused = storage_->createClass(userId_, Secrets::randomHex128(), "x", 9);
+            QVERIFY(!refused.ok());
+            QVERIFY(!refused.error().message.empty());
         }
         QVERIFY2(cluster_.start(), qPrintable(cluster_.error()));
         bool back = false;
         for (int i = 0; i < 100 && !back; ++i) {
-            try {
-                back = storage_->phrases(userId_).size() == 1;
-            } catch (const StorageUnavailable &) {
+            const auto phrases = storage_->phrases(userId_);
+            back = phrases.ok() && phrases->size() == 1;
+            if (!back)
                 std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            }
         }
         QVERIFY(back);
-        QCOMPARE(storage_->phrases(userId_).front().sign, before.sign);
-        QCOMPARE(storage_->classes(userId_).size(), std::size_t(1)); // nothing half-written meanwhile
+        QCOMPARE(must(storage_->phrases(userId_)).front().sign, before.sign);
+        QCOMPARE(must(storage_->classes(userId_)).size(), std::size_t(1)); // nothing half-written meanwhile
     }
 
     void theConnectionPoolKeepsToItsBound() {
@@ -441,7 +519,7 @@ private Q_SLOTS:
         std::string error;
         const auto bounded = PostgresStorage::open(url_, 2, error);
         QVERIFY2(bounded, error.c_str());
-        const auto cls = bounded->classes(userId_).front().sign;
+        const auto cls = must(bounded->classes(userId_)).front().sign;
         std::atomic<bool> done{false};
         std::int64_t most = 0;
         std::thread watcher([&] {
@@ -460,7 +538,8 @@ private Q_SLOTS:
                     PhraseRecord p;
                     p.parentSign = cls;
                     p.sign = Secrets::randomHex128();
-                    created += bounded->createPhrase(userId_, p) == StoreStatus::Ok;
+                    const auto status = bounded->createPhrase(userId_, p);
+                    created += status.ok() && *status == StoreStatus::Ok;
                     bounded->phrases(userId_);
                 }
             });

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "model/operationresult.h"
+
+#include <QString>
+
+// Starting at login: an XDG autostart entry, $XDG_CONFIG_HOME/autostart/quillora.desktop.
+class Autostart {
+public:
+    Autostart() = delete;
+
+    static QString entryPath();
+    static bool isEnabled();
+    // Writes the entry (starting this executable) or removes it.
+    static OperationResult setEnabled(bool enabled);
+};
