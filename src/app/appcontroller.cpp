@@ -4,6 +4,7 @@
 #include "app/signinview.h"
 #include "app/trayicon.h"
 #include "model/app.h"
+#include "send/desktopsession.h"
 #include "send/quickbarentry.h"
 
 #include <QAction>
@@ -32,6 +33,7 @@ void AppController::prepareProcess() {
     if (geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    DesktopSession::prepareOwnWindows();
 }
 
 void AppController::applicationDidFinishLaunching() {

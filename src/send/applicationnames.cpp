@@ -8,9 +8,28 @@
 
 namespace {
 
-// The keys of the [Desktop Entry] group, values unescaped. Other groups (actions) are skipped; a file
-// that is not UTF-8 or has no such group gives nothing.
-QHash<QString, QString> readDesktopEntry(const QString &path) {
+// Desktop file ids: the path below applications/ with '/' as '-', minus ".desktop"; the first folder
+// in XDG order wins.
+QMap<QString, QString> desktopFiles() {
+    QMap<QString, QString> files;
+    for (const QString &dir : QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation)) {
+        QDirIterator it(dir, {QStringLiteral("*.desktop")}, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            QString id = path.mid(dir.size() + 1);
+            id.chop(8);
+            id.replace(u'/', u'-');
+            if (!files.contains(id))
+                files.insert(id, path);
+        }
+    }
+    return files;
+}
+
+} // namespace
+
+// Other groups (actions) are skipped.
+QHash<QString, QString> ApplicationNames::desktopEntry(const QString &path) {
     QHash<QString, QString> keys;
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
@@ -53,26 +72,6 @@ QHash<QString, QString> readDesktopEntry(const QString &path) {
     return keys;
 }
 
-// Desktop file ids: the path below applications/ with '/' as '-', minus ".desktop"; the first folder
-// in XDG order wins.
-QMap<QString, QString> desktopFiles() {
-    QMap<QString, QString> files;
-    for (const QString &dir : QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation)) {
-        QDirIterator it(dir, {QStringLiteral("*.desktop")}, QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            QString id = path.mid(dir.size() + 1);
-            id.chop(8);
-            id.replace(u'/', u'-');
-            if (!files.contains(id))
-                files.insert(id, path);
-        }
-    }
-    return files;
-}
-
-} // namespace
-
 QHash<QString, QString> &ApplicationNames::cache() {
     static QHash<QString, QString> names;
     return names;
@@ -105,7 +104,7 @@ QString ApplicationNames::findEntryName(const QString &applicationId) {
         const QString &id = it.key();
         QString *match = nullptr;
         if (byClass.isEmpty() &&
-            readDesktopEntry(it.value()).value(QStringLiteral("StartupWMClass")) == applicationId)
+            desktopEntry(it.value()).value(QStringLiteral("StartupWMClass")) == applicationId)
             match = &byClass;
         else if (byCaseless.isEmpty() && id.compare(applicationId, Qt::CaseInsensitive) == 0)
             match = &byCaseless;
@@ -121,7 +120,7 @@ QString ApplicationNames::findEntryName(const QString &applicationId) {
 QString ApplicationNames::nameInFile(const QString &path) {
     if (path.isEmpty())
         return {};
-    const QHash<QString, QString> keys = readDesktopEntry(path);
+    const QHash<QString, QString> keys = desktopEntry(path);
     if (keys.value(QStringLiteral("Type")) != QLatin1String("Application") ||
         keys.value(QStringLiteral("Hidden")) == QLatin1String("true"))
         return {};

@@ -17,6 +17,9 @@ public:
     static QString entryName(const QString &applicationId);
     // What a user calls the application: its entry's name, else its id or class, else its window's name.
     static QString displayName(const RunningApplication &application);
+    // The keys of a desktop entry file's [Desktop Entry] group, values unescaped; empty for a file
+    // that is not UTF-8 or has no such group. Any thread.
+    static QHash<QString, QString> desktopEntry(const QString &path);
 
 private:
     static QString findEntryName(const QString &applicationId);

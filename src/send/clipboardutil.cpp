@@ -1,6 +1,7 @@
 #include "send/clipboardutil.h"
 
 #include "send/clipboardrequests.h"
+#include "send/desktopbackend.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -69,6 +70,17 @@ bool put(QMimeData *data, bool alsoPrimary) {
 } // namespace
 
 bool ClipboardUtil::setText(const QString &value, bool alsoPrimary) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    if (backend.servesClipboard()) {
+        // The names toolkits and XWayland programs ask for text by.
+        const QByteArray utf8 = value.toUtf8();
+        return backend.setClipboard({{"text/plain;charset=utf-8", utf8},
+                                     {"text/plain", utf8},
+                                     {"UTF8_STRING", utf8},
+                                     {"TEXT", utf8},
+                                     {"STRING", utf8}},
+                                    alsoPrimary);
+    }
     return onGuiThread([value, alsoPrimary] {
         auto *data = new QMimeData;
         data->setText(value);
@@ -77,6 +89,9 @@ bool ClipboardUtil::setText(const QString &value, bool alsoPrimary) {
 }
 
 bool ClipboardUtil::setImage(const QByteArray &bytes, bool alsoPrimary) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    if (backend.servesClipboard())
+        return backend.setClipboard({{pngType.toLatin1(), bytes}}, alsoPrimary);
     return onGuiThread([bytes, alsoPrimary] {
         auto *data = new QMimeData;
         data->setData(pngType, bytes);

@@ -1,6 +1,6 @@
 #include "send/desktopbackend.h"
 
-#include "send/x11/x11backend.h"
+#include "send/desktopsession.h"
 
 #include <QCoreApplication>
 #include <mutex>
@@ -30,7 +30,7 @@ DesktopBackend &DesktopBackend::instance() {
     std::lock_guard lock(slotMutex());
     auto &backend = slot();
     if (!backend) {
-        backend = std::make_unique<X11Backend>();
+        backend = DesktopSession::createBackend();
         qAddPostRoutine(dropBackend);
     }
     return *backend;
@@ -41,4 +41,12 @@ void DesktopBackend::setInstance(std::unique_ptr<DesktopBackend> backend) {
     if (!slot())
         qAddPostRoutine(dropBackend);
     slot() = std::move(backend);
+}
+
+bool DesktopBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>> &, bool) {
+    return false;
+}
+
+bool DesktopBackend::watchFront(std::function<void()>) {
+    return false;
 }

@@ -2,7 +2,9 @@
 
 #include "send/runningapplication.h"
 
+#include <QByteArray>
 #include <QList>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -56,7 +58,18 @@ public:
     // The name of a clipboard data type given by its number on the display.
     virtual QString typeName(quint32 type) = 0;
 
-    // The back-end of this process; the X11 one unless another was installed.
+    // On Wayland only the focused program may set the clipboard through the toolkit, so there the
+    // back-end serves the pieces itself. False: the toolkit's clipboard is used.
+    virtual bool servesClipboard() const { return false; }
+    // One piece under each of its data types, on the PRIMARY selection too when asked; true once
+    // the back-end owns the clipboard with it. Each read is recorded in ClipboardRequests.
+    virtual bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData, bool alsoPrimary);
+
+    // Calls listener, on a thread of the back-end, whenever the window in front changes. False
+    // when the desktop does not tell, and the caller has to ask now and then.
+    virtual bool watchFront(std::function<void()> listener);
+
+    // The back-end of this process, chosen from the session unless another was installed.
     static DesktopBackend &instance();
     // Replaces the back-end (another windowing system, or a recording one in tests). Call before
     // the first send and before the tracker starts.

@@ -2,6 +2,7 @@
 
 #include "cloud/appsettings.h"
 #include "model/contentformat.h"
+#include "send/desktopsession.h"
 #include "send/phrasesender.h"
 #include "send/quickbarshortcuts.h"
 #include "send/quickbarslot.h"
@@ -131,6 +132,10 @@ QuickBar::QuickBar(QWidget *parent)
     setAttribute(Qt::WA_QuitOnClose, false);
     setFocusPolicy(Qt::NoFocus);
     setWindowTitle(QStringLiteral("Quillora"));
+    // Through XWayland a wlroots compositor focuses every managed window it maps, whatever its
+    // hints; one that bypasses the manager it leaves alone (a utility window never takes focus).
+    if (DesktopSession::detect(QProcessEnvironment::systemEnvironment()) == DesktopSession::Kind::Wayland)
+        setWindowFlag(Qt::X11BypassWindowManagerHint);
 
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(margin, margin, margin, margin);

@@ -1,5 +1,6 @@
 #include "send/targetwindowtracker.h"
 
+#include "send/desktopbackend.h"
 #include "send/windowactivation.h"
 
 #include <QCoreApplication>
@@ -31,8 +32,19 @@ std::optional<RunningApplication> TargetWindowTracker::lastTarget() {
 }
 
 void TargetWindowTracker::WindowChangeListener() {
-    // A timer on the GUI thread rather than a pool thread: the pool has as many threads as cores
-    // and sends need them. It lives as long as the application object.
+    // Where the desktop says when the window in front changes, the probe runs then, on the GUI
+    // thread; the back-end's thread only posts it.
+    const bool told = DesktopBackend::instance().watchFront([] {
+        if (auto *app = QCoreApplication::instance())
+            QMetaObject::invokeMethod(
+                app, [] { probe(); }, Qt::QueuedConnection);
+    });
+    if (told) {
+        probe();
+        return;
+    }
+    // Otherwise a timer on the GUI thread rather than a pool thread: the pool has as many threads
+    // as cores and sends need them. It lives as long as the application object.
     auto *timer = new QTimer(QCoreApplication::instance());
     timer->setInterval(periodMs);
     QObject::connect(timer, &QTimer::timeout, timer, [] { probe(); });

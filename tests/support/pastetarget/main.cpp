@@ -1,7 +1,8 @@
 // pastetarget --log FILE [--class NAME] [--desktop-id ID] [--title TEXT] [--stamp] [--reread MS]
 //             [--async MS] [--text-only] [--terminal] [--windows 2] [--no-pid] [--watch]
 // A window with one text field that logs what it receives. --class sets the WM_CLASS class,
-// --desktop-id the desktop application id the window announces, --stamp prefixes every log line
+// --desktop-id the desktop application id the window announces (under QT_QPA_PLATFORM=wayland
+// its app id, which is the class when absent), --stamp prefixes every log line
 // with monotonic microseconds; --reread, --async, --text-only and --terminal choose how it pastes
 // (see PasteField). --windows 2 opens a second window that logs to FILE.2; --no-pid removes
 // _NET_WM_PID from the windows. --watch shows no window and reads every new clipboard content
@@ -105,6 +106,11 @@ int main(int argc, char **argv) {
     QPixmap icon(48, 48);
     icon.fill(QColor(200, 30, 60));
 
+    const bool wayland = QGuiApplication::platformName() == QLatin1String("wayland");
+    if (wayland) {
+        const QString desktopId = parser.value(QStringLiteral("desktop-id"));
+        QGuiApplication::setDesktopFileName(desktopId.isEmpty() ? className : desktopId);
+    }
     std::vector<std::unique_ptr<QWidget>> windows;
     PasteField *first = nullptr;
     for (int i = windowCount; i >= 1; --i) {
@@ -117,8 +123,9 @@ int main(int argc, char **argv) {
         window->resize(360, 80);
         window->move(40, 40 + (i - 1) * 160);
         window->setWindowIcon(QIcon(icon));
-        announceDesktopId(window->winId(), parser.value(QStringLiteral("desktop-id")).toUtf8(),
-                          parser.isSet(QStringLiteral("no-pid")));
+        if (!wayland)
+            announceDesktopId(window->winId(), parser.value(QStringLiteral("desktop-id")).toUtf8(),
+                              parser.isSet(QStringLiteral("no-pid")));
         window->show();
         field->setFocus();
         if (i == 1)

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+// The icon a Wayland window's application declares in its desktop entry: the windows themselves
+// carry none on Wayland.
+class ApplicationIcon {
+public:
+    ApplicationIcon() = delete;
+
+    // The entry named after the app id, its Icon= key: a file, or a name in the icon theme. A
+    // themed icon is looked up only on the GUI thread (the theme machinery is not thread-safe);
+    // null when there is no entry or no icon.
+    static QImage forApplication(const QString &appId);
+};

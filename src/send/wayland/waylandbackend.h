@@ -1,0 +1,49 @@
+#pragma once
+
+#include "send/desktopbackend.h"
+
+#include <memory>
+
+// The desktop on wlroots compositors (sway and its family): zwlr_foreign_toplevel_manager_v1 for
+// the windows in front and activation, zwlr_data_control_manager_v1 for the clipboard without the
+// focus, zwp_virtual_keyboard_v1 for key strokes. A connection of its own, served by a thread that
+// sleeps until the compositor or a caller has something. This program's own windows run through
+// XWayland (see DesktopSession) and are recognised there.
+class WaylandBackend : public DesktopBackend {
+public:
+    // Connects to WAYLAND_DISPLAY. Says once, on standard output, what the compositor does not offer.
+    WaylandBackend();
+    ~WaylandBackend() override;
+    WaylandBackend(const WaylandBackend &) = delete;
+    WaylandBackend &operator=(const WaylandBackend &) = delete;
+
+    // Connected, and the compositor lists its windows to other programs.
+    bool available() const override;
+    // Whether key strokes can be synthesised (the compositor offers a virtual keyboard).
+    bool canType() const;
+
+    std::optional<RunningApplication> activeApplication() override;
+    QList<RunningApplication> runningApplications() override;
+    bool activate(const RunningApplication &application) override;
+    QImage icon(quint64 window) override;
+    bool modifiersHeld() override;
+    bool keyStroke(Key key, bool control) override;
+    // What the compositor reports: the toplevel list's activated window stands for the keyboard focus.
+    Focus focus(quint64 window) override;
+    // Checked and typed in one go on the connection's thread, after a round trip; the compositor
+    // may still move the focus between the two, which no wlroots protocol can prevent.
+    StrokeResult strokeInto(quint64 window, Stroke stroke) override;
+    // The clipboard protocol does not name who reads: readers are recorded as window 0, which
+    // stands for any window.
+    bool sameClient(quint64 a, quint64 b) override;
+    QString typeName(quint32 type) override;
+
+    bool servesClipboard() const override;
+    bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
+                      bool alsoPrimary) override;
+    bool watchFront(std::function<void()> listener) override;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};

@@ -1,0 +1,152 @@
+#include "swaysession.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QThread>
+#include <unistd.h>
+
+namespace {
+
+// sway refuses to run as root; under root the session runs as this user instead.
+constexpr uid_t sessionUser = 65534;
+
+QString readFile(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// The focused container, depth first through tiled and floating children.
+QJsonObject focused(const QJsonObject &node) {
+    if (node.value(QStringLiteral("focused")).toBool())
+        return node;
+    for (const char *key : {"nodes", "floating_nodes"})
+        for (const QJsonValue &child : node.value(QLatin1String(key)).toArray())
+            if (QJsonObject found = focused(child.toObject()); !found.isEmpty())
+                return found;
+    return {};
+}
+
+} // namespace
+
+SwaySession::~SwaySession() {
+    stop();
+}
+
+bool SwaySession::start() {
+    if (!dir_.isValid())
+        return false;
+    const bool root = geteuid() == 0;
+    const QString runtime = dir_.filePath(QStringLiteral("runtime"));
+    const QString ready = runtime + QStringLiteral("/session");
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    if (root && (chown(qPrintable(dir_.path()), sessionUser, sessionUser) != 0 ||
+                 chown(qPrintable(runtime), sessionUser, sessionUser) != 0))
+        return false;
+
+    // The session announces its sockets once it runs: sway sets both variables for what it starts.
+    // Only the test moves the focus: the pointer that sits still in the middle of the screen
+    // would otherwise focus whichever window a new layout puts under it. Under root, XWayland runs as the
+    // session's user and lets this process in by name.
+    const QString allow = root ? QStringLiteral("xhost +si:localuser:root >/dev/null && ") : QString();
+    QFile config(dir_.filePath(QStringLiteral("config")));
+    if (!config.open(QIODevice::WriteOnly))
+        return false;
+    config.write(
+        QStringLiteral(
+            "output HEADLESS-1 resolution 1280x800\n"
+            "xwayland enable\n"
+            "focus_on_window_activation focus\n"
+            "exec %2printf '%s\\n%s\\n' \"$WAYLAND_DISPLAY\" \"$DISPLAY\" > %1.part && mv %1.part %1\n")
+            .arg(ready, allow)
+            .toUtf8());
+    config.close();
+
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"WAYLAND_DISPLAY", "DISPLAY", "SWAYSOCK", "I3SOCK"})
+        env.remove(QLatin1String(name));
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    env.insert(QStringLiteral("HOME"), dir_.path());
+    env.insert(QStringLiteral("WLR_BACKENDS"), QStringLiteral("headless"));
+    env.insert(QStringLiteral("WLR_LIBINPUT_NO_DEVICES"), QStringLiteral("1"));
+    env.insert(QStringLiteral("WLR_RENDERER"), QStringLiteral("pixman"));
+    sway_.setProcessEnvironment(env);
+    sway_.setProcessChannelMode(QProcess::MergedChannels);
+    sway_.setStandardOutputFile(dir_.filePath(QStringLiteral("sway.log")));
+    QStringList args{QStringLiteral("sway"), QStringLiteral("-c"), config.fileName()};
+    if (root)
+        args = QStringList{QStringLiteral("--reuid=%1").arg(sessionUser),
+                           QStringLiteral("--regid=%1").arg(sessionUser), QStringLiteral("--clear-groups")} +
+               args;
+    sway_.start(root ? QStringLiteral("setpriv") : args.takeFirst(), args);
+    if (!sway_.waitForStarted(5000))
+        return false;
+
+    QDeadlineTimer deadline(20000);
+    QStringList lines;
+    while (lines.size() < 2 && !deadline.hasExpired() && sway_.state() == QProcess::Running) {
+        QThread::msleep(20);
+        lines = readFile(ready).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+    const QStringList sockets = QDir(runtime).entryList({QStringLiteral("sway-ipc.*.sock")}, QDir::System);
+    if (lines.size() < 2 || sockets.isEmpty()) {
+        qWarning("sway did not start; its log:\n%s",
+                 qPrintable(readFile(dir_.filePath(QStringLiteral("sway.log")))));
+        return false;
+    }
+    // An absolute path: this process keeps its own runtime folder.
+    wayland_ = runtime + QLatin1Char('/') + lines[0];
+    display_ = lines[1];
+    socket_ = runtime + QLatin1Char('/') + sockets.first();
+    qputenv("WAYLAND_DISPLAY", wayland_.toLocal8Bit());
+    qputenv("DISPLAY", display_.toLocal8Bit());
+    qputenv("XDG_SESSION_TYPE", "wayland");
+    qputenv("SWAYSOCK", socket_.toLocal8Bit());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    return true;
+}
+
+void SwaySession::stop() {
+    if (sway_.state() == QProcess::NotRunning)
+        return;
+    sway_.terminate();
+    if (!sway_.waitForFinished(5000)) {
+        sway_.kill();
+        sway_.waitForFinished(1000);
+    }
+}
+
+QString SwaySession::swaymsg(const QStringList &args, bool *ok) const {
+    QProcess msg;
+    msg.start(QStringLiteral("swaymsg"), QStringList{QStringLiteral("-s"), socket_} + args);
+    const bool done = msg.waitForFinished(10000) && msg.exitStatus() == QProcess::NormalExit;
+    if (ok)
+        *ok = done && msg.exitCode() == 0;
+    return QString::fromUtf8(msg.readAllStandardOutput());
+}
+
+bool SwaySession::command(const QString &text) const {
+    bool ok = false;
+    swaymsg({text}, &ok);
+    return ok;
+}
+
+QJsonObject SwaySession::tree() const {
+    bool ok = false;
+    const QString json = swaymsg({QStringLiteral("-t"), QStringLiteral("get_tree")}, &ok);
+    return ok ? QJsonDocument::fromJson(json.toUtf8()).object() : QJsonObject();
+}
+
+QString SwaySession::focusedAppId() const {
+    const QJsonObject node = focused(tree());
+    const QString appId = node.value(QStringLiteral("app_id")).toString();
+    if (!appId.isEmpty())
+        return appId;
+    return node.value(QStringLiteral("window_properties"))
+        .toObject()
+        .value(QStringLiteral("class"))
+        .toString();
+}

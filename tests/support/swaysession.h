@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QProcess>
+#include <QString>
+#include <QTemporaryDir>
+
+#include "testenv.h"
+
+// Tests using QUILLORA_SWAY_TEST_MAIN include <QApplication> and <QtTest>.
+
+// A private headless sway with XWayland, for tests that need a Wayland desktop. Start it before
+// the QApplication: it sets WAYLAND_DISPLAY and DISPLAY for this process, and runs this process's
+// own windows through XWayland, as the program does in a Wayland session.
+class SwaySession {
+public:
+    SwaySession() = default;
+    ~SwaySession();
+
+    bool start();
+    void stop();
+    QString waylandDisplay() const { return wayland_; }
+    QString display() const { return display_; }
+    // A sway command, as the user's key bindings would run it; true when sway carried it out.
+    bool command(const QString &text) const;
+    // The application id (for an XWayland window its X class) of the focused window; empty when
+    // none has the focus.
+    QString focusedAppId() const;
+
+private:
+    QJsonObject tree() const;
+    QString swaymsg(const QStringList &args, bool *ok) const;
+
+    QTemporaryDir dir_;
+    QProcess sway_;
+    QString wayland_, display_, socket_;
+};
+
+// main() for a Qt Test class that needs a Wayland desktop: isolates user data, starts sway, then
+// runs the tests in a QApplication whose windows go through XWayland.
+#define QUILLORA_SWAY_TEST_MAIN(TestObject)                                                                  \
+    int main(int argc, char **argv) {                                                                        \
+        TestEnv env;                                                                                         \
+        SwaySession sway;                                                                                    \
+        if (!sway.start())                                                                                   \
+            qFatal("could not start sway");                                                                  \
+        QApplication app(argc, argv);                                                                        \
+        app.setAttribute(Qt::AA_Use96Dpi, true);                                                             \
+        TestObject tc(sway);                                                                                 \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                           \
+        return QTest::qExec(&tc, argc, argv);                                                                \
+    }
