@@ -23,6 +23,7 @@
 #include <QProcess>
 #include <QTimer>
 #include <algorithm>
+#include <functional>
 #include <iostream>
 
 namespace {
@@ -41,6 +42,24 @@ long residentKb() {
     std::cerr << "(anonymous " << statusKb("RssAnon") / 1024 << " MiB, mapped files "
               << statusKb("RssFile") / 1024 << " MiB)" << std::endl;
     return statusKb("VmRSS");
+}
+
+// Keystrokes end to end (query, list reset, paint): prints the median of 21 for a common pair of keys
+// and for a rare pair. The two keys of a pair never contain each other, so each keystroke scans all.
+void printKeystrokes(const std::array<QStringList, 2> &pairs,
+                     const std::function<void(const QString &)> &type) {
+    const char *names[2] = {"keystroke_common_us ", "keystroke_rare_us "};
+    for (int k = 0; k < 2; ++k) {
+        QList<qint64> times;
+        for (int i = 0; i < 21; ++i) {
+            QElapsedTimer clock;
+            clock.start();
+            type(pairs[k][i % 2]);
+            times << clock.nsecsElapsed() / 1000;
+        }
+        std::sort(times.begin(), times.end());
+        std::cout << names[k] << times[times.size() / 2] << std::endl;
+    }
 }
 
 // Child: the sign-in window; "ready" once the gate has enabled the button. With QUILLORA_AUTOLOGIN
@@ -70,22 +89,10 @@ int child(int argc, char **argv) {
                 h->searchField()->setText(search);
                 QTimer::singleShot(1500, h, [h] {
                     std::cout << "rss_search_kb " << residentKb() << std::endl;
-                    // Keystrokes end to end: the query, the list reset and the window painted. The two
-                    // keys of a pair never contain each other, so every keystroke scans everything.
-                    const QStringList pairs[2] = {{"订单", "发货"}, {"第1234条", "第4321条"}};
-                    const char *names[2] = {"keystroke_common_us ", "keystroke_rare_us "};
-                    for (int k = 0; k < 2; ++k) {
-                        QList<qint64> times;
-                        for (int i = 0; i < 21; ++i) {
-                            QElapsedTimer clock;
-                            clock.start();
-                            h->searchField()->setText(pairs[k][i % 2]);
-                            h->window()->repaint();
-                            times << clock.nsecsElapsed() / 1000;
-                        }
-                        std::sort(times.begin(), times.end());
-                        std::cout << names[k] << times[times.size() / 2] << std::endl;
-                    }
+                    printKeystrokes({"订单", "发货"}, {"第1234条", "第4321条"}, [h](const QString &key) {
+                        h->searchField()->setText(key);
+                        h->window()->repaint();
+                    });
                     std::cout << "rss_after_keystrokes_kb " << residentKb() << std::endl;
                     QCoreApplication::exit(0);
                 });
@@ -108,21 +115,10 @@ int localSearchChild(int argc, char **argv, int count) {
     list.resize(300, 800);
     list.show();
     QCoreApplication::processEvents();
-    const QStringList pairs[2] = {{"退款", "顺丰"}, {"sorry顺丰", "申通物流"}};
-    const char *names[2] = {"keystroke_common_us ", "keystroke_rare_us "};
-    for (int k = 0; k < 2; ++k) {
-        QList<qint64> times;
-        for (int i = 0; i < 21; ++i) {
-            QElapsedTimer clock;
-            clock.start();
-            const QString key = pairs[k][i % 2];
-            list.setData(PhraseStore::shared().searchIds(key, user), key);
-            list.repaint();
-            times << clock.nsecsElapsed() / 1000;
-        }
-        std::sort(times.begin(), times.end());
-        std::cout << names[k] << times[times.size() / 2] << std::endl;
-    }
+    printKeystrokes({"退款", "顺丰"}, {"sorry顺丰", "申通物流"}, [&](const QString &key) {
+        list.setData(PhraseStore::shared().searchIds(key, user), key);
+        list.repaint();
+    });
     return 0;
 }
 
