@@ -46,8 +46,9 @@ long residentKb() {
 
 // Keystrokes end to end (query, list reset, paint): prints the median of 21 for a common pair of keys
 // and for a rare pair. The two keys of a pair never contain each other, so each keystroke scans all.
-void printKeystrokes(const std::array<QStringList, 2> &pairs,
+void printKeystrokes(const QStringList &common, const QStringList &rare,
                      const std::function<void(const QString &)> &type) {
+    const QStringList pairs[2] = {common, rare};
     const char *names[2] = {"keystroke_common_us ", "keystroke_rare_us "};
     for (int k = 0; k < 2; ++k) {
         QList<qint64> times;
