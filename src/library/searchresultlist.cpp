@@ -32,7 +32,6 @@ SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
 }
 
 void SearchResultList::setData(const QList<qint64> &ids, const QString &key) {
-    keyString = key;
     selectedRows.clear();
     applyingSelection_ = true;
     collectionView->phraseModel()->setIds(ids, key);
@@ -44,6 +43,10 @@ void SearchResultList::setData(const QList<qint64> &ids, const QString &key) {
 
 const QList<qint64> &SearchResultList::resultIds() const {
     return collectionView->phraseModel()->ids();
+}
+
+const QString &SearchResultList::keyString() const {
+    return collectionView->phraseModel()->keyword();
 }
 
 std::optional<Phrase> SearchResultList::phraseAt(int row) const {

@@ -17,11 +17,12 @@ public:
 
     PhraseListView *collectionView = nullptr;
     QList<int> selectedRows;
-    std::optional<QString> keyString;
 
     // The matching phrases by id; a row's record is read only when the row is shown.
     void setData(const QList<qint64> &ids, const QString &keyString);
     const QList<qint64> &resultIds() const;
+    // The keyword the shown results were found by.
+    const QString &keyString() const;
     std::optional<Phrase> phraseAt(int row) const;
     void setSelection(const QList<int> &rows);
 

@@ -684,11 +684,11 @@ private Q_SLOTS:
         SearchResultList *results = home_->searchResults;
         // every phrase whose label or text has the keyword, over all classes
         QCOMPARE(results->resultIds().size(), 4);
-        QCOMPARE(results->keyString.value(), QString("请"));
+        QCOMPARE(results->keyString(), QString("请"));
 
         field->clear();
         field->insert("发");
-        QCOMPARE(results->keyString.value(), QString("发"));
+        QCOMPARE(results->keyString(), QString("发"));
         field->insert("票");
         QCOMPARE(results->resultIds().size(), 1);
         // "开发票": the keyword ends the label, so it stays plain.
