@@ -82,6 +82,11 @@ int child(int argc, char **argv) {
         QObject::connect(h, &HomeView::cloudStopped, h, [h] {
             QTimer::singleShot(1500, h, [h] {
                 std::cout << "rss_kb " << residentKb() << std::endl;
+                if (qEnvironmentVariableIsSet("BENCH_SMAPS")) {
+                    QFile in(QStringLiteral("/proc/self/smaps")), out(qEnvironmentVariable("BENCH_SMAPS"));
+                    if (in.open(QIODevice::ReadOnly) && out.open(QIODevice::WriteOnly))
+                        out.write(in.readAll());
+                }
                 const QString search = qEnvironmentVariable("BENCH_SEARCH");
                 if (search.isEmpty()) {
                     QCoreApplication::exit(0);
@@ -258,7 +263,7 @@ int main(int argc, char **argv) {
 
     const ChildResult demo = runChild({"QUILLORA_AUTOLOGIN=demo:demo123456"});
     std::cout << "resident memory, home window with the demo library: " << demo.rssKb / 1024.0
-              << " MiB; target < 80 MiB" << std::endl;
+              << " MiB; target < 64 MiB" << std::endl;
 
     QElapsedTimer fill;
     fill.start();
@@ -271,7 +276,7 @@ int main(int argc, char **argv) {
     std::cout << "resident memory, home window with 10,000 phrases in the shown class: "
               << bulk.rssKb / 1024.0
               << " MiB; after a search listing all 10,000: " << bulk.rssSearchKb / 1024.0
-              << " MiB; target < 80 MiB" << std::endl;
+              << " MiB; target < 64 MiB" << std::endl;
     std::cout
         << "one search keystroke over 10,000 phrases, end to end (query, list reset, paint): common key "
         << bulk.keystrokeCommonUs / 1000.0 << " ms (every phrase matches), rare key "

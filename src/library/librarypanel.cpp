@@ -4,6 +4,7 @@
 #include "library/classlist.h"
 #include "library/phraselist.h"
 #include "library/phraseoperations.h"
+#include "store/phrasesearchindex.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
 
@@ -107,7 +108,9 @@ void LibraryPanel::onSyncStart() {
 }
 
 void LibraryPanel::onSyncStop() {
-    // A synchronisation parses the whole library at once; give the freed reply buffers back.
+    // The search copy is read now, while nobody types, and a synchronisation parses the whole
+    // library at once: give the freed reply buffers back after both.
+    PhraseSearchIndex::prepare();
     malloc_trim(0);
     loadingBar->setRange(0, 1);
     loadingBar->hide();

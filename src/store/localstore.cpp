@@ -21,14 +21,15 @@ QString &openErrorText() {
 //   never block on a writer;
 // - synchronous=NORMAL drops the fsync on each commit (a power cut may lose the last commits, never
 //   corrupt the file); the service holds the master copy and start-up sync rewrites the library;
-// - a larger page cache and memory-mapped reads make the full-table LIKE scans of search cheaper;
+// - plain keystrokes search the in-memory copy, so the page cache stays small and reads are not
+//   memory-mapped: a mapped file counts as resident memory for every page a scan once touched;
 // - LIKE is our own matcher with the built-in results; it turns "%word%" into a substring search;
 // - a short busy timeout rides out a second instance holding the write lock for a moment.
 void tune(SQLite::Database &db) {
     db.tryExec("PRAGMA journal_mode=WAL");
     db.tryExec("PRAGMA synchronous=NORMAL");
-    db.tryExec("PRAGMA cache_size=-32768");
-    db.tryExec("PRAGMA mmap_size=268435456");
+    db.tryExec("PRAGMA cache_size=-2048");
+    db.tryExec("PRAGMA mmap_size=0");
     db.setBusyTimeout(2000);
     installLike(db.getHandle());
 }

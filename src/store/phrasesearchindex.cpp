@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iostream>
+#include <malloc.h>
 #include <sqlite3.h>
 #include <string>
 #include <strings.h>
@@ -130,6 +131,8 @@ bool readAll(SQLite::Database &db) {
     s.rows = std::move(rows);
     s.built = true;
     s.dataVersion = dataVersion(db);
+    // The copy grew by doubling; give the buffers it outgrew back.
+    malloc_trim(0);
     return true;
 }
 
@@ -255,6 +258,11 @@ std::optional<QList<qint64>> PhraseSearchIndex::search(const QString &key, const
     s.lastHits = std::move(hits);
     s.lastValid = true;
     return ids;
+}
+
+bool PhraseSearchIndex::prepare() {
+    SQLite::Database *db = LocalStore::connection();
+    return db && bringUpToDate(*db);
 }
 
 void PhraseSearchIndex::clear() {

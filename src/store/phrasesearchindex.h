@@ -17,6 +17,10 @@ public:
     // there is no database.
     static std::optional<QList<qint64>> search(const QString &key, const QString &username);
 
+    // Reads the table into the copy now rather than on the first keystroke, so that a search adds
+    // nothing to the memory a loaded library takes. False without a database.
+    static bool prepare();
+
     // Drops the copy (its memory goes back at once); the next search reads the table again.
     static void clear();
 };
