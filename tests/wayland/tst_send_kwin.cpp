@@ -14,6 +14,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <csignal>
+#include <unistd.h>
 
 // The back-end against a real headless KWin, where it is installed (CI does not install it: it
 // brings a whole desktop along), with a native Wayland paste target.
@@ -60,6 +62,8 @@ private Q_SLOTS:
         env.insert(QStringLiteral("XDG_DATA_HOME"), data);
         kwin_.setProcessEnvironment(env);
         kwin_.setProcessChannelMode(QProcess::MergedChannels);
+        // dbus-run-session does not pass a termination on: KWin and the bus go as one group.
+        kwin_.setChildProcessModifier([] { setpgid(0, 0); });
         kwin_.setStandardOutputFile(dir_.filePath(QStringLiteral("kwin.log")));
         kwin_.start(QStringLiteral("dbus-run-session"),
                     {QStringLiteral("--"), copy, QStringLiteral("--virtual"),
@@ -81,10 +85,13 @@ private Q_SLOTS:
     }
 
     void cleanupTestCase() {
-        for (QProcess *p : {&target_, &kwin_}) {
-            p->terminate();
-            if (!p->waitForFinished(5000))
-                p->kill();
+        target_.terminate();
+        if (!target_.waitForFinished(5000))
+            target_.kill();
+        if (kwin_.processId() > 0) {
+            kill(-pid_t(kwin_.processId()), SIGTERM);
+            if (!kwin_.waitForFinished(5000))
+                kill(-pid_t(kwin_.processId()), SIGKILL);
         }
     }
 
