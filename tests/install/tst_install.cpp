@@ -70,6 +70,14 @@ private Q_SLOTS:
         const QString desktopFile =
             QDir(root_).filePath("usr/share/applications/org.quillora.Quillora.desktop");
         QVERIFY2(run("desktop-file-validate", {desktopFile}, &out) == 0 && out.isEmpty(), out.constData());
+        // KWin offers its window list and fake input to the program its entry starts by full path.
+        QFile entry(desktopFile);
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        const QByteArray entryText = entry.readAll();
+        QVERIFY(entryText.contains("\nExec=/usr/bin/quillora\n"));
+        QVERIFY(entryText.contains("\nExec=/usr/bin/quillora --quickbar\n"));
+        QVERIFY(entryText.contains(
+            "\nX-KDE-Wayland-Interfaces=org_kde_plasma_window_management,org_kde_kwin_fake_input\n"));
         const QString metainfo =
             QDir(root_).filePath("usr/share/metainfo/org.quillora.Quillora.metainfo.xml");
         QVERIFY2(run("appstreamcli", {"validate", "--no-net", metainfo}, &out) == 0, out.constData());
@@ -88,6 +96,9 @@ private Q_SLOTS:
         QVERIFY(unit.open(QIODevice::ReadOnly));
         QVERIFY(unit.readAll().contains("\nExecStart=" + prefix.toUtf8() + "/bin/quillora-cloud serve "));
         QVERIFY(QFile::exists(prefix + "/bin/quillora"));
+        QFile entry(prefix + "/share/applications/org.quillora.Quillora.desktop");
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        QVERIFY(entry.readAll().contains("\nExec=" + prefix.toUtf8() + "/bin/quillora\n"));
     }
 
     // Both programs start from the unpacked package: the service, and the application signing in to

@@ -7,14 +7,13 @@
 #include <QStandardPaths>
 #include <QThread>
 
-QImage ApplicationIcon::forApplication(const QString &appId) {
-    if (appId.isEmpty())
-        return {};
-    const QString entry =
-        QStandardPaths::locate(QStandardPaths::ApplicationsLocation, appId + QStringLiteral(".desktop"));
-    if (entry.isEmpty())
-        return {};
-    const QString icon = ApplicationNames::desktopEntry(entry).value(QStringLiteral("Icon"));
+QImage ApplicationIcon::forApplication(const QString &appId, const QString &themedName) {
+    const QString entry = appId.isEmpty() ? QString()
+                                          : QStandardPaths::locate(QStandardPaths::ApplicationsLocation,
+                                                                   appId + QStringLiteral(".desktop"));
+    const QString icon =
+        entry.isEmpty() ? themedName
+                        : ApplicationNames::desktopEntry(entry).value(QStringLiteral("Icon"), themedName);
     if (icon.isEmpty())
         return {};
     if (icon.startsWith(QLatin1Char('/')))

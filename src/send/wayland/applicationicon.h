@@ -11,6 +11,7 @@ public:
 
     // The entry named after the app id, its Icon= key: a file, or a name in the icon theme. A
     // themed icon is looked up only on the GUI thread (the theme machinery is not thread-safe);
-    // null when there is no entry or no icon.
-    static QImage forApplication(const QString &appId);
+    // null when there is no entry or no icon. themedName, where the compositor names one, stands in
+    // for a missing entry.
+    static QImage forApplication(const QString &appId, const QString &themedName = {});
 };

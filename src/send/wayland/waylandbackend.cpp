@@ -2,8 +2,10 @@
 
 #include "send/clipboardrequests.h"
 #include "send/wayland/applicationicon.h"
-#include "send/wayland/virtualkeyboardprotocol.h"
-#include "send/wayland/virtualkeymap.h"
+#include "send/wayland/fakekeyinput.h"
+#include "send/wayland/plasmawindowlist.h"
+#include "send/wayland/virtualkeyboardinput.h"
+#include "send/wayland/wlrwindowlist.h"
 #include "send/x11/x11backend.h"
 
 #include <QCoreApplication>
@@ -13,28 +15,19 @@
 #include <deque>
 #include <future>
 #include <iostream>
+#include <map>
 #include <mutex>
 #include <poll.h>
+#include <string>
 #include <sys/eventfd.h>
 #include <thread>
-#include <time.h>
 #include <unistd.h>
 #include <vector>
 
 #include <wayland-client.h>
 #include <wlr-data-control-unstable-v1-client-protocol.h>
-#include <wlr-foreign-toplevel-management-unstable-v1-client-protocol.h>
 
 namespace {
-
-// Window ids of the toplevel list start above every X window id, so that the two never meet.
-constexpr quint64 firstToplevelId = quint64(1) << 32;
-
-uint32_t nowMs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return uint32_t(quint64(now.tv_sec) * 1000 + quint64(now.tv_nsec) / 1000000);
-}
 
 // Writes one piece into the pipe a reading program gave us, then closes it. On a thread of its
 // own: a reader that is slow or never reads must not hold up the connection.
@@ -61,32 +54,30 @@ void serve(int fd, std::shared_ptr<const QByteArray> data) {
 } // namespace
 
 struct WaylandBackend::Impl {
-    struct Toplevel {
-        Impl *owner = nullptr;
-        quint64 id = 0;
-        zwlr_foreign_toplevel_handle_v1 *handle = nullptr;
-        QString title, appId;
-        bool activated = false, pendingActivated = false;
-        // Reported in full at least once.
-        bool ready = false;
-        // Whether this is one of our own XWayland windows, asked of XWayland once per title.
-        bool ownKnown = false;
-        std::optional<RunningApplication> own;
+    // Whether a window is one of this program's XWayland windows, asked of XWayland once per title.
+    struct Own {
+        bool known = false;
+        std::optional<RunningApplication> app;
+    };
+    // A global the compositor announced.
+    struct Global {
+        uint32_t name = 0, version = 0;
     };
 
     wl_display *display = nullptr;
     wl_registry *registry = nullptr;
     wl_seat *seat = nullptr;
-    zwlr_foreign_toplevel_manager_v1 *toplevelManager = nullptr;
     zwlr_data_control_manager_v1 *dataControl = nullptr;
     zwlr_data_control_device_v1 *dataDevice = nullptr;
     zwlr_data_control_offer_v1 *selectionOffer = nullptr, *primaryOffer = nullptr;
-    wl_proxy *keyboardManager = nullptr, *keyboard = nullptr;
-    std::optional<VirtualKeymap> keymap;
     bool connected = false;
 
-    std::vector<std::unique_ptr<Toplevel>> toplevels;
-    quint64 nextId = firstToplevelId;
+    // The window list and the keyboard, each chosen from what the compositor announces.
+    std::unique_ptr<WaylandWindowList> windowList;
+    std::unique_ptr<WaylandKeyInput> keyInput;
+    bool typing = false;
+    std::map<std::string, Global> globals;
+    std::map<quint64, Own> own;
     std::function<void()> frontListener;
 
     // The clipboard piece we serve (on the clipboard and maybe PRIMARY): its data per type.
@@ -195,111 +186,85 @@ struct WaylandBackend::Impl {
         }
     }
 
-    Toplevel *find(quint64 id) {
-        for (auto &t : toplevels)
-            if (t->id == id && t->ready)
-                return t.get();
-        return nullptr;
+    QList<WaylandWindowList::Window> windows() const {
+        return windowList ? windowList->windows() : QList<WaylandWindowList::Window>();
     }
 
-    Toplevel *front() {
-        for (auto &t : toplevels)
-            if (t->ready && t->activated)
-                return t.get();
-        return nullptr;
+    std::optional<WaylandWindowList::Window> find(quint64 id) const {
+        for (const auto &w : windows())
+            if (w.id == id)
+                return w;
+        return std::nullopt;
     }
 
-    // The description of one of this program's XWayland windows when the toplevel is one: same
-    // title and class, and our process id, which only XWayland knows.
-    std::optional<RunningApplication> ownWindow(Toplevel &t) {
+    std::optional<WaylandWindowList::Window> front() const {
+        for (const auto &w : windows())
+            if (w.activated)
+                return w;
+        return std::nullopt;
+    }
+
+    // The description of one of this program's XWayland windows when the window is one: same
+    // title and class, and our process id, which only XWayland knows where the list names none.
+    std::optional<RunningApplication> ownWindow(const WaylandWindowList::Window &w) {
+        const auto ownPid = qint32(QCoreApplication::applicationPid());
+        if (w.pid != 0 && w.pid != ownPid)
+            return std::nullopt;
         if (!xwayland || !xwayland->available())
             return std::nullopt;
-        if (t.ownKnown)
-            return t.own;
-        const auto ownPid = qint32(QCoreApplication::applicationPid());
-        t.own.reset();
+        Own &cached = own[w.id];
+        if (cached.known)
+            return cached.app;
+        cached.app.reset();
         for (const RunningApplication &app : xwayland->runningApplications())
-            if (app.processIdentifier == ownPid && app.localizedName == t.title &&
-                (!app.bundleIdentifier || *app.bundleIdentifier == t.appId))
-                t.own = app;
-        t.ownKnown = true;
-        return t.own;
+            if (app.processIdentifier == ownPid && app.localizedName == w.title &&
+                (!app.bundleIdentifier || *app.bundleIdentifier == w.appId))
+                cached.app = app;
+        cached.known = true;
+        return cached.app;
     }
 
-    RunningApplication describe(const Toplevel &t) {
+    // The window itself, or the one behind one of our XWayland windows known by its X id.
+    std::optional<WaylandWindowList::Window> resolve(quint64 window) {
+        if (auto w = find(window))
+            return w;
+        if (window >= WaylandWindowList::firstId)
+            return std::nullopt;
+        for (const auto &candidate : windows())
+            if (auto app = ownWindow(candidate); app && app->window == window)
+                return candidate;
+        return std::nullopt;
+    }
+
+    static RunningApplication describe(const WaylandWindowList::Window &w) {
         RunningApplication app;
-        app.window = t.id;
-        if (!t.appId.isEmpty())
-            app.bundleIdentifier = t.appId;
-        app.localizedName = t.title.isEmpty() ? t.appId : t.title;
+        app.window = w.id;
+        if (!w.appId.isEmpty())
+            app.bundleIdentifier = w.appId;
+        app.localizedName = w.title.isEmpty() ? w.appId : w.title;
+        app.processIdentifier = w.pid;
         return app;
     }
 
-    void notifyFront() {
-        if (frontListener)
-            frontListener();
+    RunningApplication describeOrOwn(const WaylandWindowList::Window &w) {
+        if (auto app = ownWindow(w))
+            return *app;
+        return describe(w);
     }
 
-    // --- toplevel events
-
-    static void onTitle(void *data, zwlr_foreign_toplevel_handle_v1 *, const char *title) {
-        auto *t = static_cast<Toplevel *>(data);
-        t->title = QString::fromUtf8(title);
-        t->ownKnown = false;
+    Focus focusOf(quint64 window) {
+        const auto target = resolve(window);
+        if (!target)
+            return Focus::Gone;
+        const auto front = this->front();
+        if (front && front->id == target->id)
+            return Focus::Target;
+        if (!front)
+            return Focus::Nowhere;
+        return front->pid == qint32(QCoreApplication::applicationPid()) || ownWindow(*front)
+                   ? Focus::Own
+                   : Focus::Elsewhere;
     }
-    static void onAppId(void *data, zwlr_foreign_toplevel_handle_v1 *, const char *appId) {
-        auto *t = static_cast<Toplevel *>(data);
-        t->appId = QString::fromUtf8(appId);
-        t->ownKnown = false;
-    }
-    static void onOutputEnter(void *, zwlr_foreign_toplevel_handle_v1 *, wl_output *) {}
-    static void onOutputLeave(void *, zwlr_foreign_toplevel_handle_v1 *, wl_output *) {}
-    static void onState(void *data, zwlr_foreign_toplevel_handle_v1 *, wl_array *state) {
-        auto *t = static_cast<Toplevel *>(data);
-        t->pendingActivated = false;
-        const auto *states = static_cast<const uint32_t *>(state->data);
-        for (size_t i = 0; i < state->size / sizeof(uint32_t); ++i)
-            if (states[i] == ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED)
-                t->pendingActivated = true;
-    }
-    static void onDone(void *data, zwlr_foreign_toplevel_handle_v1 *) {
-        auto *t = static_cast<Toplevel *>(data);
-        const bool changed = !t->ready || t->activated != t->pendingActivated;
-        t->activated = t->pendingActivated;
-        t->ready = true;
-        if (changed && t->activated)
-            t->owner->notifyFront();
-    }
-    static void onClosed(void *data, zwlr_foreign_toplevel_handle_v1 *handle) {
-        auto *t = static_cast<Toplevel *>(data);
-        Impl *owner = t->owner;
-        const bool wasFront = t->activated;
-        zwlr_foreign_toplevel_handle_v1_destroy(handle);
-        std::erase_if(owner->toplevels, [t](const auto &p) { return p.get() == t; });
-        if (wasFront)
-            owner->notifyFront();
-    }
-    static void onParent(void *, zwlr_foreign_toplevel_handle_v1 *, zwlr_foreign_toplevel_handle_v1 *) {}
-
-    static constexpr zwlr_foreign_toplevel_handle_v1_listener toplevelListener{
-        onTitle, onAppId, onOutputEnter, onOutputLeave, onState, onDone, onClosed, onParent};
-
-    static void onToplevel(void *data, zwlr_foreign_toplevel_manager_v1 *,
-                           zwlr_foreign_toplevel_handle_v1 *handle) {
-        auto *self = static_cast<Impl *>(data);
-        auto t = std::make_unique<Toplevel>();
-        t->owner = self;
-        t->id = self->nextId++;
-        t->handle = handle;
-        zwlr_foreign_toplevel_handle_v1_add_listener(handle, &toplevelListener, t.get());
-        self->toplevels.push_back(std::move(t));
-    }
-    static void onFinished(void *data, zwlr_foreign_toplevel_manager_v1 *) {
-        auto *self = static_cast<Impl *>(data);
-        zwlr_foreign_toplevel_manager_v1_destroy(self->toplevelManager);
-        self->toplevelManager = nullptr;
-    }
-    static constexpr zwlr_foreign_toplevel_manager_v1_listener managerListener{onToplevel, onFinished};
 
     // --- clipboard events
 
@@ -336,6 +301,7 @@ struct WaylandBackend::Impl {
             self->primarySource = nullptr;
         zwlr_data_control_source_v1_destroy(source);
     }
+    static constexpr zwlr_data_control_source_v1_listener sourceListener{onSend, onCancelled};
 
     zwlr_data_control_source_v1 *newSource() {
         zwlr_data_control_source_v1 *made = zwlr_data_control_manager_v1_create_data_source(dataControl);
@@ -349,25 +315,6 @@ struct WaylandBackend::Impl {
     bool hasPrimary() const {
         return dataDevice && wl_proxy_get_version(reinterpret_cast<wl_proxy *>(dataDevice)) >= 2;
     }
-
-    Focus focusOf(quint64 window) {
-        Toplevel *front = this->front();
-        Toplevel *target = find(window);
-        if (!target && window < firstToplevelId) {
-            for (const auto &candidate : toplevels)
-                if (candidate->ready)
-                    if (auto own = ownWindow(*candidate); own && own->window == window)
-                        target = candidate.get();
-        }
-        if (!target)
-            return Focus::Gone;
-        if (front == target)
-            return Focus::Target;
-        if (!front)
-            return Focus::Nowhere;
-        return ownWindow(*front) ? Focus::Own : Focus::Elsewhere;
-    }
-    static constexpr zwlr_data_control_source_v1_listener sourceListener{onSend, onCancelled};
 
     // Offers of other programs' clipboard content: we never read them, only let go of them.
     static void onDataOffer(void *, zwlr_data_control_device_v1 *, zwlr_data_control_offer_v1 *) {}
@@ -393,26 +340,28 @@ struct WaylandBackend::Impl {
 
     // --- globals
 
-    static void onGlobal(void *data, wl_registry *registry, uint32_t name, const char *interface,
-                         uint32_t version) {
+    static void onGlobal(void *data, wl_registry *, uint32_t name, const char *interface, uint32_t version) {
         auto *self = static_cast<Impl *>(data);
-        auto bind = [&](const wl_interface *wanted, uint32_t highest) {
-            return wl_registry_bind(registry, name, wanted, std::min(version, highest));
-        };
-        if (!strcmp(interface, wl_seat_interface.name) && !self->seat)
-            self->seat = static_cast<wl_seat *>(bind(&wl_seat_interface, 1));
-        else if (!strcmp(interface, zwlr_foreign_toplevel_manager_v1_interface.name))
-            self->toplevelManager = static_cast<zwlr_foreign_toplevel_manager_v1 *>(
-                bind(&zwlr_foreign_toplevel_manager_v1_interface, 3));
-        else if (!strcmp(interface, zwlr_data_control_manager_v1_interface.name))
-            self->dataControl =
-                static_cast<zwlr_data_control_manager_v1 *>(bind(&zwlr_data_control_manager_v1_interface, 2));
-        else if (!strcmp(interface, VirtualKeyboardProtocol::managerInterface()->name))
-            self->keyboardManager =
-                static_cast<wl_proxy *>(bind(VirtualKeyboardProtocol::managerInterface(), 1));
+        self->globals.try_emplace(interface, Global{name, version});
     }
     static void onGlobalRemove(void *, wl_registry *, uint32_t) {}
     static constexpr wl_registry_listener registryListener{onGlobal, onGlobalRemove};
+
+    const Global *announced(const char *interface) const {
+        const auto it = globals.find(interface);
+        return it == globals.end() ? nullptr : &it->second;
+    }
+
+    // The first of the candidates whose global the compositor announced, bound.
+    template <typename Part> std::unique_ptr<Part> choose(std::vector<std::unique_ptr<Part>> candidates) {
+        for (auto &candidate : candidates) {
+            if (const Global *g = announced(candidate->interfaceName())) {
+                candidate->bind(registry, g->name, g->version);
+                return std::move(candidate);
+            }
+        }
+        return nullptr;
+    }
 
     void connect() {
         display = wl_display_connect(nullptr);
@@ -425,34 +374,53 @@ struct WaylandBackend::Impl {
         wl_registry_add_listener(registry, &registryListener, this);
         if (!sync())
             return;
-        if (toplevelManager)
-            zwlr_foreign_toplevel_manager_v1_add_listener(toplevelManager, &managerListener, this);
+        if (const Global *g = announced(wl_seat_interface.name))
+            seat = static_cast<wl_seat *>(wl_registry_bind(registry, g->name, &wl_seat_interface, 1));
+        if (const Global *g = announced(zwlr_data_control_manager_v1_interface.name))
+            dataControl = static_cast<zwlr_data_control_manager_v1 *>(wl_registry_bind(
+                registry, g->name, &zwlr_data_control_manager_v1_interface, std::min(g->version, 2u)));
+        // KDE's list names each window's process, which tells our own windows apart for sure.
+        std::vector<std::unique_ptr<WaylandWindowList>> lists;
+        lists.push_back(std::make_unique<PlasmaWindowList>());
+        lists.push_back(std::make_unique<WlrWindowList>());
+        windowList = choose(std::move(lists));
+        // The virtual keyboard brings its own keymap, so it types V whatever the user's layout.
+        std::vector<std::unique_ptr<WaylandKeyInput>> inputs;
+        inputs.push_back(std::make_unique<VirtualKeyboardInput>());
+        inputs.push_back(std::make_unique<FakeKeyInput>());
+        keyInput = choose(std::move(inputs));
+
+        if (windowList) {
+            windowList->setFrontListener([this] {
+                if (frontListener)
+                    frontListener();
+            });
+            windowList->setChangeListener([this](quint64 id) { own.erase(id); });
+            windowList->start();
+        }
         if (dataControl && seat) {
             dataDevice = zwlr_data_control_manager_v1_get_data_device(dataControl, seat);
             zwlr_data_control_device_v1_add_listener(dataDevice, &deviceListener, this);
         }
-        if (keyboardManager && seat) {
-            keymap = VirtualKeymap::compile();
-            if (keymap) {
-                keyboard = VirtualKeyboardProtocol::createKeyboard(keyboardManager,
-                                                                   reinterpret_cast<wl_proxy *>(seat));
-                VirtualKeyboardProtocol::keymap(keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, keymap->fd(),
-                                                keymap->size());
-            }
-        }
-        // The windows that exist now, each followed by its done event.
-        if (!sync())
+        const QString whyNoKeys =
+            keyInput ? keyInput->start(seat)
+                     : QStringLiteral("缺少 zwp_virtual_keyboard_v1 和 org_kde_kwin_fake_input");
+        typing = whyNoKeys.isEmpty();
+        // The windows that exist now, each described in full; a list announced by name needs a
+        // second round trip for the descriptions.
+        if (!sync() || !sync())
             return;
         // Said once, in the words the agent sees in the log.
-        if (!toplevelManager)
-            std::cout << "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1）"
-                      << std::endl;
+        if (!windowList)
+            std::cout
+                << "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
+                   "org_kde_plasma_window_management）"
+                << std::endl;
         if (!dataDevice)
             std::cout << "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）"
                       << std::endl;
-        if (!keyboard)
-            std::cout << "此桌面不允许模拟按键："
-                      << (keyboardManager ? "无法编译键盘布局" : "缺少 zwp_virtual_keyboard_v1") << std::endl;
+        if (!typing)
+            std::cout << "此桌面不允许模拟按键：" << whyNoKeys.toStdString() << std::endl;
     }
 
     void disconnect() {
@@ -467,15 +435,10 @@ struct WaylandBackend::Impl {
             zwlr_data_control_device_v1_destroy(dataDevice);
         if (dataControl)
             zwlr_data_control_manager_v1_destroy(dataControl);
-        for (auto &t : toplevels)
-            zwlr_foreign_toplevel_handle_v1_destroy(t->handle);
-        toplevels.clear();
-        if (toplevelManager)
-            zwlr_foreign_toplevel_manager_v1_stop(toplevelManager);
-        if (keyboard)
-            VirtualKeyboardProtocol::destroyKeyboard(keyboard);
-        if (keyboardManager)
-            VirtualKeyboardProtocol::destroyManager(keyboardManager);
+        if (windowList)
+            windowList->stop();
+        if (keyInput)
+            keyInput->stop();
         if (seat)
             wl_seat_destroy(seat);
         if (registry)
@@ -486,44 +449,10 @@ struct WaylandBackend::Impl {
         connected = false;
     }
 
-    uint32_t code(Key key) const {
-        switch (key) {
-        case Key::V:
-            return keymap->v;
-        case Key::Enter:
-            return keymap->keypadEnter;
-        case Key::Left:
-            return keymap->left;
-        case Key::Insert:
-            return keymap->insert;
-        }
-        return 0;
-    }
-
     bool type(Stroke stroke) {
-        if (!connected || !keyboard)
+        if (!connected || !typing)
             return false;
-        const uint32_t t = nowMs();
-        std::vector<uint32_t> held;
-        uint32_t mask = 0;
-        if (stroke.control) {
-            held.push_back(keymap->control);
-            mask |= keymap->controlMask;
-        }
-        if (stroke.shift) {
-            held.push_back(keymap->shift);
-            mask |= keymap->shiftMask;
-        }
-        for (uint32_t k : held)
-            VirtualKeyboardProtocol::key(keyboard, t, k, WL_KEYBOARD_KEY_STATE_PRESSED);
-        if (mask)
-            VirtualKeyboardProtocol::modifiers(keyboard, mask, 0, 0, 0);
-        VirtualKeyboardProtocol::key(keyboard, t, code(stroke.key), WL_KEYBOARD_KEY_STATE_PRESSED);
-        VirtualKeyboardProtocol::key(keyboard, t, code(stroke.key), WL_KEYBOARD_KEY_STATE_RELEASED);
-        for (auto k = held.rbegin(); k != held.rend(); ++k)
-            VirtualKeyboardProtocol::key(keyboard, t, *k, WL_KEYBOARD_KEY_STATE_RELEASED);
-        if (mask)
-            VirtualKeyboardProtocol::modifiers(keyboard, 0, 0, 0, 0);
+        keyInput->type(stroke);
         return sync();
     }
 };
@@ -553,23 +482,29 @@ WaylandBackend::~WaylandBackend() {
 }
 
 bool WaylandBackend::available() const {
-    return d->connected && d->toplevelManager;
+    return d->connected && d->windowList && d->windowList->bound();
 }
 
 bool WaylandBackend::canType() const {
-    return d->connected && d->keyboard;
+    return d->connected && d->typing;
+}
+
+QString WaylandBackend::windowProtocol() const {
+    return d->windowList ? QString::fromLatin1(d->windowList->interfaceName()) : QString();
+}
+
+QString WaylandBackend::keyProtocol() const {
+    return d->typing ? QString::fromLatin1(d->keyInput->interfaceName()) : QString();
 }
 
 std::optional<RunningApplication> WaylandBackend::activeApplication() {
     return d->run([this]() -> std::optional<RunningApplication> {
         if (!d->sync())
             return std::nullopt;
-        Impl::Toplevel *t = d->front();
-        if (!t)
+        const auto front = d->front();
+        if (!front)
             return std::nullopt;
-        if (auto own = d->ownWindow(*t))
-            return own;
-        return d->describe(*t);
+        return d->describeOrOwn(*front);
     });
 }
 
@@ -578,51 +513,34 @@ QList<RunningApplication> WaylandBackend::runningApplications() {
         QList<RunningApplication> result;
         if (!d->sync())
             return result;
-        for (const auto &t : d->toplevels) {
-            if (!t->ready)
-                continue;
-            if (auto own = d->ownWindow(*t))
-                result.append(*own);
-            else
-                result.append(d->describe(*t));
-        }
+        for (const auto &w : d->windows())
+            result.append(d->describeOrOwn(w));
         return result;
     });
 }
 
 bool WaylandBackend::activate(const RunningApplication &application) {
     return d->run([this, application] {
-        if (!d->sync() || !d->seat)
+        if (!d->sync() || !d->windowList)
             return false;
-        Impl::Toplevel *t = d->find(application.window);
-        if (!t && application.window < firstToplevelId) {
-            // One of our own XWayland windows, known by its X id.
-            for (const auto &candidate : d->toplevels)
-                if (auto own = d->ownWindow(*candidate); own && own->window == application.window)
-                    t = candidate.get();
-        }
-        if (!t)
-            return false;
-        zwlr_foreign_toplevel_handle_v1_activate(t->handle, d->seat);
-        return d->sync();
+        const auto w = d->resolve(application.window);
+        return w && d->windowList->activate(w->id, d->seat) && d->sync();
     });
 }
 
 QImage WaylandBackend::icon(quint64 window) {
-    // Our own windows have theirs on XWayland; the toplevel list carries none, so the others' come
-    // from their application's desktop entry.
-    if (window < firstToplevelId)
+    // Our own windows have theirs on XWayland; the window lists carry none, so the others' come
+    // from their application's desktop entry, or the theme's icon the compositor names.
+    if (window < WaylandWindowList::firstId)
         return d->xwayland ? d->xwayland->icon(window) : QImage();
-    const QString appId = d->run([this, window] {
-        const Impl::Toplevel *t = d->find(window);
-        return t ? t->appId : QString();
-    });
-    return ApplicationIcon::forApplication(appId);
+    const auto w = d->run([this, window] { return d->find(window); });
+    return w ? ApplicationIcon::forApplication(w->appId, w->iconName) : QImage();
 }
 
 bool WaylandBackend::modifiersHeld() {
     // Each keyboard of a wlroots seat has its own modifier state, and a target receives the state
-    // of the keyboard a key came from: a key the user holds never combines with ours.
+    // of the keyboard a key came from: a key the user holds never combines with ours. KWin merges
+    // them but tells no other program what is held.
     return false;
 }
 
@@ -636,7 +554,7 @@ DesktopBackend::Focus WaylandBackend::focus(quint64 window) {
 
 DesktopBackend::StrokeResult WaylandBackend::strokeInto(quint64 window, Stroke stroke) {
     return d->run([this, window, stroke] {
-        if (!d->sync() || !d->keyboard)
+        if (!d->sync() || !d->typing)
             return StrokeResult::Failed;
         const Focus now = d->focusOf(window);
         if (now == Focus::Gone)
@@ -687,7 +605,7 @@ bool WaylandBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>>
 
 bool WaylandBackend::watchFront(std::function<void()> listener) {
     return d->run([this, listener = std::move(listener)]() mutable {
-        if (!d->connected || !d->toplevelManager)
+        if (!d->connected || !d->windowList)
             return false;
         d->frontListener = std::move(listener);
         return true;

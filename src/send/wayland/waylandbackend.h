@@ -4,11 +4,14 @@
 
 #include <memory>
 
-// The desktop on wlroots compositors (sway and its family): zwlr_foreign_toplevel_manager_v1 for
-// the windows in front and activation, zwlr_data_control_manager_v1 for the clipboard without the
-// focus, zwp_virtual_keyboard_v1 for key strokes. A connection of its own, served by a thread that
-// sleeps until the compositor or a caller has something. This program's own windows run through
-// XWayland (see DesktopSession) and are recognised there.
+// The desktop on Wayland compositors that let a program see other programs' windows: a window list
+// (zwlr_foreign_toplevel_manager_v1 on wlroots compositors, org_kde_plasma_window_management on
+// KDE Plasma) for the window in front and activation, zwlr_data_control_manager_v1 for the
+// clipboard without the focus, and a keyboard (zwp_virtual_keyboard_v1, or KDE's
+// org_kde_kwin_fake_input) for key strokes, each chosen from what the compositor announces. A
+// connection of its own, served by a thread that sleeps until the compositor or a caller has
+// something. This program's own windows run through XWayland (see DesktopSession) and are
+// recognised there.
 class WaylandBackend : public DesktopBackend {
 public:
     // Connects to WAYLAND_DISPLAY. Says once, on standard output, what the compositor does not offer.
@@ -19,8 +22,11 @@ public:
 
     // Connected, and the compositor lists its windows to other programs.
     bool available() const override;
-    // Whether key strokes can be synthesised (the compositor offers a virtual keyboard).
+    // Whether key strokes can be synthesised (the compositor offers a keyboard for programs).
     bool canType() const;
+    // The protocols chosen for the window list and the keys; empty when there is none.
+    QString windowProtocol() const;
+    QString keyProtocol() const;
 
     std::optional<RunningApplication> activeApplication() override;
     QList<RunningApplication> runningApplications() override;
@@ -31,7 +37,7 @@ public:
     // What the compositor reports: the toplevel list's activated window stands for the keyboard focus.
     Focus focus(quint64 window) override;
     // Checked and typed in one go on the connection's thread, after a round trip; the compositor
-    // may still move the focus between the two, which no wlroots protocol can prevent.
+    // may still move the focus between the two, which no protocol of either family can prevent.
     StrokeResult strokeInto(quint64 window, Stroke stroke) override;
     // The clipboard protocol does not name who reads: readers are recorded as window 0, which
     // stands for any window.
