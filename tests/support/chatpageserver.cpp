@@ -53,6 +53,15 @@ QList<qint64> ChatPageServer::sentAtUs() const {
     return out;
 }
 
+QList<ChatPageServer::Change> ChatPageServer::changes() const {
+    QList<Change> out;
+    for (const Post &p : posts_)
+        if (p.path == "/input")
+            out.append(
+                {p.body.section(QLatin1Char('\n'), 1), p.body.section(QLatin1Char('\n'), 0, 0).toDouble()});
+    return out;
+}
+
 void ChatPageServer::answer(QTcpSocket *socket) {
     const QByteArray request = socket->property("request").toByteArray() + socket->readAll();
     socket->setProperty("request", request);
