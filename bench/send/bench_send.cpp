@@ -163,8 +163,13 @@ Arrival chromiumArrival(const ChatPageServer &chat, const QString &json, const Q
         PhraseSender::send(json, true);
         if (!waitFor([&] { return chat.sent().size() > sentBefore && !PhraseSender::runs(); }, 20000) ||
             chat.sent().constLast() != expected) {
-            std::printf("  Chromium page: send arrived as \"%s\"\n",
-                        chat.sent().size() > sentBefore ? qPrintable(chat.sent().constLast()) : "(nothing)");
+            waitFor([&] { return chat.changes().size() > changesBefore; }, 1000);
+            QStringList seen;
+            for (const ChatPageServer::Change &c : chat.changes().mid(changesBefore))
+                seen << QStringLiteral("%1 ms \"%2\"").arg(c.atWallMs - startWall, 0, 'f', 1).arg(c.content);
+            std::printf("  Chromium page: send arrived as \"%s\"; the box went %s\n",
+                        chat.sent().size() > sentBefore ? qPrintable(chat.sent().constLast()) : "(nothing)",
+                        qPrintable(seen.join(QStringLiteral(", "))));
             return a;
         }
         waitFor([&] { return chat.changes().size() > changesBefore; }, 2000);

@@ -56,9 +56,10 @@ QList<qint64> ChatPageServer::sentAtUs() const {
 QList<ChatPageServer::Change> ChatPageServer::changes() const {
     QList<Change> out;
     for (const Post &p : posts_)
-        if (p.path == "/input")
-            out.append(
-                {p.body.section(QLatin1Char('\n'), 1), p.body.section(QLatin1Char('\n'), 0, 0).toDouble()});
+        if (p.path == "/changes")
+            for (const QString &line : p.body.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+                out.append(
+                    {line.section(QLatin1Char('\t'), 1), line.section(QLatin1Char('\t'), 0, 0).toDouble()});
     return out;
 }
 

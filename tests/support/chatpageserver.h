@@ -22,7 +22,8 @@ public:
     QStringList sent() const;
     // Monotonic microseconds of each "/sent", as the bench reads them.
     QList<qint64> sentAtUs() const;
-    // Each change of the box so far: its content and the page's wall-clock milliseconds.
+    // Each change of the box reported so far (at each Enter): its content and the page's
+    // wall-clock milliseconds.
     struct Change {
         QString content;
         double atWallMs = 0;
