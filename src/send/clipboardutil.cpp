@@ -15,6 +15,9 @@ namespace {
 
 const QString pngType = QStringLiteral("image/png");
 
+// What put() set last, compared by address only, on the GUI thread.
+const QMimeData *lastPut[2] = {nullptr, nullptr};
+
 // A call handed to the GUI thread. The caller may give up waiting; the GUI thread then skips it.
 template <typename Result> struct GuiCall {
     std::mutex mutex;
@@ -60,9 +63,11 @@ bool put(QMimeData *data, bool alsoPrimary) {
         for (const QString &format : data->formats())
             copy->setData(format, data->data(format));
         clipboard->setMimeData(copy, QClipboard::Selection);
+        lastPut[QClipboard::Selection] = copy;
     }
     clipboard->clear();
     clipboard->setMimeData(data);
+    lastPut[QClipboard::Clipboard] = data;
     // The clipboard hands back our own data only while we own it (on X11, the selection).
     return clipboard->mimeData() == data;
 }
@@ -96,6 +101,22 @@ bool ClipboardUtil::setImage(const QByteArray &bytes, bool alsoPrimary) {
         auto *data = new QMimeData;
         data->setData(pngType, bytes);
         return put(data, alsoPrimary);
+    });
+}
+
+bool ClipboardUtil::ownsClipboard(bool alsoPrimary) {
+    DesktopBackend &backend = DesktopBackend::instance();
+    if (backend.servesClipboard())
+        return backend.ownsClipboard();
+    return onGuiThread([alsoPrimary] {
+        // On X11 mimeData() asks the server who owns the selection: our own data comes back only
+        // while we do.
+        QClipboard *clipboard = QGuiApplication::clipboard();
+        const auto holds = [clipboard](QClipboard::Mode mode) {
+            return lastPut[mode] && clipboard->mimeData(mode) == lastPut[mode];
+        };
+        return holds(QClipboard::Clipboard) &&
+               (!alsoPrimary || !clipboard->supportsSelection() || holds(QClipboard::Selection));
     });
 }
 

@@ -16,6 +16,9 @@ public:
     static bool setText(const QString &value, bool alsoPrimary = false);
     // The bytes go on the clipboard as they are, typed "image/png" whatever their real format.
     static bool setImage(const QByteArray &data, bool alsoPrimary = false);
+    // Whether the clipboard (and PRIMARY, when asked and there is one) still holds the piece set
+    // last by setText or setImage, as the display server sees it.
+    static bool ownsClipboard(bool alsoPrimary = false);
     static std::optional<QByteArray> getImageData();
     static std::optional<QString> getImageBase64();
 

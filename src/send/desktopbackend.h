@@ -64,6 +64,9 @@ public:
     // One piece under each of its data types, on the PRIMARY selection too when asked; true once
     // the back-end owns the clipboard with it. Each read is recorded in ClipboardRequests.
     virtual bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData, bool alsoPrimary);
+    // Whether the clipboard still holds the piece given last to setClipboard (no other program
+    // has taken it since), confirmed by the desktop.
+    virtual bool ownsClipboard() { return false; }
 
     // Calls listener, on a thread of the back-end, whenever the window in front changes. False
     // when the desktop does not tell, and the caller has to ask now and then.

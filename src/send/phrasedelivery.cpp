@@ -13,6 +13,7 @@ namespace {
 
 using Reason = DeliveryResult::Reason;
 using Kind = SendPlan::Step::Kind;
+using Focus = DesktopBackend::Focus;
 
 // What each window did with its last piece of each kind (text, picture: Chromium reads them
 // differently). A window id is given again to a later program's window, so the process belongs to
@@ -94,6 +95,17 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
     }
 }
 
+bool PhraseDelivery::awaitUntil(const std::function<bool()> &done, int ms, const std::atomic<bool> &cancel) {
+    const QDeadlineTimer deadline(ms);
+    for (;;) {
+        if (done())
+            return true;
+        if (cancel || deadline.hasExpired())
+            return false;
+        QThread::msleep(pollMs);
+    }
+}
+
 DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
                                    const std::atomic<bool> &cancel) {
     QStringList notices;
@@ -113,6 +125,26 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
         case Kind::Pause:
             QThread::msleep(ulong(step.ms));
             break;
+        case Kind::AwaitFocus: {
+            // The focus confirmed by the desktop: keys typed from then on reach the target, after
+            // whatever it was told before. Not there in time: the next stroke checks again, brings
+            // the target back or stops the send.
+            DesktopBackend &backend = DesktopBackend::instance();
+            const quint64 window = plan.target.window;
+            awaitUntil(
+                [&backend, window] {
+                    const Focus now = backend.focus(window);
+                    return now == Focus::Target || now == Focus::Gone;
+                },
+                step.ms, cancel);
+            break;
+        }
+        case Kind::AwaitClipboard: {
+            const bool primary = plan.paste.primary;
+            if (!awaitUntil([primary] { return ClipboardUtil::ownsClipboard(primary); }, step.ms, cancel))
+                failed = cancel ? Reason::Quitting : Reason::ClipboardBusy;
+            break;
+        }
         case Kind::Offer: {
             const SendPlan::Piece &piece = plan.pieces[step.piece];
             ClipboardRequests::clear();

@@ -1,5 +1,6 @@
 #include "send/sendplan.h"
 
+#include "cloud/appsettings.h"
 #include "model/contentformat.h"
 #include "store/appfileutil.h"
 
@@ -21,7 +22,22 @@ void SendPlan::addStep(Step::Kind kind, int ms, int piece) {
     steps.append({kind, ms, piece});
 }
 
-// Text and pictures in their order, 80 ms after each piece whatever became of it.
+void SendPlan::addWait(Step::Kind adaptive, int ms) {
+    if (pauseMode == PauseMode::Fixed)
+        addStep(Step::Kind::Pause, ms);
+    else if (adaptive != Step::Kind::Pause)
+        addStep(adaptive, ms);
+}
+
+SendPlan::PauseMode SendPlan::configuredPauseMode() {
+    return AppSettings::getString(QLatin1String(pauseModeKey)).trimmed().toLower() == QLatin1String("fixed")
+               ? PauseMode::Fixed
+               : PauseMode::Adaptive;
+}
+
+// Text and pictures in their order. Fixed: 80 ms after each piece whatever became of it.
+// Adaptive: the next piece follows as soon as the target is done with this one, and a piece left
+// out costs nothing (no key went anywhere, so there is nothing to wait for).
 void SendPlan::addPieces(const ContentPieces &items) {
     for (const ContentPiecePtr &item : normalizePieces(items)) {
         Piece piece;
@@ -32,31 +48,39 @@ void SendPlan::addPieces(const ContentPieces &items) {
             piece.picture = true;
             piece.bytes = bytes.value_or(QByteArray());
             if (!bytes) {
-                addStep(Step::Kind::Pause, afterPieceMs); // a missing file is skipped
+                addWait(Step::Kind::Pause, afterPieceMs); // a missing file is skipped
                 continue;
             }
         } else {
             if (item->type == ContentPiece::Image)
                 ++skippedPictures;
-            addStep(Step::Kind::Pause, afterPieceMs);
+            addWait(Step::Kind::Pause, afterPieceMs);
             continue;
         }
         pieces.append(piece);
         addStep(Step::Kind::Offer, 0, int(pieces.size() - 1));
-        addStep(Step::Kind::Paste, afterPieceMs, int(pieces.size() - 1));
+        addStep(Step::Kind::Paste, pauseMode == PauseMode::Fixed ? afterPieceMs : 0, int(pieces.size() - 1));
     }
 }
 
 SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &target, bool isEnter) {
+    return make(items, target, isEnter, configuredPauseMode());
+}
+
+SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &target, bool isEnter,
+                        PauseMode mode) {
     SendPlan plan;
+    plan.pauseMode = mode;
     plan.target = target;
     plan.paste = PasteKeys::forProgram(target.bundleIdentifier);
     const auto text = getStringValue(items);
     if (isSpecialTarget(target.bundleIdentifier)) {
+        // The Left and the paste reach the window through its one input queue, in order; what
+        // each pause stood for is a window that has the keys, before the Left and after it.
         plan.addStep(Step::Kind::Activate);
-        plan.addStep(Step::Kind::Pause, beforeLeftMs);
+        plan.addWait(Step::Kind::AwaitFocus, beforeLeftMs);
         plan.addStep(Step::Kind::Left);
-        plan.addStep(Step::Kind::Pause, afterLeftMs);
+        plan.addWait(Step::Kind::AwaitFocus, afterLeftMs);
         if (distinctPictureNames(items)) {
             plan.addPieces(items);
         } else if (text) {
@@ -69,14 +93,14 @@ SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &ta
         }
     } else if (allPictureNames(items)) {
         plan.addStep(Step::Kind::Activate);
-        plan.addStep(Step::Kind::Pause, piecesAfterActivateMs);
+        plan.addWait(Step::Kind::AwaitFocus, piecesAfterActivateMs);
         plan.addPieces(items);
     } else if (text) {
         plan.addStep(Step::Kind::Activate);
-        plan.addStep(Step::Kind::Pause, textAfterActivateMs);
+        plan.addWait(Step::Kind::AwaitFocus, textAfterActivateMs);
         plan.pieces.append({false, *text, {}});
         plan.addStep(Step::Kind::Offer, 0, 0);
-        plan.addStep(Step::Kind::Pause, textBeforePasteMs);
+        plan.addWait(Step::Kind::AwaitClipboard, textBeforePasteMs);
         plan.addStep(Step::Kind::Paste, 0, 0);
     } else {
         return plan;

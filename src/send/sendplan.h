@@ -9,8 +9,8 @@
 #include <QString>
 
 // A send worked out before anything happens: the target window, its paste stroke, the pieces
-// with their bytes already read, and the steps with their fixed pauses, in order. Made once per
-// send on the GUI thread from the parsed phrase; carried out by PhraseDelivery.
+// with their bytes already read, and the steps with their waits, in order. Made once per send on
+// the GUI thread from the parsed phrase; carried out by PhraseDelivery.
 class SendPlan {
 public:
     struct Piece {
@@ -21,11 +21,13 @@ public:
 
     struct Step {
         enum class Kind {
-            Activate, // bring the target forward
-            Pause,    // ms
-            Offer,    // put pieces[piece] on the clipboard
-            Paste,    // the paste stroke, then wait until the target is done with the piece,
-                      // and at least ms after the stroke
+            Activate,       // bring the target forward
+            Pause,          // ms
+            AwaitFocus,     // until the target holds the keyboard focus, at most ms
+            AwaitClipboard, // until the clipboard is confirmed ours, at most ms
+            Offer,          // put pieces[piece] on the clipboard
+            Paste,          // the paste stroke, then wait until the target is done with the piece,
+                            // and at least ms after the stroke
             Left,
             Enter,
         };
@@ -41,14 +43,26 @@ public:
     // Pictures left out because the target cannot take them.
     int skippedPictures = 0;
 
+    // Adaptive: each pause becomes a wait for what it stands for, bounded by the pause. Fixed:
+    // the pauses themselves, for a program that turns out to need them.
+    enum class PauseMode { Adaptive, Fixed };
+    PauseMode pauseMode = PauseMode::Adaptive;
+
     // An empty plan (no steps) when the phrase holds nothing to send.
+    static SendPlan make(const ContentPieces &items, const RunningApplication &target, bool isEnter,
+                         PauseMode mode);
+    // The same in the mode the settings choose.
     static SendPlan make(const ContentPieces &items, const RunningApplication &target, bool isEnter);
+
+    // "sendPauseMode=fixed" in the settings file; anything else is adaptive.
+    static PauseMode configuredPauseMode();
+    static constexpr const char *pauseModeKey = "sendPauseMode";
 
     // Identifiers of the chat program that wants a Left arrow before the paste.
     static const QStringList &specialIdentifiers();
     static bool isSpecialTarget(const std::optional<QString> &identifier);
 
-    // Pauses, in milliseconds.
+    // Pauses in fixed mode, and the longest waits in adaptive mode, in milliseconds.
     static constexpr int textAfterActivateMs = 100;
     static constexpr int textBeforePasteMs = 200;
     static constexpr int piecesAfterActivateMs = 150;
@@ -59,4 +73,6 @@ public:
 private:
     void addPieces(const ContentPieces &items);
     void addStep(Step::Kind kind, int ms = 0, int piece = -1);
+    // A pause in fixed mode; in adaptive mode the wait it stands for (Pause: nothing at all).
+    void addWait(Step::Kind adaptive, int ms);
 };

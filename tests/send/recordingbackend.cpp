@@ -28,8 +28,16 @@ void RecordingBackend::clearJournal() {
     journal_.clear();
 }
 
+void RecordingBackend::settleFocus() {
+    if (pendingPid_ != -1 && QDateTime::currentMSecsSinceEpoch() >= focusAt_) {
+        activePid = pendingPid_;
+        pendingPid_ = -1;
+    }
+}
+
 std::optional<RunningApplication> RecordingBackend::activeApplication() {
     std::lock_guard lock(mutex_);
+    settleFocus();
     for (const RunningApplication &a : applications)
         if (a.processIdentifier == activePid)
             return a;
@@ -47,7 +55,11 @@ bool RecordingBackend::activate(const RunningApplication &application) {
     bool present = false;
     for (const RunningApplication &a : applications)
         present = present || a.window == application.window;
-    if (present && ignoredActivations == 0)
+    if (present && ignoredActivations == 0 && focusDelayMs > 0) {
+        activePid = -1;
+        pendingPid_ = application.processIdentifier;
+        focusAt_ = QDateTime::currentMSecsSinceEpoch() + focusDelayMs;
+    } else if (present && ignoredActivations == 0)
         activePid = application.processIdentifier;
     else if (present && ignoredActivations > 0)
         --ignoredActivations;
@@ -81,6 +93,7 @@ bool RecordingBackend::keyStroke(Key key, bool control) {
 
 DesktopBackend::Focus RecordingBackend::focus(quint64 window) {
     std::lock_guard lock(mutex_);
+    settleFocus();
     bool present = false;
     for (const RunningApplication &a : applications)
         present = present || a.window == window;

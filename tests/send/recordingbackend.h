@@ -15,6 +15,8 @@ public:
     qint32 activePid = -1;
     // This many activation requests are accepted but bring nothing to the front; -1: all of them.
     int ignoredActivations = 0;
+    // An activated window gets the focus this long after the request; no window has it meanwhile.
+    int focusDelayMs = 0;
 
     // The user holds a modifier key for the next ms milliseconds; -1: until told otherwise.
     void holdModifiers(int ms);
@@ -48,9 +50,13 @@ public:
 
 private:
     QString pasted(bool primary) const;
+    // Hands the focus to a window activated with a delay once the delay is over; under mutex_.
+    void settleFocus();
 
     mutable std::mutex mutex_;
     QStringList journal_;
     qint64 heldUntil_ = 0;
     bool heldForever_ = false;
+    qint32 pendingPid_ = -1;
+    qint64 focusAt_ = 0;
 };

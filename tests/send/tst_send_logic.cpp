@@ -1,4 +1,5 @@
 #include "cloud/appsettings.h"
+#include "model/contentformat.h"
 #include "recordingbackend.h"
 #include "send/clipboardutil.h"
 #include "send/pastekeys.h"
@@ -210,6 +211,132 @@ private Q_SLOTS:
         desk_->readDelayMs = 0;
         QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste late -> 4242"),
                                    QStringLiteral("enter -> 4242")}));
+    }
+
+    // Each pause stands for something to wait for: the plan says which, bounded by the pause;
+    // "sendPauseMode=fixed" in the settings brings the pauses themselves back.
+    void pauseModeShapesThePlan() {
+        using Kind = SendPlan::Step::Kind;
+        using Mode = SendPlan::PauseMode;
+        const auto shape = [](const SendPlan &plan) {
+            QStringList out;
+            for (const SendPlan::Step &step : plan.steps) {
+                const char *name = "";
+                switch (step.kind) {
+                case Kind::Activate:
+                    name = "activate";
+                    break;
+                case Kind::Pause:
+                    name = "pause";
+                    break;
+                case Kind::AwaitFocus:
+                    name = "focus";
+                    break;
+                case Kind::AwaitClipboard:
+                    name = "clipboard";
+                    break;
+                case Kind::Offer:
+                    name = "offer";
+                    break;
+                case Kind::Paste:
+                    name = "paste";
+                    break;
+                case Kind::Left:
+                    name = "left";
+                    break;
+                case Kind::Enter:
+                    name = "enter";
+                    break;
+                }
+                out << QStringLiteral("%1 %2").arg(QLatin1String(name)).arg(step.ms);
+            }
+            return out.join(QLatin1Char(','));
+        };
+        const auto text = *parseContent(phrase({{1, QStringLiteral("hi")}}));
+        const auto pieces = *parseContent(phrase(
+            {{1, QStringLiteral("a")}, {2, QStringLiteral("missing.png")}, {2, QStringLiteral("pic.png")}}));
+        const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
+        const RunningApplication special = RecordingBackend::app(chatPid, QStringLiteral("QQ"));
+
+        QCOMPARE(shape(SendPlan::make(text, chat, true, Mode::Fixed)),
+                 QStringLiteral("activate 0,pause 100,offer 0,pause 200,paste 0,enter 0"));
+        QCOMPARE(shape(SendPlan::make(text, chat, true, Mode::Adaptive)),
+                 QStringLiteral("activate 0,focus 100,offer 0,clipboard 200,paste 0,enter 0"));
+        QCOMPARE(shape(SendPlan::make(pieces, chat, false, Mode::Fixed)),
+                 QStringLiteral("activate 0,pause 150,offer 0,paste 80,pause 80,offer 0,paste 80"));
+        QCOMPARE(shape(SendPlan::make(pieces, chat, false, Mode::Adaptive)),
+                 QStringLiteral("activate 0,focus 150,offer 0,paste 0,offer 0,paste 0"));
+        QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Fixed)),
+                 QStringLiteral("activate 0,pause 150,left 0,pause 100,offer 0,paste 0"));
+        QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Adaptive)),
+                 QStringLiteral("activate 0,focus 150,left 0,focus 100,offer 0,paste 0"));
+
+        const QString key = QLatin1String(SendPlan::pauseModeKey);
+        QCOMPARE(key, QStringLiteral("sendPauseMode"));
+        for (const auto &[value, mode] : {std::pair{QStringLiteral("fixed"), Mode::Fixed},
+                                          {QStringLiteral(" Fixed "), Mode::Fixed},
+                                          {QStringLiteral("adaptive"), Mode::Adaptive},
+                                          {QStringLiteral("fixe"), Mode::Adaptive},
+                                          {QString(), Mode::Adaptive}}) {
+            AppSettings::setString(key, value);
+            QCOMPARE(SendPlan::configuredPauseMode(), mode);
+            QCOMPARE(SendPlan::make(text, chat, true).pauseMode, mode);
+            QCOMPARE(SendPlan::make(text, chat, true).steps[1].kind,
+                     mode == Mode::Fixed ? Kind::Pause : Kind::AwaitFocus);
+        }
+    }
+
+    // Whatever the mode, a target that takes the focus late or reads the clipboard late gets
+    // every piece once, in order, and the Enter after them.
+    void lateFocusAndLateReadsKeepTheOrder_data() {
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<int>("focusDelayMs");
+        QTest::addColumn<int>("readDelayMs");
+        for (const QString &mode : {QStringLiteral("fixed"), QStringLiteral("adaptive")}) {
+            QTest::newRow(qPrintable(mode + QStringLiteral(", focus after 90 ms"))) << mode << 90 << 0;
+            QTest::newRow(qPrintable(mode + QStringLiteral(", reads after 120 ms"))) << mode << 0 << 120;
+            QTest::newRow(qPrintable(mode + QStringLiteral(", both"))) << mode << 60 << 60;
+        }
+    }
+
+    void lateFocusAndLateReadsKeepTheOrder() {
+        QFETCH(QString, mode);
+        QFETCH(int, focusDelayMs);
+        QFETCH(int, readDelayMs);
+        AppSettings::setString(QLatin1String(SendPlan::pauseModeKey), mode);
+        target(chatPid);
+        // The first send into a window learns how it pastes; the second one relies on it.
+        for (int round = 0; round < 2; ++round) {
+            desk_->focusDelayMs = focusDelayMs;
+            desk_->readDelayMs = readDelayMs;
+            const QStringList got = textPictureText(true);
+            desk_->focusDelayMs = 0;
+            desk_->readDelayMs = 0;
+            QCOMPARE(got,
+                     (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
+                                  pngLine(chatPid), QStringLiteral("paste after -> 4242"),
+                                  QStringLiteral("enter -> 4242")}));
+            QVERIFY(reports_.isEmpty());
+            target(chatPid);
+        }
+        AppSettings::setString(QLatin1String(SendPlan::pauseModeKey), QString());
+    }
+
+    // Another program takes the clipboard between the piece going on it and the paste: nothing is
+    // pasted (it would be that program's content) and the Enter stays behind.
+    void clipboardTakenBeforeThePasteDropsTheSend() {
+        target(chatPid);
+        const QString foreign = QStringLiteral("someone else's");
+        QMetaObject::Connection taker =
+            connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [foreign] {
+                if (QGuiApplication::clipboard()->text() == QStringLiteral("mine"))
+                    QTimer::singleShot(0, [foreign] { QGuiApplication::clipboard()->setText(foreign); });
+            });
+        const QStringList got = send(phrase({{1, QStringLiteral("mine")}}), true);
+        disconnect(taker);
+        QCOMPARE(got, QStringList{QStringLiteral("activate 4242")});
+        QCOMPARE(reports_.size(), 1);
+        QVERIFY2(reports_[0].startsWith(QString::fromUtf8("未发送：")), qPrintable(reports_[0]));
     }
 
     // Terminals paste with their own stroke (xterm: Shift+Insert from PRIMARY) and cannot take a

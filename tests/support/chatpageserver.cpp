@@ -53,6 +53,16 @@ QList<qint64> ChatPageServer::sentAtUs() const {
     return out;
 }
 
+QList<ChatPageServer::Change> ChatPageServer::changes() const {
+    QList<Change> out;
+    for (const Post &p : posts_)
+        if (p.path == "/changes")
+            for (const QString &line : p.body.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+                out.append(
+                    {line.section(QLatin1Char('\t'), 1), line.section(QLatin1Char('\t'), 0, 0).toDouble()});
+    return out;
+}
+
 void ChatPageServer::answer(QTcpSocket *socket) {
     const QByteArray request = socket->property("request").toByteArray() + socket->readAll();
     socket->setProperty("request", request);

@@ -22,6 +22,13 @@ public:
     QStringList sent() const;
     // Monotonic microseconds of each "/sent", as the bench reads them.
     QList<qint64> sentAtUs() const;
+    // Each change of the box reported so far (at each Enter): its content and the page's
+    // wall-clock milliseconds.
+    struct Change {
+        QString content;
+        double atWallMs = 0;
+    };
+    QList<Change> changes() const;
 
 private:
     void answer(QTcpSocket *socket);

@@ -359,9 +359,11 @@ private Q_SLOTS:
     }
 
     // Another program takes the focus after the first piece: the agent went there, so the rest of
-    // the send, its Enter above all, is dropped and nothing lands in that program.
+    // the send, its Enter above all, is dropped and nothing lands in that program. The target reads
+    // each paste twice, 300 ms apart, so that the send is still running when the focus moves.
     void focusTakenAwayMidSend() {
-        Target &t = *targets_[0];
+        Target &t = startTarget(QStringLiteral("chat.slow"), true,
+                                {QStringLiteral("--reread"), QStringLiteral("300")});
         Target &other = *targets_[1];
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size(), otherBefore = other.lines().size();

@@ -603,6 +603,11 @@ bool WaylandBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>>
     });
 }
 
+bool WaylandBackend::ownsClipboard() {
+    // A source the compositor replaced is cancelled, and the cancel arrives before the sync's end.
+    return d->run([this] { return d->connected && d->sync() && d->source != nullptr; });
+}
+
 bool WaylandBackend::watchFront(std::function<void()> listener) {
     return d->run([this, listener = std::move(listener)]() mutable {
         if (!d->connected || !d->windowList)

@@ -47,6 +47,7 @@ public:
     bool servesClipboard() const override;
     bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
                       bool alsoPrimary) override;
+    bool ownsClipboard() override;
     bool watchFront(std::function<void()> listener) override;
 
 private:
