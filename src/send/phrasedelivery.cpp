@@ -7,6 +7,7 @@
 
 #include <QHash>
 #include <QThread>
+#include <iostream>
 #include <mutex>
 
 namespace {
@@ -31,6 +32,25 @@ size_t qHash(const WindowKey &key, size_t seed = 0) {
 
 std::mutex patternMutex;
 QHash<WindowKey, PasteLanding::Pattern> patterns;
+
+// QUILLORA_SEND_TRACE=1: each piece's requests and verdict on standard output, to see how a
+// program reads the clipboard.
+bool tracing() {
+    static const bool on = qEnvironmentVariableIntValue("QUILLORA_SEND_TRACE") == 1;
+    return on;
+}
+
+void trace(const SendPlan::Piece &piece, const QList<PasteLanding::Request> &own, qint64 strokeMs,
+           qint64 nowMs, PasteLanding::Verdict verdict) {
+    QString line = QStringLiteral("send trace: %1 verdict %2 after %3 ms, requests")
+                       .arg(piece.picture ? QStringLiteral("picture") : QStringLiteral("text"))
+                       .arg(int(verdict))
+                       .arg(nowMs - strokeMs);
+    for (const PasteLanding::Request &r : own)
+        line +=
+            QStringLiteral(" %1%2").arg(r.atMs - strokeMs).arg(r.ownType ? QStringLiteral("*") : QString());
+    std::cout << line.toStdString() << std::endl;
+}
 
 WindowKey keyOf(const RunningApplication &target, bool picture) {
     return {target.window, target.processIdentifier, picture};
@@ -75,6 +95,8 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
         const qint64 now = ClipboardRequests::nowMs();
         const auto verdict = PasteLanding::judge(own, strokeMs, now, pattern);
         if (verdict != PasteLanding::Verdict::Waiting && now - strokeMs >= holdMs) {
+            if (tracing())
+                trace(piece, own, strokeMs, now, verdict);
             switch (verdict) {
             case PasteLanding::Verdict::Landed:
                 remember(keyOf(plan.target, piece.picture), PasteLanding::learn(own));

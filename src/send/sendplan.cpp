@@ -36,7 +36,7 @@ SendPlan::PauseMode SendPlan::configuredPauseMode() {
 }
 
 // Text and pictures in their order. Fixed: 80 ms after each piece whatever became of it.
-// Adaptive: the next piece follows as soon as the target is done with this one, and a piece left
+// Adaptive: the next text follows as soon as the target is done with this one, and a piece left
 // out costs nothing (no key went anywhere, so there is nothing to wait for).
 void SendPlan::addPieces(const ContentPieces &items) {
     for (const ContentPiecePtr &item : normalizePieces(items)) {
@@ -59,7 +59,11 @@ void SendPlan::addPieces(const ContentPieces &items) {
         }
         pieces.append(piece);
         addStep(Step::Kind::Offer, 0, int(pieces.size() - 1));
-        addStep(Step::Kind::Paste, pauseMode == PauseMode::Fixed ? afterPieceMs : 0, int(pieces.size() - 1));
+        // A browser reads a pasted picture's bytes, then inserts it later, on its own time, and
+        // drops it if the clipboard has changed in between: nothing the desktop shows tells when
+        // that is done, so a picture keeps its pause whatever the mode.
+        const bool hold = pauseMode == PauseMode::Fixed || piece.picture;
+        addStep(Step::Kind::Paste, hold ? afterPieceMs : 0, int(pieces.size() - 1));
     }
 }
 

@@ -265,7 +265,7 @@ private Q_SLOTS:
         QCOMPARE(shape(SendPlan::make(pieces, chat, false, Mode::Fixed)),
                  QStringLiteral("activate 0,pause 150,offer 0,paste 80,pause 80,offer 0,paste 80"));
         QCOMPARE(shape(SendPlan::make(pieces, chat, false, Mode::Adaptive)),
-                 QStringLiteral("activate 0,focus 150,offer 0,paste 0,offer 0,paste 0"));
+                 QStringLiteral("activate 0,focus 150,offer 0,paste 0,offer 0,paste 80"));
         QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Fixed)),
                  QStringLiteral("activate 0,pause 150,left 0,pause 100,offer 0,paste 0"));
         QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Adaptive)),
