@@ -1,5 +1,8 @@
 // Prints: the time from starting a process to an enabled sign-in button (median of several runs),
-// and the resident memory of the home window with the demo library and with 10,000 phrases.
+// the resident memory of the home window with the demo library and with 10,000 phrases, and what
+// the home window costs while nobody uses it (share of a core, wake-ups per second).
+// `bench_app idle` measures only the idle figures on X11 (Xvfb and openbox), `bench_app idle-sway`
+// the same under a headless sway session with the Wayland back-end.
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
 #include "app/signinview.h"
@@ -14,9 +17,11 @@
 #include "realisticlibrary.h"
 
 #include "cloudservice.h"
+#include "swaysession.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLineEdit>
@@ -25,6 +30,8 @@
 #include <algorithm>
 #include <functional>
 #include <iostream>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -82,6 +89,11 @@ int child(int argc, char **argv) {
         QObject::connect(h, &HomeView::cloudStopped, h, [h] {
             QTimer::singleShot(1500, h, [h] {
                 std::cout << "rss_kb " << residentKb() << std::endl;
+                // Idle: the parent watches this process from outside while it sits still.
+                if (qEnvironmentVariableIsSet("BENCH_IDLE")) {
+                    std::cout << "idle_start" << std::endl;
+                    return;
+                }
                 const QString search = qEnvironmentVariable("BENCH_SEARCH");
                 if (search.isEmpty()) {
                     QCoreApplication::exit(0);
@@ -101,7 +113,8 @@ int child(int argc, char **argv) {
         });
     });
     window.show();
-    QTimer::singleShot(180000, [] { QCoreApplication::exit(3); });
+    QTimer::singleShot(qEnvironmentVariableIsSet("BENCH_IDLE") ? 600000 : 180000,
+                       [] { QCoreApplication::exit(3); });
     return app.exec();
 }
 
@@ -227,6 +240,97 @@ qint64 median(QList<qint64> v) {
     return v.isEmpty() ? -1 : v[v.size() / 2];
 }
 
+// What a process has used so far: processor time (clock ticks of utime+stime, and nanoseconds from
+// the scheduler) and context switches summed over its threads.
+struct Usage {
+    qint64 ticks = 0;
+    qint64 runNs = 0;
+    qint64 switches = 0;
+    int threads = 0;
+};
+
+QByteArray readAll(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+Usage usageOf(qint64 pid) {
+    Usage u;
+    const QString proc = QStringLiteral("/proc/%1").arg(pid);
+    // The command name may hold spaces: the fields are counted after its closing parenthesis.
+    const QByteArray stat = readAll(proc + QStringLiteral("/stat"));
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    if (fields.size() > 12)
+        u.ticks = fields[11].toLongLong() + fields[12].toLongLong();
+    for (const QString &task :
+         QDir(proc + QStringLiteral("/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString dir = proc + QStringLiteral("/task/") + task;
+        u.runNs += readAll(dir + QStringLiteral("/schedstat")).split(' ').value(0).toLongLong();
+        for (const QByteArray &line : readAll(dir + QStringLiteral("/status")).split('\n'))
+            if (line.startsWith("voluntary_ctxt_switches:") || line.startsWith("nonvoluntary_ctxt_switches:"))
+                u.switches += line.mid(line.indexOf(':') + 1).trimmed().toLongLong();
+        ++u.threads;
+    }
+    return u;
+}
+
+double medianOf(QList<double> v) {
+    std::sort(v.begin(), v.end());
+    return v.isEmpty() ? -1 : v[v.size() / 2];
+}
+
+// Starts the home window with the account's library, lets it settle, then watches it for 60 s from
+// outside: six windows of 10 s. Prints the share of one core and the wake-ups per second.
+void printIdle(const QString &account, const char *desktop) {
+    QProcess p;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert("BENCH_APP_CHILD", "1");
+    env.insert("BENCH_IDLE", "1");
+    env.insert("QUILLORA_AUTOLOGIN", account);
+    p.setProcessEnvironment(env);
+    p.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    p.start(QCoreApplication::applicationFilePath(), {});
+    QByteArray out;
+    while (!out.contains("idle_start\n") && p.state() != QProcess::NotRunning) {
+        p.waitForReadyRead(1000);
+        out += p.readAllStandardOutput();
+    }
+    if (!out.contains("idle_start\n")) {
+        std::cerr << "bench_app: the home window did not come up" << std::endl;
+        return;
+    }
+    // The last replies and paints after the library is shown.
+    std::this_thread::sleep_for(std::chrono::seconds(5));
+    const qint64 pid = p.processId();
+    const double tick = double(sysconf(_SC_CLK_TCK));
+    QList<double> cpuWindows, wakeWindows;
+    const Usage first = usageOf(pid);
+    Usage last = first;
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < 6; ++i) {
+        const qint64 from = clock.nsecsElapsed();
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        const Usage now = usageOf(pid);
+        const double seconds = double(clock.nsecsElapsed() - from) / 1e9;
+        cpuWindows << 100.0 * double(now.runNs - last.runNs) / 1e9 / seconds;
+        wakeWindows << double(now.switches - last.switches) / seconds;
+        last = now;
+    }
+    const double seconds = double(clock.nsecsElapsed()) / 1e9;
+    p.readAllStandardOutput();
+    p.terminate();
+    if (!p.waitForFinished(5000))
+        p.kill();
+    p.waitForFinished(2000);
+    std::cout << "idle home window with 10,000 phrases on " << desktop
+              << ", 60 s: " << 100.0 * double(last.ticks - first.ticks) / tick / seconds
+              << " % of a core (utime+stime), " << 100.0 * double(last.runNs - first.runNs) / 1e9 / seconds
+              << " % (scheduler), " << double(last.switches - first.switches) / seconds << " wake-ups/s over "
+              << last.threads << " threads; medians of six 10 s windows: " << medianOf(cpuWindows) << " %, "
+              << medianOf(wakeWindows) << " wake-ups/s" << std::endl;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -234,10 +338,12 @@ int main(int argc, char **argv) {
         return localSearchChild(argc, argv, qEnvironmentVariableIntValue("BENCH_APP_LOCAL"));
     if (qEnvironmentVariableIsSet("BENCH_APP_CHILD"))
         return child(argc, argv);
+    const QByteArray mode = argc > 1 ? QByteArray(argv[1]) : QByteArray();
     TestEnv env;
     XvfbSession x11;
-    if (!x11.start()) {
-        std::cerr << "bench_app: no Xvfb" << std::endl;
+    SwaySession sway;
+    if (mode == "idle-sway" ? !sway.start() : !x11.start()) {
+        std::cerr << "bench_app: no display" << std::endl;
         return 1;
     }
     QCoreApplication app(argc, argv);
@@ -247,6 +353,14 @@ int main(int argc, char **argv) {
         return 1;
     }
     qputenv("QUILLORA_SERVICE_URL", cloud.baseUrl().toUtf8());
+    if (mode.startsWith("idle")) {
+        if (!fillLibrary("bulk", "bulk-password", 10000)) {
+            std::cerr << "bench_app: could not fill the library" << std::endl;
+            return 1;
+        }
+        printIdle(QStringLiteral("bulk:bulk-password"), mode == "idle" ? "X11 (openbox)" : "sway");
+        return 0;
+    }
 
     runChild({}); // warm the file cache
     QList<qint64> starts;
@@ -284,5 +398,6 @@ int main(int argc, char **argv) {
            "common key "
         << local.keystrokeCommonUs / 1000.0 << " ms (~38,500 matches), rare key "
         << local.keystrokeRareUs / 1000.0 << " ms (medians of 21); target < 16 ms" << std::endl;
+    printIdle(QStringLiteral("bulk:bulk-password"), "X11 (openbox)");
     return 0;
 }

@@ -66,7 +66,7 @@ struct WaylandBackend::Impl {
         quint64 id = 0;
         zwlr_foreign_toplevel_handle_v1 *handle = nullptr;
         QString title, appId;
-        bool activated = false, pendingActivated = false;
+        bool activated = false, pendingActivated = false, titleChanged = false;
         // Reported in full at least once.
         bool ready = false;
         // Whether this is one of our own XWayland windows, asked of XWayland once per title.
@@ -87,7 +87,7 @@ struct WaylandBackend::Impl {
 
     std::vector<std::unique_ptr<Toplevel>> toplevels;
     quint64 nextId = firstToplevelId;
-    std::function<void()> frontListener;
+    std::function<void(FrontChange)> frontListener;
 
     // The clipboard piece we serve (on the clipboard and maybe PRIMARY): its data per type.
     zwlr_data_control_source_v1 *source = nullptr, *primarySource = nullptr;
@@ -235,9 +235,9 @@ struct WaylandBackend::Impl {
         return app;
     }
 
-    void notifyFront() {
+    void notifyFront(FrontChange change = FrontChange::Window) {
         if (frontListener)
-            frontListener();
+            frontListener(change);
     }
 
     // --- toplevel events
@@ -245,6 +245,7 @@ struct WaylandBackend::Impl {
     static void onTitle(void *data, zwlr_foreign_toplevel_handle_v1 *, const char *title) {
         auto *t = static_cast<Toplevel *>(data);
         t->title = QString::fromUtf8(title);
+        t->titleChanged = true;
         t->ownKnown = false;
     }
     static void onAppId(void *data, zwlr_foreign_toplevel_handle_v1 *, const char *appId) {
@@ -266,9 +267,13 @@ struct WaylandBackend::Impl {
         auto *t = static_cast<Toplevel *>(data);
         const bool changed = !t->ready || t->activated != t->pendingActivated;
         t->activated = t->pendingActivated;
+        const bool retitled = t->ready && t->titleChanged;
         t->ready = true;
+        t->titleChanged = false;
         if (changed && t->activated)
             t->owner->notifyFront();
+        else if (retitled && t->activated)
+            t->owner->notifyFront(FrontChange::Title);
     }
     static void onClosed(void *data, zwlr_foreign_toplevel_handle_v1 *handle) {
         auto *t = static_cast<Toplevel *>(data);
@@ -685,7 +690,7 @@ bool WaylandBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>>
     });
 }
 
-bool WaylandBackend::watchFront(std::function<void()> listener) {
+bool WaylandBackend::watchFront(std::function<void(FrontChange)> listener) {
     return d->run([this, listener = std::move(listener)]() mutable {
         if (!d->connected || !d->toplevelManager)
             return false;

@@ -41,7 +41,7 @@ public:
     bool servesClipboard() const override;
     bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
                       bool alsoPrimary) override;
-    bool watchFront(std::function<void()> listener) override;
+    bool watchFront(std::function<void(FrontChange)> listener) override;
 
 private:
     struct Impl;
