@@ -1,12 +1,12 @@
 #include "send/x11/x11frontwatcher.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <poll.h>
 #include <string>
 #include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 #include <xcb/xcb.h>
 
@@ -27,7 +27,8 @@ struct X11FrontWatcher::Impl {
     xcb_connection_t *connection = nullptr;
     xcb_window_t root = 0;
     xcb_atom_t activeAtom = 0, nameAtom = 0, iconAtom = 0;
-    std::atomic<xcb_window_t> watched{0};
+    // Only touched by the constructor, then by the thread.
+    xcb_window_t watched = 0;
     int wakeFd = -1;
     std::thread thread;
 
@@ -50,7 +51,7 @@ struct X11FrontWatcher::Impl {
     // Moves the property watch from the previous active window to the new one. The selection only
     // concerns this connection, so the window's other clients are not disturbed.
     void follow(xcb_window_t w) {
-        const xcb_window_t old = watched.exchange(w);
+        const xcb_window_t old = std::exchange(watched, w);
         if (old == w)
             return;
         if (old != 0)
@@ -71,7 +72,7 @@ struct X11FrontWatcher::Impl {
                 return;
             follow(activeWindow());
             listener(DesktopBackend::FrontChange::Window);
-        } else if (e->window == watched.load()) {
+        } else if (e->window == watched) {
             if (e->atom == iconAtom)
                 listener(DesktopBackend::FrontChange::Icon);
             else if (e->atom == nameAtom || e->atom == XCB_ATOM_WM_NAME)
@@ -135,8 +136,4 @@ X11FrontWatcher::~X11FrontWatcher() {
 
 bool X11FrontWatcher::running() const {
     return d->thread.joinable();
-}
-
-quint64 X11FrontWatcher::watchedWindow() const {
-    return d->watched.load();
 }

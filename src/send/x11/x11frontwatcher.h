@@ -22,8 +22,6 @@ public:
 
     // False when the display could not be reached; then the listener is never called.
     bool running() const;
-    // The window whose title and icon are watched now (0: none). For tests.
-    quint64 watchedWindow() const;
 
 private:
     struct Impl;
