@@ -1,5 +1,8 @@
 // Prints: the time from starting a process to an enabled sign-in button (median of several runs),
-// and the resident memory of the home window with the demo library and with 10,000 phrases.
+// the resident memory of the home window with the demo library and with 10,000 phrases, and what
+// the home window costs while nobody uses it (share of a core, wake-ups per second).
+// `bench_app idle` measures only the idle figures on X11 (Xvfb and openbox), `bench_app idle-sway`
+// the same under a headless sway session with the Wayland back-end.
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
 #include "app/signinview.h"
@@ -14,17 +17,22 @@
 #include "realisticlibrary.h"
 
 #include "cloudservice.h"
+#include "swaysession.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QLineEdit>
 #include <QProcess>
 #include <QTimer>
 #include <algorithm>
 #include <functional>
 #include <iostream>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -87,6 +95,15 @@ int child(int argc, char **argv) {
                     if (in.open(QIODevice::ReadOnly) && out.open(QIODevice::WriteOnly))
                         out.write(in.readAll());
                 }
+                // Idle: the parent watches this process from outside while it sits still.
+                if (qEnvironmentVariableIsSet("BENCH_IDLE")) {
+                    if (qEnvironmentVariable("BENCH_IDLE") == QLatin1String("focus")) {
+                        h->window()->activateWindow();
+                        h->searchField()->setFocus();
+                    }
+                    std::cout << "idle_start" << std::endl;
+                    return;
+                }
                 const QString search = qEnvironmentVariable("BENCH_SEARCH");
                 if (search.isEmpty()) {
                     QCoreApplication::exit(0);
@@ -106,7 +123,8 @@ int child(int argc, char **argv) {
         });
     });
     window.show();
-    QTimer::singleShot(180000, [] { QCoreApplication::exit(3); });
+    QTimer::singleShot(qEnvironmentVariableIsSet("BENCH_IDLE") ? 600000 : 180000,
+                       [] { QCoreApplication::exit(3); });
     return app.exec();
 }
 
@@ -232,6 +250,111 @@ qint64 median(QList<qint64> v) {
     return v.isEmpty() ? -1 : v[v.size() / 2];
 }
 
+// What a process has used so far: processor time in clock ticks (utime+stime, dead threads
+// included), and per thread the nanoseconds it ran and its context switches.
+struct Usage {
+    qint64 ticks = 0;
+    QHash<QString, std::pair<qint64, qint64>> threads;
+};
+
+QByteArray readAll(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+Usage usageOf(qint64 pid) {
+    Usage u;
+    const QString proc = QStringLiteral("/proc/%1").arg(pid);
+    // The command name may hold spaces: the fields are counted after its closing parenthesis.
+    const QByteArray stat = readAll(proc + QStringLiteral("/stat"));
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    if (fields.size() > 12)
+        u.ticks = fields[11].toLongLong() + fields[12].toLongLong();
+    for (const QString &task :
+         QDir(proc + QStringLiteral("/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        const QString dir = proc + QStringLiteral("/task/") + task;
+        qint64 switches = 0;
+        for (const QByteArray &line : readAll(dir + QStringLiteral("/status")).split('\n'))
+            if (line.startsWith("voluntary_ctxt_switches:") || line.startsWith("nonvoluntary_ctxt_switches:"))
+                switches += line.mid(line.indexOf(':') + 1).trimmed().toLongLong();
+        u.threads.insert(
+            task, {readAll(dir + QStringLiteral("/schedstat")).split(' ').value(0).toLongLong(), switches});
+    }
+    return u;
+}
+
+// Run nanoseconds and switches between two readings, over the threads alive at the second (a
+// thread that ended in between, such as an idle pool thread expiring, is left out).
+std::pair<qint64, qint64> between(const Usage &from, const Usage &to) {
+    qint64 ns = 0, switches = 0;
+    for (auto it = to.threads.constBegin(); it != to.threads.constEnd(); ++it) {
+        const auto before = from.threads.value(it.key(), {0, 0});
+        ns += it->first - before.first;
+        switches += it->second - before.second;
+    }
+    return {ns, switches};
+}
+
+double medianOf(QList<double> v) {
+    std::sort(v.begin(), v.end());
+    return v.isEmpty() ? -1 : v[v.size() / 2];
+}
+
+// Starts the home window with the account's library, lets it settle, then watches it for 60 s from
+// outside: six windows of 10 s. Prints the share of one core and the wake-ups per second.
+// With focus, the search field has the keyboard focus, and its cursor blinks (Qt's own timer).
+void printIdle(const QString &account, const char *desktop, bool focus = false) {
+    QProcess p;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert("BENCH_APP_CHILD", "1");
+    env.insert("BENCH_IDLE", focus ? "focus" : "1");
+    env.insert("QUILLORA_AUTOLOGIN", account);
+    p.setProcessEnvironment(env);
+    p.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    p.start(QCoreApplication::applicationFilePath(), {});
+    QByteArray out;
+    while (!out.contains("idle_start\n") && p.state() != QProcess::NotRunning) {
+        p.waitForReadyRead(1000);
+        out += p.readAllStandardOutput();
+    }
+    if (!out.contains("idle_start\n")) {
+        std::cerr << "bench_app: the home window did not come up" << std::endl;
+        return;
+    }
+    // The last replies and paints after the library is shown.
+    std::this_thread::sleep_for(std::chrono::seconds(5));
+    const qint64 pid = p.processId();
+    const double tick = double(sysconf(_SC_CLK_TCK));
+    QList<double> cpuWindows, wakeWindows;
+    const Usage first = usageOf(pid);
+    Usage last = first;
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < 6; ++i) {
+        const qint64 from = clock.nsecsElapsed();
+        std::this_thread::sleep_for(std::chrono::seconds(10));
+        const Usage now = usageOf(pid);
+        const double seconds = double(clock.nsecsElapsed() - from) / 1e9;
+        const auto [ns, switches] = between(last, now);
+        cpuWindows << 100.0 * double(ns) / 1e9 / seconds;
+        wakeWindows << double(switches) / seconds;
+        last = now;
+    }
+    const double seconds = double(clock.nsecsElapsed()) / 1e9;
+    const auto [ns, switches] = between(first, last);
+    p.readAllStandardOutput();
+    p.terminate();
+    if (!p.waitForFinished(5000))
+        p.kill();
+    p.waitForFinished(2000);
+    std::cout << "idle home window with 10,000 phrases on " << desktop
+              << ", 60 s: " << 100.0 * double(last.ticks - first.ticks) / tick / seconds
+              << " % of a core (utime+stime), " << 100.0 * double(ns) / 1e9 / seconds << " % (scheduler), "
+              << double(switches) / seconds << " wake-ups/s over " << last.threads.size()
+              << " threads; medians of six 10 s windows: " << medianOf(cpuWindows) << " %, "
+              << medianOf(wakeWindows) << " wake-ups/s" << std::endl;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -239,10 +362,12 @@ int main(int argc, char **argv) {
         return localSearchChild(argc, argv, qEnvironmentVariableIntValue("BENCH_APP_LOCAL"));
     if (qEnvironmentVariableIsSet("BENCH_APP_CHILD"))
         return child(argc, argv);
+    const QByteArray mode = argc > 1 ? QByteArray(argv[1]) : QByteArray();
     TestEnv env;
     XvfbSession x11;
-    if (!x11.start()) {
-        std::cerr << "bench_app: no Xvfb" << std::endl;
+    SwaySession sway;
+    if (mode == "idle-sway" ? !sway.start() : !x11.start()) {
+        std::cerr << "bench_app: no display" << std::endl;
         return 1;
     }
     QCoreApplication app(argc, argv);
@@ -252,6 +377,16 @@ int main(int argc, char **argv) {
         return 1;
     }
     qputenv("QUILLORA_SERVICE_URL", cloud.baseUrl().toUtf8());
+    if (mode.startsWith("idle")) {
+        if (!fillLibrary("bulk", "bulk-password", 10000)) {
+            std::cerr << "bench_app: could not fill the library" << std::endl;
+            return 1;
+        }
+        const char *desktop = mode == "idle" ? "X11 (openbox)" : "sway";
+        printIdle(QStringLiteral("bulk:bulk-password"), desktop);
+        printIdle(QStringLiteral("bulk:bulk-password"), desktop, true);
+        return 0;
+    }
 
     runChild({}); // warm the file cache
     QList<qint64> starts;
@@ -289,5 +424,7 @@ int main(int argc, char **argv) {
            "common key "
         << local.keystrokeCommonUs / 1000.0 << " ms (~38,500 matches), rare key "
         << local.keystrokeRareUs / 1000.0 << " ms (medians of 21); target < 16 ms" << std::endl;
+    printIdle(QStringLiteral("bulk:bulk-password"), "X11 (openbox)");
+    printIdle(QStringLiteral("bulk:bulk-password"), "X11 (openbox)", true);
     return 0;
 }

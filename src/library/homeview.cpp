@@ -202,16 +202,18 @@ void HomeView::moveWindowToRight() {
 }
 
 void HomeView::startUploadIcon() {
-    if (iconTimer_)
+    if (targetShown_)
         return;
-    iconTimer_ = new QTimer(this);
-    iconTimer_->setInterval(iconRefreshMs);
-    connect(iconTimer_, &QTimer::timeout, this, &HomeView::refreshTarget);
-    iconTimer_->start();
-    refreshTarget();
+    targetShown_ = true;
+    // Refreshed when the tracker reports a change, never on a clock: nothing runs while the
+    // desktop is still.
+    TargetWindowTracker::addListener(this, [this](TargetWindowTracker::Change change) {
+        refreshTarget(change == TargetWindowTracker::Change::Icon);
+    });
+    refreshTarget(false);
 }
 
-void HomeView::refreshTarget() {
+void HomeView::refreshTarget(bool rereadIcon) {
     const auto app = TargetWindowTracker::lastTarget();
     if (!app) {
         targetIcon->clear();
@@ -219,8 +221,8 @@ void HomeView::refreshTarget() {
         iconWindow_ = 0;
         return;
     }
-    // Reading an icon is a round trip to the X server; only a new window needs it.
-    if (app->window != iconWindow_) {
+    // Reading an icon is a round trip to the X server; only a new window or a new icon needs it.
+    if (app->window != iconWindow_ || rereadIcon) {
         iconWindow_ = app->window;
         const QImage icon = app->icon();
         if (icon.isNull())

@@ -7,7 +7,6 @@ class QLabel;
 class QLineEdit;
 class QMenu;
 class QToolButton;
-class QTimer;
 class ElidedLabel;
 class LibraryPanel;
 class PhraseList;
@@ -44,12 +43,11 @@ public:
     static constexpr int dockWidth = 300;
     static constexpr int dockRightGap = 5;
     static constexpr int dockDelayMs = 100;
-    static constexpr int iconRefreshMs = 60;
     // How long the line about an unsent phrase stays.
     static constexpr int sendStatusMs = 6000;
 
 Q_SIGNALS:
-    // The one-time start-up has run (quick bar, synchronisation, tracker, icon refresh, heartbeat).
+    // The one-time start-up has run (quick bar, synchronisation, tracker, target display, heartbeat).
     void started();
     void cloudStopped();
 
@@ -58,8 +56,9 @@ protected:
 
 private:
     void viewDidAppear();
-    void refreshTarget();
+    // Shows the target's name, and its icon when asked or when the target is another window.
+    void refreshTarget(bool rereadIcon);
 
-    QTimer *iconTimer_ = nullptr;
+    bool targetShown_ = false;
     quint64 iconWindow_ = 0;
 };

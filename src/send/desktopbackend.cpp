@@ -47,6 +47,6 @@ bool DesktopBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>>
     return false;
 }
 
-bool DesktopBackend::watchFront(std::function<void()>) {
+bool DesktopBackend::watchFront(std::function<void(FrontChange)>) {
     return false;
 }

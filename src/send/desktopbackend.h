@@ -68,9 +68,13 @@ public:
     // has taken it since), confirmed by the desktop.
     virtual bool ownsClipboard() { return false; }
 
-    // Calls listener, on a thread of the back-end, whenever the window in front changes. False
-    // when the desktop does not tell, and the caller has to ask now and then.
-    virtual bool watchFront(std::function<void()> listener);
+    // What changed in front: another window (or none), or the title or icon of the same one.
+    enum class FrontChange { Window, Title, Icon };
+
+    // Calls listener, on a thread of the back-end, whenever the window in front changes, and where
+    // the desktop tells, when its title or icon does. False when the desktop does not tell, and
+    // the caller has to ask now and then.
+    virtual bool watchFront(std::function<void(FrontChange)> listener);
 
     // The back-end of this process, chosen from the session unless another was installed.
     static DesktopBackend &instance();

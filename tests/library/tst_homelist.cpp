@@ -27,6 +27,10 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <vector>
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
 
 namespace {
 
@@ -267,6 +271,20 @@ private Q_SLOTS:
                                 "org.example.Helpdesk", "--title", "会话"});
         QVERIFY(target(helpdesk.process));
         QTRY_COMPARE_WITH_TIMEOUT(home_->targetName->text(), QStringLiteral("客服工作台"), 5000);
+        // The program changes its icon while it is in front: the home window shows the new one.
+        auto iconColour = [this] {
+            const QImage shown = home_->targetIcon->pixmap().toImage();
+            return shown.isNull() ? QColor() : shown.pixelColor(shown.width() / 2, shown.height() / 2);
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(iconColour(), QColor(200, 30, 60), 5000);
+        std::vector<long> green{16, 16};
+        green.resize(2 + 16 * 16, long(0xff00c000));
+        Display *dpy = XOpenDisplay(nullptr);
+        XChangeProperty(dpy, Window(TargetWindowTracker::lastTarget()->window),
+                        XInternAtom(dpy, "_NET_WM_ICON", False), XA_CARDINAL, 32, PropModeReplace,
+                        reinterpret_cast<const unsigned char *>(green.data()), int(green.size()));
+        XCloseDisplay(dpy);
+        QTRY_COMPARE_WITH_TIMEOUT(iconColour(), QColor(0, 0xc0, 0), 5000);
         Program removed;
         removed.process.start(PASTETARGET_BINARY, {"--log", logs.filePath("b.log"), "--desktop-id",
                                                    "org.example.Removed", "--title", "会话"});

@@ -17,13 +17,17 @@
 #include <QImage>
 #include <QLineEdit>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QVBoxLayout>
 #include <QtTest>
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 #include <X11/Xlib.h>
 #include <X11/extensions/XTest.h>
@@ -71,6 +75,46 @@ qint32 frontPid() {
 qint32 targetPid() {
     const auto target = TargetWindowTracker::lastTarget();
     return target ? target->processIdentifier : -1;
+}
+
+quint64 targetWindow() {
+    const auto target = TargetWindowTracker::lastTarget();
+    return target ? target->window : 0;
+}
+
+// What the tracker told its listeners, in order.
+struct TrackerLog : QObject {
+    QList<TargetWindowTracker::Change> changes;
+    TrackerLog() {
+        TargetWindowTracker::addListener(this, [this](TargetWindowTracker::Change c) { changes << c; });
+    }
+};
+
+// Sets a property of any window, as another client of the display would.
+void setWindowProperty(quint64 window, const char *name, const char *type, int format, const void *data,
+                       int count) {
+    Display *dpy = XOpenDisplay(nullptr);
+    XChangeProperty(dpy, Window(window), XInternAtom(dpy, name, False), XInternAtom(dpy, type, False), format,
+                    PropModeReplace, static_cast<const unsigned char *>(data), count);
+    XSync(dpy, False);
+    XCloseDisplay(dpy);
+}
+
+quint64 rootWindow() {
+    Display *dpy = XOpenDisplay(nullptr);
+    const quint64 root = DefaultRootWindow(dpy);
+    XCloseDisplay(dpy);
+    return root;
+}
+
+// A click with the real pointer, through the X server and the window manager.
+void clickAt(const QPoint &global) {
+    Display *dpy = XOpenDisplay(nullptr);
+    XTestFakeMotionEvent(dpy, -1, global.x(), global.y(), CurrentTime);
+    XTestFakeButtonEvent(dpy, 1, True, CurrentTime);
+    XTestFakeButtonEvent(dpy, 1, False, CurrentTime);
+    XSync(dpy, False);
+    XCloseDisplay(dpy);
 }
 
 } // namespace
@@ -540,6 +584,121 @@ private Q_SLOTS:
                          qPrintable(all));
             QCOMPARE(bystander.lines(), QStringList());
         }
+    }
+
+    // The window in front is announced, not polled: moving between two programs of other makers
+    // (xterm and a paste target) retargets, a title the terminal sets for itself and an icon set
+    // by another client reach the listeners, a real click into this program keeps the target.
+    void trackerFollowsProgramsOnTheirWord() {
+        const QString xterm = QStandardPaths::findExecutable(QStringLiteral("xterm"));
+        QVERIFY2(!xterm.isEmpty(), "xterm is missing: run scripts/setup");
+        TargetWindowTracker::start();
+        QVERIFY(TargetWindowTracker::isTold());
+        const QString fifo = logs_.filePath(QStringLiteral("title.fifo"));
+        QCOMPARE(mkfifo(qPrintable(fifo), 0600), 0);
+        // The shell renames its terminal with the line the test writes into the fifo.
+        QProcess terminal;
+        terminal.start(
+            xterm,
+            {QStringLiteral("-class"), QStringLiteral("IdleTerm"), QStringLiteral("-title"),
+             QStringLiteral("Terminal before"), QStringLiteral("-e"), QStringLiteral("sh"),
+             QStringLiteral("-c"),
+             QStringLiteral("read t < '%1'; printf '\\033]2;%s\\007' \"$t\"; exec sleep 600").arg(fifo)});
+        Target &chat = startTarget({QStringLiteral("--title"), QStringLiteral("Chat beside terminal")});
+        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(QStringLiteral("Terminal before")).has_value(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(chat.pid).has_value(), 60000);
+        const RunningApplication term = *windowTitled(QStringLiteral("Terminal before"));
+        const RunningApplication chatWindow = *applicationOf(chat.pid);
+
+        // Both windows took the focus as they appeared; the last one is the target by now.
+        QTRY_VERIFY_WITH_TIMEOUT(targetWindow() == term.window || targetWindow() == chatWindow.window, 10000);
+        TrackerLog log;
+        for (int i = 0; i < 3; ++i) {
+            const RunningApplication &app = targetWindow() == term.window ? chatWindow : term;
+            log.changes.clear();
+            QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(app) && app.isActive(), 10000);
+            QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), app.window, 10000);
+            QVERIFY(!log.changes.isEmpty());
+            QCOMPARE(log.changes.count(TargetWindowTracker::Change::Target), log.changes.size());
+        }
+        if (targetWindow() != term.window) {
+            QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(term) && term.isActive(), 10000);
+            QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), term.window, 10000);
+        }
+
+        // The terminal retitles itself.
+        log.changes.clear();
+        QTRY_VERIFY_WITH_TIMEOUT(
+            [&] {
+                const int fd = open(qPrintable(fifo), O_WRONLY | O_NONBLOCK);
+                if (fd < 0)
+                    return false;
+                const bool written = write(fd, "Terminal after\n", 15) == 15;
+                close(fd);
+                return written;
+            }(),
+            10000);
+        QTRY_COMPARE_WITH_TIMEOUT(TargetWindowTracker::lastTarget()->localizedName,
+                                  QStringLiteral("Terminal after"), 10000);
+        QVERIFY(log.changes.contains(TargetWindowTracker::Change::Name));
+        QVERIFY(!log.changes.contains(TargetWindowTracker::Change::Target));
+
+        // Another client gives the terminal a green icon.
+        log.changes.clear();
+        std::vector<long> icon{16, 16};
+        icon.resize(2 + 16 * 16, long(0xff00c000));
+        setWindowProperty(term.window, "_NET_WM_ICON", "CARDINAL", 32, icon.data(), int(icon.size()));
+        QTRY_COMPARE_WITH_TIMEOUT(log.changes, QList{TargetWindowTracker::Change::Icon}, 10000);
+        QCOMPARE(TargetWindowTracker::lastTarget()->icon().pixelColor(8, 8), QColor(0, 0xc0, 0));
+
+        // A real click into this program: our window comes in front, the target stays.
+        log.changes.clear();
+        own_.raise();
+        clickAt(own_.mapToGlobal(own_.rect().center()));
+        QTRY_COMPARE_WITH_TIMEOUT(frontPid(), ownPid(), 10000);
+        QTest::qWait(200); // lets any announcement that came with the click reach the tracker
+        QCOMPARE(targetWindow(), term.window);
+        QCOMPARE(log.changes, QList<TargetWindowTracker::Change>());
+
+        // The terminal goes away while it is the target: the target is kept until another
+        // program comes in front, and the watch goes on.
+        terminal.kill();
+        terminal.waitForFinished(5000);
+        focusOwn();
+        QCOMPARE(targetWindow(), term.window);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(chatWindow) && chatWindow.isActive(), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), chatWindow.window, 10000);
+    }
+
+    // A window announced as active that no longer exists (or never did) harms nothing: the target
+    // is kept, and the next announcement is heard.
+    void vanishedActiveWindowIsHarmless() {
+        TargetWindowTracker::start();
+        Target &t = startTarget({QStringLiteral("--title"), QStringLiteral("Survivor")});
+        makeTargetThenFocusOwn(t);
+        const quint64 survivor = applicationOf(t.pid)->window;
+        TrackerLog log;
+        Display *dpy = XOpenDisplay(nullptr);
+        const Window gone = XCreateSimpleWindow(dpy, DefaultRootWindow(dpy), 0, 0, 10, 10, 0, 0, 0);
+        XDestroyWindow(dpy, gone);
+        XSync(dpy, False);
+        XCloseDisplay(dpy);
+        const long ids[2] = {long(gone), long(survivor)};
+        // What a window manager may announce in a hurry: a window already destroyed, then a live one.
+        setWindowProperty(rootWindow(), "_NET_ACTIVE_WINDOW", "WINDOW", 32, &ids[0], 1);
+        QTest::qWait(200);
+        QCOMPARE(targetWindow(), survivor);
+        QCOMPARE(log.changes, QList<TargetWindowTracker::Change>());
+        setWindowProperty(rootWindow(), "_NET_ACTIVE_WINDOW", "WINDOW", 32, &ids[1], 1);
+        const QByteArray title = "Survivor renamed";
+        setWindowProperty(survivor, "_NET_WM_NAME", "UTF8_STRING", 8, title.constData(), int(title.size()));
+        QTRY_COMPARE_WITH_TIMEOUT(TargetWindowTracker::lastTarget()->localizedName, QString::fromUtf8(title),
+                                  10000);
+        QCOMPARE(log.changes, QList{TargetWindowTracker::Change::Name});
+        // The window manager's own word again: it moves the focus, and says so.
+        const RunningApplication renamed = *applicationOf(t.pid);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(renamed) && renamed.isActive(), 10000);
+        focusOwn();
     }
 
     void sendButtonHighlightsOnHover() {

@@ -78,7 +78,7 @@ struct WaylandBackend::Impl {
     bool typing = false;
     std::map<std::string, Global> globals;
     std::map<quint64, Own> own;
-    std::function<void()> frontListener;
+    std::function<void(FrontChange)> frontListener;
 
     // The clipboard piece we serve (on the clipboard and maybe PRIMARY): its data per type.
     zwlr_data_control_source_v1 *source = nullptr, *primarySource = nullptr;
@@ -393,9 +393,14 @@ struct WaylandBackend::Impl {
         if (windowList) {
             windowList->setFrontListener([this] {
                 if (frontListener)
-                    frontListener();
+                    frontListener(FrontChange::Window);
             });
-            windowList->setChangeListener([this](quint64 id) { own.erase(id); });
+            windowList->setChangeListener([this](quint64 id) {
+                own.erase(id);
+                const auto shown = front();
+                if (frontListener && shown && shown->id == id)
+                    frontListener(FrontChange::Title);
+            });
             windowList->start();
         }
         if (dataControl && seat) {
@@ -608,7 +613,7 @@ bool WaylandBackend::ownsClipboard() {
     return d->run([this] { return d->connected && d->sync() && d->source != nullptr; });
 }
 
-bool WaylandBackend::watchFront(std::function<void()> listener) {
+bool WaylandBackend::watchFront(std::function<void(FrontChange)> listener) {
     return d->run([this, listener = std::move(listener)]() mutable {
         if (!d->connected || !d->windowList)
             return false;

@@ -48,7 +48,7 @@ public:
     bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
                       bool alsoPrimary) override;
     bool ownsClipboard() override;
-    bool watchFront(std::function<void()> listener) override;
+    bool watchFront(std::function<void(FrontChange)> listener) override;
 
 private:
     struct Impl;

@@ -1,5 +1,7 @@
 #include "send/x11/x11backend.h"
 
+#include "send/x11/x11frontwatcher.h"
+
 #include <QHash>
 #include <algorithm>
 #include <iostream>
@@ -44,6 +46,8 @@ struct X11Backend::Impl {
     qint32 ownPid = 0;
     unsigned long resourceMask = 0;
     QHash<quint32, QString> typeNames;
+    // A connection and a thread of its own, from the first watchFront on.
+    std::unique_ptr<X11FrontWatcher> frontWatcher;
     std::vector<KeyCode> modifierKeys;
     Atom activeWindowAtom = 0, clientList = 0, supported = 0, wmPid = 0, wmName = 0, wmIcon = 0, gtkAppId = 0,
          kdeDesktopFile = 0;
@@ -451,4 +455,17 @@ QString X11Backend::typeName(quint32 type) {
     const QString result = name ? QString::fromLatin1(name.get()) : QString();
     d->typeNames.insert(type, result);
     return result;
+}
+
+bool X11Backend::watchFront(std::function<void(FrontChange)> listener) {
+    if (!available())
+        return false;
+    std::lock_guard lock(d->mutex);
+    // Without a window manager nothing on the root window tells when the focus moves from one
+    // top-level window to another (focus events go to the windows themselves), so the caller asks.
+    if (!d->wmSupportsActivation())
+        return false;
+    d->frontWatcher =
+        std::make_unique<X11FrontWatcher>(QByteArray(DisplayString(d->display.get())), std::move(listener));
+    return d->frontWatcher->running();
 }

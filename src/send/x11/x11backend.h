@@ -26,6 +26,7 @@ public:
     StrokeResult strokeInto(quint64 window, Stroke stroke) override;
     bool sameClient(quint64 a, quint64 b) override;
     QString typeName(quint32 type) override;
+    bool watchFront(std::function<void(FrontChange)> listener) override;
 
 private:
     struct Impl;
