@@ -12,8 +12,10 @@
 // - keys go through the desktop portal's remote desktop session (RemoteDesktopPortal), which the
 //   user allows once;
 // - the clipboard is the toolkit's: this program's windows run through XWayland (see
-//   DesktopSession), where a program sets the X11 clipboard without the focus, and the shell hands
-//   an X11 clipboard owner's content to Wayland programs when they paste.
+//   DesktopSession), where a program sets the X11 clipboard without the focus (X11 asks for no
+//   focus, only a time stamp), and the shell, which watches the X11 clipboard's owner, offers that
+//   owner's content to Wayland programs and reads it for them when they paste. The portal's own
+//   clipboard interface is newer than Debian 12's xdg-desktop-portal 1.16.
 // Signals and the portal's set-up are handled on a thread of the back-end.
 class GnomeBackend : public DesktopBackend {
 public:
