@@ -1,5 +1,6 @@
 #include "send/desktopsession.h"
 
+#include "send/gnome/gnomebackend.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/x11/x11backend.h"
 
@@ -17,7 +18,13 @@ DesktopSession::Kind DesktopSession::detect(const QProcessEnvironment &environme
 
 std::unique_ptr<DesktopBackend> DesktopSession::createBackend() {
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (detect(environment) == Kind::Wayland) {
+    if (detect(environment) == Kind::Wayland && GnomeBackend::isGnome(environment)) {
+        auto gnome = std::make_unique<GnomeBackend>();
+        if (gnome->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty())
+            return gnome;
+        std::cout << "GNOME Shell 扩展未启用：只能向 XWayland 窗口发送。启用方法：gnome-extensions enable "
+                  << GnomeBackend::extensionUuid << "，然后注销并重新登录" << std::endl;
+    } else if (detect(environment) == Kind::Wayland) {
         auto wayland = std::make_unique<WaylandBackend>();
         if (wayland->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty())
             return wayland;

@@ -13,8 +13,9 @@ public:
     enum class Kind { X11, Wayland };
 
     static Kind detect(const QProcessEnvironment &environment);
-    // The Wayland back-end in a Wayland session whose compositor offers what it needs, else the
-    // X11 one (which in a Wayland session reaches XWayland windows only).
+    // On GNOME's Wayland session the GNOME back-end when its Shell extension answers; in another
+    // Wayland session the Wayland back-end when the compositor offers what it needs; else the X11
+    // one (which in a Wayland session reaches XWayland windows only).
     static std::unique_ptr<DesktopBackend> createBackend();
     // In a Wayland session with XWayland, this program's own windows go through XWayland: there
     // the home window can dock at the screen edge and the quick bar can stay out of the keyboard

@@ -5,6 +5,9 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -85,6 +88,17 @@ private Q_SLOTS:
         QFile unit(QDir(root_).filePath("usr/lib/systemd/user/quillora-cloud.service"));
         QVERIFY(unit.open(QIODevice::ReadOnly));
         QVERIFY(unit.readAll().contains("\nExecStart=/usr/bin/quillora-cloud serve "));
+
+        // The shell finds an extension by its folder, which must carry the uuid its metadata names.
+        QFile metadata(QDir(root_).filePath(
+            "usr/share/gnome-shell/extensions/quillora@org.quillora.Quillora/metadata.json"));
+        QVERIFY(metadata.open(QIODevice::ReadOnly));
+        const QJsonObject extension = QJsonDocument::fromJson(metadata.readAll()).object();
+        QCOMPARE(extension.value(QStringLiteral("uuid")).toString(),
+                 QStringLiteral("quillora@org.quillora.Quillora"));
+        QVERIFY(extension.value(QStringLiteral("shell-version")).toArray().contains(QStringLiteral("43")));
+        QVERIFY(QFile::exists(QDir(root_).filePath(
+            "usr/share/gnome-shell/extensions/quillora@org.quillora.Quillora/extension.js")));
     }
 
     // `cmake --install` to any prefix: the unit names the service where that prefix put it.
