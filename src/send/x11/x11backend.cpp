@@ -213,7 +213,7 @@ struct X11Backend::Impl {
         if (r == Read::Ok && pid.format == 32 && pid.count == 1)
             app.processIdentifier = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
 
-        // What a window is does not change while it lives; the probe asks every 60 ms, so only
+        // What a window is does not change while it lives; the tracker asks on every change, so only
         // the title is read again. The pid guards against an id reused by a later window.
         auto cached = identities.constFind(w);
         if (cached == identities.constEnd() || cached->pid != app.processIdentifier) {
