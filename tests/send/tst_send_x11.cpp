@@ -603,7 +603,9 @@ private Q_SLOTS:
             {QStringLiteral("-class"), QStringLiteral("IdleTerm"), QStringLiteral("-title"),
              QStringLiteral("Terminal before"), QStringLiteral("-e"), QStringLiteral("sh"),
              QStringLiteral("-c"),
-             QStringLiteral("read t < '%1'; printf '\\033]2;%s\\007' \"$t\"; exec sleep 600").arg(fifo)});
+             QStringLiteral("until read t < '%1'; do sleep 0.1; done; printf '\\033]2;%s\\007' \"$t\"; "
+                            "exec sleep 600")
+                 .arg(fifo)});
         Target &chat = startTarget({QStringLiteral("--title"), QStringLiteral("Chat beside terminal")});
         QTRY_VERIFY_WITH_TIMEOUT(windowTitled(QStringLiteral("Terminal before")).has_value(), 60000);
         QTRY_VERIFY_WITH_TIMEOUT(applicationOf(chat.pid).has_value(), 60000);
@@ -626,20 +628,15 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), term.window, 10000);
         }
 
-        // The terminal retitles itself.
+        // The terminal retitles itself. The line waits in the fifo, held open here, for whenever the
+        // shell gets to read it.
         log.changes.clear();
-        QTRY_VERIFY_WITH_TIMEOUT(
-            [&] {
-                const int fd = open(qPrintable(fifo), O_WRONLY | O_NONBLOCK);
-                if (fd < 0)
-                    return false;
-                const bool written = write(fd, "Terminal after\n", 15) == 15;
-                close(fd);
-                return written;
-            }(),
-            10000);
+        const int fd = open(qPrintable(fifo), O_RDWR | O_NONBLOCK);
+        QVERIFY(fd >= 0);
+        const auto closeFifo = qScopeGuard([fd] { close(fd); });
+        QCOMPARE(write(fd, "Terminal after\n", 15), 15);
         QTRY_COMPARE_WITH_TIMEOUT(TargetWindowTracker::lastTarget()->localizedName,
-                                  QStringLiteral("Terminal after"), 10000);
+                                  QStringLiteral("Terminal after"), 30000);
         QVERIFY(log.changes.contains(TargetWindowTracker::Change::Name));
         QVERIFY(!log.changes.contains(TargetWindowTracker::Change::Target));
 
