@@ -9,6 +9,7 @@
 #include "library/searchresultlist.h"
 #include "model/app.h"
 #include "send/applicationnames.h"
+#include "send/desktopsession.h"
 #include "send/phrasesender.h"
 #include "send/quickbar.h"
 #include "send/quickbarentry.h"
@@ -197,7 +198,9 @@ void HomeView::moveWindowToRight() {
             return;
         // The screen's origin is not added: the main screen is taken to start at (0, 0).
         const QRect frame = screen->geometry();
-        w->setGeometry(frame.width() - dockWidth - dockRightGap, 0, dockWidth, frame.height());
+        const QRect dock(frame.width() - dockWidth - dockRightGap, 0, dockWidth, frame.height());
+        w->setGeometry(dock);
+        DesktopSession::placeOwnWindow(w->winId(), dock);
     });
 }
 

@@ -1,10 +1,41 @@
 #include "send/desktopsession.h"
 
 #include "send/gnome/gnomebackend.h"
+#include "send/swaycommand.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/x11/x11backend.h"
 
+#include <QGuiApplication>
+#include <QTimer>
 #include <iostream>
+
+namespace {
+
+// sway learns of a window a moment after it is shown: until then no window matches.
+constexpr int placeAttempts = 20;
+constexpr int placeRetryMs = 50;
+
+void askSwayToPlace(quint64 x11Window, const QRect &geometry, int attemptsLeft) {
+    const QString command =
+        QStringLiteral("[id=%1] floating enable, resize set %2 px %3 px, move absolute position %4 px %5 px")
+            .arg(x11Window)
+            .arg(geometry.width())
+            .arg(geometry.height())
+            .arg(geometry.x())
+            .arg(geometry.y());
+    SwayCommand::run(command, [=](const QString &error) {
+        if (error.isEmpty())
+            return;
+        if (attemptsLeft > 1 && error.contains(QLatin1String("No matching"))) {
+            QTimer::singleShot(placeRetryMs, qApp,
+                               [=] { askSwayToPlace(x11Window, geometry, attemptsLeft - 1); });
+            return;
+        }
+        std::cout << "sway did not place the window: " << error.toStdString() << std::endl;
+    });
+}
+
+} // namespace
 
 DesktopSession::Kind DesktopSession::detect(const QProcessEnvironment &environment) {
     // A Wayland session also sets DISPLAY when it runs XWayland; WAYLAND_DISPLAY is what decides.
@@ -41,4 +72,10 @@ void DesktopSession::prepareOwnWindows() {
         environment.contains(QStringLiteral("QT_QPA_PLATFORM")))
         return;
     qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
+void DesktopSession::placeOwnWindow(quint64 x11Window, const QRect &geometry) {
+    // Only our windows through XWayland have an X11 id sway knows.
+    if (SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb"))
+        askSwayToPlace(x11Window, geometry, placeAttempts);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QProcessEnvironment>
+#include <QRect>
 #include <memory>
 
 class DesktopBackend;
@@ -21,4 +22,7 @@ public:
     // the home window can dock at the screen edge and the quick bar can stay out of the keyboard
     // focus. Call before the application object exists.
     static void prepareOwnWindows();
+    // Where the window manager overrides where our window wants to be (sway tiles it, or centres it
+    // when floating), asks it to put the window there; elsewhere the window's own geometry does.
+    static void placeOwnWindow(quint64 x11Window, const QRect &geometry);
 };

@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QThread>
+#include <functional>
 #include <unistd.h>
 
 namespace {
@@ -18,13 +19,13 @@ QString readFile(const QString &path) {
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-// The focused container, depth first through tiled and floating children.
-QJsonObject focused(const QJsonObject &node) {
-    if (node.value(QStringLiteral("focused")).toBool())
+// The first container that matches, depth first through tiled and floating children.
+QJsonObject find(const QJsonObject &node, const std::function<bool(const QJsonObject &)> &matches) {
+    if (matches(node))
         return node;
     for (const char *key : {"nodes", "floating_nodes"})
         for (const QJsonValue &child : node.value(QLatin1String(key)).toArray())
-            if (QJsonObject found = focused(child.toObject()); !found.isEmpty())
+            if (QJsonObject found = find(child.toObject(), matches); !found.isEmpty())
                 return found;
     return {};
 }
@@ -141,7 +142,8 @@ QJsonObject SwaySession::tree() const {
 }
 
 QString SwaySession::focusedAppId() const {
-    const QJsonObject node = focused(tree());
+    const QJsonObject node =
+        find(tree(), [](const QJsonObject &n) { return n.value(QStringLiteral("focused")).toBool(); });
     const QString appId = node.value(QStringLiteral("app_id")).toString();
     if (!appId.isEmpty())
         return appId;
@@ -149,4 +151,19 @@ QString SwaySession::focusedAppId() const {
         .toObject()
         .value(QStringLiteral("class"))
         .toString();
+}
+
+QRect SwaySession::windowRect(quint64 x11Window) const {
+    const QJsonObject node = find(tree(), [x11Window](const QJsonObject &n) {
+        return n.value(QStringLiteral("window")).toInteger() == qint64(x11Window);
+    });
+    if (node.isEmpty())
+        return {};
+    auto rect = [&node](const char *key) {
+        const QJsonObject r = node.value(QLatin1String(key)).toObject();
+        return QRect(r.value(QStringLiteral("x")).toInt(), r.value(QStringLiteral("y")).toInt(),
+                     r.value(QStringLiteral("width")).toInt(), r.value(QStringLiteral("height")).toInt());
+    };
+    // The node's rect leaves out the title bar above it.
+    return rect("rect").adjusted(0, -rect("deco_rect").height(), 0, 0);
 }

@@ -2,6 +2,7 @@
 
 #include <QJsonObject>
 #include <QProcess>
+#include <QRect>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -26,6 +27,8 @@ public:
     // The application id (for an XWayland window its X class) of the focused window; empty when
     // none has the focus.
     QString focusedAppId() const;
+    // Where sway put the XWayland window, its frame included; empty when sway does not show it.
+    QRect windowRect(quint64 x11Window) const;
 
 private:
     QJsonObject tree() const;

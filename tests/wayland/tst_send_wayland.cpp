@@ -257,6 +257,24 @@ private Q_SLOTS:
         qputenv("QT_QPA_PLATFORM", chosen);
     }
 
+    // sway tiles a window, or centres it when floating, whatever the window asks: the docked home
+    // window is placed through sway's own commands, also when asked before sway has mapped it.
+    void ownWindowPlacedWhereItAsks() {
+        QWidget dock;
+        dock.setWindowTitle(QStringLiteral("docked window"));
+        dock.show();
+        const QRect edge(1280 - 300 - 5, 0, 300, 800);
+        DesktopSession::placeOwnWindow(dock.winId(), edge);
+        QTRY_COMPARE_WITH_TIMEOUT(sway_.windowRect(dock.winId()), edge, 10000);
+        // Shown again, it is placed again.
+        dock.hide();
+        QTRY_COMPARE_WITH_TIMEOUT(sway_.windowRect(dock.winId()), QRect(), 10000);
+        dock.show();
+        const QRect higher(edge.x(), 0, edge.width(), 600);
+        DesktopSession::placeOwnWindow(dock.winId(), higher);
+        QTRY_COMPARE_WITH_TIMEOUT(sway_.windowRect(dock.winId()), higher, 10000);
+    }
+
     // Native and XWayland windows are listed with their ids and titles; "发送到" follows the
     // focused window as the compositor reports it, and clicks into this program leave it be.
     void frontWindowFollowed() {
