@@ -17,7 +17,7 @@
 #include "realisticlibrary.h"
 
 #include "cloudservice.h"
-#include "swaysession.h"
+#include "waylandsession.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
@@ -365,7 +365,7 @@ int main(int argc, char **argv) {
     const QByteArray mode = argc > 1 ? QByteArray(argv[1]) : QByteArray();
     TestEnv env;
     XvfbSession x11;
-    SwaySession sway;
+    WaylandSession sway;
     if (mode == "idle-sway" ? !sway.start() : !x11.start()) {
         std::cerr << "bench_app: no display" << std::endl;
         return 1;

@@ -14,7 +14,7 @@
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
 #include "store/localpath.h"
-#include "swaysession.h"
+#include "waylandsession.h"
 #include "xvfbsession.h"
 
 #include <QBuffer>
@@ -239,7 +239,7 @@ int main(int argc, char **argv) {
     TestEnv env;
     const bool onSway = argc > 1 && QByteArray(argv[1]) == "--sway";
     XvfbSession x11;
-    SwaySession sway;
+    WaylandSession sway;
     if (onSway ? !sway.start() : !x11.start()) {
         std::printf("could not start %s\n", onSway ? "sway" : "Xvfb");
         return 1;

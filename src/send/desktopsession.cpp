@@ -57,8 +57,10 @@ std::unique_ptr<DesktopBackend> DesktopSession::createBackend() {
                   << GnomeBackend::extensionUuid << "，然后注销并重新登录" << std::endl;
     } else if (detect(environment) == Kind::Wayland) {
         auto wayland = std::make_unique<WaylandBackend>();
-        if (wayland->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty())
+        if (wayland->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty()) {
+            wayland->sayWhatIsMissing();
             return wayland;
+        }
         std::cout << "Wayland compositor without window management for other programs: "
                      "only XWayland windows can receive phrases"
                   << std::endl;

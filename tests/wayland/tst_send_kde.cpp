@@ -244,6 +244,7 @@ private Q_SLOTS:
         bare.activate(chat);
         StandardOutput out;
         std::unique_ptr<WaylandBackend> backend = std::make_unique<WaylandBackend>();
+        backend->sayWhatIsMissing();
         qputenv("WAYLAND_DISPLAY", display);
         qputenv("XDG_RUNTIME_DIR", runtime);
         QVERIFY(backend->available());

@@ -9,7 +9,7 @@
 #include "send/wayland/waylandbackend.h"
 #include "send/windowactivation.h"
 #include "store/localpath.h"
-#include "swaysession.h"
+#include "waylandsession.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -121,10 +121,10 @@ class SendWaylandTest : public QObject {
     Q_OBJECT
 
 public:
-    explicit SendWaylandTest(SwaySession &sway) : sway_(sway) {}
+    explicit SendWaylandTest(WaylandSession &sway) : sway_(sway) {}
 
 private:
-    SwaySession &sway_;
+    WaylandSession &sway_;
     QTemporaryDir logs_;
     std::vector<std::unique_ptr<Target>> targets_;
     QWidget own_;

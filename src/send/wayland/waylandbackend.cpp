@@ -76,6 +76,7 @@ struct WaylandBackend::Impl {
     std::unique_ptr<WaylandWindowList> windowList;
     std::unique_ptr<WaylandKeyInput> keyInput;
     bool typing = false;
+    QString whyNoKeys;
     std::map<std::string, Global> globals;
     std::map<quint64, Own> own;
     std::function<void(FrontChange)> frontListener;
@@ -407,25 +408,13 @@ struct WaylandBackend::Impl {
             dataDevice = zwlr_data_control_manager_v1_get_data_device(dataControl, seat);
             zwlr_data_control_device_v1_add_listener(dataDevice, &deviceListener, this);
         }
-        const QString whyNoKeys =
-            keyInput ? keyInput->start(seat)
-                     : QStringLiteral("缺少 zwp_virtual_keyboard_v1 和 org_kde_kwin_fake_input");
+        whyNoKeys = keyInput ? keyInput->start(seat)
+                             : QStringLiteral("缺少 zwp_virtual_keyboard_v1 和 org_kde_kwin_fake_input");
         typing = whyNoKeys.isEmpty();
         // The windows that exist now, each described in full; a list announced by name needs a
         // second round trip for the descriptions.
-        if (!sync() || !sync())
-            return;
-        // Said once, in the words the agent sees in the log.
-        if (!windowList)
-            std::cout
-                << "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
-                   "org_kde_plasma_window_management）"
-                << std::endl;
-        if (!dataDevice)
-            std::cout << "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）"
-                      << std::endl;
-        if (!typing)
-            std::cout << "此桌面不允许模拟按键：" << whyNoKeys.toStdString() << std::endl;
+        if (sync())
+            sync();
     }
 
     void disconnect() {
@@ -461,6 +450,21 @@ struct WaylandBackend::Impl {
         return sync();
     }
 };
+
+void WaylandBackend::sayWhatIsMissing() const {
+    if (!d->connected)
+        return;
+    // In the words the agent sees in the log.
+    if (!d->windowList)
+        std::cout << "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
+                     "org_kde_plasma_window_management）"
+                  << std::endl;
+    if (!d->dataDevice)
+        std::cout << "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）"
+                  << std::endl;
+    if (!d->typing)
+        std::cout << "此桌面不允许模拟按键：" << d->whyNoKeys.toStdString() << std::endl;
+}
 
 WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>()) {
     d->connect();

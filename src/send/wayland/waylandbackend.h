@@ -14,7 +14,7 @@
 // recognised there.
 class WaylandBackend : public DesktopBackend {
 public:
-    // Connects to WAYLAND_DISPLAY. Says once, on standard output, what the compositor does not offer.
+    // Connects to WAYLAND_DISPLAY.
     WaylandBackend();
     ~WaylandBackend() override;
     WaylandBackend(const WaylandBackend &) = delete;
@@ -24,6 +24,8 @@ public:
     bool available() const override;
     // Whether key strokes can be synthesised (the compositor offers a keyboard for programs).
     bool canType() const;
+    // Says on standard output what the compositor does not offer; for the back-end the session keeps.
+    void sayWhatIsMissing() const;
     // The protocols chosen for the window list and the keys; empty when there is none.
     QString windowProtocol() const;
     QString keyProtocol() const;

@@ -10,19 +10,23 @@
 
 // Tests using QUILLORA_SWAY_TEST_MAIN include <QApplication> and <QtTest>.
 
-// A private headless sway with XWayland, for tests that need a Wayland desktop. Start it before
-// the QApplication: it sets WAYLAND_DISPLAY and DISPLAY for this process, and runs this process's
-// own windows through XWayland, as the program does in a Wayland session.
-class SwaySession {
+// A private headless Wayland desktop with XWayland, for tests that need one: sway, or cage (a
+// compositor that offers other programs neither its windows nor keys). Start it before the
+// QApplication: it sets WAYLAND_DISPLAY and DISPLAY for this process, and runs this process's own
+// windows through XWayland, as the program does in a Wayland session.
+class WaylandSession {
 public:
-    SwaySession() = default;
-    ~SwaySession();
+    enum class Compositor { Sway, Cage };
+
+    explicit WaylandSession(Compositor compositor = Compositor::Sway) : compositor_(compositor) {}
+    ~WaylandSession();
 
     bool start();
     void stop();
     QString waylandDisplay() const { return wayland_; }
     QString display() const { return display_; }
     // A sway command, as the user's key bindings would run it; true when sway carried it out.
+    // The three below ask sway and get nothing from cage.
     bool command(const QString &text) const;
     // The application id (for an XWayland window its X class) of the focused window; empty when
     // none has the focus.
@@ -34,8 +38,9 @@ private:
     QJsonObject tree() const;
     QString swaymsg(const QStringList &args, bool *ok) const;
 
+    Compositor compositor_;
     QTemporaryDir dir_;
-    QProcess sway_;
+    QProcess compositorProcess_;
     QString wayland_, display_, socket_;
 };
 
@@ -44,7 +49,7 @@ private:
 #define QUILLORA_SWAY_TEST_MAIN(TestObject)                                                                  \
     int main(int argc, char **argv) {                                                                        \
         TestEnv env;                                                                                         \
-        SwaySession sway;                                                                                    \
+        WaylandSession sway;                                                                                 \
         if (!sway.start())                                                                                   \
             qFatal("could not start sway");                                                                  \
         QApplication app(argc, argv);                                                                        \

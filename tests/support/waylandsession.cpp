@@ -1,4 +1,4 @@
-#include "swaysession.h"
+#include "waylandsession.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -32,11 +32,11 @@ QJsonObject find(const QJsonObject &node, const std::function<bool(const QJsonOb
 
 } // namespace
 
-SwaySession::~SwaySession() {
+WaylandSession::~WaylandSession() {
     stop();
 }
 
-bool SwaySession::start() {
+bool WaylandSession::start() {
     if (!dir_.isValid())
         return false;
     const bool root = geteuid() == 0;
@@ -48,23 +48,32 @@ bool SwaySession::start() {
                  chown(qPrintable(runtime), sessionUser, sessionUser) != 0))
         return false;
 
-    // The session announces its sockets once it runs: sway sets both variables for what it starts.
-    // Only the test moves the focus: the pointer that sits still in the middle of the screen
-    // would otherwise focus whichever window a new layout puts under it. Under root, XWayland runs as the
-    // session's user and lets this process in by name.
+    // The session announces its sockets once it runs: the compositor sets both variables for what
+    // it starts. Under root, XWayland runs as the session's user and lets this process in by name.
     const QString allow = root ? QStringLiteral("xhost +si:localuser:root >/dev/null && ") : QString();
-    QFile config(dir_.filePath(QStringLiteral("config")));
-    if (!config.open(QIODevice::WriteOnly))
-        return false;
-    config.write(
-        QStringLiteral(
-            "output HEADLESS-1 resolution 1280x800\n"
-            "xwayland enable\n"
-            "focus_on_window_activation focus\n"
-            "exec %2printf '%s\\n%s\\n' \"$WAYLAND_DISPLAY\" \"$DISPLAY\" > %1.part && mv %1.part %1\n")
-            .arg(ready, allow)
-            .toUtf8());
-    config.close();
+    const QString announce =
+        QStringLiteral("%2printf '%s\\n%s\\n' \"$WAYLAND_DISPLAY\" \"$DISPLAY\" > %1.part && mv %1.part %1")
+            .arg(ready, allow);
+    QStringList args;
+    if (compositor_ == Compositor::Sway) {
+        // Only the test moves the focus: the pointer that sits still in the middle of the screen
+        // would otherwise focus whichever window a new layout puts under it.
+        QFile config(dir_.filePath(QStringLiteral("config")));
+        if (!config.open(QIODevice::WriteOnly))
+            return false;
+        config.write(QStringLiteral("output HEADLESS-1 resolution 1280x800\n"
+                                    "xwayland enable\n"
+                                    "focus_on_window_activation focus\n"
+                                    "exec %1\n")
+                         .arg(announce)
+                         .toUtf8());
+        config.close();
+        args = QStringList{QStringLiteral("sway"), QStringLiteral("-c"), config.fileName()};
+    } else {
+        // cage shows one program and ends with it: a shell that announces the session and waits.
+        args = QStringList{QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("sh"),
+                           QStringLiteral("-c"), announce + QStringLiteral("; exec sleep 86400")};
+    }
 
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     for (const char *name : {"WAYLAND_DISPLAY", "DISPLAY", "SWAYSOCK", "I3SOCK"})
@@ -74,53 +83,55 @@ bool SwaySession::start() {
     env.insert(QStringLiteral("WLR_BACKENDS"), QStringLiteral("headless"));
     env.insert(QStringLiteral("WLR_LIBINPUT_NO_DEVICES"), QStringLiteral("1"));
     env.insert(QStringLiteral("WLR_RENDERER"), QStringLiteral("pixman"));
-    sway_.setProcessEnvironment(env);
-    sway_.setProcessChannelMode(QProcess::MergedChannels);
-    sway_.setStandardOutputFile(dir_.filePath(QStringLiteral("sway.log")));
-    QStringList args{QStringLiteral("sway"), QStringLiteral("-c"), config.fileName()};
+    compositorProcess_.setProcessEnvironment(env);
+    compositorProcess_.setProcessChannelMode(QProcess::MergedChannels);
+    compositorProcess_.setStandardOutputFile(dir_.filePath(QStringLiteral("compositor.log")));
     if (root)
         args = QStringList{QStringLiteral("--reuid=%1").arg(sessionUser),
                            QStringLiteral("--regid=%1").arg(sessionUser), QStringLiteral("--clear-groups")} +
                args;
-    sway_.start(root ? QStringLiteral("setpriv") : args.takeFirst(), args);
-    if (!sway_.waitForStarted(5000))
+    compositorProcess_.start(root ? QStringLiteral("setpriv") : args.takeFirst(), args);
+    if (!compositorProcess_.waitForStarted(5000))
         return false;
 
     QDeadlineTimer deadline(20000);
     QStringList lines;
-    while (lines.size() < 2 && !deadline.hasExpired() && sway_.state() == QProcess::Running) {
+    while (lines.size() < 2 && !deadline.hasExpired() && compositorProcess_.state() == QProcess::Running) {
         QThread::msleep(20);
         lines = readFile(ready).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
     const QStringList sockets = QDir(runtime).entryList({QStringLiteral("sway-ipc.*.sock")}, QDir::System);
-    if (lines.size() < 2 || sockets.isEmpty()) {
-        qWarning("sway did not start; its log:\n%s",
-                 qPrintable(readFile(dir_.filePath(QStringLiteral("sway.log")))));
+    if (lines.size() < 2 || (compositor_ == Compositor::Sway && sockets.isEmpty())) {
+        qWarning("the compositor did not start; its log:\n%s",
+                 qPrintable(readFile(dir_.filePath(QStringLiteral("compositor.log")))));
         return false;
     }
     // An absolute path: this process keeps its own runtime folder.
     wayland_ = runtime + QLatin1Char('/') + lines[0];
     display_ = lines[1];
-    socket_ = runtime + QLatin1Char('/') + sockets.first();
+    socket_ = sockets.isEmpty() ? QString() : runtime + QLatin1Char('/') + sockets.first();
     qputenv("WAYLAND_DISPLAY", wayland_.toLocal8Bit());
     qputenv("DISPLAY", display_.toLocal8Bit());
     qputenv("XDG_SESSION_TYPE", "wayland");
-    qputenv("SWAYSOCK", socket_.toLocal8Bit());
+    if (socket_.isEmpty())
+        qunsetenv("SWAYSOCK");
+    else
+        qputenv("SWAYSOCK", socket_.toLocal8Bit());
     qputenv("QT_QPA_PLATFORM", "xcb");
     return true;
 }
 
-void SwaySession::stop() {
-    if (sway_.state() == QProcess::NotRunning)
+void WaylandSession::stop() {
+    if (compositorProcess_.state() == QProcess::NotRunning)
         return;
-    sway_.terminate();
-    if (!sway_.waitForFinished(5000)) {
-        sway_.kill();
-        sway_.waitForFinished(1000);
+    compositorProcess_.terminate();
+    if (!compositorProcess_.waitForFinished(5000)) {
+        compositorProcess_.kill();
+        compositorProcess_.waitForFinished(1000);
     }
 }
 
-QString SwaySession::swaymsg(const QStringList &args, bool *ok) const {
+QString WaylandSession::swaymsg(const QStringList &args, bool *ok) const {
     QProcess msg;
     msg.start(QStringLiteral("swaymsg"), QStringList{QStringLiteral("-s"), socket_} + args);
     const bool done = msg.waitForFinished(10000) && msg.exitStatus() == QProcess::NormalExit;
@@ -129,19 +140,19 @@ QString SwaySession::swaymsg(const QStringList &args, bool *ok) const {
     return QString::fromUtf8(msg.readAllStandardOutput());
 }
 
-bool SwaySession::command(const QString &text) const {
+bool WaylandSession::command(const QString &text) const {
     bool ok = false;
     swaymsg({text}, &ok);
     return ok;
 }
 
-QJsonObject SwaySession::tree() const {
+QJsonObject WaylandSession::tree() const {
     bool ok = false;
     const QString json = swaymsg({QStringLiteral("-t"), QStringLiteral("get_tree")}, &ok);
     return ok ? QJsonDocument::fromJson(json.toUtf8()).object() : QJsonObject();
 }
 
-QString SwaySession::focusedAppId() const {
+QString WaylandSession::focusedAppId() const {
     const QJsonObject node =
         find(tree(), [](const QJsonObject &n) { return n.value(QStringLiteral("focused")).toBool(); });
     const QString appId = node.value(QStringLiteral("app_id")).toString();
@@ -153,7 +164,7 @@ QString SwaySession::focusedAppId() const {
         .toString();
 }
 
-QRect SwaySession::windowRect(quint64 x11Window) const {
+QRect WaylandSession::windowRect(quint64 x11Window) const {
     const QJsonObject node = find(tree(), [x11Window](const QJsonObject &n) {
         return n.value(QStringLiteral("window")).toInteger() == qint64(x11Window);
     });
