@@ -57,6 +57,9 @@ public:
     virtual bool sameClient(quint64 a, quint64 b) = 0;
     // The name of a clipboard data type given by its number on the display.
     virtual QString typeName(quint32 type) = 0;
+    // Whether a program that only asks which types the clipboard holds is heard. Wayland programs
+    // learn the types from the compositor: a picture nobody asked for there may just be unwanted.
+    virtual bool hearsTypeQueries() const { return true; }
 
     // On Wayland only the focused program may set the clipboard through the toolkit, so there the
     // back-end serves the pieces itself. False: the toolkit's clipboard is used.

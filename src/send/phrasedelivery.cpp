@@ -101,12 +101,17 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
             case PasteLanding::Verdict::Landed:
                 remember(keyOf(plan.target, piece.picture), PasteLanding::learn(own));
                 return std::nullopt;
+            case PasteLanding::Verdict::Unserved:
+                // Where a program's look at the types goes unheard, a picture nobody fetched was not
+                // wanted; text always is.
+                if (!piece.picture || backend.hearsTypeQueries())
+                    return Reason::NotPasted;
+                [[fallthrough]];
             case PasteLanding::Verdict::Declined:
                 if (!piece.picture)
                     return Reason::NotPasted;
                 *declined = true;
                 return std::nullopt;
-            case PasteLanding::Verdict::Unserved:
             case PasteLanding::Verdict::Waiting:
                 return Reason::NotPasted;
             }

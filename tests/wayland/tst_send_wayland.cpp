@@ -15,9 +15,11 @@
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QLineEdit>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QVBoxLayout>
 #include <QtTest>
@@ -374,6 +376,36 @@ private Q_SLOTS:
         QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
         QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got[2]));
         QCOMPARE(got[3], QStringLiteral("enter keypad"));
+    }
+
+    // A native GTK program (zenity's entry) gets the texts in order and the Enter, which makes the
+    // dialog print what its field holds; the picture, which a text field does not take, is left out.
+    void gtkEntryGetsTextsAndEnter() {
+        const QString zenity = QStandardPaths::findExecutable(QStringLiteral("zenity"));
+        QVERIFY2(!zenity.isEmpty(), "zenity is missing: run scripts/setup");
+        auto entry = std::make_unique<Target>();
+        entry->appId = QStringLiteral("zenity");
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("GDK_BACKEND"), QStringLiteral("wayland"));
+        // GTK makes its buffers in the runtime folder of the session.
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), QFileInfo(sway_.waylandDisplay()).absolutePath());
+        entry->process->setProcessEnvironment(env);
+        entry->process->start(zenity, {QStringLiteral("--entry"), QStringLiteral("--title=Reply box"),
+                                       QStringLiteral("--text=Reply")});
+        targets_.push_back(std::move(entry));
+        const Target &t = *targets_.back();
+        TargetWindowTracker::start();
+        makeTargetThenFocusOwn(t);
+        QStringList reports;
+        PhraseSender::setReporter([&reports](const QString &message) { reports << message; });
+        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("Hello from Quillora")),
+                                          PhraseJson::picture(QStringLiteral("pic.png")),
+                                          PhraseJson::text(QStringLiteral(" 123"))}),
+                      true);
+        PhraseSender::setReporter({});
+        QVERIFY(t.process->waitForFinished(20000));
+        QCOMPARE(t.process->readAllStandardOutput(), QByteArray("Hello from Quillora 123\n"));
+        QCOMPARE(reports, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
     }
 
     // Another program takes the focus after the first piece: the agent went there, so the rest of
