@@ -4,6 +4,7 @@
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QDir>
+#include <QThread>
 #include <QUuid>
 #include <atomic>
 #include <deque>
@@ -86,6 +87,9 @@ struct PlasmaStandIn::State {
     QString busName;
     bool layoutsOnBus = false;
     LayoutService layoutService{this};
+    // Answers on the bus come from a thread of their own, as from KWin's process: a caller may hold
+    // up the test's main thread while it waits for one.
+    QThread busThread;
 
     mutable std::mutex logMutex;
     QStringList landed, keys;
@@ -535,6 +539,8 @@ PlasmaStandIn::PlasmaStandIn(Offers offers) : d(std::make_unique<State>()) {
 PlasmaStandIn::~PlasmaStandIn() {
     if (!d->busName.isEmpty())
         QDBusConnection::disconnectFromBus(d->busName);
+    d->busThread.quit();
+    d->busThread.wait();
     if (d->thread.joinable()) {
         {
             std::lock_guard lock(d->taskMutex);
@@ -665,6 +671,8 @@ void PlasmaStandIn::setKeymap(const QByteArray &text, quint32 active) {
     if (d->busName.isEmpty()) {
         d->busName = QStringLiteral("plasmastandin-%1").arg(quintptr(this));
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, d->busName);
+        d->layoutService.moveToThread(&d->busThread);
+        d->busThread.start();
     }
     QDBusConnection bus(d->busName);
     const QString service = QStringLiteral("org.kde.keyboard"), path = QStringLiteral("/Layouts");
