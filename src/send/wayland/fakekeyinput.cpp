@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <cstring>
 #include <fake-input-client-protocol.h>
 #include <string_view>
 #include <sys/mman.h>
@@ -36,12 +37,12 @@ FakeKeyInput::~FakeKeyInput() = default;
 
 void FakeKeyInput::onKeymap(void *data, wl_keyboard *, uint32_t format, int32_t fd, uint32_t size) {
     auto *self = static_cast<FakeKeyInput *>(data);
-    if (format == WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1 && size > 1) {
+    if (format == WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1 && size > 0) {
         void *mapped = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
         if (mapped != MAP_FAILED) {
-            // The text ends in a NUL that is counted in size.
-            if (auto compiled =
-                    KeymapCodes::compile(std::string_view(static_cast<const char *>(mapped), size - 1)))
+            // The text ends in a NUL, counted in size.
+            const auto *text = static_cast<const char *>(mapped);
+            if (auto compiled = KeymapCodes::compile(std::string_view(text, strnlen(text, size))))
                 self->keymap_ = std::move(compiled);
             munmap(mapped, size);
         }
