@@ -1,7 +1,12 @@
 #include "plasmastandin.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
 #include <QDir>
+#include <QThread>
 #include <QUuid>
+#include <atomic>
 #include <deque>
 #include <fcntl.h>
 #include <functional>
@@ -10,6 +15,7 @@
 #include <mutex>
 #include <set>
 #include <sys/eventfd.h>
+#include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -18,11 +24,10 @@
 #include <plasma-window-management-server-protocol.h>
 #include <wayland-server.h>
 #include <wlr-data-control-unstable-v1-server-protocol.h>
+#include <xkbcommon/xkbcommon.h>
 
 namespace {
 
-constexpr uint32_t controlCode = 29, shiftCode = 42, vCode = 47, keypadEnterCode = 96, leftCode = 105,
-                   insertCode = 110;
 // KWin's flags for an ordinary window besides "active": closeable, minimizable, maximizable,
 // fullscreenable, movable, resizable, virtual_desktop_changeable.
 constexpr uint32_t ordinaryFlags = 233216;
@@ -40,6 +45,21 @@ struct PlasmaStandIn::State {
     struct Source {
         wl_resource *resource = nullptr;
         QStringList types;
+    };
+    // KWin's keyboard layout service, as far as a program asks it: which layout is active.
+    struct LayoutService : QDBusVirtualObject {
+        explicit LayoutService(State *state) : state(state) {}
+        QString introspect(const QString &) const override { return {}; }
+        bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override {
+            if (message.member() != QLatin1String("getLayout"))
+                return false;
+            connection.send(message.createReply(QVariant::fromValue(uint(state->layout.load()))));
+            return true;
+        }
+        State *state;
+    };
+    struct KeymapFree {
+        void operator()(xkb_keymap *keymap) const { xkb_keymap_unref(keymap); }
     };
 
     Offers offers;
@@ -60,6 +80,16 @@ struct PlasmaStandIn::State {
     std::map<wl_resource *, std::unique_ptr<Source>> sources;
     Source *selection = nullptr;
     std::set<uint32_t> held;
+    std::vector<wl_resource *> keyboards;
+    QByteArray keymapText;
+    std::unique_ptr<xkb_keymap, KeymapFree> keymap;
+    std::atomic<uint32_t> layout = 0;
+    QString busName;
+    bool layoutsOnBus = false;
+    LayoutService layoutService{this};
+    // Answers on the bus come from a thread of their own, as from KWin's process: a caller may hold
+    // up the test's main thread while it waits for one.
+    QThread busThread;
 
     mutable std::mutex logMutex;
     QStringList landed, keys;
@@ -262,31 +292,73 @@ struct PlasmaStandIn::State {
             keys.append(
                 QStringLiteral("%1 %2").arg(code).arg(state ? QStringLiteral("down") : QStringLiteral("up")));
         }
-        if (code == controlCode || code == shiftCode) {
+        const xkb_keysym_t sym = symbol(code, layout);
+        if (sym == XKB_KEY_Control_L || sym == XKB_KEY_Control_R || sym == XKB_KEY_Shift_L ||
+            sym == XKB_KEY_Shift_R) {
+            const uint32_t modifier =
+                sym == XKB_KEY_Control_L || sym == XKB_KEY_Control_R ? XKB_KEY_Control_L : XKB_KEY_Shift_L;
             if (state)
-                held.insert(code);
+                held.insert(modifier);
             else
-                held.erase(code);
+                held.erase(modifier);
             return;
         }
         if (!state)
             return;
         const Window *front = window(active);
         const QString who = front ? front->appId : QStringLiteral("(desktop)");
-        const bool control = held.count(controlCode), shift = held.count(shiftCode);
-        if ((code == vCode && control) || (code == insertCode && shift && !control)) {
+        const bool control = held.count(XKB_KEY_Control_L), shift = held.count(XKB_KEY_Shift_L);
+        if ((control && shortcutSymbol(code) == XKB_KEY_v) || (sym == XKB_KEY_Insert && shift && !control)) {
             paste(who);
             return;
         }
         QString what = QStringLiteral("key %1").arg(code);
-        if (code == keypadEnterCode)
+        if (sym == XKB_KEY_KP_Enter)
             what = QStringLiteral("enter keypad");
-        else if (code == leftCode)
+        else if (sym == XKB_KEY_Left)
             what = QStringLiteral("left");
         if (control)
             what.prepend(QStringLiteral("ctrl+"));
         std::lock_guard lock(logMutex);
         landed.append(who + QLatin1Char(' ') + what);
+    }
+
+    // The unshifted symbol of an evdev code in a layout.
+    xkb_keysym_t symbol(uint32_t code, uint32_t in) const {
+        const xkb_keysym_t *syms = nullptr;
+        return xkb_keymap_key_get_syms_by_level(keymap.get(), code + 8, in, 0, &syms) > 0 ? syms[0]
+                                                                                          : XKB_KEY_NoSymbol;
+    }
+
+    // What a program matches a shortcut against: the active layout's symbol, or where that is not
+    // Latin, the first Latin one of the other layouts on the same key.
+    xkb_keysym_t shortcutSymbol(uint32_t code) const {
+        const xkb_keysym_t own = symbol(code, layout);
+        if (own <= 0xff)
+            return own;
+        for (uint32_t other = 0; other < xkb_keymap_num_layouts(keymap.get()); ++other)
+            if (const xkb_keysym_t sym = symbol(code, other); sym <= 0xff)
+                return sym;
+        return own;
+    }
+
+    void sendKeymap(wl_resource *keyboard) {
+        const int fd = memfd_create("keymap", MFD_CLOEXEC);
+        if (fd < 0)
+            return;
+        const QByteArray text = keymapText + '\0';
+        if (write(fd, text.constData(), size_t(text.size())) == ssize_t(text.size()))
+            wl_keyboard_send_keymap(keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd, uint32_t(text.size()));
+        close(fd);
+    }
+
+    bool useKeymap(const QByteArray &text) {
+        xkb_context *context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
+        keymap.reset(xkb_keymap_new_from_buffer(context, text.constData(), size_t(text.size()),
+                                                XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS));
+        xkb_context_unref(context);
+        keymapText = text;
+        return bool(keymap);
     }
 
     // The window's program reads the clipboard as a Qt program does: a picture when there is one,
@@ -425,15 +497,24 @@ struct PlasmaStandIn::State {
 
     // --- seat: a keyboard seat that hands out inert devices
 
-    static void seatDevice(wl_client *client, wl_resource *seat, uint32_t id, const wl_interface *interface) {
+    static wl_resource *seatDevice(wl_client *client, wl_resource *seat, uint32_t id,
+                                   const wl_interface *interface) {
         wl_resource *r = wl_resource_create(client, interface, wl_resource_get_version(seat), id);
         wl_resource_set_implementation(r, nullptr, nullptr, nullptr);
+        return r;
     }
+    static void keyboardGone(wl_resource *r) { std::erase(of(r)->keyboards, r); }
     static void getPointer(wl_client *c, wl_resource *s, uint32_t id) {
         seatDevice(c, s, id, &wl_pointer_interface);
     }
+    // Every keyboard gets the keymap at once, focused or not.
     static void getKeyboard(wl_client *c, wl_resource *s, uint32_t id) {
-        seatDevice(c, s, id, &wl_keyboard_interface);
+        State *self = of(s);
+        wl_resource *r = wl_resource_create(c, &wl_keyboard_interface, wl_resource_get_version(s), id);
+        wl_resource_set_implementation(r, nullptr, self, keyboardGone);
+        self->keyboards.push_back(r);
+        if (self->offers.keymap)
+            self->sendKeymap(r);
     }
     static void getTouch(wl_client *c, wl_resource *s, uint32_t id) {
         seatDevice(c, s, id, &wl_touch_interface);
@@ -456,6 +537,10 @@ PlasmaStandIn::PlasmaStandIn(Offers offers) : d(std::make_unique<State>()) {
 }
 
 PlasmaStandIn::~PlasmaStandIn() {
+    if (!d->busName.isEmpty())
+        QDBusConnection::disconnectFromBus(d->busName);
+    d->busThread.quit();
+    d->busThread.wait();
     if (d->thread.joinable()) {
         {
             std::lock_guard lock(d->taskMutex);
@@ -487,6 +572,8 @@ bool PlasmaStandIn::start() {
     d->socketName = QString::fromLatin1(name);
     qputenv("WAYLAND_DISPLAY", name);
     qunsetenv("DISPLAY");
+    if (!d->useKeymap(keymapText("us", "")))
+        return false;
     d->loop = wl_display_get_event_loop(d->display);
     d->wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     wl_event_loop_add_fd(
@@ -569,6 +656,46 @@ QString PlasmaStandIn::activeAppId() const {
         const State::Window *w = d->window(d->active);
         return w ? w->appId : QString();
     });
+}
+
+void PlasmaStandIn::setKeymap(const QByteArray &text, quint32 active) {
+    const bool several = d->run([this, text, active] {
+        if (!d->useKeymap(text))
+            qFatal("the stand-in cannot compile its keymap");
+        d->layout = active;
+        for (wl_resource *keyboard : d->keyboards)
+            d->sendKeymap(keyboard);
+        return xkb_keymap_num_layouts(d->keymap.get()) > 1;
+    });
+    // KWin offers its layout service only while there are several layouts.
+    if (d->busName.isEmpty()) {
+        d->busName = QStringLiteral("plasmastandin-%1").arg(quintptr(this));
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, d->busName);
+        d->layoutService.moveToThread(&d->busThread);
+        d->busThread.start();
+    }
+    QDBusConnection bus(d->busName);
+    const QString service = QStringLiteral("org.kde.keyboard"), path = QStringLiteral("/Layouts");
+    if (several && !d->layoutsOnBus) {
+        d->layoutsOnBus = bus.registerVirtualObject(path, &d->layoutService) && bus.registerService(service);
+    } else if (!several && d->layoutsOnBus) {
+        d->layoutsOnBus = false;
+        bus.unregisterService(service);
+        bus.unregisterObject(path);
+    }
+}
+
+QByteArray PlasmaStandIn::keymapText(const char *layouts, const char *variants, const char *options) {
+    xkb_context *context = xkb_context_new(XKB_CONTEXT_NO_FLAGS);
+    const xkb_rule_names names{"evdev", "pc105", layouts, variants, options};
+    xkb_keymap *keymap =
+        context ? xkb_keymap_new_from_names(context, &names, XKB_KEYMAP_COMPILE_NO_FLAGS) : nullptr;
+    char *text = keymap ? xkb_keymap_get_as_string(keymap, XKB_KEYMAP_FORMAT_TEXT_V1) : nullptr;
+    const QByteArray result(text);
+    free(text);
+    xkb_keymap_unref(keymap);
+    xkb_context_unref(context);
+    return result;
 }
 
 QStringList PlasmaStandIn::landed() const {

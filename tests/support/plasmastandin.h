@@ -8,15 +8,19 @@
 // A scripted Wayland compositor that plays KWin's side of the exchanges a KDE Plasma desktop has
 // with Quillora, as recorded from KWin 5.27: org_kde_plasma_window_management (windows announced by
 // uuid, described, then initial_state; set_state activates), org_kde_kwin_fake_input (keys taken
-// only after authenticate) and zwlr_data_control_manager_v1. Its windows stand for programs that
-// paste on Ctrl+V: at that stroke the stand-in reads the clipboard as the window's program would.
-// Runs on a thread of its own; every call may come from any thread.
+// only after authenticate, read through the seat's keymap in its active layout),
+// zwlr_data_control_manager_v1, and a seat whose keyboards get the keymap. With several layouts it
+// tells the active one on the session bus, as KWin does (org.kde.keyboard). Its windows stand for
+// programs that paste on Ctrl+V: at that stroke the stand-in reads the clipboard as the window's
+// program would. Runs on a thread of its own; every call may come from any thread.
 class PlasmaStandIn {
 public:
     struct Offers {
         bool windowManagement = true;
         bool fakeInput = true;
         bool dataControl = true;
+        // Whether keyboards get the keymap (the US layout until setKeymap).
+        bool keymap = true;
     };
 
     explicit PlasmaStandIn(Offers offers);
@@ -37,6 +41,12 @@ public:
     void setTitle(int window, const QString &title);
     void closeWindow(int window);
     QString activeAppId() const;
+    // The user's layouts change: the keymap (xkbcommon text) goes to every keyboard, and keys are
+    // read through layout active.
+    void setKeymap(const QByteArray &text, quint32 active);
+    // The keymap text xkbcommon makes from rule names, as the compositor builds it from the
+    // user's settings ("us,ru" and ",dvorak" for two layouts).
+    static QByteArray keymapText(const char *layouts, const char *variants, const char *options = nullptr);
 
     // What the windows received, in order: "<app id> paste text=…", "<app id> paste image bytes=N",
     // "<app id> enter keypad", "<app id> left", "<app id> key N"; a paste is filled in once its

@@ -5,6 +5,7 @@
 #include "send/targetwindowtracker.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/windowactivation.h"
+#include "sessionbus.h"
 #include "store/localpath.h"
 #include "testenv.h"
 
@@ -234,6 +235,65 @@ private Q_SLOTS:
         QCOMPARE(kwin_.activeAppId(), QStringLiteral("chat.beta"));
     }
 
+    // KWin reads the codes through the user's layout: Ctrl+V pastes whatever the layout, with the
+    // keys taken from the keymap the seat hands out (again at each change), in the layout KWin says
+    // is active, or where that has no Latin V, in the first that has one.
+    void pasteKeysFollowTheLayout() {
+        struct Layout {
+            const char *layouts, *variants, *options;
+            quint32 active;
+            QString control, v;
+        };
+        const QList<Layout> layouts{
+            {"us", "dvorak", nullptr, 0, QStringLiteral("29"), QStringLiteral("52")},
+            {"us", "", nullptr, 0, QStringLiteral("29"), QStringLiteral("47")},
+            {"fr", "", nullptr, 0, QStringLiteral("29"), QStringLiteral("47")},
+            {"us", "", "ctrl:swapcaps", 0, QStringLiteral("58"), QStringLiteral("47")},
+            {"us,us", "dvorak,", nullptr, 0, QStringLiteral("29"), QStringLiteral("52")},
+            {"us,us", "dvorak,", nullptr, 1, QStringLiteral("29"), QStringLiteral("47")},
+            {"ru,us", ",dvorak", nullptr, 0, QStringLiteral("29"), QStringLiteral("52")},
+            {"us,ru", "dvorak,", nullptr, 1, QStringLiteral("29"), QStringLiteral("52")},
+        };
+        for (const Layout &layout : layouts) {
+            const QString name = QStringLiteral("%1(%2) %3 active %4")
+                                     .arg(QLatin1String(layout.layouts), QLatin1String(layout.variants),
+                                          QLatin1String(layout.options ? layout.options : ""))
+                                     .arg(layout.active);
+            kwin_.setKeymap(PlasmaStandIn::keymapText(layout.layouts, layout.variants, layout.options),
+                            layout.active);
+            targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
+            const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
+            PhraseSender::send(PhraseJson::phrase({PhraseJson::text(name)}), false);
+            settle();
+            QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=") + name});
+            QCOMPARE(
+                kwin_.keyEvents().mid(keysBefore),
+                (QStringList{layout.control + QStringLiteral(" down"), layout.v + QStringLiteral(" down"),
+                             layout.v + QStringLiteral(" up"), layout.control + QStringLiteral(" up")}));
+        }
+        kwin_.setKeymap(PlasmaStandIn::keymapText("us", ""), 0);
+    }
+
+    // Where no keymap comes, the keys are those of the US layout.
+    void noKeymap() {
+        const QByteArray display = qgetenv("WAYLAND_DISPLAY"), runtime = qgetenv("XDG_RUNTIME_DIR");
+        PlasmaStandIn silent(PlasmaStandIn::Offers{true, true, true, false});
+        QVERIFY(silent.start());
+        const int chat = silent.addWindow(QStringLiteral("chat.delta"), QStringLiteral("Chat delta"), 4011);
+        silent.activate(chat);
+        auto backend = std::make_unique<WaylandBackend>();
+        qputenv("WAYLAND_DISPLAY", display);
+        qputenv("XDG_RUNTIME_DIR", runtime);
+        const auto front = backend->activeApplication();
+        QVERIFY(front);
+        QCOMPARE(backend->strokeInto(front->window, {DesktopBackend::Key::V, true, false}),
+                 DesktopBackend::StrokeResult::Typed);
+        QVERIFY(backend->keyStroke(DesktopBackend::Key::Left, false));
+        QCOMPARE(silent.keyEvents(), (QStringList{QStringLiteral("29 down"), QStringLiteral("47 down"),
+                                                  QStringLiteral("47 up"), QStringLiteral("29 up"),
+                                                  QStringLiteral("105 down"), QStringLiteral("105 up")}));
+    }
+
     // A desktop that offers no fake input: said once in plain words, no key is ever sent, and the
     // window list and the clipboard still work.
     void noFakeInput() {
@@ -269,6 +329,10 @@ private Q_SLOTS:
 
 int main(int argc, char **argv) {
     TestEnv env;
+    // Where KWin tells the active layout.
+    SessionBus bus;
+    if (!bus.start())
+        qFatal("no dbus-daemon");
     PlasmaStandIn kwin;
     if (!kwin.start())
         qFatal("could not start the compositor stand-in");

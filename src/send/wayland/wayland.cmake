@@ -38,6 +38,7 @@ target_link_libraries(quillora-wayland-protocols PUBLIC PkgConfig::WAYLANDLIBS)
 target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/applicationicon.cpp ${CMAKE_CURRENT_LIST_DIR}/applicationicon.h
   ${CMAKE_CURRENT_LIST_DIR}/fakekeyinput.cpp ${CMAKE_CURRENT_LIST_DIR}/fakekeyinput.h
+  ${CMAKE_CURRENT_LIST_DIR}/keymapcodes.cpp ${CMAKE_CURRENT_LIST_DIR}/keymapcodes.h
   ${CMAKE_CURRENT_LIST_DIR}/plasmawindowlist.cpp ${CMAKE_CURRENT_LIST_DIR}/plasmawindowlist.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardinput.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardinput.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardprotocol.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardprotocol.h
