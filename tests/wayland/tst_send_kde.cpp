@@ -6,6 +6,7 @@
 #include "send/wayland/waylandbackend.h"
 #include "send/windowactivation.h"
 #include "sessionbus.h"
+#include "standardoutput.h"
 #include "store/localpath.h"
 #include "testenv.h"
 
@@ -13,10 +14,7 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
-#include <QTemporaryFile>
 #include <QtTest>
-#include <iostream>
-#include <unistd.h>
 
 namespace {
 
@@ -24,37 +22,6 @@ QString targetAppId() {
     const auto target = TargetWindowTracker::lastTarget();
     return target && target->bundleIdentifier ? *target->bundleIdentifier : QString();
 }
-
-// What this process prints on standard output while it lives.
-class StandardOutput {
-public:
-    StandardOutput() {
-        file_.open();
-        fflush(stdout);
-        std::cout.flush();
-        saved_ = dup(STDOUT_FILENO);
-        dup2(file_.handle(), STDOUT_FILENO);
-    }
-    ~StandardOutput() { restore(); }
-    QString text() {
-        restore();
-        QFile read(file_.fileName());
-        return read.open(QIODevice::ReadOnly) ? QString::fromUtf8(read.readAll()) : QString();
-    }
-
-private:
-    void restore() {
-        if (saved_ < 0)
-            return;
-        std::cout.flush();
-        fflush(stdout);
-        dup2(saved_, STDOUT_FILENO);
-        close(saved_);
-        saved_ = -1;
-    }
-    QTemporaryFile file_;
-    int saved_ = -1;
-};
 
 } // namespace
 
