@@ -3,6 +3,7 @@
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
@@ -61,12 +62,7 @@ private Q_SLOTS:
 
         PhraseSender::send(QStringLiteral("[{\"type\":1,\"value\":\"bare\"}]"), true);
         QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
-        const auto lines = [&log] {
-            QFile file(log);
-            return file.open(QIODevice::ReadOnly)
-                       ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-                       : QStringList();
-        };
+        const auto lines = [&log] { return SendTesting::logLines(log); };
         QTRY_COMPARE_WITH_TIMEOUT(lines().size(), 2, 10000);
         QVERIFY2(lines()[0].endsWith(QStringLiteral(" text=bare")), qPrintable(lines()[0]));
         QCOMPARE(lines()[1], QStringLiteral("enter keypad"));

@@ -6,6 +6,7 @@
 #include "send/sendbutton.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"
 
@@ -41,12 +42,7 @@ struct Target {
     QString log;
     qint32 pid = 0;
 
-    QStringList lines(const QString &suffix = {}) const {
-        QFile file(log + suffix);
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
+    QStringList lines(const QString &suffix = {}) const { return SendTesting::logLines(log + suffix); }
 };
 
 std::optional<RunningApplication> windowTitled(const QString &title) {

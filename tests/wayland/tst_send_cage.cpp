@@ -5,6 +5,7 @@
 #include "send/targetwindowtracker.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/x11/x11backend.h"
+#include "sendtesting.h"
 #include "standardoutput.h"
 #include "store/localpath.h"
 #include "waylandsession.h"
@@ -25,12 +26,7 @@ class SendCageTest : public QObject {
     QProcess target_;
     QString log_;
 
-    QStringList lines() const {
-        QFile file(log_);
-        return file.open(QIODevice::ReadOnly)
-                   ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-                   : QStringList();
-    }
+    QStringList lines() const { return SendTesting::logLines(log_); }
 
 private Q_SLOTS:
     void initTestCase() {

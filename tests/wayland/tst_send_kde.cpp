@@ -5,6 +5,7 @@
 #include "send/targetwindowtracker.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "sessionbus.h"
 #include "standardoutput.h"
 #include "store/localpath.h"
@@ -16,14 +17,7 @@
 #include <QImage>
 #include <QtTest>
 
-namespace {
-
-QString targetAppId() {
-    const auto target = TargetWindowTracker::lastTarget();
-    return target && target->bundleIdentifier ? *target->bundleIdentifier : QString();
-}
-
-} // namespace
+namespace {} // namespace
 
 // The back-end on a KDE Plasma desktop, against a stand-in that plays KWin's side of the exchanges.
 class SendKdeTest : public QObject {
@@ -48,11 +42,11 @@ private:
     // The agent works in the chat window, then clicks into this program to pick a phrase.
     void targetThenOwn(int window, const QString &appId) {
         kwin_.activate(window);
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), appId, 10000);
         kwin_.activate(own_);
         QTRY_COMPARE_WITH_TIMEOUT(WindowActivation::getForeground()->processIdentifier,
                                   qint32(QCoreApplication::applicationPid()), 10000);
-        QCOMPARE(targetAppId(), appId);
+        QCOMPARE(SendTesting::targetAppId(), appId);
     }
 
     // The lines that landed since before, once every paste has been read.
@@ -107,16 +101,16 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getBundleIdentifier(QStringLiteral("chat.beta")), 10000);
         TargetWindowTracker::start();
         kwin_.activate(alpha_);
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), QStringLiteral("chat.alpha"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.alpha"), 10000);
         kwin_.activate(own_);
         QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getForeground() &&
                                      WindowActivation::getForeground()->processIdentifier ==
                                          qint32(QCoreApplication::applicationPid()),
                                  10000);
         QTest::qWait(200);
-        QCOMPARE(targetAppId(), QStringLiteral("chat.alpha"));
+        QCOMPARE(SendTesting::targetAppId(), QStringLiteral("chat.alpha"));
         kwin_.activate(beta_);
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), QStringLiteral("chat.beta"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.beta"), 10000);
         kwin_.setTitle(beta_, QStringLiteral("Chat beta (2)"));
         QTRY_COMPARE_WITH_TIMEOUT(WindowActivation::getForeground()->localizedName,
                                   QStringLiteral("Chat beta (2)"), 10000);
@@ -124,7 +118,7 @@ private Q_SLOTS:
         QVERIFY(
             WindowActivation::activate(*WindowActivation::getBundleIdentifier(QStringLiteral("chat.alpha"))));
         QCOMPARE(kwin_.activeAppId(), QStringLiteral("chat.alpha"));
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), QStringLiteral("chat.alpha"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.alpha"), 10000);
 
         // A window that closes is no longer listed nor can be brought forward.
         const int gone = kwin_.addWindow(QStringLiteral("chat.gone"), QStringLiteral("Chat gone"), 4003);

@@ -4,6 +4,7 @@
 #include "send/targetwindowtracker.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "sessionbus.h"
 #include "store/localpath.h"
 #include "testenv.h"
@@ -124,12 +125,7 @@ class SendKWinTest : public QObject {
     QString log_;
     KeymapWatch keymap_;
 
-    QStringList lines() const {
-        QFile file(log_);
-        return file.open(QIODevice::ReadOnly)
-                   ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-                   : QStringList();
-    }
+    QStringList lines() const { return SendTesting::logLines(log_); }
 
 private Q_SLOTS:
     void initTestCase() {

@@ -8,6 +8,7 @@
 #include "send/wayland/virtualkeymap.h"
 #include "send/wayland/waylandbackend.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "store/localpath.h"
 #include "waylandsession.h"
 
@@ -35,12 +36,7 @@ struct Target {
     QString appId;
     bool native = true;
 
-    QStringList lines() const {
-        QFile file(log);
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
+    QStringList lines() const { return SendTesting::logLines(log); }
     // sway's criteria for this window.
     QString criteria() const {
         return QStringLiteral("[%1=\"%2\"]")
@@ -50,11 +46,6 @@ struct Target {
 
 std::optional<RunningApplication> applicationOf(const QString &appId) {
     return WindowActivation::getBundleIdentifier(appId);
-}
-
-QString targetAppId() {
-    const auto target = TargetWindowTracker::lastTarget();
-    return target && target->bundleIdentifier ? *target->bundleIdentifier : QString();
 }
 
 // A second keyboard on the seat, as the user's own: it can hold a key down while we type.
@@ -158,9 +149,9 @@ private:
     void makeTargetThenFocusOwn(const Target &t) {
         waitListed(t);
         QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), t.appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), t.appId, 10000);
         focusOwn();
-        QCOMPARE(targetAppId(), t.appId);
+        QCOMPARE(SendTesting::targetAppId(), t.appId);
     }
 
     // Under sway the focus given to an XWayland window now and then goes back to the Wayland window
@@ -325,15 +316,15 @@ private Q_SLOTS:
         TargetWindowTracker::start();
         for (Target *t : {&a, &x, &b}) {
             QVERIFY(sway_.command(t->criteria() + QStringLiteral(" focus")));
-            QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), t->appId, 10000);
+            QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), t->appId, 10000);
         }
         focusOwn();
-        QCOMPARE(targetAppId(), b.appId);
+        QCOMPARE(SendTesting::targetAppId(), b.appId);
 
         // Activation through the back-end, checked against the compositor's own view.
         QVERIFY(WindowActivation::activate(*applicationOf(a.appId)));
         QTRY_COMPARE_WITH_TIMEOUT(sway_.focusedAppId(), a.appId, 10000);
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), a.appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), a.appId, 10000);
         focusOwn();
     }
 
