@@ -195,6 +195,26 @@ private Q_SLOTS:
             10000);
         QVERIFY(lines(other_).filter(QRegularExpression(QStringLiteral("^(paste|enter)"))).isEmpty());
     }
+
+    // A program nobody here wrote: zenity's entry takes the text and closes on Enter, printing it.
+    void textAndEnterIntoZenity() {
+        if (QStandardPaths::findExecutable(QStringLiteral("zenity")).isEmpty())
+            QSKIP("zenity is not installed");
+        QProcess zenity;
+        zenity.setProcessEnvironment(shell->waylandEnvironment());
+        zenity.start(QStringLiteral("zenity"),
+                     {QStringLiteral("--entry"), QStringLiteral("--title"), QStringLiteral("Zenity reply"),
+                      QStringLiteral("--text"), QStringLiteral("reply")});
+        bringForward(QStringLiteral("zenity"));
+        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("回复 zenity"))}), true);
+        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 30000);
+        const bool finished = zenity.waitForFinished(20000);
+        if (!finished)
+            zenity.kill();
+        QVERIFY(finished);
+        QCOMPARE(zenity.exitCode(), 0);
+        QCOMPARE(QString::fromUtf8(zenity.readAllStandardOutput()).trimmed(), QStringLiteral("回复 zenity"));
+    }
 };
 
 int main(int argc, char **argv) {
