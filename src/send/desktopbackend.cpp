@@ -50,3 +50,5 @@ bool DesktopBackend::setClipboard(const QList<std::pair<QByteArray, QByteArray>>
 bool DesktopBackend::watchFront(std::function<void(FrontChange)>) {
     return false;
 }
+
+void DesktopBackend::awaitClipboardTaken(const std::atomic<bool> &) {}

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -70,6 +71,10 @@ public:
     // Whether the clipboard still holds the piece given last to setClipboard (no other program
     // has taken it since), confirmed by the desktop.
     virtual bool ownsClipboard() { return false; }
+    // Returns once the desktop has taken up the clipboard content just set, where it passes the
+    // clipboard on to other programs itself and a paste before that reads the previous content;
+    // returns at once elsewhere. Gives up after a while, and when cancel is set.
+    virtual void awaitClipboardTaken(const std::atomic<bool> &cancel);
 
     // What changed in front: another window (or none), or the title or icon of the same one.
     enum class FrontChange { Window, Title, Icon };

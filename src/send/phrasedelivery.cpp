@@ -182,6 +182,7 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
             break;
         }
         case Kind::Paste: {
+            DesktopBackend::instance().awaitClipboardTaken(cancel);
             // Requests from before the stroke are not the paste: GTK programs, for one, look at
             // every new clipboard content to enable their paste button.
             const qint64 beforeMs = ClipboardRequests::nowMs();

@@ -1,12 +1,14 @@
 #include "send/gnome/gnomebackend.h"
 
 #include "cloud/appsettings.h"
+#include "send/clipboardrequests.h"
 #include "send/gnome/remotedesktopportal.h"
 #include "send/gnome/shellwindows.h"
 #include "send/wayland/applicationicon.h"
 #include "send/x11/x11backend.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QThread>
 #include <atomic>
 
@@ -256,4 +258,17 @@ bool GnomeBackend::watchFront(std::function<void(FrontChange)> listener) {
         return false;
     d->shell->setListener(std::move(listener));
     return true;
+}
+
+void GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
+    if (!d->xwayland)
+        return;
+    // The journal starts with each new content.
+    const QDeadlineTimer deadline(clipboardTakenMs);
+    while (!cancel && !deadline.hasExpired()) {
+        for (const ClipboardRequests::Request &r : ClipboardRequests::all())
+            if (d->xwayland->typeName(r.type) == QLatin1String("TARGETS"))
+                return;
+        QThread::msleep(2);
+    }
 }

@@ -24,6 +24,8 @@ public:
     static constexpr const char *restoreTokenKey = "remoteDesktopRestoreToken";
     // How long a stroke waits for the portal session that is still being set up.
     static constexpr int portalWaitMs = 5000;
+    // How long a paste waits for the shell to take up a new clipboard content.
+    static constexpr int clipboardTakenMs = 500;
 
     static bool isGnome(const QProcessEnvironment &environment);
 
@@ -53,6 +55,9 @@ public:
     bool sameClient(quint64 a, quint64 b) override;
     QString typeName(quint32 type) override;
     bool watchFront(std::function<void(FrontChange)> listener) override;
+    // The shell asks a new X11 clipboard owner for its types before it offers the content to
+    // Wayland programs; a Ctrl+V that arrives earlier reads the previous content.
+    void awaitClipboardTaken(const std::atomic<bool> &cancel) override;
 
 private:
     struct Impl;
