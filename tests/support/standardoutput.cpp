@@ -20,6 +20,12 @@ StandardOutput::~StandardOutput() {
 
 QString StandardOutput::text() {
     restore();
+    return soFar();
+}
+
+QString StandardOutput::soFar() const {
+    std::cout.flush();
+    fflush(stdout);
     QFile read(file_.fileName());
     return read.open(QIODevice::ReadOnly) ? QString::fromUtf8(read.readAll()) : QString();
 }

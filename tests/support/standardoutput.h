@@ -13,6 +13,8 @@ public:
 
     // Stops capturing and returns what was printed.
     QString text();
+    // What was printed so far; capturing goes on.
+    QString soFar() const;
 
 private:
     void restore();

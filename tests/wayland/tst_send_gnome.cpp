@@ -5,7 +5,9 @@
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "sessionbus.h"
+#include "standardoutput.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"
 
@@ -17,30 +19,11 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <iostream>
-#include <sstream>
 
 namespace {
 
 // The stand-in's windows, by the shell's ids.
 constexpr quint64 alphaId = 7, betaId = 8, ownId = 9;
-
-QString targetAppId() {
-    const auto target = TargetWindowTracker::lastTarget();
-    return target && target->bundleIdentifier ? *target->bundleIdentifier : QString();
-}
-
-// Lines written to standard output while it lives.
-class CapturedOutput {
-public:
-    CapturedOutput() : old_(std::cout.rdbuf(buffer_.rdbuf())) {}
-    ~CapturedOutput() { std::cout.rdbuf(old_); }
-    int count(const QString &text) const { return QString::fromStdString(buffer_.str()).count(text); }
-
-private:
-    std::ostringstream buffer_;
-    std::streambuf *old_;
-};
 
 } // namespace
 
@@ -57,12 +40,7 @@ private:
     QByteArray png_;
     QStringList reports_;
 
-    QStringList lines() const {
-        QFile file(log_);
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
+    QStringList lines() const { return SendTesting::logLines(log_); }
 
     void tell(const QString &command) {
         const qsizetype before = lines().size();
@@ -75,7 +53,7 @@ private:
     // The user had the target in front, then clicked into this program.
     void targetThenOwn(quint64 id, const QString &appId) {
         tell(QStringLiteral("focus %1").arg(id));
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), appId, 10000);
         tell(QStringLiteral("focus %1").arg(ownId));
     }
 
@@ -208,16 +186,16 @@ private Q_SLOTS:
         TargetWindowTracker::start();
         const qsizetype before = lines().size();
         tell(QStringLiteral("focus %1").arg(alphaId));
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), QStringLiteral("chat.alpha"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.alpha"), 10000);
         tell(QStringLiteral("focus %1").arg(ownId));
         tell(QStringLiteral("focus %1").arg(betaId));
-        QTRY_COMPARE_WITH_TIMEOUT(targetAppId(), QStringLiteral("chat.beta"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.beta"), 10000);
         tell(QStringLiteral("title %1 Chat beta — customer 2").arg(betaId));
         QTRY_COMPARE_WITH_TIMEOUT(TargetWindowTracker::lastTarget()->localizedName,
                                   QStringLiteral("Chat beta — customer 2"), 10000);
         tell(QStringLiteral("focus %1").arg(ownId));
         QTest::qWait(200);
-        QCOMPARE(targetAppId(), QStringLiteral("chat.beta"));
+        QCOMPARE(SendTesting::targetAppId(), QStringLiteral("chat.beta"));
         // Event-driven: the tracker never asked the shell for the focused window.
         QCOMPARE(lines().mid(before).count(QStringLiteral("focused?")), 0);
 
@@ -308,11 +286,11 @@ private Q_SLOTS:
     void refusalSaidOnceAndNothingTyped() {
         tell(QStringLiteral("refuse"));
         AppSettings::setString(QLatin1String(GnomeBackend::restoreTokenKey), QString());
-        CapturedOutput output;
+        StandardOutput output;
         GnomeBackend refused;
         QVERIFY(refused.available());
-        QTRY_COMPARE_WITH_TIMEOUT(output.count(QStringLiteral("此桌面不允许模拟按键：")), 1, 10000);
-        QCOMPARE(output.count(QStringLiteral("此桌面不允许模拟按键：用户拒绝了远程控制请求")), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(output.soFar().count(QStringLiteral("此桌面不允许模拟按键：")), 1, 10000);
+        QCOMPARE(output.soFar().count(QStringLiteral("此桌面不允许模拟按键：用户拒绝了远程控制请求")), 1);
         QVERIFY(lines().contains(QStringLiteral("refused")));
         QVERIFY(!refused.canType());
         const qsizetype before = lines().size();
@@ -324,18 +302,19 @@ private Q_SLOTS:
                      DesktopBackend::StrokeResult::Failed);
         QVERIFY(!refused.keyStroke(DesktopBackend::Key::Enter, false));
         QCOMPARE(keysAndPastes(before), QStringList{});
-        QCOMPARE(output.count(QStringLiteral("此桌面不允许模拟按键：")), 1);
+        QCOMPARE(output.soFar().count(QStringLiteral("此桌面不允许模拟按键：")), 1);
         QVERIFY(AppSettings::getString(QLatin1String(GnomeBackend::restoreTokenKey)).isEmpty());
         tell(QStringLiteral("focus %1").arg(ownId));
     }
 
     void missingPortalSaidOnce() {
         tell(QStringLiteral("portal off"));
-        CapturedOutput output;
+        StandardOutput output;
         GnomeBackend without;
         QVERIFY(without.available());
         QTRY_COMPARE_WITH_TIMEOUT(
-            output.count(QStringLiteral("此桌面不允许模拟按键：缺少桌面门户的远程桌面接口")), 1, 10000);
+            output.soFar().count(QStringLiteral("此桌面不允许模拟按键：缺少桌面门户的远程桌面接口")), 1,
+            10000);
         QVERIFY(!without.canType());
         QCOMPARE(without.runningApplications().size(), 3);
     }

@@ -7,6 +7,7 @@
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "store/localpath.h"
 #include "testenv.h"
 
@@ -50,12 +51,7 @@ class SendGnomeShellTest : public QObject {
     QList<QProcess *> readers_;
     MutterKeyboard keyboard_;
 
-    QStringList lines(const QString &log) const {
-        QFile file(log);
-        return file.open(QIODevice::ReadOnly)
-                   ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-                   : QStringList();
-    }
+    QStringList lines(const QString &log) const { return SendTesting::logLines(log); }
 
     QString startReader(const QString &appId, const QString &title) {
         const QString log = dir_.filePath(appId + QStringLiteral(".log"));
