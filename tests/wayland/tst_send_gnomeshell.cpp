@@ -5,6 +5,7 @@
 #include "send/desktopbackend.h"
 #include "send/gnome/gnomebackend.h"
 #include "send/phrasesender.h"
+#include "send/quickbar.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
 #include "sendtesting.h"
@@ -20,9 +21,12 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <X11/Xlib.h>
 
 namespace {
 
@@ -95,6 +99,21 @@ class SendGnomeShellTest : public QObject {
     }
 
     QString chat_, other_;
+
+    // Where the X server has the window's client area, as the window manager left it.
+    static QRect placed(const QWidget &window) {
+        Display *display = XOpenDisplay(nullptr);
+        if (!display)
+            return {};
+        int x = 0, y = 0;
+        Window child = 0;
+        XWindowAttributes attributes{};
+        const bool known =
+            XGetWindowAttributes(display, window.winId(), &attributes) &&
+            XTranslateCoordinates(display, window.winId(), DefaultRootWindow(display), 0, 0, &x, &y, &child);
+        XCloseDisplay(display);
+        return known ? QRect(x, y, attributes.width, attributes.height) : QRect();
+    }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -190,6 +209,30 @@ private Q_SLOTS:
             lines(chat_).mid(before).filter(QRegularExpression(QStringLiteral("^(paste|enter)"))), expected,
             10000);
         QVERIFY(lines(other_).filter(QRegularExpression(QStringLiteral("^(paste|enter)"))).isEmpty());
+    }
+
+    // Our windows through XWayland: the quick bar shows without taking the chat window's focus,
+    // and a window placed at the right edge, as the home window docks, gets the strip it asked for.
+    void ownWindowsKeepTheirPlaceAndLeaveTheFocus() {
+        bringForward(QStringLiteral("chat.gnome"));
+        QuickBar bar;
+        bar.present();
+        QVERIFY(QTest::qWaitForWindowExposed(&bar, 20000));
+        QTest::qWait(500);
+        QCOMPARE(frontAppId(), QStringLiteral("chat.gnome"));
+        QVERIFY(bar.isVisible());
+
+        QWidget dock;
+        dock.setWindowTitle(QStringLiteral("docked"));
+        dock.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dock, 20000));
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        const QRect edge(screen.width() - 300 - 5, 0, 300, screen.height());
+        dock.setGeometry(edge);
+        // The shell keeps its top bar and the title bar above the window; the rest is the strip.
+        QTRY_COMPARE_WITH_TIMEOUT(placed(dock).bottomRight(), edge.bottomRight(), 10000);
+        QCOMPARE(placed(dock).left(), edge.left());
+        QVERIFY2(placed(dock).top() < screen.height() / 10, qPrintable(QString::number(placed(dock).top())));
     }
 
     // A program nobody here wrote: zenity's entry takes the text and closes on Enter, printing it.
