@@ -7,13 +7,12 @@
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "send/windowactivation.h"
+#include "sendtesting.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QFile>
-#include <QImage>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -83,8 +82,7 @@ private:
     }
 
     void sendAndSettle(const QString &json, bool isEnter) {
-        PhraseSender::send(json, isEnter);
-        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 30000));
+        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
     }
 
     static void stop(QProcess &process) {
@@ -98,12 +96,7 @@ private Q_SLOTS:
     void initTestCase() {
         QVERIFY(dir_.isValid());
         LocalPath::initDirs();
-        QImage image(7, 5, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        QFile file(LocalPath::imageDir() + QStringLiteral("/pic.png"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QVERIFY(image.save(&file, "PNG"));
-        file.close();
+        QVERIFY(!SendTesting::writePicture().isEmpty());
         PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
         own_.setWindowTitle(QStringLiteral("own window"));
         own_.resize(300, 60);

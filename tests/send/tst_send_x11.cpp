@@ -191,8 +191,7 @@ private:
 
     // Sends and waits until the send block is over and its keys have been played.
     void sendAndSettle(const QString &json, bool isEnter) {
-        PhraseSender::send(json, isEnter);
-        QVERIFY(EventLoopWait::until([] { return !PhraseSender::runs(); }, 20000));
+        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
         QTest::qWait(300);
     }
 
@@ -202,17 +201,12 @@ private Q_SLOTS:
     void initTestCase() {
         QVERIFY(logs_.isValid());
         LocalPath::initDirs();
-        QImage image(7, 5, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        QBuffer pngBuffer(&png_), jpegBuffer(&jpeg_);
-        QVERIFY(image.save(&pngBuffer, "PNG"));
+        png_ = SendTesting::writePicture();
+        QVERIFY(!png_.isEmpty());
+        QBuffer jpegBuffer(&jpeg_);
         QVERIFY(QImage(9, 4, QImage::Format_RGB32).save(&jpegBuffer, "JPG"));
-        for (const auto &[name, bytes] :
-             {std::pair{QStringLiteral("pic.png"), png_}, {QStringLiteral("photo.jpg"), jpeg_}}) {
-            QFile file(LocalPath::imageDir() + QLatin1Char('/') + name);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(bytes);
-        }
+        QFile jpeg(LocalPath::imageDir() + QStringLiteral("/photo.jpg"));
+        QVERIFY(jpeg.open(QIODevice::WriteOnly) && jpeg.write(jpeg_) == jpeg_.size());
 
         PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
         ownField_ = new QLineEdit(&own_);
@@ -690,7 +684,7 @@ private Q_SLOTS:
         QCOMPARE(log.changes, QList{TargetWindowTracker::Change::Name});
         // The window manager's own word again: it moves the focus, and says so.
         const RunningApplication renamed = *applicationOf(t.pid);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(renamed) && renamed.isActive(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(renamed) && renamed.isActive(), 30000);
         focusOwn();
     }
 

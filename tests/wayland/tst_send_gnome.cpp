@@ -12,7 +12,6 @@
 #include "xvfbsession.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -58,8 +57,7 @@ private:
     }
 
     void sendAndSettle(const QString &json, bool isEnter) {
-        PhraseSender::send(json, isEnter);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
     }
 
     // The key, paste and activation lines from `from` on. A key group (from the first key down to
@@ -102,14 +100,8 @@ private Q_SLOTS:
     void initTestCase() {
         QVERIFY(logs_.isValid());
         LocalPath::initDirs();
-        QImage image(7, 5, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        QBuffer buffer(&png_);
-        QVERIFY(image.save(&buffer, "PNG"));
-        QFile file(LocalPath::imageDir() + QStringLiteral("/pic.png"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(png_);
-        file.close();
+        png_ = SendTesting::writePicture();
+        QVERIFY(!png_.isEmpty());
         PhraseSender::setReporter([this](const QString &report) { reports_.append(report); });
 
         // A desktop entry naming its icon file, for the native window's icon.

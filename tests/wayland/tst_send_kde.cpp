@@ -11,10 +11,7 @@
 #include "store/localpath.h"
 #include "testenv.h"
 
-#include <QBuffer>
-#include <QFile>
 #include <QGuiApplication>
-#include <QImage>
 #include <QtTest>
 
 namespace {} // namespace
@@ -30,14 +27,6 @@ private:
     PlasmaStandIn &kwin_;
     QByteArray png_;
     int alpha_ = 0, beta_ = 0, own_ = 0;
-
-    static void settle() {
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
-        bool typed = false;
-        QMetaObject::invokeMethod(
-            qApp, [&typed] { typed = true; }, Qt::QueuedConnection);
-        QTRY_VERIFY_WITH_TIMEOUT(typed, 20000);
-    }
 
     // The agent works in the chat window, then clicks into this program to pick a phrase.
     void targetThenOwn(int window, const QString &appId) {
@@ -64,14 +53,8 @@ private:
 private Q_SLOTS:
     void initTestCase() {
         LocalPath::initDirs();
-        QImage image(7, 5, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        QBuffer buffer(&png_);
-        QVERIFY(image.save(&buffer, "PNG"));
-        QFile file(LocalPath::imageDir() + QStringLiteral("/pic.png"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(png_);
-        file.close();
+        png_ = SendTesting::writePicture();
+        QVERIFY(!png_.isEmpty());
         alpha_ = kwin_.addWindow(QStringLiteral("chat.alpha"), QStringLiteral("Chat alpha"), 4001);
         own_ = kwin_.addWindow(QStringLiteral("org.quillora.Quillora"), QStringLiteral("Quillora"),
                                quint32(QCoreApplication::applicationPid()));
@@ -137,7 +120,7 @@ private Q_SLOTS:
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
         const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
         PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
-        settle();
+        QVERIFY(SendTesting::settle());
         QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=你好 world")});
         QCOMPARE(kwin_.keyEvents().mid(keysBefore),
                  (QStringList{QStringLiteral("29 down"), QStringLiteral("47 down"), QStringLiteral("47 up"),
@@ -145,7 +128,7 @@ private Q_SLOTS:
 
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
         PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
-        settle();
+        QVERIFY(SendTesting::settle());
         QCOMPARE(landedSince(before + 1, 2), (QStringList{QStringLiteral("chat.alpha paste text=second"),
                                                           QStringLiteral("chat.alpha enter keypad")}));
         QCOMPARE(kwin_.keyEvents().mid(kwin_.keyEvents().size() - 2),
@@ -161,7 +144,7 @@ private Q_SLOTS:
                                                PhraseJson::picture(QStringLiteral("pic.png")),
                                                PhraseJson::text(QStringLiteral("after"))}),
                            true);
-        settle();
+        QVERIFY(SendTesting::settle());
         QCOMPARE(landedSince(before, 4),
                  (QStringList{QStringLiteral("chat.beta paste text=before"),
                               QStringLiteral("chat.beta paste image bytes=%1").arg(png_.size()),
@@ -182,7 +165,7 @@ private Q_SLOTS:
                            true);
         QTRY_VERIFY_WITH_TIMEOUT(kwin_.landed().size() > before, 10000);
         kwin_.activate(beta_);
-        settle();
+        QVERIFY(SendTesting::settle());
         const QStringList got = landedSince(before, 1);
         QVERIFY2(got.size() < 5, qPrintable(got.join(QLatin1Char('|'))));
         const QStringList expected{QStringLiteral("text=one"), QStringLiteral("image"),
@@ -225,7 +208,7 @@ private Q_SLOTS:
             targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
             const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
             PhraseSender::send(PhraseJson::phrase({PhraseJson::text(name)}), false);
-            settle();
+            QVERIFY(SendTesting::settle());
             QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=") + name});
             QCOMPARE(
                 kwin_.keyEvents().mid(keysBefore),

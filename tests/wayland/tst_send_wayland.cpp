@@ -13,7 +13,6 @@
 #include "waylandsession.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -173,32 +172,16 @@ private:
         QVERIFY(ownInFront());
     }
 
-    // Sends and waits until the send is over and its strokes, posted to this thread, are typed.
     void sendAndSettle(const QString &json, bool isEnter) {
-        PhraseSender::send(json, isEnter);
-        settle();
-    }
-
-    static void settle() {
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
-        bool typed = false;
-        QMetaObject::invokeMethod(
-            qApp, [&typed] { typed = true; }, Qt::QueuedConnection);
-        QTRY_VERIFY_WITH_TIMEOUT(typed, 20000);
+        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
     }
 
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(logs_.isValid());
         LocalPath::initDirs();
-        QImage image(7, 5, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        QBuffer buffer(&png_);
-        QVERIFY(image.save(&buffer, "PNG"));
-        QFile file(LocalPath::imageDir() + QStringLiteral("/pic.png"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(png_);
-        file.close();
+        png_ = SendTesting::writePicture();
+        QVERIFY(!png_.isEmpty());
 
         ownField_ = new QLineEdit(&own_);
         (new QVBoxLayout(&own_))->addWidget(ownField_);
@@ -416,7 +399,7 @@ private Q_SLOTS:
                            true);
         QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
         QVERIFY(sway_.command(other.criteria() + QStringLiteral(" focus")));
-        settle();
+        QVERIFY(SendTesting::settle());
         QCOMPARE(other.lines().size(), otherBefore);
         QCOMPARE(sway_.focusedAppId(), other.appId);
         const QStringList got = t.lines().mid(before);

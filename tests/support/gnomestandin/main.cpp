@@ -26,7 +26,8 @@ int main(int argc, char **argv) {
     QGuiApplication app(argc, argv);
     QCommandLineParser parser;
     parser.addOption({QStringLiteral("log"), QStringLiteral("log file"), QStringLiteral("file")});
-    parser.addOption({QStringLiteral("window"), QStringLiteral("a window"), QStringLiteral("spec")});
+    parser.addOption({QStringLiteral("window"), QStringLiteral("a window: id:app id:pid:title[:X11 id]"),
+                      QStringLiteral("window")});
     parser.addOption({QStringLiteral("focus"), QStringLiteral("focused window"), QStringLiteral("id")});
     parser.process(app);
 
@@ -38,8 +39,8 @@ int main(int argc, char **argv) {
     qDBusRegisterMetaType<StandinWindow>();
     qDBusRegisterMetaType<QList<StandinWindow>>();
     QList<StandinWindow> windows;
-    for (const QString &spec : parser.values(QStringLiteral("window"))) {
-        const QStringList f = spec.split(QLatin1Char(':'));
+    for (const QString &window : parser.values(QStringLiteral("window"))) {
+        const QStringList f = window.split(QLatin1Char(':'));
         if (f.size() < 4)
             return 2;
         windows.append({f[0].toULongLong(), f[1], f[2].toInt(), f[3], false, f.value(4).toUInt()});
