@@ -1,4 +1,5 @@
 #include "plasmastandin.h"
+#include "send/wayland/threadtasks.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -7,14 +8,11 @@
 #include <QThread>
 #include <QUuid>
 #include <atomic>
-#include <deque>
 #include <fcntl.h>
 #include <functional>
-#include <future>
 #include <map>
 #include <mutex>
 #include <set>
-#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
@@ -68,10 +66,7 @@ struct PlasmaStandIn::State {
     wl_display *display = nullptr;
     wl_event_loop *loop = nullptr;
     std::thread thread;
-    int wakeFd = -1;
-    bool stopping = false;
-    std::mutex taskMutex;
-    std::deque<std::function<void()>> tasks;
+    ThreadTasks tasks;
 
     std::vector<std::unique_ptr<Window>> windows;
     int nextNumber = 1;
@@ -97,29 +92,11 @@ struct PlasmaStandIn::State {
     int unauthenticated = 0, other = 0;
     std::vector<std::thread> readers;
 
-    template <typename F> auto run(F work) -> decltype(work()) {
-        auto task = std::make_shared<std::packaged_task<decltype(work())()>>(std::move(work));
-        auto result = task->get_future();
-        {
-            std::lock_guard lock(taskMutex);
-            tasks.emplace_back([task] { (*task)(); });
-        }
-        const uint64_t one = 1;
-        [[maybe_unused]] const ssize_t n = write(wakeFd, &one, sizeof one);
-        return result.get();
-    }
+    template <typename F> auto run(F work) -> decltype(work()) { return tasks.run(std::move(work)); }
 
     void serve() {
-        while (true) {
-            std::deque<std::function<void()>> batch;
-            {
-                std::lock_guard lock(taskMutex);
-                batch.swap(tasks);
-                if (stopping && batch.empty())
-                    return;
-            }
-            for (auto &task : batch)
-                task();
+        tasks.serveHere();
+        while (tasks.runQueued() != ThreadTasks::Served::Finished) {
             wl_display_flush_clients(display);
             wl_event_loop_dispatch(loop, -1);
             wl_display_flush_clients(display);
@@ -542,12 +519,7 @@ PlasmaStandIn::~PlasmaStandIn() {
     d->busThread.quit();
     d->busThread.wait();
     if (d->thread.joinable()) {
-        {
-            std::lock_guard lock(d->taskMutex);
-            d->stopping = true;
-        }
-        const uint64_t one = 1;
-        [[maybe_unused]] const ssize_t n = write(d->wakeFd, &one, sizeof one);
+        d->tasks.stop();
         d->thread.join();
     }
     if (d->display) {
@@ -556,8 +528,6 @@ PlasmaStandIn::~PlasmaStandIn() {
     }
     for (auto &reader : d->readers)
         reader.join();
-    if (d->wakeFd >= 0)
-        close(d->wakeFd);
 }
 
 bool PlasmaStandIn::start() {
@@ -575,15 +545,13 @@ bool PlasmaStandIn::start() {
     if (!d->useKeymap(keymapText("us", "")))
         return false;
     d->loop = wl_display_get_event_loop(d->display);
-    d->wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     wl_event_loop_add_fd(
-        d->loop, d->wakeFd, WL_EVENT_READABLE,
-        [](int fd, uint32_t, void *) {
-            uint64_t count = 0;
-            [[maybe_unused]] const ssize_t n = read(fd, &count, sizeof count);
+        d->loop, d->tasks.wakeFd(), WL_EVENT_READABLE,
+        [](int, uint32_t, void *data) {
+            static_cast<ThreadTasks *>(data)->clearWake();
             return 0;
         },
-        nullptr);
+        &d->tasks);
     wl_global_create(d->display, &wl_seat_interface, 5, d.get(), State::bindSeat);
     // The order KWin announces them in.
     if (d->offers.dataControl)

@@ -40,6 +40,7 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/fakekeyinput.cpp ${CMAKE_CURRENT_LIST_DIR}/fakekeyinput.h
   ${CMAKE_CURRENT_LIST_DIR}/keymapcodes.cpp ${CMAKE_CURRENT_LIST_DIR}/keymapcodes.h
   ${CMAKE_CURRENT_LIST_DIR}/plasmawindowlist.cpp ${CMAKE_CURRENT_LIST_DIR}/plasmawindowlist.h
+  ${CMAKE_CURRENT_LIST_DIR}/threadtasks.cpp ${CMAKE_CURRENT_LIST_DIR}/threadtasks.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardinput.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardinput.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardprotocol.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeyboardprotocol.h
   ${CMAKE_CURRENT_LIST_DIR}/virtualkeymap.cpp ${CMAKE_CURRENT_LIST_DIR}/virtualkeymap.h

@@ -4,6 +4,7 @@
 #include "send/wayland/applicationicon.h"
 #include "send/wayland/fakekeyinput.h"
 #include "send/wayland/plasmawindowlist.h"
+#include "send/wayland/threadtasks.h"
 #include "send/wayland/virtualkeyboardinput.h"
 #include "send/wayland/wlrwindowlist.h"
 #include "send/x11/x11backend.h"
@@ -12,14 +13,11 @@
 #include <QDeadlineTimer>
 #include <csignal>
 #include <cstring>
-#include <deque>
-#include <future>
 #include <iostream>
 #include <map>
 #include <mutex>
 #include <poll.h>
 #include <string>
-#include <sys/eventfd.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -90,37 +88,15 @@ struct WaylandBackend::Impl {
 
     // Every use of the connection happens on this thread; callers hand it tasks.
     std::thread thread;
-    std::thread::id threadId;
-    int wakeFd = -1;
-    std::mutex taskMutex;
-    std::deque<std::function<void()>> tasks;
-    bool stopping = false;
+    ThreadTasks tasks;
 
     // This program's windows, on XWayland.
     std::unique_ptr<X11Backend> xwayland;
 
     template <typename F> auto run(F work) -> decltype(work()) {
-        using Result = decltype(work());
         if (!thread.joinable())
-            return Result{};
-        if (std::this_thread::get_id() == threadId)
-            return work();
-        auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
-        std::future<Result> result = task->get_future();
-        {
-            std::lock_guard lock(taskMutex);
-            // The thread ends with the back-end; a task handed in after that would wait for good.
-            if (stopping)
-                return Result{};
-            tasks.emplace_back([task] { (*task)(); });
-        }
-        wake();
-        return result.get();
-    }
-
-    void wake() const {
-        const uint64_t one = 1;
-        [[maybe_unused]] const ssize_t n = write(wakeFd, &one, sizeof one);
+            return decltype(work()){};
+        return tasks.run(std::move(work));
     }
 
     // Lets the compositor answer everything asked so far; false when the connection is gone.
@@ -141,21 +117,16 @@ struct WaylandBackend::Impl {
     }
 
     void loop() {
-        threadId = std::this_thread::get_id();
+        tasks.serveHere();
         for (;;) {
-            std::deque<std::function<void()>> batch;
-            {
-                std::lock_guard lock(taskMutex);
-                batch.swap(tasks);
-                if (stopping && batch.empty())
-                    return;
-            }
-            for (auto &task : batch)
-                task();
-            if (!batch.empty())
+            const ThreadTasks::Served served = tasks.runQueued();
+            if (served == ThreadTasks::Served::Finished)
+                return;
+            if (served == ThreadTasks::Served::Some)
                 continue;
 
-            pollfd fds[2] = {{wakeFd, POLLIN, 0}, {connected ? wl_display_get_fd(display) : -1, POLLIN, 0}};
+            pollfd fds[2] = {{tasks.wakeFd(), POLLIN, 0},
+                             {connected ? wl_display_get_fd(display) : -1, POLLIN, 0}};
             bool reading = false;
             if (connected) {
                 while (wl_display_prepare_read(display) != 0)
@@ -180,10 +151,8 @@ struct WaylandBackend::Impl {
                 if (connected && wl_display_dispatch_pending(display) < 0)
                     lost();
             }
-            if (ready > 0 && (fds[0].revents & POLLIN)) {
-                uint64_t count = 0;
-                [[maybe_unused]] const ssize_t n = read(wakeFd, &count, sizeof count);
-            }
+            if (ready > 0 && (fds[0].revents & POLLIN))
+                tasks.clearWake();
         }
     }
 
@@ -472,22 +441,15 @@ WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>()) {
         return;
     if (!qEnvironmentVariableIsEmpty("DISPLAY"))
         d->xwayland = std::make_unique<X11Backend>();
-    d->wakeFd = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     d->thread = std::thread([this] { d->loop(); });
 }
 
 WaylandBackend::~WaylandBackend() {
     if (d->thread.joinable()) {
-        {
-            std::lock_guard lock(d->taskMutex);
-            d->stopping = true;
-        }
-        d->wake();
+        d->tasks.stop();
         d->thread.join();
     }
     d->disconnect();
-    if (d->wakeFd >= 0)
-        close(d->wakeFd);
 }
 
 bool WaylandBackend::available() const {

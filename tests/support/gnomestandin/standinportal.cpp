@@ -95,7 +95,14 @@ QDBusObjectPath StandinPortal::Start(const QDBusObjectPath &session, const QStri
     return QDBusObjectPath(request);
 }
 
-void StandinPortal::key(bool keysym, int value, quint32 state) {
+void StandinPortal::key(const QDBusObjectPath &session, bool keysym, int value, quint32 state) {
+    Session *s = callersSession(session);
+    if (!s)
+        return;
+    if (!s->started) {
+        sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Session is not started"));
+        return;
+    }
     const bool down = state == 1;
     log_ << (keysym ? "keysym 0x" : "keycode ") << QString::number(value, keysym ? 16 : 10)
          << (down ? " down" : " up") << Qt::endl;
@@ -107,24 +114,10 @@ void StandinPortal::key(bool keysym, int value, quint32 state) {
 
 void StandinPortal::NotifyKeyboardKeycode(const QDBusObjectPath &session, const QVariantMap &, int keycode,
                                           quint32 state) {
-    Session *s = callersSession(session);
-    if (!s)
-        return;
-    if (!s->started) {
-        sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Session is not started"));
-        return;
-    }
-    key(false, keycode, state);
+    key(session, false, keycode, state);
 }
 
 void StandinPortal::NotifyKeyboardKeysym(const QDBusObjectPath &session, const QVariantMap &, int keysym,
                                          quint32 state) {
-    Session *s = callersSession(session);
-    if (!s)
-        return;
-    if (!s->started) {
-        sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Session is not started"));
-        return;
-    }
-    key(true, keysym, state);
+    key(session, true, keysym, state);
 }

@@ -60,7 +60,8 @@ private:
     // After the method's own reply, as the real portal answers the dialog later.
     void respond(const QString &request, quint32 code, const QVariantMap &results);
     Session *callersSession(const QDBusObjectPath &session);
-    void key(bool keysym, int value, quint32 state);
+    // A key of a started session of the caller.
+    void key(const QDBusObjectPath &session, bool keysym, int value, quint32 state);
 
     QTextStream &log_;
     QHash<QString, Session> sessions_;
