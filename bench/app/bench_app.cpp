@@ -5,6 +5,7 @@
 // the same under a headless sway session with the Wayland back-end.
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
+#include "app/session.h"
 #include "app/signinview.h"
 #include "cloud/accountapi.h"
 #include "cloud/classapi.h"
@@ -76,17 +77,16 @@ void printKeystrokes(const QStringList &common, const QStringList &rare,
 int child(int argc, char **argv) {
     AppController::prepareProcess();
     QApplication app(argc, argv);
-    MainWindow window;
-    auto *login = new SignInView(&window);
-    window.setContentView(login);
-    window.resize(SignInView::windowSize);
+    AppController controller;
+    controller.start();
+    auto *login = qobject_cast<SignInView *>(controller.window()->contentView());
     const bool home = qEnvironmentVariableIsSet("QUILLORA_AUTOLOGIN");
     QObject::connect(login, &SignInView::ready, [home] {
         std::cout << "ready" << std::endl;
         if (!home)
             QCoreApplication::exit(0);
     });
-    QObject::connect(login, &SignInView::signedIn, [](HomeView *h) {
+    QObject::connect(&controller, &AppController::sessionStarted, [](Session *, HomeView *h) {
         QObject::connect(h, &HomeView::cloudStopped, h, [h] {
             QTimer::singleShot(1500, h, [h] {
                 std::cout << "rss_kb " << residentKb() << std::endl;
@@ -122,7 +122,6 @@ int child(int argc, char **argv) {
             });
         });
     });
-    window.show();
     QTimer::singleShot(qEnvironmentVariableIsSet("BENCH_IDLE") ? 600000 : 180000,
                        [] { QCoreApplication::exit(3); });
     return app.exec();

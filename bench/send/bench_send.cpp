@@ -6,13 +6,13 @@
 // with --sway a headless sway and a native Wayland pastetarget; prints its figures (medians) on
 // standard output.
 #include "chatpageserver.h"
-#include "cloud/appsettings.h"
+#include "desktop/windowactivation.h"
 #include "eventloopwait.h"
+#include "model/appsettings.h"
 #include "model/contentformat.h"
 #include "send/phrasesender.h"
 #include "send/sendplan.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 #include "store/localpath.h"
 #include "waylandsession.h"
 #include "xvfbsession.h"

@@ -3,6 +3,7 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/autostart.cpp ${CMAKE_CURRENT_LIST_DIR}/autostart.h
   ${CMAKE_CURRENT_LIST_DIR}/instancechannel.cpp ${CMAKE_CURRENT_LIST_DIR}/instancechannel.h
   ${CMAKE_CURRENT_LIST_DIR}/librarydialogs.cpp ${CMAKE_CURRENT_LIST_DIR}/librarydialogs.h
+  ${CMAKE_CURRENT_LIST_DIR}/session.cpp ${CMAKE_CURRENT_LIST_DIR}/session.h
   ${CMAKE_CURRENT_LIST_DIR}/signinview.cpp ${CMAKE_CURRENT_LIST_DIR}/signinview.h
   ${CMAKE_CURRENT_LIST_DIR}/trayicon.cpp ${CMAKE_CURRENT_LIST_DIR}/trayicon.h
   ${CMAKE_CURRENT_LIST_DIR}/mainwindow.cpp ${CMAKE_CURRENT_LIST_DIR}/mainwindow.h

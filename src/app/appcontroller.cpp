@@ -1,23 +1,30 @@
 #include "app/appcontroller.h"
 
+#include "app/librarydialogs.h"
 #include "app/mainwindow.h"
+#include "app/session.h"
 #include "app/signinview.h"
 #include "app/trayicon.h"
-#include "model/app.h"
-#include "send/desktopsession.h"
-#include "send/quickbarentry.h"
+#include "desktop/desktopbackend.h"
+#include "desktop/desktopsession.h"
+#include "desktop/runningapplication.h"
+#include "library/homeview.h"
+#include "model/logging.h"
+#include "quickbar/quickbar.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QMetaObject>
 #include <QSystemTrayIcon>
+#include <QThread>
 #include <QTimer>
-#include <iostream>
 #include <unistd.h>
 
 AppController::AppController(QObject *parent) : QObject(parent) {}
 
-AppController::~AppController() = default;
+AppController::~AppController() {
+    shutDown();
+    window_.reset();
+}
 
 void AppController::prepareProcess() {
     // The windows are plain widgets. Without this OpenGL is set up at start-up (for the contexts the
@@ -36,11 +43,7 @@ void AppController::prepareProcess() {
     DesktopSession::prepareOwnWindows();
 }
 
-void AppController::applicationDidFinishLaunching() {
-    QuickBarEntry &touchBar = QuickBarEntry::shared();
-    touchBar.setupControlStripPresence();
-    connect(touchBar.button, &QAction::triggered, this, &AppController::iconClicked);
-
+void AppController::start() {
     // Whether closing the last window ends the program is decided when it happens: a panel with a
     // tray may come up after the program (as at login).
     QApplication::setQuitOnLastWindowClosed(false);
@@ -48,25 +51,46 @@ void AppController::applicationDidFinishLaunching() {
 
     tray_ = new TrayIcon(this);
     connect(tray_, &TrayIcon::showRequested, this, &AppController::showWindow);
-    connect(tray_, &TrayIcon::quitRequested, this, &AppController::quit);
+    connect(tray_, &TrayIcon::quickBarRequested, this, &AppController::toggleFromTray);
+    connect(tray_, &TrayIcon::quitRequested, this, [this] { quit(); });
     tray_->show(); // also without a tray now: Qt docks it once one appears
 
-    window_ = new MainWindow;
+    window_ = std::make_unique<MainWindow>();
     window_->setAttribute(Qt::WA_DeleteOnClose, false);
-    auto *login = new SignInView(window_);
+    auto *login = new SignInView(window_.get());
+    connect(login, &SignInView::signedIn, this, &AppController::startSession);
+    connect(login, &SignInView::endRequested, this, &AppController::quit);
     window_->setContentView(login);
     window_->resize(SignInView::windowSize);
     window_->show();
 }
 
-void AppController::iconClicked() {
+void AppController::startSession(const QString &username) {
+    session_ = std::make_unique<Session>(username);
+    connect(session_.get(), &Session::endRequested, this, [this](int status, const QString &message) {
+        if (!message.isEmpty())
+            qCCritical(lcApp, "%s", qUtf8Printable(message));
+        quit(status);
+    });
+    auto *home = new HomeView;
+    LibraryDialogs::attach(home);
+    connect(home, &HomeView::quickBarToggleRequested, session_.get(), &Session::toggleQuickBar);
+    if (window_)
+        window_->setContentView(home); // deletes the sign-in view later
+    else
+        home->show();
+    session_->start(*home);
+    Q_EMIT sessionStarted(session_.get(), home);
+}
+
+void AppController::toggleFromTray() {
     // The quick bar presents itself above other windows without taking the focus.
-    if (App::quickBar)
-        QMetaObject::invokeMethod(App::quickBar, "present", Qt::DirectConnection);
-    QWidget *w = window_;
+    if (session_ && session_->quickBar())
+        session_->quickBar()->present();
+    QWidget *w = window_.get();
     if (!w)
         return;
-    if (!QuickBarEntry::isKeyWindow(w)) {
+    if (!isActiveOnDesktop(w)) {
         w->close();
         w->show();
         w->raise();
@@ -77,8 +101,25 @@ void AppController::iconClicked() {
     }
 }
 
-bool AppController::applicationShouldHandleReopen(bool hasVisibleWindows) {
-    std::cout << "flag = " << (hasVisibleWindows ? "true" : "false") << std::endl;
+bool AppController::isActiveOnDesktop(QWidget *window) {
+    if (!window->isVisible())
+        return false;
+    if (!DesktopBackend::instance().available())
+        return window->isActiveWindow();
+    RunningApplication self;
+    self.window = window->winId();
+    // When Qt has just heard of the focus, the window manager may not have recorded it yet: a moment
+    // for the two to agree.
+    for (int i = 0; i < 10 && window->isActiveWindow(); ++i) {
+        if (self.isActive())
+            return true;
+        QThread::msleep(10);
+    }
+    return self.isActive();
+}
+
+void AppController::reopen(bool hasVisibleWindows) {
+    qCInfo(lcApp, "flag = %s", hasVisibleWindows ? "true" : "false");
     if (!hasVisibleWindows && window_) {
         // Closing before showing is how it has always been done.
         window_->close();
@@ -86,16 +127,17 @@ bool AppController::applicationShouldHandleReopen(bool hasVisibleWindows) {
         window_->raise();
         window_->activateWindow();
     }
-    return true;
 }
 
 void AppController::handleRequest(const QByteArray &request) {
-    std::cout << "request from another start: " << request.toStdString() << std::endl;
+    qCInfo(lcApp, "request from another start: %s", request.constData());
     if (request == "quit") {
         quit();
     } else if (request == "quickbar") {
         // Before sign-in there is no quick bar yet: the window is the way on.
-        if (!QuickBarEntry::toggleQuickBar())
+        if (session_ && session_->quickBar())
+            session_->toggleQuickBar();
+        else
             showWindow();
     } else {
         showWindow();
@@ -103,7 +145,7 @@ void AppController::handleRequest(const QByteArray &request) {
 }
 
 void AppController::showWindow() {
-    applicationShouldHandleReopen(window_ && window_->isVisible());
+    reopen(window_ && window_->isVisible());
     if (window_) {
         window_->raise();
         window_->activateWindow();
@@ -112,20 +154,22 @@ void AppController::showWindow() {
 
 void AppController::lastWindowClosed() {
     // Looked at once the current gesture is over: reopening closes a window and shows it again.
-    QTimer::singleShot(0, this, [] {
+    QTimer::singleShot(0, this, [this] {
         if (QSystemTrayIcon::isSystemTrayAvailable())
             return;
         for (QWidget *w : QApplication::topLevelWidgets())
             if (w->isVisible() && w->testAttribute(Qt::WA_QuitOnClose))
                 return;
-        std::cout << "last window closed without a system tray: quitting" << std::endl;
+        qCInfo(lcApp, "last window closed without a system tray: quitting");
         quit();
     });
 }
 
-void AppController::quit() {
+void AppController::quit(int status) {
     // exit(), not quit(): quit() asks every window first and a dialog that is uploading says no.
-    QCoreApplication::exit(0);
+    QCoreApplication::exit(status);
 }
 
-void AppController::applicationWillTerminate() {}
+void AppController::shutDown() {
+    session_.reset();
+}

@@ -3,12 +3,15 @@
 #include <QByteArray>
 #include <QObject>
 #include <QPointer>
+#include <memory>
 
+class HomeView;
 class MainWindow;
+class Session;
 class TrayIcon;
 
-// Reactions of the application to launch, the quick-bar icon, reopening, requests of later starts
-// and termination.
+// The application object: lives for the process, owns the tray icon and the one window, and while
+// someone is signed in, the Session. It alone decides that the program ends.
 class AppController : public QObject {
     Q_OBJECT
 public:
@@ -18,26 +21,38 @@ public:
     // Process settings that must be made before the QApplication exists.
     static void prepareProcess();
 
-    MainWindow *window() const { return window_; }
+    MainWindow *window() const { return window_.get(); }
     TrayIcon *trayIcon() const { return tray_; }
+    // The signed-in user's session; null before sign-in.
+    Session *session() const { return session_.get(); }
 
     // Shows the tray icon and the one window with the sign-in view.
-    void applicationDidFinishLaunching();
+    void start();
     // Presents the quick bar and toggles the window: hides it when it is the active window, else
     // brings it to the front.
-    void iconClicked();
-    // Shows the window again when none is visible; always true.
-    bool applicationShouldHandleReopen(bool hasVisibleWindows);
+    void toggleFromTray();
+    // Shows the window again when none is visible.
+    void reopen(bool hasVisibleWindows);
     // A later start's request: "show" (reopen and raise), "quickbar" (toggle it), "quit".
     void handleRequest(const QByteArray &request);
     // Ends the event loop whatever the windows say (a busy dialog refuses to close).
-    static void quit();
-    void applicationWillTerminate();
+    void quit(int status = 0);
+    // Ends the session before the application object goes away.
+    void shutDown();
+
+Q_SIGNALS:
+    // A user signed in: the session runs and the home view shows its library.
+    void sessionStarted(Session *session, HomeView *home);
 
 private:
+    void startSession(const QString &username);
     void showWindow();
     void lastWindowClosed();
+    // Whether the window is the desktop's active window. Qt's own answer is not used: while the tray
+    // menu is open it counts the menu's parent window as active, whichever window has the focus.
+    static bool isActiveOnDesktop(QWidget *window);
 
-    QPointer<MainWindow> window_;
+    std::unique_ptr<MainWindow> window_;
     TrayIcon *tray_ = nullptr;
+    std::unique_ptr<Session> session_;
 };

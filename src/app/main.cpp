@@ -1,8 +1,10 @@
 #include "app/appcontroller.h"
 #include "app/instancechannel.h"
 #include "app/mainwindow.h"
+#include "app/session.h"
 #include "app/signinview.h"
 #include "library/homeview.h"
+#include "model/logging.h"
 #include "ui/messagebox.h"
 
 #include <QApplication>
@@ -19,45 +21,46 @@
 #include <QTranslator>
 #include <cstdio>
 #include <cstdlib>
-#include <iostream>
 #include <optional>
+
+namespace {
 
 // QUILLORA_SCREENSHOT=FILE: an unattended run. Message boxes are answered by themselves (and printed),
 // and once the home window shows the synchronised library it is saved to FILE and the program ends.
-static void unattended(AppController &listener, const QString &file) {
+void unattended(AppController &controller, const QString &file) {
     MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
-        std::cout << "message box: " << r.title.toStdString() << ": " << r.text.toStdString() << std::endl;
+        qCInfo(lcApp, "message box: %s: %s", qUtf8Printable(r.title), qUtf8Printable(r.text));
         return true;
     });
     // A run that never reaches the library ends with an error instead of hanging.
-    QTimer::singleShot(120000, qApp, [] {
-        std::cerr << "quillora: the home window did not show the library in time" << std::endl;
-        QCoreApplication::exit(1);
+    QTimer::singleShot(120000, &controller, [&controller] {
+        qCCritical(lcApp, "quillora: the home window did not show the library in time");
+        controller.quit(1);
     });
-    auto *login = qobject_cast<SignInView *>(listener.window()->contentView());
-    QObject::connect(login, &SignInView::loginFailed, qApp, [](const QString &msg) {
-        std::cerr << "quillora: sign-in failed: " << msg.toStdString() << std::endl;
-        QCoreApplication::exit(1);
+    auto *login = qobject_cast<SignInView *>(controller.window()->contentView());
+    QObject::connect(login, &SignInView::loginFailed, &controller, [&controller](const QString &msg) {
+        qCCritical(lcApp, "quillora: sign-in failed: %s", qUtf8Printable(msg));
+        controller.quit(1);
     });
-    QObject::connect(login, &SignInView::signedIn, qApp, [&listener, file](HomeView *home) {
-        QObject::connect(home, &HomeView::cloudStopped, qApp, [&listener, file] {
-            // Let the lists and the docking settle before the picture is taken.
-            QTimer::singleShot(800, qApp, [&listener, file] {
-                QWidget *w = listener.window();
-                QDir().mkpath(QFileInfo(file).absolutePath());
-                if (!w || !w->grab().save(file)) {
-                    std::cerr << "quillora: could not save " << file.toStdString() << std::endl;
-                    QCoreApplication::exit(1);
-                    return;
-                }
-                std::cout << "screenshot: " << QFileInfo(file).absoluteFilePath().toStdString() << std::endl;
-                QCoreApplication::exit(0);
-            });
-        });
-    });
+    QObject::connect(&controller, &AppController::sessionStarted, &controller,
+                     [&controller, file](Session *, HomeView *home) {
+                         QObject::connect(home, &HomeView::cloudStopped, &controller, [&controller, file] {
+                             // Let the lists and the docking settle before the picture is taken.
+                             QTimer::singleShot(800, &controller, [&controller, file] {
+                                 QWidget *w = controller.window();
+                                 QDir().mkpath(QFileInfo(file).absolutePath());
+                                 if (!w || !w->grab().save(file)) {
+                                     qCCritical(lcApp, "quillora: could not save %s", qUtf8Printable(file));
+                                     controller.quit(1);
+                                     return;
+                                 }
+                                 qCInfo(lcApp, "screenshot: %s",
+                                        qUtf8Printable(QFileInfo(file).absoluteFilePath()));
+                                 controller.quit(0);
+                             });
+                         });
+                     });
 }
-
-namespace {
 
 // How long quitting waits for work on the pool (a send in progress) before the process ends anyway.
 constexpr int quitGraceMs = 300;
@@ -85,6 +88,7 @@ QByteArray parseCommandLine(const QCoreApplication &app) {
 } // namespace
 
 int main(int argc, char **argv) {
+    qInstallMessageHandler(logging::printPlainLine);
     Q_INIT_RESOURCE(app);
     AppController::prepareProcess();
     QCoreApplication::setApplicationName("quillora");
@@ -100,11 +104,11 @@ int main(int argc, char **argv) {
         if (const std::optional<QByteArray> answer = channel.handOver(request)) {
             if (*answer == InstanceChannel::answerOk)
                 return 0;
-            std::cerr << "quillora: the running program did not answer" << std::endl;
+            qCCritical(lcApp, "quillora: the running program did not answer");
             return 1;
         }
         if (request == "quit") {
-            std::cout << "quillora is not running" << std::endl;
+            qCInfo(lcApp, "quillora is not running");
             return 0;
         }
     }
@@ -118,19 +122,19 @@ int main(int argc, char **argv) {
                      QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QApplication::installTranslator(&qtTexts);
 
-    AppController listener;
+    AppController controller;
     channel.listen();
-    QObject::connect(&channel, &InstanceChannel::requested, &listener, &AppController::handleRequest);
-    listener.applicationDidFinishLaunching();
+    QObject::connect(&channel, &InstanceChannel::requested, &controller, &AppController::handleRequest);
+    controller.start();
     const QString shot = qEnvironmentVariable("QUILLORA_SCREENSHOT");
     if (!shot.isEmpty())
-        unattended(listener, shot);
+        unattended(controller, shot);
     const int status = app.exec();
-    listener.applicationWillTerminate();
+    controller.shutDown();
     // Nothing in flight may keep the program alive: the local store is a mirror that the next start
     // replaces, so work still running is cut short rather than waited for.
     if (!QThreadPool::globalInstance()->waitForDone(quitGraceMs)) {
-        std::cout << "quitting while work is still running" << std::endl;
+        qCInfo(lcApp, "quitting while work is still running");
         std::fflush(nullptr);
         std::_Exit(status);
     }

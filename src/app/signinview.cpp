@@ -1,13 +1,13 @@
 #include "app/signinview.h"
 
-#include "app/librarydialogs.h"
 #include "app/webviewmodule.h"
 #include "cloud/accountapi.h"
-#include "cloud/appsettings.h"
 #include "cloud/serviceapi.h"
 #include "cloud/versiongate.h"
+#include "desktop/windowutils.h"
 #include "model/app.h"
-#include "send/windowutils.h"
+#include "model/appsettings.h"
+#include "model/logging.h"
 #include "ui/framedwindow.h"
 #include "ui/messagebox.h"
 
@@ -22,9 +22,6 @@
 #include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
-#include <iostream>
-
-#include "library/homeview.h"
 
 static void initLoginResources() {
     Q_INIT_RESOURCE(app);
@@ -162,14 +159,18 @@ void SignInView::viewDidAppear() {
         switch (gate.kind()) {
         case VersionGate::Kind::NetworkFailure:
             MessageBox::show(QString::fromUtf8("失败"), QString::fromUtf8("网络连接失败"), w,
-                             QMessageBox::Critical, [] { ServiceApi::endProgram(); });
+                             QMessageBox::Critical, [self] {
+                                 if (self)
+                                     Q_EMIT self->endRequested(1);
+                             });
             return;
         case VersionGate::Kind::UpdateRequired: {
             const QUrl url = gate.url();
             MessageBox::show(QString::fromUtf8("请更新"), VersionGate::updateMessage(), w,
-                             QMessageBox::Warning, [url] {
+                             QMessageBox::Warning, [self, url] {
                                  QDesktopServices::openUrl(url);
-                                 ServiceApi::endProgram();
+                                 if (self)
+                                     Q_EMIT self->endRequested(1);
                              });
             return;
         }
@@ -204,22 +205,12 @@ void SignInView::loginButtonClick() {
             return;
         }
         const QString name = result.username();
-        std::cout << "set username = " << name.toStdString() << std::endl;
-        App::userInfo().username = name;
+        qCInfo(lcApp, "set username = %s", qUtf8Printable(name));
         App::setting().setUsername(name);
         const bool remember = self->checkBox->isChecked();
         App::setting().setPassword(remember ? password : QString());
         AppSettings::setBool("pwd_check", remember);
-
-        // The home view takes the sign-in view's place in the same window.
-        auto *window = qobject_cast<FramedWindow *>(self->window());
-        auto *home = new HomeView;
-        LibraryDialogs::attach(home);
-        Q_EMIT self->signedIn(home);
-        if (window)
-            window->setContentView(home); // deletes this view later
-        else
-            home->show();
+        Q_EMIT self->signedIn(name);
     });
 }
 

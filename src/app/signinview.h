@@ -8,10 +8,9 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
-class HomeView;
 
 // The sign-in view: version gate, account and password, remember-password, and the links to the
-// service's registration and reset pages. On success the home view takes its place in the window.
+// service's registration and reset pages. The application object starts the session on success.
 //
 // QUILLORA_AUTOLOGIN=name:password signs in with that account as soon as the gate lets it.
 class SignInView : public QWidget {
@@ -37,7 +36,9 @@ public:
 Q_SIGNALS:
     // The gate let the user through: the sign-in button is enabled.
     void ready();
-    void signedIn(HomeView *home);
+    void signedIn(const QString &username);
+    // The program cannot go on (no service, or this version is too old): end with this status.
+    void endRequested(int status);
     void loginFailed(const QString &msg);
 
 protected:

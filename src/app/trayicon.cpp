@@ -1,8 +1,7 @@
 #include "app/trayicon.h"
 
 #include "app/autostart.h"
-#include "model/app.h"
-#include "send/quickbarentry.h"
+#include "quickbar/quickbaricon.h"
 #include "ui/messagebox.h"
 
 #include <QAction>
@@ -22,9 +21,13 @@ TrayIcon::TrayIcon(QObject *parent) : QSystemTrayIcon(QIcon(":/icon-32.svg"), pa
     });
     menu_->addSeparator();
     quitAction = menu_->addAction(QStringLiteral("退出"), this, &TrayIcon::quitRequested);
-    QuickBarEntry::shared().addTo(menu_);
+    // At the top of the menu, where it is found without looking.
+    quickBarAction = new QAction(quickbaricon::make(), QStringLiteral("快捷栏"), this);
+    quickBarAction->setObjectName(QStringLiteral("SystemIcon"));
+    quickBarAction->setToolTip(QStringLiteral("快捷栏 F1–F12"));
+    menu_->insertAction(showAction, quickBarAction);
+    connect(quickBarAction, &QAction::triggered, this, &TrayIcon::quickBarRequested);
     setContextMenu(menu_);
-    App::trayMenu = menu_;
     connect(this, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger)
             Q_EMIT showRequested();

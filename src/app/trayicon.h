@@ -14,12 +14,15 @@ public:
     ~TrayIcon() override;
 
     QMenu *menu() const { return menu_; }
+    // The way to the quick bar while another program is in front.
+    QAction *quickBarAction = nullptr;
     QAction *showAction = nullptr;
     QAction *autostartAction = nullptr;
     QAction *quitAction = nullptr;
 
 Q_SIGNALS:
     void showRequested();
+    void quickBarRequested();
     void quitRequested();
 
 private:

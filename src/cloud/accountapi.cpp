@@ -1,10 +1,10 @@
 #include "cloud/accountapi.h"
 
-#include "cloud/appsettings.h"
 #include "cloud/httptransport.h"
 #include "cloud/rc4cipher.h"
 #include "cloud/serviceapi.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 #include "store/conversions.h"
 
 #include <iostream>

@@ -11,7 +11,6 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/listresult.h
   ${CMAKE_CURRENT_LIST_DIR}/classlistresult.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistresult.h
-  ${CMAKE_CURRENT_LIST_DIR}/appsettings.cpp ${CMAKE_CURRENT_LIST_DIR}/appsettings.h
   ${CMAKE_CURRENT_LIST_DIR}/librarysync.cpp ${CMAKE_CURRENT_LIST_DIR}/librarysync.h
   ${CMAKE_CURRENT_LIST_DIR}/librarysynclistener.h
   ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.cpp ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.h

@@ -1,7 +1,7 @@
 #include "cloud/httptransport.h"
 
-#include "cloud/appsettings.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>

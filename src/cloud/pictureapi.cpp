@@ -1,9 +1,9 @@
 #include "cloud/pictureapi.h"
 
-#include "cloud/appsettings.h"
 #include "cloud/httptransport.h"
 #include "cloud/serviceapi.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 #include "store/appfileutil.h"
 
 #include <QHttpMultiPart>

@@ -1,8 +1,8 @@
 #include "cloud/serviceapi.h"
 
-#include "cloud/appsettings.h"
 #include "cloud/httptransport.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,18 +1,15 @@
 #include "library/homeview.h"
 
-#include "cloud/librarysync.h"
-#include "cloud/sessionheartbeat.h"
+#include "desktop/applicationnames.h"
+#include "desktop/desktopsession.h"
 #include "library/classlist.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
 #include "library/phraseoperations.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
-#include "send/applicationnames.h"
-#include "send/desktopsession.h"
+#include "quickbar/quickbaricon.h"
 #include "send/phrasesender.h"
-#include "send/quickbar.h"
-#include "send/quickbarentry.h"
 #include "send/targetwindowtracker.h"
 #include "store/localpath.h"
 #include "store/localstore.h"
@@ -67,12 +64,12 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     targetRow->addWidget(targetName, 1);
     quickBarButton = new QToolButton(target);
     quickBarButton->setObjectName(QStringLiteral("quickBarButton"));
-    quickBarButton->setIcon(QuickBarEntry::quickBarIcon());
+    quickBarButton->setIcon(quickbaricon::make());
     quickBarButton->setToolTip(QStringLiteral("快捷栏"));
     quickBarButton->setAutoRaise(true);
     quickBarButton->setIconSize(QSize(20, 20));
     quickBarButton->setFocusPolicy(Qt::NoFocus);
-    connect(quickBarButton, &QToolButton::clicked, this, [] { QuickBarEntry::toggleQuickBar(); });
+    connect(quickBarButton, &QToolButton::clicked, this, &HomeView::quickBarToggleRequested);
     targetRow->addWidget(quickBarButton);
     layout->addWidget(target);
     // What became of a send that did not go out whole: a line under the target, never a dialog.
@@ -141,45 +138,13 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
 
 HomeView::~HomeView() = default;
 
-QMenu *HomeView::trayMenu() const {
-    return qobject_cast<QMenu *>(App::trayMenu.data());
-}
-
 PhraseList *HomeView::phraseList() const {
     return libraryPanel->phraseList;
 }
 
 void HomeView::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
-    viewDidAppear();
-}
-
-void HomeView::viewDidAppear() {
     moveWindowToRight();
-    if (firstShown)
-        return;
-    firstShown = true;
-
-    // The quick bar: its slots stand for the phrase list shown here, looked up at each gesture.
-    auto *bar = new QuickBar;
-    connect(this, &QObject::destroyed, bar, &QObject::deleteLater);
-    QPointer<PhraseList> list = phraseList();
-    bar->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
-                       [list](int row) {
-                           if (list)
-                               list->selectRow(row);
-                       });
-    bar->setHomeWindow(window());
-    bar->setSearchField(searchTextView);
-    bar->applyShortcutSetting();
-    App::quickBar = bar;
-
-    LibrarySync::listener = libraryPanel;
-    LibrarySync::cloudAll([] {});
-    TargetWindowTracker::start();
-    startUploadIcon();
-    SessionHeartbeat::start();
-    Q_EMIT started();
 }
 
 void HomeView::showView() {
@@ -204,7 +169,7 @@ void HomeView::moveWindowToRight() {
     });
 }
 
-void HomeView::startUploadIcon() {
+void HomeView::followTarget() {
     if (targetShown_)
         return;
     targetShown_ = true;

@@ -5,7 +5,6 @@
 
 class QLabel;
 class QLineEdit;
-class QMenu;
 class QToolButton;
 class ElidedLabel;
 class LibraryPanel;
@@ -13,7 +12,7 @@ class PhraseList;
 class SearchResultList;
 
 // The home view: target application, search field, and the library or the search results. It docks
-// its window at the right edge every time it appears; the first time it also starts the services.
+// its window at the right edge every time it appears. The session starts the services it shows.
 class HomeView : public QWidget {
     Q_OBJECT
 public:
@@ -28,17 +27,16 @@ public:
     LibraryPanel *libraryPanel = nullptr;
     SearchResultList *searchResults = nullptr;
     QLineEdit *searchTextView = nullptr;
-    bool firstShown = false;
 
     void showView();
     void moveWindowToRight();
-    void startUploadIcon();
+    // Shows the target window's name and icon from now on, following each change.
+    void followTarget();
     void searchTextChanged();
 
-    // For the quick bar: the phrase list (its phraseAt and selectRow), the search field, the tray menu.
+    // For the quick bar: the phrase list (its phraseAt and selectRow) and the search field.
     PhraseList *phraseList() const;
     QLineEdit *searchField() const { return searchTextView; }
-    QMenu *trayMenu() const;
 
     static constexpr int dockWidth = 300;
     static constexpr int dockRightGap = 5;
@@ -47,15 +45,14 @@ public:
     static constexpr int sendStatusMs = 6000;
 
 Q_SIGNALS:
-    // The one-time start-up has run (quick bar, synchronisation, tracker, target display, heartbeat).
-    void started();
     void cloudStopped();
+    // The quick bar button was clicked.
+    void quickBarToggleRequested();
 
 protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    void viewDidAppear();
     // Shows the target's name, and its icon when asked or when the target is another window.
     void refreshTarget(bool rereadIcon);
 

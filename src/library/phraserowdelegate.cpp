@@ -2,7 +2,7 @@
 
 #include "library/phraseidmodel.h"
 #include "model/contentformat.h"
-#include "send/sendbutton.h"
+#include "ui/sendbutton.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,5 +1,8 @@
 target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/app.cpp ${CMAKE_CURRENT_LIST_DIR}/app.h
+  ${CMAKE_CURRENT_LIST_DIR}/logging.cpp ${CMAKE_CURRENT_LIST_DIR}/logging.h
+  ${CMAKE_CURRENT_LIST_DIR}/result.h
+  ${CMAKE_CURRENT_LIST_DIR}/appsettings.cpp ${CMAKE_CURRENT_LIST_DIR}/appsettings.h
   ${CMAKE_CURRENT_LIST_DIR}/contentformat.cpp ${CMAKE_CURRENT_LIST_DIR}/contentformat.h
   ${CMAKE_CURRENT_LIST_DIR}/contentpiece.h
   ${CMAKE_CURRENT_LIST_DIR}/operationresult.h

@@ -1,7 +1,7 @@
 #include "send/clipboardutil.h"
 
-#include "send/clipboardrequests.h"
-#include "send/desktopbackend.h"
+#include "desktop/clipboardrequests.h"
+#include "desktop/desktopbackend.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

@@ -1,15 +1,10 @@
 target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/clipboardutil.cpp ${CMAKE_CURRENT_LIST_DIR}/clipboardutil.h
-  ${CMAKE_CURRENT_LIST_DIR}/clipboardrequests.cpp ${CMAKE_CURRENT_LIST_DIR}/clipboardrequests.h
   ${CMAKE_CURRENT_LIST_DIR}/targetwindowtracker.cpp ${CMAKE_CURRENT_LIST_DIR}/targetwindowtracker.h
   ${CMAKE_CURRENT_LIST_DIR}/phrasedelivery.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasedelivery.h
   ${CMAKE_CURRENT_LIST_DIR}/sendplan.cpp ${CMAKE_CURRENT_LIST_DIR}/sendplan.h
   ${CMAKE_CURRENT_LIST_DIR}/pastelanding.cpp ${CMAKE_CURRENT_LIST_DIR}/pastelanding.h
   ${CMAKE_CURRENT_LIST_DIR}/pastekeys.cpp ${CMAKE_CURRENT_LIST_DIR}/pastekeys.h
   ${CMAKE_CURRENT_LIST_DIR}/deliveryresult.cpp ${CMAKE_CURRENT_LIST_DIR}/deliveryresult.h
-  ${CMAKE_CURRENT_LIST_DIR}/desktopbackend.cpp ${CMAKE_CURRENT_LIST_DIR}/desktopbackend.h
-  ${CMAKE_CURRENT_LIST_DIR}/runningapplication.cpp ${CMAKE_CURRENT_LIST_DIR}/runningapplication.h
   ${CMAKE_CURRENT_LIST_DIR}/phrasesender.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasesender.h
-  ${CMAKE_CURRENT_LIST_DIR}/keystrokes.cpp ${CMAKE_CURRENT_LIST_DIR}/keystrokes.h
-  ${CMAKE_CURRENT_LIST_DIR}/windowactivation.cpp ${CMAKE_CURRENT_LIST_DIR}/windowactivation.h
-  ${CMAKE_CURRENT_LIST_DIR}/windowutils.cpp ${CMAKE_CURRENT_LIST_DIR}/windowutils.h)
+  ${CMAKE_CURRENT_LIST_DIR}/keystrokes.cpp ${CMAKE_CURRENT_LIST_DIR}/keystrokes.h)

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "desktop/desktopbackend.h"
+#include "desktop/runningapplication.h"
 #include "send/deliveryresult.h"
-#include "send/desktopbackend.h"
-#include "send/runningapplication.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #include "send/pastekeys.h"
 
-#include "cloud/appsettings.h"
+#include "model/appsettings.h"
 
 #include <QHash>
 

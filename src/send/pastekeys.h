@@ -1,6 +1,6 @@
 #pragma once
 
-#include "send/desktopbackend.h"
+#include "desktop/desktopbackend.h"
 
 #include <QString>
 #include <optional>

@@ -1,8 +1,8 @@
 #include "send/phrasedelivery.h"
 
-#include "send/clipboardrequests.h"
+#include "desktop/clipboardrequests.h"
+#include "desktop/desktopbackend.h"
 #include "send/clipboardutil.h"
-#include "send/desktopbackend.h"
 #include "send/keystrokes.h"
 
 #include <QHash>

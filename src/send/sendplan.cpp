@@ -1,6 +1,6 @@
 #include "send/sendplan.h"
 
-#include "cloud/appsettings.h"
+#include "model/appsettings.h"
 #include "model/contentformat.h"
 #include "store/appfileutil.h"
 

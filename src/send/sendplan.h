@@ -1,8 +1,8 @@
 #pragma once
 
+#include "desktop/runningapplication.h"
 #include "model/contentpiece.h"
 #include "send/pastekeys.h"
-#include "send/runningapplication.h"
 
 #include <QByteArray>
 #include <QList>

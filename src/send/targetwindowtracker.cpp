@@ -1,7 +1,7 @@
 #include "send/targetwindowtracker.h"
 
-#include "send/desktopbackend.h"
-#include "send/windowactivation.h"
+#include "desktop/desktopbackend.h"
+#include "desktop/windowactivation.h"
 
 #include <QCoreApplication>
 #include <QPointer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "send/runningapplication.h"
+#include "desktop/runningapplication.h"
 
 #include <QObject>
 #include <functional>

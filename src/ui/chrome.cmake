@@ -3,3 +3,4 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/imagebutton.cpp ${CMAKE_CURRENT_LIST_DIR}/imagebutton.h
   ${CMAKE_CURRENT_LIST_DIR}/elidedlabel.cpp ${CMAKE_CURRENT_LIST_DIR}/elidedlabel.h
   ${CMAKE_CURRENT_LIST_DIR}/framedwindow.cpp ${CMAKE_CURRENT_LIST_DIR}/framedwindow.h)
+target_sources(quillora-ui PRIVATE ${CMAKE_CURRENT_LIST_DIR}/sendbutton.cpp ${CMAKE_CURRENT_LIST_DIR}/sendbutton.h)

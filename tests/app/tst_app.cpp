@@ -1,11 +1,12 @@
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
+#include "app/session.h"
 #include "app/signinview.h"
 #include "app/webpageopener.h"
 #include "app/webviewmodule.h"
-#include "cloud/appsettings.h"
 #include "cloud/librarysync.h"
 #include "cloud/serviceapi.h"
+#include "desktop/windowactivation.h"
 #include "editor/pictureuploaddialog.h"
 #include "library/classcell.h"
 #include "library/classlist.h"
@@ -19,13 +20,14 @@
 #include "library/phraserowdelegate.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
+#include "model/appsettings.h"
+#include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
-#include "send/sendbutton.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
 #include "ui/messagebox.h"
+#include "ui/sendbutton.h"
 
 #include "cloudservice.h"
 #include "scriptedresponder.h"
@@ -96,14 +98,13 @@ int gateChild(int argc, char **argv) {
     UrlCatcher catcher;
     QDesktopServices::setUrlHandler("https", &catcher, "open");
     QDesktopServices::setUrlHandler("http", &catcher, "open");
-    MainWindow window;
-    auto *login = new SignInView(&window);
-    window.setContentView(login);
+    AppController controller;
+    controller.start();
+    auto *login = qobject_cast<SignInView *>(controller.window()->contentView());
     QObject::connect(login, &SignInView::ready, &app, [login] {
         std::cout << "ready enabled=" << login->loginButton->isEnabled() << std::endl;
         QCoreApplication::exit(0);
     });
-    window.show();
     std::cout << "shown enabled=" << login->loginButton->isEnabled() << std::endl;
     QTimer::singleShot(30000, &app, [] { QCoreApplication::exit(3); });
     return app.exec();
@@ -137,22 +138,20 @@ class TestApp : public QObject {
     Q_OBJECT
 
     CloudService cloud_;
+    std::unique_ptr<AppController> app_;
     MainWindow *window_ = nullptr;
     HomeView *home_ = nullptr;
 
-    // A window with a sign-in view whose gate has let the user through.
-    MainWindow *openLogin(SignInView **loginOut) {
-        auto *window = new MainWindow;
-        window->setAttribute(Qt::WA_DeleteOnClose, false);
-        auto *login = new SignInView(window);
+    // The application's window with a sign-in view whose gate has let the user through.
+    static std::unique_ptr<AppController> openLogin(SignInView **loginOut) {
+        auto app = std::make_unique<AppController>();
+        app->start();
+        auto *login = qobject_cast<SignInView *>(app->window()->contentView());
         QSignalSpy ready(login, &SignInView::ready);
-        window->setContentView(login);
-        window->resize(SignInView::windowSize);
-        window->show();
         if (!ready.wait(20000) && ready.isEmpty())
             qWarning("the version gate did not answer");
         *loginOut = login;
-        return window;
+        return app;
     }
 
     HomeView *signIn(MainWindow *window, SignInView *login, const QString &name, const QString &password,
@@ -296,20 +295,20 @@ private Q_SLOTS:
 
     // The quick-bar entry toggles the window; reopening shows it only when none is visible.
     void iconTogglesTheWindow() {
-        AppController listener;
-        listener.applicationDidFinishLaunching();
-        std::unique_ptr<MainWindow> window(listener.window());
+        AppController app;
+        app.start();
+        MainWindow *window = app.window();
         QVERIFY(qobject_cast<SignInView *>(window->contentView()));
         window->activateWindow();
         QTRY_VERIFY_WITH_TIMEOUT(window->isActiveWindow(), 20000);
-        listener.iconClicked();
+        app.toggleFromTray();
         QTRY_VERIFY_WITH_TIMEOUT(!window->isVisible(), 10000);
-        listener.iconClicked();
+        app.toggleFromTray();
         QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
-        QVERIFY(listener.applicationShouldHandleReopen(true));
+        app.reopen(true);
         QVERIFY(window->isVisible());
         window->hide();
-        QVERIFY(listener.applicationShouldHandleReopen(false));
+        app.reopen(false);
         QTRY_VERIFY_WITH_TIMEOUT(window->isVisible(), 10000);
     }
 
@@ -361,7 +360,8 @@ private Q_SLOTS:
         });
         // A wrong password: the service's text in the box, the window stays as it was.
         SignInView *login = nullptr;
-        std::unique_ptr<MainWindow> window(openLogin(&login));
+        auto windowApp = openLogin(&login);
+        MainWindow *window = windowApp->window();
         QVERIFY(login->loginButton->isEnabled());
         QVERIFY(login->usernameText->text().isEmpty());
         login->usernameText->setText("alice");
@@ -372,26 +372,27 @@ private Q_SLOTS:
         QVERIFY(!boxes[0].text.isEmpty());
         QCOMPARE(window->contentView(), login);
 
-        HomeView *home = signIn(window.get(), login, "alice", "secret-1", true);
+        HomeView *home = signIn(window, login, "alice", "secret-1", true);
         QVERIFY(home);
         QCOMPARE(App::userInfo().username, QString("alice"));
         QCOMPARE(AppSettings::getString("password"), QString("secret-1"));
         QVERIFY(AppSettings::getBool("pwd_check"));
-        window.reset();
+        windowApp.reset();
 
         // The next start fills the form.
-        std::unique_ptr<MainWindow> again(openLogin(&login));
+        auto againApp = openLogin(&login);
+        MainWindow *again = againApp->window();
         QCOMPARE(login->usernameText->text(), QString("alice"));
         QCOMPARE(login->passwordText->text(), QString("secret-1"));
         QVERIFY(login->checkBox->isChecked());
 
         // Signing in without the box forgets the password but keeps the name.
-        QVERIFY(signIn(again.get(), login, "alice", "secret-1", false));
+        QVERIFY(signIn(again, login, "alice", "secret-1", false));
         QCOMPARE(AppSettings::getString("password"), QString());
         QVERIFY(!AppSettings::getBool("pwd_check"));
         QCOMPARE(AppSettings::getString("username"), QString("alice"));
-        again.reset();
-        std::unique_ptr<MainWindow> third(openLogin(&login));
+        againApp.reset();
+        const auto thirdApp = openLogin(&login);
         QVERIFY(login->usernameText->text().isEmpty());
         QVERIFY(login->passwordText->text().isEmpty());
         QVERIFY(!login->checkBox->isChecked());
@@ -425,8 +426,9 @@ private Q_SLOTS:
         web.reset();
 
         SignInView *login = nullptr;
-        std::unique_ptr<MainWindow> window(openLogin(&login));
-        QVERIFY(signIn(window.get(), login, "bob", "bob-pass-1", false));
+        auto windowApp = openLogin(&login);
+        MainWindow *window = windowApp->window();
+        QVERIFY(signIn(window, login, "bob", "bob-pass-1", false));
         QCOMPARE(App::userInfo().username, QString("bob"));
     }
 
@@ -435,7 +437,8 @@ private Q_SLOTS:
         WebPageOpener *opener = WebViewModule::opener();
         QVERIFY(opener);
         SignInView *login = nullptr;
-        std::unique_ptr<MainWindow> window(openLogin(&login));
+        auto windowApp = openLogin(&login);
+        MainWindow *window = windowApp->window();
         const QList<std::pair<QPushButton *, QString>> links{{login->registerLink, "/#/mobile_register"},
                                                              {login->resetLink, "/#/mobile_reset"}};
         for (const auto &[link, page] : links) {
@@ -468,7 +471,7 @@ private Q_SLOTS:
             // The window is gone once closed.
             QVERIFY(!shown);
             QVERIFY(wasModal);
-            QCOMPARE(shownOver, window.get());
+            QCOMPARE(shownOver, window);
             QCOMPARE(*href, cloud_.baseUrl() + page);
         }
     }
@@ -528,7 +531,8 @@ private Q_SLOTS:
 
     void homeShowsTheSyncedLibrary() {
         SignInView *login = nullptr;
-        window_ = openLogin(&login);
+        app_ = openLogin(&login);
+        window_ = app_->window();
         home_ = signIn(window_, login, "demo", "demo123456", false);
         QVERIFY(home_);
         LibraryPanel *word = home_->libraryPanel;
@@ -548,9 +552,9 @@ private Q_SLOTS:
         const QRect screen = QGuiApplication::primaryScreen()->geometry();
         QTRY_COMPARE_WITH_TIMEOUT(window_->geometry(), QRect(screen.width() - 305, 0, 300, screen.height()),
                                   10000);
-        QVERIFY(home_->firstShown);
+        QVERIFY(app_->session()->isStarted());
         // The home window's own way to the quick bar, for desktops without a tray.
-        auto *bar = qobject_cast<QWidget *>(App::quickBar.data());
+        QWidget *bar = app_->session()->quickBar();
         QVERIFY(bar && !bar->isVisible());
         QTest::mouseClick(home_->quickBarButton, Qt::LeftButton);
         QTRY_VERIFY_WITH_TIMEOUT(bar->isVisible(), 10000);
@@ -568,7 +572,7 @@ private Q_SLOTS:
                  QString("请按下图操作：\n[图]\n如有疑问请随时联系我们。"));
 
         // Appearing again docks again and starts nothing twice.
-        QSignalSpy started(home_, &HomeView::started);
+        QSignalSpy started(app_->session(), &Session::started);
         window_->move(10, 10);
         window_->hide();
         window_->show();
@@ -854,7 +858,7 @@ private Q_SLOTS:
     }
 
     void cleanupTestCase() {
-        delete window_;
+        app_.reset();
         window_ = nullptr;
     }
 };

@@ -1,7 +1,6 @@
 // The cloud client against a scripted responder: the replies a correct service never sends, the
 // transport's cookie and form rules, and the pure pieces (cipher, picture names, version gate).
 #include "cloud/accountapi.h"
-#include "cloud/appsettings.h"
 #include "cloud/classapi.h"
 #include "cloud/httptransport.h"
 #include "cloud/imageutil.h"
@@ -15,6 +14,7 @@
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 #include "store/appfileutil.h"
 #include "store/conversions.h"
 #include "store/localpath.h"
@@ -117,8 +117,7 @@ private Q_SLOTS:
     void pictureNamesComeFromBytes() {
         const QByteArray png = QByteArray("\x89PNG\r\n", 6);
         QCOMPARE(ImageUtil::typeOf(png), ImageUtil::ImageType::Png);
-        QCOMPARE(ImageUtil::fileNameOf(png),
-                 QStringLiteral("8eece9cc616084e69299f7f1a53a6404.png"));
+        QCOMPARE(ImageUtil::fileNameOf(png), QStringLiteral("8eece9cc616084e69299f7f1a53a6404.png"));
         QCOMPARE(ImageUtil::fileNameOf(png), ImageUtil::fileNameOf(QByteArray(png)));
 
         const QByteArray jpg("\xFF\xD8\xFFrest");

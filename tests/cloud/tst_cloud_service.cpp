@@ -1,7 +1,6 @@
 // The cloud client against the real quillora-cloud on an ephemeral port: sign-in, version gate,
 // library operations through the controllers, full synchronisation, picture upload, heartbeat.
 #include "cloud/accountapi.h"
-#include "cloud/appsettings.h"
 #include "cloud/classapi.h"
 #include "cloud/imageutil.h"
 #include "cloud/librarysync.h"
@@ -14,6 +13,7 @@
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 #include "store/appfileutil.h"
 #include "store/localpath.h"
 

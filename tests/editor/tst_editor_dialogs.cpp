@@ -1,5 +1,4 @@
 #include "cloud/accountapi.h"
-#include "cloud/appsettings.h"
 #include "cloud/phraseapi.h"
 #include "cloud/pictureapi.h"
 #include "editor/classdialog.h"
@@ -12,6 +11,7 @@
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
 #include "model/app.h"
+#include "model/appsettings.h"
 #include "model/contentformat.h"
 #include "store/localpath.h"
 #include "ui/messagebox.h"

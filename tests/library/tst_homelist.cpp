@@ -1,6 +1,8 @@
+#include "app/session.h"
 #include "cloud/accountapi.h"
 #include "cloud/classapi.h"
 #include "cloud/librarysync.h"
+#include "desktop/windowactivation.h"
 #include "library/classcell.h"
 #include "library/classlist.h"
 #include "library/classoperations.h"
@@ -10,7 +12,6 @@
 #include "library/phraselistview.h"
 #include "model/app.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 #include "store/classstore.h"
 #include "ui/elidedlabel.h"
 #include "ui/framedwindow.h"
@@ -61,6 +62,7 @@ class TestHomeList : public QObject {
     CloudService cloud_;
     QTemporaryDir systemData_;
     FramedWindow *window_ = nullptr;
+    std::unique_ptr<Session> session_;
     HomeView *home_ = nullptr;
 
     ClassList *classes() const { return home_->libraryPanel->classList; }
@@ -121,14 +123,15 @@ private Q_SLOTS:
         AccountApi::login(user, QStringLiteral("demo123456"), [&](const LoginResult &r) { login = r; });
         QTRY_VERIFY_WITH_TIMEOUT(login.has_value(), 20000);
         QVERIFY(login->isOk());
-        App::userInfo().username = login->username();
 
+        session_ = std::make_unique<Session>(login->username());
         window_ = new FramedWindow;
         home_ = new HomeView;
         window_->setContentView(home_);
         window_->show();
         QVERIFY(QTest::qWaitForWindowExposed(window_, 20000));
-        QTRY_VERIFY_WITH_TIMEOUT(home_->firstShown && !LibrarySync::isCloud(), 30000);
+        session_->start(*home_);
+        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 30000);
         QTRY_COMPARE_WITH_TIMEOUT(classes()->dataSource.size(), 3, 20000);
         QTRY_COMPARE_WITH_TIMEOUT(phrases()->count(), 3, 20000);
     }
@@ -296,6 +299,7 @@ private Q_SLOTS:
     void cleanupTestCase() {
         delete window_;
         window_ = nullptr;
+        session_.reset();
     }
 };
 

@@ -1,8 +1,8 @@
-#include "cloud/appsettings.h"
+#include "desktop/x11/quickbarshortcuts.h"
+#include "model/appsettings.h"
+#include "quickbar/quickbar.h"
+#include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
-#include "send/quickbar.h"
-#include "send/quickbarshortcuts.h"
-#include "send/quickbarslot.h"
 #include "send/targetwindowtracker.h"
 #include "xvfbsession.h"
 

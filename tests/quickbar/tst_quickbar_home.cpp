@@ -1,14 +1,15 @@
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
+#include "app/session.h"
+#include "app/trayicon.h"
 #include "cloud/librarysync.h"
 #include "library/homeview.h"
 #include "library/phraselist.h"
 #include "model/app.h"
 #include "model/contentformat.h"
+#include "quickbar/quickbar.h"
+#include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
-#include "send/quickbar.h"
-#include "send/quickbarentry.h"
-#include "send/quickbarslot.h"
 #include "send/targetwindowtracker.h"
 
 #include "cloudservice.h"
@@ -43,8 +44,8 @@ class TestQuickBarHome : public QObject {
     // loaded machine a popup can still be settling when the click lands and close unpicked; the
     // agent would open the menu again, and so does this.
     void pickTrayEntry() {
-        QMenu *menu = home_->trayMenu();
-        QAction *entry = QuickBarEntry::shared().button;
+        QMenu *menu = delegate_.trayIcon()->menu();
+        QAction *entry = delegate_.trayIcon()->quickBarAction;
         QSignalSpy picked(entry, &QAction::triggered);
         for (int attempt = 0; attempt < 3 && picked.isEmpty(); ++attempt) {
             menu->popup(QPoint(600, 150));
@@ -65,13 +66,13 @@ private Q_SLOTS:
         QVERIFY(target_.start(QStringLiteral("客服对话")));
         moveWindow(target_.window(), QRect(330, 300, 520, 120));
 
-        delegate_.applicationDidFinishLaunching();
+        delegate_.start();
         QTRY_VERIFY_WITH_TIMEOUT((home_ = qobject_cast<HomeView *>(
                                       qobject_cast<MainWindow *>(window())->contentView())) != nullptr,
                                  60000);
         QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 60000);
         QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->count(), 3, 30000);
-        bar_ = qobject_cast<QuickBar *>(App::quickBar);
+        bar_ = delegate_.session()->quickBar();
         QVERIFY(bar_);
         // Only the tray entry brings it up.
         QVERIFY(!bar_->isVisible());
@@ -84,9 +85,9 @@ private Q_SLOTS:
     }
 
     void trayEntryPresentsTheBarAndTogglesTheWindow() {
-        QAction *entry = QuickBarEntry::shared().button;
+        QAction *entry = delegate_.trayIcon()->quickBarAction;
         QVERIFY(entry);
-        QVERIFY(home_->trayMenu()->actions().contains(entry));
+        QVERIFY(delegate_.trayIcon()->menu()->actions().contains(entry));
         QSignalSpy picked(entry, &QAction::triggered);
         pickTrayEntry();
         QCOMPARE(picked.count(), 1);

@@ -7,7 +7,7 @@
 #include <QThread>
 #include <thread>
 
-#include "send/clipboardrequests.h"
+#include "desktop/clipboardrequests.h"
 
 RunningApplication RecordingBackend::app(qint32 pid, const QString &identifier) {
     RunningApplication a;

@@ -1,4 +1,5 @@
-#include "cloud/appsettings.h"
+#include "desktop/x11/x11backend.h"
+#include "model/appsettings.h"
 #include "model/contentformat.h"
 #include "recordingbackend.h"
 #include "send/clipboardutil.h"
@@ -7,7 +8,6 @@
 #include "send/phrasesender.h"
 #include "send/sendplan.h"
 #include "send/targetwindowtracker.h"
-#include "send/x11/x11backend.h"
 #include "store/localpath.h"
 #include "testenv.h"
 

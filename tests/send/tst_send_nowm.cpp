@@ -1,8 +1,8 @@
 // Sending on a bare X display without a window manager: no _NET_ACTIVE_WINDOW, no client list;
 // the back-end falls back to the focused window, the top-level windows and raise-and-focus.
+#include "desktop/windowactivation.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 #include "sendtesting.h"
 #include "xvfbsession.h"
 

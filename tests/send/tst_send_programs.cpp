@@ -2,11 +2,11 @@
 // chat-like page that posts what its box holds to this test over loopback, a GTK 3 text field
 // (zenity), the GTK text editor mousepad and xterm.
 #include "chatpageserver.h"
+#include "desktop/windowactivation.h"
 #include "eventloopwait.h"
 #include "phrasejson.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 #include "sendtesting.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"

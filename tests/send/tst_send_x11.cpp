@@ -1,13 +1,13 @@
+#include "desktop/windowactivation.h"
 #include "eventloopwait.h"
 #include "phrasejson.h"
 #include "send/clipboardutil.h"
 #include "send/phrasedelivery.h"
 #include "send/phrasesender.h"
-#include "send/sendbutton.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 #include "sendtesting.h"
 #include "store/localpath.h"
+#include "ui/sendbutton.h"
 #include "xvfbsession.h"
 
 #include <QApplication>

@@ -1,5 +1,5 @@
 #include "plasmastandin.h"
-#include "send/wayland/threadtasks.h"
+#include "desktop/wayland/threadtasks.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

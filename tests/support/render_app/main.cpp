@@ -1,13 +1,15 @@
 // render_app OUTDIR: the sign-in window, the home window with the demo library and a search, as
 // app-signin.png, app-home.png and app-search.png, on a private X display against a private service.
+#include "app/appcontroller.h"
 #include "app/mainwindow.h"
+#include "app/session.h"
 #include "app/signinview.h"
+#include "desktop/windowactivation.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
 #include "library/searchresultlist.h"
 #include "send/targetwindowtracker.h"
-#include "send/windowactivation.h"
 
 #include "cloudservice.h"
 #include "xvfbsession.h"
@@ -77,13 +79,12 @@ int main(int argc, char **argv) {
                {"--log", logs.filePath("chat.log"), "--class", "chat", "--title", "客服工作台"});
     chat.waitForStarted(10000);
 
-    MainWindow window;
-    auto *login = new SignInView(&window);
-    window.setContentView(login);
-    window.resize(SignInView::windowSize);
+    AppController controller;
+    controller.start();
+    MainWindow &window = *controller.window();
+    auto *login = qobject_cast<SignInView *>(window.contentView());
     bool ready = false;
     QObject::connect(login, &SignInView::ready, [&] { ready = true; });
-    window.show();
     if (!waitFor([&] { return ready; }, 30000)) {
         std::cerr << "render_app: the sign-in window never became ready" << std::endl;
         return 1;
@@ -97,7 +98,7 @@ int main(int argc, char **argv) {
 
     HomeView *home = nullptr;
     bool synced = false;
-    QObject::connect(login, &SignInView::signedIn, [&](HomeView *h) {
+    QObject::connect(&controller, &AppController::sessionStarted, [&](Session *, HomeView *h) {
         home = h;
         QObject::connect(h, &HomeView::cloudStopped, [&] { synced = true; });
     });

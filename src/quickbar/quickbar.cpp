@@ -1,0 +1,325 @@
+#include "quickbar/quickbar.h"
+
+#include "desktop/desktopsession.h"
+#include "desktop/x11/quickbarshortcuts.h"
+#include "model/appsettings.h"
+#include "model/contentformat.h"
+#include "quickbar/quickbarslot.h"
+#include "send/phrasesender.h"
+
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScreen>
+#include <QToolButton>
+#include <iostream>
+
+#include <X11/Xlib.h>
+
+namespace {
+
+constexpr int margin = 6;
+constexpr int sideButtonWidth = 44;
+
+QIcon drawnIcon(const std::function<void(QPainter &)> &draw) {
+    QPixmap pixmap(QSize(36, 36));
+    pixmap.fill(Qt::transparent);
+    QPainter p(&pixmap);
+    p.setRenderHint(QPainter::Antialiasing);
+    p.scale(2, 2); // drawn on an 18 x 18 grid, sharp on high-density screens too
+    draw(p);
+    p.end();
+    pixmap.setDevicePixelRatio(2);
+    return QIcon(pixmap);
+}
+
+QIcon searchIcon() {
+    return drawnIcon([](QPainter &p) {
+        p.setPen(QPen(QColor(255, 255, 255, 235), 1.8, Qt::SolidLine, Qt::RoundCap));
+        p.drawEllipse(QRectF(3, 3, 9, 9));
+        p.drawLine(QPointF(10.8, 10.8), QPointF(15, 15));
+    });
+}
+
+QIcon closeIcon() {
+    return drawnIcon([](QPainter &p) {
+        p.setPen(QPen(QColor(255, 255, 255, 200), 1.6, Qt::SolidLine, Qt::RoundCap));
+        p.drawLine(QPointF(5.5, 5.5), QPointF(12.5, 12.5));
+        p.drawLine(QPointF(12.5, 5.5), QPointF(5.5, 12.5));
+    });
+}
+
+QToolButton *sideButton(QWidget *parent, const QIcon &icon, const QString &tip, int width) {
+    auto *button = new QToolButton(parent);
+    button->setIcon(icon);
+    button->setIconSize(QSize(18, 18));
+    button->setFixedSize(width, QuickBarSlot::itemHeight);
+    button->setFocusPolicy(Qt::NoFocus);
+    button->setCursor(Qt::PointingHandCursor);
+    button->setToolTip(tip);
+    button->setAccessibleName(tip);
+    const QColor bg = QuickBarSlot::background();
+    const QColor down = QuickBarSlot::pressedBackground();
+    button->setStyleSheet(
+        QStringLiteral("QToolButton { background: rgba(%1,%2,%3,%4); border: none; border-radius: "
+                       "%5px; } QToolButton:hover { border: 1px solid rgba(255,255,255,150); } "
+                       "QToolButton:pressed { background: rgba(%1,%2,%3,%6); }")
+            .arg(bg.red())
+            .arg(bg.green())
+            .arg(bg.blue())
+            .arg(bg.alphaF(), 0, 'f', 3)
+            .arg(QuickBarSlot::cornerRadius)
+            .arg(down.alphaF(), 0, 'f', 3));
+    return button;
+}
+
+// What the slot's tooltip shows of a phrase: its text, or the picture mark when it has none.
+QString preview(const Phrase &word) {
+    QString text = word.texts;
+    if (text.isEmpty()) {
+        if (const auto items = parseContent(word.jsonValue))
+            text = getStringValue(*items).value_or(QString());
+    }
+    text = text.simplified();
+    if (text.isEmpty())
+        return QStringLiteral("[图]");
+    return text.size() > 80 ? text.left(79) + QChar(0x2026) : text;
+}
+
+// Asks the window manager to keep the strip on every workspace and out of task lists. Qt writes the
+// window's state itself when mapping it, so the request goes to the manager once it is shown.
+void askForDockLikeState(WId window) {
+    Display *display = XOpenDisplay(nullptr);
+    if (!display)
+        return;
+    const Window root = DefaultRootWindow(display);
+    for (const char *name :
+         {"_NET_WM_STATE_STICKY", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"}) {
+        XEvent event{};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = Window(window);
+        event.xclient.message_type = XInternAtom(display, "_NET_WM_STATE", False);
+        event.xclient.format = 32;
+        event.xclient.data.l[0] = 1; // add
+        event.xclient.data.l[1] = long(XInternAtom(display, name, False));
+        event.xclient.data.l[3] = 1; // from an application
+        XSendEvent(display, root, False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    }
+    // Managers without the sticky state put a window on every workspace through its desktop number.
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = Window(window);
+    event.xclient.message_type = XInternAtom(display, "_NET_WM_DESKTOP", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = 0xFFFFFFFFL;
+    event.xclient.data.l[1] = 1;
+    XSendEvent(display, root, False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    XSync(display, False);
+    XCloseDisplay(display);
+}
+
+} // namespace
+
+QuickBar::QuickBar(QWidget *parent)
+    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint) {
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    // The bar is never the active window, and tooltips are otherwise only shown in that one.
+    setAttribute(Qt::WA_AlwaysShowToolTips);
+    // A bar left on screen must not keep the program running, nor hold it up.
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setFocusPolicy(Qt::NoFocus);
+    setWindowTitle(QStringLiteral("Quillora"));
+    // Through XWayland a wlroots compositor focuses every managed window it maps, whatever its
+    // hints; one that bypasses the manager it leaves alone (a utility window never takes focus).
+    if (DesktopSession::detect(QProcessEnvironment::systemEnvironment()) == DesktopSession::Kind::Wayland)
+        setWindowFlag(Qt::X11BypassWindowManagerHint);
+
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(margin, margin, margin, margin);
+    row->setSpacing(itemSpacing);
+
+    close_ = sideButton(this, closeIcon(), QStringLiteral("关闭"), 26);
+    connect(close_, &QToolButton::clicked, this, &QWidget::hide);
+    row->addWidget(close_);
+    row->addSpacing(6);
+
+    for (int i = 0; i < numberOfItems; ++i) {
+        auto *item = new QuickBarSlot(i, QStringLiteral("F%1").arg(i + 1), this);
+        connect(item, &QuickBarSlot::highlighted, this, &QuickBar::didHighlightItemAt);
+        connect(item, &QuickBarSlot::clicked, this, &QuickBar::didSelectItemAt);
+        items_.append(item);
+        row->addWidget(item);
+    }
+
+    row->addSpacing(6);
+    search_ = sideButton(this, searchIcon(), QStringLiteral("搜索"), sideButtonWidth);
+    connect(search_, &QToolButton::clicked, this, &QuickBar::searchClicked);
+    row->addWidget(search_);
+
+    setFixedSize(sizeHint());
+}
+
+QuickBar::~QuickBar() = default;
+
+void QuickBar::setListSource(ListSource list, RowSelector select) {
+    list_ = std::move(list);
+    select_ = std::move(select);
+}
+
+void QuickBar::setHomeWindow(QWidget *window) {
+    homeWindow_ = window;
+}
+
+void QuickBar::setSearchField(QWidget *field) {
+    searchField_ = field;
+}
+
+void QuickBar::searchClicked() {
+    if (homeWindow_) {
+        // Here the program does take the focus: the agent is about to type a search.
+        homeWindow_->close();
+        homeWindow_->show();
+        homeWindow_->raise();
+        homeWindow_->activateWindow();
+    }
+    if (searchField_)
+        searchField_->setFocus(Qt::OtherFocusReason);
+    Q_EMIT searchClick();
+}
+
+bool QuickBar::setShortcutModifiers(const QString &modifiers) {
+    if (modifiers.trimmed().isEmpty()) {
+        delete keys_;
+        keys_ = nullptr;
+        return true;
+    }
+    if (!keys_) {
+        keys_ = new QuickBarShortcuts(this);
+        connect(keys_, &QuickBarShortcuts::pressed, this, &QuickBar::didSelectItemAt);
+    }
+    return keys_->setModifiers(modifiers);
+}
+
+bool QuickBar::applyShortcutSetting() {
+    return setShortcutModifiers(AppSettings::getString(shortcutsKey));
+}
+
+void QuickBar::present() {
+    if (!placed_)
+        placeOnScreen();
+    const bool mapping = !isVisible();
+    show();
+    raise();
+    if (mapping && QGuiApplication::platformName() == QLatin1String("xcb"))
+        askForDockLikeState(winId());
+}
+
+void QuickBar::placeOnScreen() {
+    const QStringList saved = AppSettings::getString(positionKey).split(QLatin1Char(','));
+    if (saved.size() == 2) {
+        const QPoint at(saved[0].toInt(), saved[1].toInt());
+        // Only where it is still fully on a screen (a monitor may have gone since).
+        for (QScreen *screen : QGuiApplication::screens()) {
+            if (screen->availableGeometry().contains(QRect(at, size()))) {
+                move(at);
+                placed_ = true;
+                return;
+            }
+        }
+    }
+    QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    // Bottom centre, where a strip of function keys is expected, clear of a panel at the bottom, and
+    // left of the home window where that is docked.
+    const QRect area = screen->availableGeometry();
+    QRect strip(QPoint(area.center().x() - width() / 2, area.bottom() - height() - 12), size());
+    if (homeWindow_ && homeWindow_->isVisible() && homeWindow_->frameGeometry().intersects(strip)) {
+        strip.moveRight(homeWindow_->frameGeometry().left() - 12);
+        if (strip.left() < area.left())
+            strip.moveLeft(area.left());
+    }
+    move(strip.topLeft());
+    placed_ = true;
+}
+
+std::optional<Phrase> QuickBar::phraseAt(int index) const {
+    if (!list_ || index < 0)
+        return std::nullopt;
+    return list_(index);
+}
+
+void QuickBar::didHighlightItemAt(int index) {
+    const std::optional<Phrase> word = phraseAt(index);
+    if (QuickBarSlot *slot = item(index))
+        slot->setToolTip(word ? preview(*word) : QString());
+    if (!word)
+        return;
+    if (select_)
+        select_(index);
+    Q_EMIT highlighted(index);
+}
+
+void QuickBar::didSelectItemAt(int index) {
+    const std::optional<Phrase> word = phraseAt(index);
+    // Cleared whatever happens, so the same slot can be tapped again.
+    for (QuickBarSlot *slot : std::as_const(items_))
+        slot->setSelected(false);
+    if (!word)
+        return;
+    if (homeWindow_) {
+        // The home window comes forward to show what went out, but without activation: on X11 that
+        // would take the keyboard focus from the chat program. The tracker never takes this program
+        // as the target, and the send activates the target itself.
+        const bool quiet = homeWindow_->testAttribute(Qt::WA_ShowWithoutActivating);
+        homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, true);
+        if (homeWindow_->isMinimized())
+            homeWindow_->showNormal();
+        homeWindow_->show();
+        homeWindow_->raise();
+        homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, quiet);
+    }
+    std::cout << "send " << word->jsonValue.toStdString() << std::endl;
+    PhraseSender::send(word->jsonValue, true);
+    Q_EMIT tapped(index);
+}
+
+int QuickBar::selectedIndex() const {
+    for (QuickBarSlot *slot : items_)
+        if (slot->isSelected())
+            return slot->index();
+    return -1;
+}
+
+void QuickBar::paintEvent(QPaintEvent *) {
+    QPainter p(this);
+    p.fillRect(rect(), QColor(22, 23, 25));
+    p.setPen(QColor(255, 255, 255, 28));
+    p.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+// The strip has no frame: it is moved by dragging its background.
+void QuickBar::mousePressEvent(QMouseEvent *event) {
+    if (event->button() == Qt::LeftButton) {
+        dragOffset_ = event->globalPosition().toPoint() - frameGeometry().topLeft();
+        moved_ = false;
+    }
+}
+
+void QuickBar::mouseMoveEvent(QMouseEvent *event) {
+    if (dragOffset_ && (event->buttons() & Qt::LeftButton)) {
+        move(event->globalPosition().toPoint() - *dragOffset_);
+        moved_ = true;
+    }
+}
+
+void QuickBar::mouseReleaseEvent(QMouseEvent *) {
+    if (dragOffset_ && moved_)
+        AppSettings::setString(positionKey, QStringLiteral("%1,%2").arg(x()).arg(y()));
+    dragOffset_.reset();
+}

@@ -1,5 +1,0 @@
-target_sources(quillora-core PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/x11backend.cpp ${CMAKE_CURRENT_LIST_DIR}/x11backend.h
-  ${CMAKE_CURRENT_LIST_DIR}/selectionrequestfilter.cpp ${CMAKE_CURRENT_LIST_DIR}/selectionrequestfilter.h
-  ${CMAKE_CURRENT_LIST_DIR}/x11frontwatcher.cpp ${CMAKE_CURRENT_LIST_DIR}/x11frontwatcher.h
-  ${CMAKE_CURRENT_LIST_DIR}/x11resources.h)
