@@ -1,7 +1,7 @@
 #include "serviceclient.h"
 
-#include "rc4cipher.h"
-#include "secrets.h"
+#include "security/rc4cipher.h"
+#include "security/secrets.h"
 
 ServiceClient::ServiceClient(const std::string &baseUrl)
     : client_(std::make_unique<httplib::Client>(baseUrl)) {

@@ -1,9 +1,9 @@
 #include "serviceclient.h"
 
 #include "cloudservice.h"
-#include "pgconnection.h"
 #include "postgrescluster.h"
-#include "secrets.h"
+#include "security/secrets.h"
+#include "storage/pgconnection.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

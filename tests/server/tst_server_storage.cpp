@@ -1,14 +1,14 @@
+#include "api/librarycache.h"
+#include "api/workerpool.h"
 #include "cloudservice.h"
-#include "fairmutex.h"
-#include "librarycache.h"
-#include "loginguard.h"
-#include "loginthrottle.h"
-#include "pgconnection.h"
 #include "postgrescluster.h"
-#include "postgresstorage.h"
-#include "secrets.h"
-#include "sqlitestorage.h"
-#include "workerpool.h"
+#include "security/loginguard.h"
+#include "security/loginthrottle.h"
+#include "security/secrets.h"
+#include "storage/fairmutex.h"
+#include "storage/pgconnection.h"
+#include "storage/postgresstorage.h"
+#include "storage/sqlitestorage.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
