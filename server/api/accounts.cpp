@@ -1,16 +1,16 @@
 #include "api/accounts.h"
 
 #include "api/contentrules.h"
+#include "log/servicelog.h"
 #include "security/passwordhash.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
 
 std::string Accounts::storageFailed(const StorageError &error) {
-    std::cout << "quillora-cloud: storage failed: " << error.message << std::endl;
+    ServiceLog::line("storage failed: " + error.message);
     return "服务器内部错误，请稍后再试";
 }
 

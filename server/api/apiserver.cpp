@@ -7,6 +7,7 @@
 #include "http/cookiereader.h"
 #include "http/gzip.h"
 #include "http/proxyaddress.h"
+#include "log/servicelog.h"
 #include "security/loginguard.h"
 #include "security/passwordhash.h"
 #include "security/rc4cipher.h"
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <iostream>
 #include <thread>
 
 namespace {
@@ -254,19 +254,20 @@ std::string ApiServer::baseUrl() const {
 int ApiServer::run() {
     if (config_.tls()) {
         if (const auto error = http_->useTls(config_.tlsCert, config_.tlsKey)) {
-            std::cerr << "quillora-cloud: " << *error << std::endl;
+            ServiceLog::line(*error, ServiceLog::Stream::Error);
             return 1;
         }
     }
     if (const auto error = http_->listen(config_.listen, config_.port)) {
-        std::cerr << "quillora-cloud: cannot listen on " << config_.listen << ":" << config_.port << ": "
-                  << *error << std::endl;
+        ServiceLog::line("cannot listen on " + config_.listen + ":" + std::to_string(config_.port) + ": " +
+                             *error,
+                         ServiceLog::Stream::Error);
         return 1;
     }
     http_->every(std::chrono::seconds(60), [this] { workers_->submit([this] { maintain(); }); });
     // Large request bodies come and go; hand freed memory back to the system soon after.
     http_->every(std::chrono::seconds(5), [this] { workers_->submit([] { malloc_trim(0); }); });
-    std::cout << "quillora-cloud listening on " << baseUrl() << std::endl;
+    ServiceLog::write("quillora-cloud listening on " + baseUrl());
     http_->run();
     return 0;
 }
@@ -280,7 +281,7 @@ void ApiServer::maintain() {
     if (const auto purged =
             storage_.purgeExpired(now - sessionIdle, now - LoginGuard::window - LoginGuard::maxDelay);
         !purged.ok())
-        std::cout << "quillora-cloud: purge failed: " << purged.error().message << std::endl;
+        ServiceLog::line("purge failed: " + purged.error().message);
     throttle_.purge(steadySeconds());
 }
 
@@ -302,7 +303,7 @@ void ApiServer::dispatch(Request request, HttpServer::Completion done) {
         try {
             response = handle(request);
         } catch (const std::exception &e) {
-            std::cout << "quillora-cloud: " << request.path << " failed: " << e.what() << std::endl;
+            ServiceLog::line(request.path + " failed: " + e.what());
             response = jsonResponse(refused(msg::internal));
         }
         done(std::move(response));

@@ -2,13 +2,14 @@
 
 #include "api/accounts.h"
 #include "api/contentrules.h"
+#include "log/servicelog.h"
 #include "security/passwordhash.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
 #include <chrono>
 #include <functional>
-#include <iostream>
+#include <istream>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -111,7 +112,7 @@ StorageResult<void> fillDemo(Storage &storage, std::int64_t userId) {
 }
 
 int demoFailed(const std::string &problem) {
-    std::cerr << "demo: " << problem << std::endl;
+    ServiceLog::write("demo: " + problem, ServiceLog::Stream::Error);
     return 1;
 }
 
@@ -119,19 +120,19 @@ int demoFailed(const std::string &problem) {
 
 int AdminCommands::addUser(Storage &storage, const std::string &name, std::istream &in) {
     if (const auto problem = Accounts::create(storage, name, firstLine(in), 1)) {
-        std::cerr << "adduser: " << *problem << std::endl;
+        ServiceLog::write("adduser: " + *problem, ServiceLog::Stream::Error);
         return 1;
     }
-    std::cout << "account " << name << " created" << std::endl;
+    ServiceLog::write("account " + name + " created");
     return 0;
 }
 
 int AdminCommands::changePassword(Storage &storage, const std::string &name, std::istream &in) {
     if (const auto problem = Accounts::setPassword(storage, name, firstLine(in), 1)) {
-        std::cerr << "passwd: " << *problem << std::endl;
+        ServiceLog::write("passwd: " + *problem, ServiceLog::Stream::Error);
         return 1;
     }
-    std::cout << "password of " << name << " changed; its sessions are ended" << std::endl;
+    ServiceLog::write("password of " + name + " changed; its sessions are ended");
     return 0;
 }
 
@@ -153,6 +154,6 @@ int AdminCommands::demo(Storage &storage) {
     } else if (const auto problem = Accounts::setPassword(storage, demoName, demoPassword, 1)) {
         return demoFailed(*problem);
     }
-    std::cout << "username: " << demoName << "\npassword: " << demoPassword << std::endl;
+    ServiceLog::write(std::string("username: ") + demoName + "\npassword: " + demoPassword);
     return 0;
 }

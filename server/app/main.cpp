@@ -1,6 +1,7 @@
 #include "api/apiserver.h"
 #include "app/admincommands.h"
 #include "app/serverconfig.h"
+#include "log/servicelog.h"
 #include "security/secrets.h"
 #include "storage/postgresstorage.h"
 #include "storage/sqlitestorage.h"
@@ -70,14 +71,14 @@ int migrate(const std::vector<std::string> &args) {
             from.clear();
     }
     if (args.size() != 4 || from.rfind("sqlite:", 0) != 0 || !ServerConfig::isPostgresUrl(to)) {
-        std::cerr << usage;
+        ServiceLog::write(usage, ServiceLog::Stream::Error);
         return 2;
     }
     if (!Secrets::init()) {
-        std::cerr << "quillora-cloud: cannot initialise libsodium" << std::endl;
+        ServiceLog::line("cannot initialise libsodium", ServiceLog::Stream::Error);
         return 1;
     }
-    return StorageMigration::run(from.substr(7), to, std::cout);
+    return StorageMigration::run(from.substr(7), to);
 }
 
 std::unique_ptr<Storage> openStorage(const ServerConfig &config, std::string &error) {
@@ -87,13 +88,12 @@ std::unique_ptr<Storage> openStorage(const ServerConfig &config, std::string &er
             error = "cannot open the database: " + error;
         return storage;
     }
-    try {
-        std::filesystem::create_directories(config.dataDir);
-        return std::make_unique<SqliteStorage>(config.databasePath());
-    } catch (const std::exception &e) {
-        error = "cannot open data folder " + config.dataDir + ": " + e.what();
-        return nullptr;
-    }
+    std::error_code created;
+    std::filesystem::create_directories(config.dataDir, created);
+    auto storage = created ? nullptr : SqliteStorage::open(config.databasePath(), error);
+    if (!storage)
+        error = "cannot open data folder " + config.dataDir + ": " + (created ? created.message() : error);
+    return storage;
 }
 
 } // namespace
@@ -104,7 +104,7 @@ int main(int argc, char **argv) {
     mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
-        std::cout << usage;
+        ServiceLog::write(usage);
         return args.empty() ? 2 : 0;
     }
     const std::string command = args[0];
@@ -114,17 +114,17 @@ int main(int argc, char **argv) {
     std::string error;
     const ServerConfig config = ServerConfig::parse({args.begin() + 1, args.end()}, positional, error);
     if (!error.empty()) {
-        std::cerr << "quillora-cloud: " << error << "\n" << usage;
+        ServiceLog::line(error + "\n" + usage, ServiceLog::Stream::Error);
         return 2;
     }
     const bool takesName = command == "adduser" || command == "passwd";
     if ((command != "serve" && command != "demo" && !takesName) ||
         positional.size() != (takesName ? 1u : 0u)) {
-        std::cerr << usage;
+        ServiceLog::write(usage, ServiceLog::Stream::Error);
         return 2;
     }
     if (!Secrets::init()) {
-        std::cerr << "quillora-cloud: cannot initialise libsodium" << std::endl;
+        ServiceLog::line("cannot initialise libsodium", ServiceLog::Stream::Error);
         return 1;
     }
     if (command == "serve") {
@@ -134,19 +134,14 @@ int main(int argc, char **argv) {
     }
     const auto storage = openStorage(config, error);
     if (!storage) {
-        std::cerr << "quillora-cloud: " << error << std::endl;
+        ServiceLog::line(error, ServiceLog::Stream::Error);
         return 1;
     }
-    try {
-        if (command == "serve")
-            return serve(config, *storage);
-        if (command == "adduser")
-            return AdminCommands::addUser(*storage, positional[0], std::cin);
-        if (command == "passwd")
-            return AdminCommands::changePassword(*storage, positional[0], std::cin);
-        return AdminCommands::demo(*storage);
-    } catch (const std::exception &e) {
-        std::cerr << "quillora-cloud: " << e.what() << std::endl;
-        return 1;
-    }
+    if (command == "serve")
+        return serve(config, *storage);
+    if (command == "adduser")
+        return AdminCommands::addUser(*storage, positional[0], std::cin);
+    if (command == "passwd")
+        return AdminCommands::changePassword(*storage, positional[0], std::cin);
+    return AdminCommands::demo(*storage);
 }

@@ -2,7 +2,7 @@
 
 #include "http/connectionlimiter.h"
 #include "http/httpserver.h"
-#include "http/requestlog.h"
+#include "log/servicelog.h"
 
 #include <boost/asio.hpp>
 #include <boost/asio/ssl.hpp>
@@ -163,7 +163,7 @@ private:
 
     void write(HttpServer::Response response) {
         releaseBody();
-        RequestLog::write(method_, path_, response.status, started_);
+        ServiceLog::request(method_, path_, response.status, started_);
         auto &res = response_.emplace();
         res.version(11);
         res.result(unsigned(response.status));

@@ -3,6 +3,7 @@
 #include "http/connectionlimiter.h"
 #include "http/httpconnection.h"
 #include "http/repeatingtimer.h"
+#include "log/servicelog.h"
 
 #include <boost/asio.hpp>
 #include <boost/asio/ssl.hpp>
@@ -13,7 +14,6 @@
 #include <openssl/ssl.h>
 
 #include <atomic>
-#include <iostream>
 #include <thread>
 
 namespace beast = boost::beast;
@@ -124,7 +124,7 @@ void HttpServer::Impl::accept() {
             return;
         if (ec) {
             // Out of descriptors, most likely: pause instead of spinning on the error.
-            std::cout << "quillora-cloud: accept failed: " << ec.message() << std::endl;
+            ServiceLog::line("accept failed: " + ec.message());
             acceptPause = std::make_unique<net::steady_timer>(ioc, std::chrono::milliseconds(100));
             acceptPause->async_wait([this](beast::error_code e) {
                 if (!e)

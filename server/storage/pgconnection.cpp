@@ -1,8 +1,8 @@
 #include "storage/pgconnection.h"
 
-#include <libpq-fe.h>
+#include "log/servicelog.h"
 
-#include <cstdio>
+#include <libpq-fe.h>
 
 namespace {
 
@@ -16,7 +16,7 @@ void printNotice(void *, const char *message) {
     std::string text = message;
     while (!text.empty() && text.back() == '\n')
         text.pop_back();
-    std::printf("quillora-cloud: database: %s\n", text.c_str());
+    ServiceLog::line("database: " + text);
 }
 
 } // namespace

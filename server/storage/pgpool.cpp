@@ -1,6 +1,6 @@
 #include "storage/pgpool.h"
 
-#include <cstdio>
+#include "log/servicelog.h"
 
 namespace {
 
@@ -41,8 +41,7 @@ void PgPool::giveBack(std::unique_ptr<PgConnection> conn) {
 
 void PgPool::reportLost(const std::string &error) {
     std::lock_guard lock(mutex_);
-    std::printf("quillora-cloud: database connection lost: %s\n", error.c_str());
-    std::fflush(stdout);
+    ServiceLog::line("database connection lost: " + error);
     // The idle ones most likely went the same way (a restart ends them all); finding that out one
     // request at a time would fail each of those requests. The caller's retry connects afresh.
     open_ -= idle_.size();
@@ -84,16 +83,14 @@ PgPool::Lease PgPool::acquire(std::string &error) {
         --open_;
         error = conn->error();
         if (reachable_)
-            std::printf("quillora-cloud: cannot connect to the database: %s\n", error.c_str());
-        std::fflush(stdout);
+            ServiceLog::line("cannot connect to the database: " + error);
         reachable_ = false;
         lastFailure_ = std::chrono::steady_clock::now();
         freed_.notify_one();
         return lease;
     }
     if (!reachable_) {
-        std::printf("quillora-cloud: database reachable again\n");
-        std::fflush(stdout);
+        ServiceLog::line("database reachable again");
         reachable_ = true;
     }
     lease.conn_ = std::move(conn);

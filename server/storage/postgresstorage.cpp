@@ -1,9 +1,9 @@
 #include "storage/postgresstorage.h"
 
+#include "log/servicelog.h"
 #include "storage/pgtransaction.h"
 
 #include <chrono>
-#include <cstdio>
 #include <set>
 
 namespace {
@@ -163,7 +163,7 @@ StorageResult<void> PostgresStorage::migrate() {
         for (int version = found + 1; version <= schemaVersion(); ++version) {
             t.exec(migrations[version - 1]);
             t.exec("INSERT INTO schema_version(version) VALUES(" + std::to_string(version) + ")");
-            std::printf("quillora-cloud: database schema brought to version %d\n", version);
+            ServiceLog::line("database schema brought to version " + std::to_string(version));
         }
         return StoreStatus::Ok;
     });

@@ -1,5 +1,7 @@
 #include "storage/sqlitestorage.h"
 
+#include "log/servicelog.h"
+
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <atomic>
@@ -9,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <set>
@@ -138,7 +139,7 @@ bool SqliteStorage::syncLog() {
         if (ok)
             synced_ = std::max(synced_, upTo);
         else
-            std::printf("quillora-cloud: syncing the write-ahead log failed: %s\n", std::strerror(errno));
+            ServiceLog::line(std::string("syncing the write-ahead log failed: ") + std::strerror(errno));
         syncDone_.notify_all();
         if (!ok)
             return false;
@@ -146,7 +147,18 @@ bool SqliteStorage::syncLog() {
     return true;
 }
 
-SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {
+SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {}
+
+std::unique_ptr<SqliteStorage> SqliteStorage::open(const std::string &path, std::string &error) {
+    std::unique_ptr<SqliteStorage> storage(new SqliteStorage(path));
+    if (const auto started = caught([&] { storage->start(); }); !started.ok()) {
+        error = started.error().message;
+        return nullptr;
+    }
+    return storage;
+}
+
+void SqliteStorage::start() {
     migrate();
     // Opened once and kept. The log exists from the first read on and stays while any connection
     // is open (this thread's, opened above, lives as long as the storage).
@@ -159,13 +171,14 @@ SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instanc
 SqliteStorage::~SqliteStorage() {
     checkpointer_.request_stop();
     checkpointWake_.notify_all();
-    checkpointer_.join();
+    if (checkpointer_.joinable())
+        checkpointer_.join();
     try {
         std::lock_guard lock(writeMutex_);
         db().exec("PRAGMA synchronous = FULL");
         db().exec("PRAGMA wal_checkpoint(TRUNCATE)");
     } catch (const std::exception &e) {
-        std::printf("quillora-cloud: final checkpoint failed: %s\n", e.what());
+        ServiceLog::line(std::string("final checkpoint failed: ") + e.what());
     }
     connections.erase(instance_);
     if (walFd_ >= 0)
@@ -179,9 +192,16 @@ std::int64_t SqliteStorage::walBytes() const {
 }
 
 void SqliteStorage::checkpointLoop(std::stop_token stop) {
-    auto db = open();
+    std::unique_ptr<SQLite::Database> db;
     // Checkpoints sync the log before copying it and the database before the log starts over.
-    db->exec("PRAGMA synchronous = FULL");
+    if (const auto opened = caught([&] {
+            db = connect();
+            db->exec("PRAGMA synchronous = FULL");
+        });
+        !opened.ok()) {
+        ServiceLog::line("checkpoints stopped: " + opened.error().message);
+        return;
+    }
     while (!stop.stop_requested()) {
         {
             std::unique_lock lock(checkpointMutex_);
@@ -199,12 +219,12 @@ void SqliteStorage::checkpointLoop(std::stop_token stop) {
                 db->exec("PRAGMA wal_checkpoint(TRUNCATE)");
             }
         } catch (const std::exception &e) {
-            std::printf("quillora-cloud: checkpoint failed: %s\n", e.what());
+            ServiceLog::line(std::string("checkpoint failed: ") + e.what());
         }
     }
 }
 
-std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
+std::unique_ptr<SQLite::Database> SqliteStorage::connect() const {
     auto db = std::make_unique<SQLite::Database>(path_, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE |
                                                             SQLite::OPEN_NOMUTEX);
     db->setBusyTimeout(10000);
@@ -223,7 +243,7 @@ std::unique_ptr<SQLite::Database> SqliteStorage::open() const {
 SQLite::Database &SqliteStorage::db() {
     auto &conn = connections[instance_];
     if (!conn.db)
-        conn.db = open();
+        conn.db = connect();
     return *conn.db;
 }
 

@@ -22,9 +22,9 @@ class Database;
 // truncates it, and a clean stop leaves it empty.
 class SqliteStorage : public Storage {
 public:
-    // Opens (creating when needed) the database file and brings its schema up to date.
-    // Throws SQLite::Exception when the file cannot be opened.
-    explicit SqliteStorage(std::string path);
+    // Opens (creating when needed) the database file and brings its schema up to date; nullptr and
+    // `error` when that fails.
+    static std::unique_ptr<SqliteStorage> open(const std::string &path, std::string &error);
     ~SqliteStorage() override;
 
     StorageResult<StoreStatus> createUser(const std::string &name, const std::string &nameKey,
@@ -75,12 +75,14 @@ public:
     static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
 
 private:
+    explicit SqliteStorage(std::string path);
+    void start();
     // Runs work(db) under the write lock, then waits until its commit is synced to disk (together
     // with any others made meanwhile), so the caller acknowledges only durable changes.
     template <typename Work> auto write(Work &&work);
     bool syncLog();
     SQLite::Database &db();
-    std::unique_ptr<SQLite::Database> open() const;
+    std::unique_ptr<SQLite::Database> connect() const;
     void migrate();
     // Runs change under the write lock in one transaction; the library version moves only when it
     // succeeds, and anything else rolls the change back.

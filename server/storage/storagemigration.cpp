@@ -1,5 +1,7 @@
 #include "storage/storagemigration.h"
 
+#include "log/servicelog.h"
+
 #include "security/secrets.h"
 #include "storage/pgconnection.h"
 #include "storage/postgresstorage.h"
@@ -7,7 +9,6 @@
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include <map>
-#include <ostream>
 
 namespace {
 
@@ -40,21 +41,21 @@ std::string selectFrom(const Table &table) {
 
 } // namespace
 
-int StorageMigration::run(const std::string &sqlitePath, const std::string &postgresUrl, std::ostream &out) {
+int StorageMigration::run(const std::string &sqlitePath, const std::string &postgresUrl) {
     std::string error;
     // Creates the schema when the database is new.
     if (!PostgresStorage::open(postgresUrl, 1, error)) {
-        out << "migrate: " << error << std::endl;
+        ServiceLog::write("migrate: " + error);
         return 1;
     }
     PgConnection pg(postgresUrl);
     if (!pg.ok()) {
-        out << "migrate: " << pg.error() << std::endl;
+        ServiceLog::write("migrate: " + pg.error());
         return 1;
     }
     const auto fail = [&](const std::string &why) {
         pg.exec("ROLLBACK");
-        out << "migrate: " << why << "; nothing was copied" << std::endl;
+        ServiceLog::write("migrate: " + why + "; nothing was copied");
         return 1;
     };
     try {
@@ -98,7 +99,7 @@ int StorageMigration::run(const std::string &sqlitePath, const std::string &post
             if (!count.ok() || count.integer(0, 0) != copied)
                 return fail(std::string(table.name) + ": " + std::to_string(copied) + " rows read but " +
                             (count.ok() ? count.text(0, 0) : count.error()) + " in the target");
-            out << table.name << ": " << copied << " rows" << std::endl;
+            ServiceLog::write(std::string(table.name) + ": " + std::to_string(copied) + " rows");
         }
         // Read back from where they now live: the bytes that arrived are the bytes that were sent.
         const auto stored = pg.exec("SELECT name, md5(data) FROM pictures");
@@ -117,7 +118,7 @@ int StorageMigration::run(const std::string &sqlitePath, const std::string &post
         }
         if (const auto r = pg.exec("COMMIT"); !r.ok())
             return fail(r.error());
-        out << "migrate: done; " << digests.size() << " picture digests verified" << std::endl;
+        ServiceLog::write("migrate: done; " + std::to_string(digests.size()) + " picture digests verified");
         return 0;
     } catch (const SQLite::Exception &e) {
         return fail(sqlitePath + ": " + e.what());

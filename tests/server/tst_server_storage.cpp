@@ -61,10 +61,11 @@ class TestServerStorage : public QObject {
     std::int64_t userId_ = 0;
 
     std::unique_ptr<Storage> openStorage() {
-        if (!CloudService::usesPostgres())
-            return std::make_unique<SqliteStorage>(dir_.filePath("t.sqlite3").toStdString());
         std::string error;
-        auto storage = PostgresStorage::open(url_, 8, error);
+        std::unique_ptr<Storage> storage =
+            CloudService::usesPostgres()
+                ? std::unique_ptr<Storage>(PostgresStorage::open(url_, 8, error))
+                : SqliteStorage::open(dir_.filePath("t.sqlite3").toStdString(), error);
         if (!storage)
             qWarning("%s", error.c_str());
         return storage;
