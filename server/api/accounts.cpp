@@ -1,18 +1,13 @@
 #include "api/accounts.h"
 
+#include "api/apireply.h"
 #include "api/contentrules.h"
-#include "log/servicelog.h"
 #include "security/passwordhash.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
 #include <algorithm>
 #include <cstring>
-
-std::string Accounts::storageFailed(const StorageError &error) {
-    ServiceLog::line("storage failed: " + error.message);
-    return "服务器内部错误，请稍后再试";
-}
 
 const std::string &Accounts::firstClassLabel() {
     static const std::string label = "默认分类";
@@ -63,7 +58,7 @@ std::optional<std::string> Accounts::create(Storage &storage, const std::string 
     const auto status =
         storage.createUser(name, nameKey(name), *hash, Secrets::randomHex128(), firstClassLabel());
     if (!status.ok())
-        return storageFailed(status.error());
+        return ApiReply::storageFailedText(status.error());
     if (*status != StoreStatus::Ok)
         return "用户名已存在";
     return std::nullopt;
@@ -75,7 +70,7 @@ std::optional<std::string> Accounts::setPassword(Storage &storage, const std::st
         return bad;
     const auto user = storage.findUser(nameKey(name));
     if (!user.ok())
-        return storageFailed(user.error());
+        return ApiReply::storageFailedText(user.error());
     if (!*user)
         return "用户不存在";
     const auto hash = PasswordHash::hash(password);
@@ -83,7 +78,7 @@ std::optional<std::string> Accounts::setPassword(Storage &storage, const std::st
         return "服务器繁忙，请稍后再试";
     const auto changed = storage.setPasswordHash((*user)->id, *hash);
     if (!changed.ok())
-        return storageFailed(changed.error());
+        return ApiReply::storageFailedText(changed.error());
     if (!*changed)
         return "用户不存在";
     return std::nullopt;

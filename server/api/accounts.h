@@ -4,15 +4,12 @@
 #include <string>
 
 class Storage;
-struct StorageError;
 
 // Account rules shared by the web pages and the command line. Failures come back as the short
 // Chinese text shown to the user.
 class Accounts {
 public:
     static const std::string &firstClassLabel();
-    // Logs a storage failure; returns the text shown for it.
-    static std::string storageFailed(const StorageError &error);
     // ASCII lower case: names match without regard to ASCII case.
     static std::string nameKey(const std::string &name);
     static std::optional<std::string> checkName(const std::string &name);

@@ -1,5 +1,5 @@
-#include "api/apiserver.h"
 #include "app/admincommands.h"
+#include "app/cloudserver.h"
 #include "app/serverconfig.h"
 #include "log/servicelog.h"
 #include "security/secrets.h"
@@ -46,7 +46,7 @@ int serve(const ServerConfig &config, Storage &storage) {
     sigset_t signals = terminationSignals();
     std::signal(SIGPIPE, SIG_IGN);
 
-    ApiServer server(config, storage);
+    CloudServer server(config, storage);
     std::thread waiter([&] {
         int received = 0;
         sigwait(&signals, &received);
