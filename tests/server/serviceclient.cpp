@@ -32,6 +32,12 @@ ServiceClient::Reply ServiceClient::post(const std::string &path, httplib::Param
     return toReply(client_->Post(path, headers, params));
 }
 
+ServiceClient::Reply ServiceClient::library(const std::string &path, httplib::Params params) {
+    if (!params.count("dbname"))
+        params.emplace("dbname", username);
+    return post(path, std::move(params));
+}
+
 ServiceClient::Reply ServiceClient::postForm(const std::string &path, const httplib::Params &params) {
     return toReply(client_->Post(path, params));
 }
