@@ -2,11 +2,11 @@
 
 #include "log/servicelog.h"
 
-#include "security/secrets.h"
 #include "storage/pgconnection.h"
 #include "storage/postgresstorage.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
+#include <openssl/evp.h>
 
 #include <map>
 
@@ -30,6 +30,18 @@ const Table tables[] = {
     {"pictures", "name, data, created_at, size", "$1, $2, $3, $4", 1},
     {"picture_owners", "name, user_id", "$1, $2"},
 };
+
+// In PostgreSQL's md5() spelling: lower-case hex.
+std::string md5Hex(const std::string &bytes) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned int size = 0;
+    EVP_Digest(bytes.data(), bytes.size(), digest, &size, EVP_md5(), nullptr);
+    static const char digits[] = "0123456789abcdef";
+    std::string out;
+    for (unsigned int i = 0; i < size; ++i)
+        out += {digits[digest[i] >> 4], digits[digest[i] & 15]};
+    return out;
+}
 
 std::string selectFrom(const Table &table) {
     std::string columns = table.columns;
@@ -84,7 +96,7 @@ int StorageMigration::run(const std::string &sqlitePath, const std::string &post
                     if (c == table.blobColumn) {
                         std::string bytes(static_cast<const char *>(column.getBlob()),
                                           std::size_t(column.getBytes()));
-                        digests[rows.getColumn(0).getString()] = Secrets::md5Hex(bytes);
+                        digests[rows.getColumn(0).getString()] = md5Hex(bytes);
                         params.push_back(PgParam::bytes(std::move(bytes)));
                     } else {
                         params.emplace_back(column.getString());
