@@ -3,8 +3,8 @@
 // after a list of attacks and its write-ahead log after a stream of writes. Usage:
 //   cloudload URL [--users N] [--phrases N] [--seconds S] [--pid PID] [--data DIR] [--wal-seconds S]
 #include "rawconnection.h"
-#include "rc4cipher.h"
-#include "secrets.h"
+#include "security/rc4cipher.h"
+#include "security/secrets.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,7 +1,7 @@
 #include "serviceclient.h"
 
-#include "rc4cipher.h"
-#include "secrets.h"
+#include "security/rc4cipher.h"
+#include "security/secrets.h"
 
 ServiceClient::ServiceClient(const std::string &baseUrl)
     : client_(std::make_unique<httplib::Client>(baseUrl)) {
@@ -30,6 +30,12 @@ ServiceClient::Reply ServiceClient::post(const std::string &path, httplib::Param
     if (!cookie.empty())
         headers.emplace("Cookie", cookie);
     return toReply(client_->Post(path, headers, params));
+}
+
+ServiceClient::Reply ServiceClient::library(const std::string &path, httplib::Params params) {
+    if (!params.count("dbname"))
+        params.emplace("dbname", username);
+    return post(path, std::move(params));
 }
 
 ServiceClient::Reply ServiceClient::postForm(const std::string &path, const httplib::Params &params) {

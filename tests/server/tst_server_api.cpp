@@ -2,7 +2,7 @@
 #include "serviceclient.h"
 
 #include "cloudservice.h"
-#include "secrets.h"
+#include "security/secrets.h"
 #include "testenv.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
@@ -19,32 +19,6 @@
 using nlohmann::json;
 
 namespace {
-
-int state(const ServiceClient::Reply &r) {
-    return r.json.is_object() ? r.json.value("state", -99) : -99;
-}
-
-std::string msgOf(const ServiceClient::Reply &r) {
-    return r.json.is_object() ? r.json.value("msg", std::string("<none>")) : std::string("<not json>");
-}
-
-QByteArray describe(const ServiceClient::Reply &r) {
-    return QByteArray::number(r.status) + " " + QByteArray::fromStdString(r.json.dump());
-}
-
-#define EXPECT_OK(reply)                                                                                     \
-    do {                                                                                                     \
-        const auto r_ = (reply);                                                                             \
-        QVERIFY2(state(r_) == 1 && r_.json.value("msg", std::string("x")).empty(),                           \
-                 describe(r_).constData());                                                                  \
-    } while (0)
-
-#define EXPECT_REFUSED(reply, text)                                                                          \
-    do {                                                                                                     \
-        const auto r_ = (reply);                                                                             \
-        QVERIFY2(state(r_) == 0, describe(r_).constData());                                                  \
-        QCOMPARE(QString::fromStdString(msgOf(r_)), QStringLiteral(text));                                   \
-    } while (0)
 
 // The name the client gives a picture of these bytes.
 std::string picName(const std::string &bytes, const char *extension) {
@@ -69,24 +43,26 @@ class TestServerApi : public QObject {
 
     std::string url() const { return service_.baseUrl().toStdString(); }
 
-    json getAll(ServiceClient &c, const char *what) {
-        const auto r = c.post(std::string("/api/word/") + what + "/getAll", {{"dbname", c.username}});
-        return state(r) == 1 ? r.json["data"] : json();
+    static json getAll(ServiceClient &c, const char *what) {
+        const auto r = c.library(std::string("/api/word/") + what + "/getAll", {});
+        return r.state() == 1 ? r.json["data"] : json();
     }
-    std::string createClass(ServiceClient &c, const std::string &label, int position) {
+    static std::string createClass(ServiceClient &c, const std::string &label, int position) {
         const auto r =
-            c.post("/api/word/class/create",
-                   {{"label", label}, {"position", std::to_string(position)}, {"dbname", c.username}});
-        return state(r) == 1 ? r.json.value("sign", "") : "";
+            c.library("/api/word/class/create", {{"label", label}, {"position", std::to_string(position)}});
+        return r.state() == 1 ? r.json.value("sign", "") : "";
     }
-    std::string createPhrase(ServiceClient &c, const std::string &parent, const std::string &label,
-                             const std::string &jsonValue, int position) {
-        const auto r = c.post("/api/word/list/create", {{"parentSign", parent},
-                                                        {"label", label},
-                                                        {"jsonValue", jsonValue},
-                                                        {"position", std::to_string(position)},
-                                                        {"dbname", c.username}});
-        return state(r) == 1 ? r.json.value("sign", "") : "";
+    static ServiceClient::Reply addPhrase(ServiceClient &c, const std::string &parent,
+                                          const std::string &jsonValue, const std::string &label = "l",
+                                          const std::string &position = "0") {
+        return c.library(
+            "/api/word/list/create",
+            {{"parentSign", parent}, {"label", label}, {"jsonValue", jsonValue}, {"position", position}});
+    }
+    static std::string createPhrase(ServiceClient &c, const std::string &parent, const std::string &label,
+                                    const std::string &jsonValue, int position) {
+        const auto r = addPhrase(c, parent, jsonValue, label, std::to_string(position));
+        return r.state() == 1 ? r.json.value("sign", "") : "";
     }
     static std::vector<std::string> field(const json &data, const char *key) {
         std::vector<std::string> out;
@@ -113,30 +89,28 @@ private Q_SLOTS:
         const auto version = anon.post("/api/util/osx/getVersionForm", {{"version", "1"}});
         EXPECT_OK(version);
         QCOMPARE(version.json.value("version", 0), 1);
-        QVERIFY(version.json.value("url", "").rfind("http://", 0) == 0);
-
-        QCOMPARE(anon.post("/api/ios/getIsTourist", {{"version", "1"}}).json.value("re", -1), 1);
-        QCOMPARE(alice_->post("/api/ios/getIsTourist", {{"version", "1"}}).json.value("re", -1), 0);
+        QCOMPARE(version.json.value("url", ""), url() + "/");
+        QCOMPARE(anon.post("/api/ios/getIsTourist", {}).json.value("re", -1), 1);
+        QCOMPARE(alice_->post("/api/ios/getIsTourist", {}).json.value("re", -1), 0);
 
         // The reply carries the stored spelling, whatever was typed; the cookie is a 128-bit token.
         QCOMPARE(alice_->username, std::string("Alice"));
-        QVERIFY(QRegularExpression("quillora_session=[0-9a-f]{32};")
-                    .match(QString::fromStdString(alice_->cookie))
-                    .hasMatch());
-        QVERIFY(QString::fromStdString(alice_->cookie).contains(" Path=/;"));
-        QVERIFY(QString::fromStdString(alice_->cookie).contains(" SameSite=Lax;"));
-        const auto info = alice_->post("/api/user/getUserInfo", {{"token", ""}});
+        const auto cookie = QString::fromStdString(alice_->cookie);
+        QVERIFY(QRegularExpression("quillora_session=[0-9a-f]{32};").match(cookie).hasMatch());
+        QVERIFY(cookie.contains(" Path=/;") && cookie.contains(" SameSite=Lax;") &&
+                !cookie.contains("Secure"));
+        const auto info = alice_->post("/api/user/getUserInfo", {});
         EXPECT_OK(info);
         QCOMPARE(info.json.value("username", ""), std::string("Alice"));
-        EXPECT_OK(alice_->post("/api/user/SyncCheckOSX", {{"version", "1"}}));
+        EXPECT_OK(alice_->post("/api/user/SyncCheckOSX", {}));
 
-        QCOMPARE(state(anon.post("/api/user/SyncCheckOSX", {{"version", "1"}})), -1);
+        QCOMPARE(anon.post("/api/user/SyncCheckOSX", {}).state(), -1);
         EXPECT_REFUSED(anon.post("/api/user/getUserInfo", {}), "登录已失效，请重新登录");
         anon.cookie = "quillora_session=00000000000000000000000000000000;";
-        QCOMPARE(state(anon.post("/api/user/SyncCheckOSX", {{"version", "1"}})), -1);
+        QCOMPARE(anon.post("/api/user/SyncCheckOSX", {}).state(), -1);
         // The "username" form field never decides who is asking.
         anon.username = "Alice";
-        EXPECT_REFUSED(anon.post("/api/word/class/getAll", {{"dbname", "Alice"}}), "登录已失效，请重新登录");
+        EXPECT_REFUSED(anon.library("/api/word/class/getAll", {}), "登录已失效，请重新登录");
     }
 
     void repeatedFailuresMakeFailingAddressesWaitButNotTheOwner() {
@@ -147,84 +121,68 @@ private Q_SLOTS:
         EXPECT_REFUSED(c.post("/api/osx/login", {{"usernames", "carol"}, {"password", "***"}}), "参数错误");
         for (int i = 0; i < 4; ++i)
             EXPECT_REFUSED(c.login("carol", "wrong"), "用户名或密码错误");
-        const auto fifth = c.login("Carol", "wrong");
-        QCOMPARE(state(fifth), 0);
-        QVERIFY2(QString::fromStdString(msgOf(fifth)).contains("1分钟后再试"), msgOf(fifth).c_str());
+        EXPECT_REFUSED(c.login("Carol", "wrong"), "登录失败次数过多，请1分钟后再试");
         // The address that failed waits, even with the right password, and gets no cookie.
         const auto waiting = c.login("carol", "carol-pw");
-        QCOMPARE(state(waiting), 0);
-        QVERIFY(QString::fromStdString(msgOf(waiting)).contains("分钟后再试"));
-        QVERIFY(waiting.setCookie.empty());
-        QVERIFY(c.cookie.empty());
+        QVERIFY(waiting.state() == 0 && QString::fromStdString(waiting.msg()).contains("分钟后再试"));
+        QVERIFY(waiting.setCookie.empty() && c.cookie.empty());
         // The owner, from an address without failures, signs in as usual.
         RawConnection owner(service_.port(), "127.0.0.2");
-        QVERIFY(owner.connected());
         QVERIFY(owner.send(
             RawConnection::formPost("/api/osx/login", "usernames=carol&username=123&password=" +
                                                           ServiceClient::cipherPassword("carol-pw"))));
         const auto in = owner.read();
-        QCOMPARE(in.status, 200);
         QCOMPARE(json::parse(in.body, nullptr, false).value("state", 0), 1);
         QVERIFY(in.headers.count("set-cookie"));
     }
 
-    void newAccountStartsWithOneClassThatCannotBeDeleted() {
-        const auto classes = getAll(*bob_, "class");
-        QCOMPARE(classes.size(), std::size_t(1));
-        QCOMPARE(classes[0].value("label", ""), std::string("默认分类"));
-        QCOMPARE(classes[0].value("username", ""), std::string("bob"));
-        EXPECT_REFUSED(bob_->post("/api/word/class/del",
-                                  {{"sign", classes[0].value("sign", "") + "|"}, {"dbname", "bob"}}),
+    void classesStartWithOneAndChangeInPlace() {
+        // A new account has one class, which cannot be deleted.
+        const auto first = getAll(*bob_, "class");
+        QCOMPARE(field(first, "label"), std::vector<std::string>{"默认分类"});
+        QCOMPARE(first[0].value("username", ""), std::string("bob"));
+        EXPECT_REFUSED(bob_->library("/api/word/class/del", {{"sign", first[0].value("sign", "") + "|"}}),
                        "至少需要保留一个分类，不能删除全部分类");
-        QCOMPARE(getAll(*bob_, "class").size(), std::size_t(1));
         QVERIFY(getAll(*bob_, "list").empty());
-    }
 
-    void classesCreateRenameSwapDelete() {
         auto &c = *alice_;
-        const auto a = createClass(c, "售前", 1);
-        const auto b = createClass(c, "售后", 2);
-        QCOMPARE(a.size(), std::size_t(32));
-        QVERIFY(a != b);
-        auto labels = field(getAll(c, "class"), "label");
-        QCOMPARE(labels, (std::vector<std::string>{"默认分类", "售前", "售后"}));
-
-        EXPECT_OK(
-            c.post("/api/word/class/upLabel", {{"sign", a}, {"newLabel", "售前咨询"}, {"dbname", "Alice"}}));
-        EXPECT_OK(c.post("/api/word/class/swapPosition", {{"sign1", a}, {"sign2", b}, {"dbname", "alice"}}));
+        const auto a = createClass(c, "售前", 1), b = createClass(c, "售后", 2);
+        QVERIFY(a.size() == 32 && a != b);
+        // "dbname" ignores ASCII case like the names themselves.
+        EXPECT_OK(c.library("/api/word/class/upLabel",
+                            {{"sign", a}, {"newLabel", "售前咨询"}, {"dbname", "alice"}}));
+        EXPECT_OK(c.library("/api/word/class/swapPosition", {{"sign1", a}, {"sign2", b}}));
         const auto data = getAll(c, "class");
         QCOMPARE(field(data, "label"), (std::vector<std::string>{"默认分类", "售后", "售前咨询"}));
-        QCOMPARE(data[1].value("position", -1), 1);
         QCOMPARE(data[2].value("position", -1), 2);
 
-        EXPECT_REFUSED(
-            c.post("/api/word/class/upLabel", {{"sign", "nope"}, {"newLabel", "x"}, {"dbname", "Alice"}}),
-            "分类不存在");
-        EXPECT_REFUSED(
-            c.post("/api/word/class/swapPosition", {{"sign1", a}, {"sign2", "nope"}, {"dbname", "Alice"}}),
-            "分类不存在");
-        EXPECT_REFUSED(
-            c.post("/api/word/class/create", {{"label", "x"}, {"position", "1.5"}, {"dbname", "Alice"}}),
-            "参数错误");
-        EXPECT_REFUSED(c.post("/api/word/class/create", {{"position", "1"}, {"dbname", "Alice"}}),
+        EXPECT_REFUSED(c.library("/api/word/class/upLabel", {{"sign", "nope"}, {"newLabel", "x"}}),
+                       "分类不存在");
+        EXPECT_REFUSED(c.library("/api/word/class/swapPosition", {{"sign1", a}, {"sign2", "nope"}}),
+                       "分类不存在");
+        EXPECT_REFUSED(c.library("/api/word/class/create", {{"label", "x"}, {"position", "1.5"}}),
                        "参数错误");
         EXPECT_REFUSED(c.post("/api/word/class/create", {{"label", "x"}, {"position", "1"}}), "参数错误");
-        EXPECT_REFUSED(c.post("/api/word/class/create",
-                              {{"label", std::string(201, 'x')}, {"position", "1"}, {"dbname", "Alice"}}),
-                       "名称不能超过200个字");
+        EXPECT_REFUSED(
+            c.library("/api/word/class/create", {{"label", std::string(201, 'x')}, {"position", "1"}}),
+            "名称不能超过200个字");
+        // Labels count characters, not bytes; they must be clean UTF-8 without NUL.
         std::string twoHundred;
         for (int i = 0; i < 200; ++i)
             twoHundred += "字";
         const auto longOne = createClass(c, twoHundred, 3);
         QVERIFY(!longOne.empty());
+        for (const auto &bad :
+             {std::string("a\0b", 3), std::string("\xe0\x80\xaf"), std::string("\xed\xa0\x80")})
+            EXPECT_REFUSED(c.library("/api/word/class/create", {{"label", bad}, {"position", "1"}}),
+                           "参数错误");
 
         // A deletion naming one unknown sign changes nothing at all.
-        EXPECT_REFUSED(c.post("/api/word/class/del", {{"sign", b + "|nope|"}, {"dbname", "Alice"}}),
-                       "分类不存在");
+        EXPECT_REFUSED(c.library("/api/word/class/del", {{"sign", b + "|nope|"}}), "分类不存在");
         QCOMPARE(getAll(c, "class").size(), std::size_t(4));
-        EXPECT_OK(c.post("/api/word/class/del", {{"sign", longOne}, {"dbname", "Alice"}}));
+        EXPECT_OK(c.library("/api/word/class/del", {{"sign", longOne}}));
         QCOMPARE(getAll(c, "class").size(), std::size_t(3));
-        EXPECT_REFUSED(c.post("/api/word/class/del", {{"sign", "|"}, {"dbname", "Alice"}}), "参数错误");
+        EXPECT_REFUSED(c.library("/api/word/class/del", {{"sign", "|"}}), "参数错误");
     }
 
     void phrasesDeriveColumnsAndKeepOrder() {
@@ -237,7 +195,6 @@ private Q_SLOTS:
         const auto a = picName("a", "png"), b = picName("b", "gif");
         const auto p1 =
             createPhrase(c, first, "一", content({{1, "Hi "}, {2, a}, {1, "there"}, {2, a}, {2, b}}), 1);
-        QVERIFY(!p1.empty() && !p2.empty() && !p3.empty());
         auto data = getAll(c, "list");
         QCOMPARE(field(data, "sign"), (std::vector<std::string>{p1, p2, p3}));
         const auto &one = data[0];
@@ -246,51 +203,38 @@ private Q_SLOTS:
         QCOMPARE(one.value("parentSign", ""), first);
         QCOMPARE(one.value("username", ""), std::string("Alice"));
         QCOMPARE(one.value("position", -1), 1);
-        for (const char *key : {"id", "keycode", "bgColor", "jsonValue", "label"})
-            QVERIFY2(one.contains(key), key);
-        QCOMPARE(one.value("keycode", "x"), std::string());
-        QCOMPARE(one.value("bgColor", "x"), std::string());
+        QVERIFY(one.contains("id") && one.contains("jsonValue") && one.contains("label"));
+        QVERIFY(one.value("keycode", "x").empty() && one.value("bgColor", "x").empty());
 
         // Editing moves the phrase and derives its columns again; its position stays.
-        EXPECT_OK(c.post("/api/word/list/upValue", {{"sign", p1},
-                                                    {"newParentSign", second},
-                                                    {"newLabel", "一改"},
-                                                    {"newJsonValue", content({{2, picName("x", "jpg")}})},
-                                                    {"dbname", "Alice"}}));
-        EXPECT_OK(c.post("/api/word/list/swapPostion", {{"sign1", p3}, {"sign2", p1}, {"dbname", "Alice"}}));
+        const auto edit = [&](const std::string &sign, const std::string &parent,
+                              const std::string &jsonValue) {
+            return c.library("/api/word/list/upValue", {{"sign", sign},
+                                                        {"newParentSign", parent},
+                                                        {"newLabel", "一改"},
+                                                        {"newJsonValue", jsonValue}});
+        };
+        EXPECT_OK(edit(p1, second, content({{2, picName("x", "jpg")}})));
+        EXPECT_OK(c.library("/api/word/list/swapPostion", {{"sign1", p3}, {"sign2", p1}}));
         data = getAll(c, "list");
         QCOMPARE(field(data, "sign"), (std::vector<std::string>{p2, p1, p3}));
         QCOMPARE(data[1].value("label", ""), std::string("一改"));
         QCOMPARE(data[1].value("texts", "x"), std::string());
         QCOMPARE(data[1].value("images", ""), picName("x", "jpg") + "|");
         QCOMPARE(data[1].value("position", -1), 0);
-
-        EXPECT_REFUSED(c.post("/api/word/list/upValue", {{"sign", p1},
-                                                         {"newParentSign", "nope"},
-                                                         {"newLabel", "a"},
-                                                         {"newJsonValue", "[]"},
-                                                         {"dbname", "Alice"}}),
-                       "所属分类不存在");
-        EXPECT_REFUSED(c.post("/api/word/list/upValue", {{"sign", "nope"},
-                                                         {"newParentSign", first},
-                                                         {"newLabel", "a"},
-                                                         {"newJsonValue", "[]"},
-                                                         {"dbname", "Alice"}}),
-                       "话术不存在");
+        EXPECT_REFUSED(edit(p1, "nope", "[]"), "所属分类不存在");
+        EXPECT_REFUSED(edit("nope", first, "[]"), "话术不存在");
 
         // Several signs at once, atomically; an unknown one spoils the whole request.
-        EXPECT_REFUSED(
-            c.post("/api/word/list/del", {{"sign", p2 + "|" + p3 + "|nope|"}, {"dbname", "Alice"}}),
-            "话术不存在");
+        EXPECT_REFUSED(c.library("/api/word/list/del", {{"sign", p2 + "|" + p3 + "|nope|"}}), "话术不存在");
         QCOMPARE(getAll(c, "list").size(), std::size_t(3));
-        EXPECT_OK(c.post("/api/word/list/del", {{"sign", p2 + "|" + p3 + "|"}, {"dbname", "Alice"}}));
+        EXPECT_OK(c.library("/api/word/list/del", {{"sign", p2 + "|" + p3 + "|"}}));
         QCOMPARE(field(getAll(c, "list"), "sign"), std::vector<std::string>{p1});
 
         // Deleting a class takes its phrases with it.
         const auto doomed = createClass(c, "临时", 9);
-        createPhrase(c, doomed, "temp", content({{1, "t"}}), 0);
-        QCOMPARE(getAll(c, "list").size(), std::size_t(2));
-        EXPECT_OK(c.post("/api/word/class/del", {{"sign", doomed + "|"}, {"dbname", "Alice"}}));
+        QVERIFY(!createPhrase(c, doomed, "temp", content({{1, "t"}}), 0).empty());
+        EXPECT_OK(c.library("/api/word/class/del", {{"sign", doomed + "|"}}));
         QCOMPARE(field(getAll(c, "list"), "sign"), std::vector<std::string>{p1});
     }
 
@@ -320,42 +264,30 @@ private Q_SLOTS:
         QCOMPARE(again->body, plain->body);
     }
 
-    void malformedPhrasesAreRefused() {
+    void phraseContentIsCheckedBeforeAnythingIsStored() {
         auto &c = *alice_;
         const auto parent = getAll(c, "class")[0].value("sign", "");
         const auto before = getAll(c, "list").size();
-        const auto create = [&](const std::string &jsonValue) {
-            return c.post("/api/word/list/create", {{"parentSign", parent},
-                                                    {"label", "l"},
-                                                    {"jsonValue", jsonValue},
-                                                    {"position", "0"},
-                                                    {"dbname", "Alice"}});
-        };
-        for (const char *bad : {"", "text", "{\"type\":1,\"value\":\"a\"}", "[{\"type\":3,\"value\":\"a\"}]",
-                                "[{\"type\":1}]", "[{\"type\":\"1\",\"value\":\"a\"}]"})
-            EXPECT_REFUSED(create(bad), "话术内容格式错误");
-        // Well past the library's own 8 KiB form limit, yet within ours.
+        // The rules themselves are the rules test's; here: each is applied, with its own text.
+        EXPECT_REFUSED(addPhrase(c, parent, "[{\"type\":3,\"value\":\"a\"}]"), "话术内容格式错误");
+        EXPECT_REFUSED(addPhrase(c, parent, R"([{"type":2,"type":1,"value":"a"}])"), "话术内容格式错误");
+        EXPECT_REFUSED(addPhrase(c, parent, content({{1, std::string(1024 * 1024, 'a')}})),
+                       "话术内容过长（最多1MB）");
+        EXPECT_REFUSED(addPhrase(c, parent, content({{2, ".jpg"}})),
+                       "图片格式不支持，请使用 PNG/JPG/GIF/BMP");
+        EXPECT_REFUSED(addPhrase(c, "nope", "[]"), "所属分类不存在");
+        EXPECT_REFUSED(
+            c.library("/api/word/list/create", {{"parentSign", parent}, {"label", "l"}, {"jsonValue", "[]"}}),
+            "参数错误");
+        QCOMPARE(getAll(c, "list").size(), before);
+        // Well past an HTTP library's usual 8 KiB form limit, yet within ours, escapes and all.
         const auto large = std::string(300 * 1024, 'a') + "字\n&=+%";
         const auto largeSign = createPhrase(c, parent, "large", content({{1, large}}), 0);
-        QVERIFY(!largeSign.empty());
         bool seen = false;
         for (const auto &p : getAll(c, "list"))
             seen = seen || (p.value("sign", "") == largeSign && p.value("texts", "") == large);
         QVERIFY(seen);
-        EXPECT_OK(c.post("/api/word/list/del", {{"sign", largeSign}, {"dbname", "Alice"}}));
-        std::string huge = content({{1, std::string(1024 * 1024, 'a')}});
-        EXPECT_REFUSED(create(huge), "话术内容过长（最多1MB）");
-        EXPECT_REFUSED(c.post("/api/word/list/create", {{"parentSign", "nope"},
-                                                        {"label", "l"},
-                                                        {"jsonValue", "[]"},
-                                                        {"position", "0"},
-                                                        {"dbname", "Alice"}}),
-                       "所属分类不存在");
-        EXPECT_REFUSED(
-            c.post("/api/word/list/create",
-                   {{"parentSign", parent}, {"label", "l"}, {"jsonValue", "[]"}, {"dbname", "Alice"}}),
-            "参数错误");
-        QCOMPARE(getAll(c, "list").size(), before);
+        EXPECT_OK(c.library("/api/word/list/del", {{"sign", largeSign}}));
     }
 
     void usersCannotTouchEachOther() {
@@ -387,31 +319,21 @@ private Q_SLOTS:
         for (auto [path, params] : calls) {
             params.emplace("dbname", "Alice");
             const auto r = b.post(path, params);
-            QVERIFY2(state(r) == 0 && msgOf(r) == "无权访问", (path + " " + r.json.dump()).c_str());
+            QVERIFY2(r.state() == 0 && r.msg() == "无权访问", (path + " " + r.json.dump()).c_str());
         }
         // Alice's signs inside Bob's own library do not exist.
         const auto bobClass = getAll(b, "class")[0].value("sign", "");
-        EXPECT_REFUSED(b.post("/api/word/list/del", {{"sign", alicePhrase}, {"dbname", "bob"}}),
-                       "话术不存在");
-        EXPECT_REFUSED(b.post("/api/word/class/del", {{"sign", aliceClass}, {"dbname", "bob"}}),
+        EXPECT_REFUSED(b.library("/api/word/list/del", {{"sign", alicePhrase}}), "话术不存在");
+        EXPECT_REFUSED(b.library("/api/word/class/upLabel", {{"sign", aliceClass}, {"newLabel", "x"}}),
                        "分类不存在");
         EXPECT_REFUSED(
-            b.post("/api/word/class/upLabel", {{"sign", aliceClass}, {"newLabel", "x"}, {"dbname", "bob"}}),
+            b.library("/api/word/class/swapPosition", {{"sign1", bobClass}, {"sign2", aliceClass}}),
             "分类不存在");
-        EXPECT_REFUSED(b.post("/api/word/class/swapPosition",
-                              {{"sign1", bobClass}, {"sign2", aliceClass}, {"dbname", "bob"}}),
-                       "分类不存在");
-        EXPECT_REFUSED(b.post("/api/word/list/create", {{"parentSign", aliceClass},
-                                                        {"label", "x"},
-                                                        {"jsonValue", "[]"},
-                                                        {"position", "1"},
-                                                        {"dbname", "bob"}}),
-                       "所属分类不存在");
-        EXPECT_REFUSED(b.post("/api/word/list/upValue", {{"sign", alicePhrase},
-                                                         {"newParentSign", bobClass},
-                                                         {"newLabel", "x"},
-                                                         {"newJsonValue", "[]"},
-                                                         {"dbname", "bob"}}),
+        EXPECT_REFUSED(addPhrase(b, aliceClass, "[]"), "所属分类不存在");
+        EXPECT_REFUSED(b.library("/api/word/list/upValue", {{"sign", alicePhrase},
+                                                            {"newParentSign", bobClass},
+                                                            {"newLabel", "x"},
+                                                            {"newJsonValue", "[]"}}),
                        "话术不存在");
         QCOMPARE(getAll(a, "class").dump(), classesBefore);
         QCOMPARE(getAll(a, "list").dump(), phrasesBefore);
@@ -428,9 +350,8 @@ private Q_SLOTS:
         EXPECT_REFUSED(bob_->upload("Alice", name, png), "无权访问");
         EXPECT_REFUSED(a.upload("Alice", name, png + "tampered"), "图片内容与名称不符");
         EXPECT_REFUSED(a.upload("Alice", name, ""), "图片内容为空");
-        for (const char *bad : {"../x.png", "a/b.png", "..", "a\\b"})
+        for (const auto &bad : {std::string("../x.png"), std::string("a\\b"), std::string(65, 'p')})
             EXPECT_REFUSED(a.upload("Alice", bad, png), "图片名称不合法");
-        EXPECT_REFUSED(a.upload("Alice", std::string(65, 'p'), png), "图片名称不合法");
         EXPECT_OK(a.upload("Alice", name, png));
         EXPECT_OK(a.upload("Alice", name, png)); // same bytes again: nothing to do
 
@@ -449,43 +370,14 @@ private Q_SLOTS:
             EXPECT_REFUSED(bob_->post("/api/word/image/imageNameExist", {{"fileName", bad}}),
                            "图片格式不支持，请使用 PNG/JPG/GIF/BMP");
         }
-        // Names inside phrases follow the same rule.
-        const auto parent = getAll(a, "class")[0].value("sign", "");
-        EXPECT_REFUSED(a.post("/api/word/list/create", {{"parentSign", parent},
-                                                        {"label", "l"},
-                                                        {"jsonValue", content({{2, ".jpg"}})},
-                                                        {"position", "0"},
-                                                        {"dbname", "Alice"}}),
-                       "图片格式不支持，请使用 PNG/JPG/GIF/BMP");
-
-        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/" + Secrets::toBase64(picName("no", "png"))),
-                       "图片不存在");
-        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/%25%25%25"), "图片名称不合法");
-        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/" + Secrets::toBase64("../etc/passwd")),
-                       "图片名称不合法");
-        EXPECT_REFUSED(anon.get("/api/resource/word/getImage64/"), "图片名称不合法");
+        const std::string download = "/api/resource/word/getImage64/";
+        EXPECT_REFUSED(anon.get(download + Secrets::toBase64(picName("no", "png"))), "图片不存在");
+        for (const auto &bad : {std::string("%25%25%25"), Secrets::toBase64("../etc/passwd"), std::string()})
+            EXPECT_REFUSED(anon.get(download + bad), "图片名称不合法");
     }
 
-    void labelsAndContentMustBeCleanText() {
-        auto &c = *alice_;
-        const auto parent = getAll(c, "class")[0].value("sign", "");
-        const auto before = getAll(c, "class").size();
-        for (const auto &bad : {std::string("a\0b", 3), std::string("\xe0\x80\xaf"),
-                                std::string("\xed\xa0\x80"), std::string("\xf4\x90\x80\x80")})
-            EXPECT_REFUSED(
-                c.post("/api/word/class/create", {{"label", bad}, {"position", "1"}, {"dbname", "Alice"}}),
-                "参数错误");
-        QCOMPARE(getAll(c, "class").size(), before);
-        EXPECT_REFUSED(c.post("/api/word/list/create", {{"parentSign", parent},
-                                                        {"label", "l"},
-                                                        {"jsonValue", R"([{"type":2,"type":1,"value":"a"}])"},
-                                                        {"position", "0"},
-                                                        {"dbname", "Alice"}}),
-                       "话术内容格式错误");
-    }
-
-    void eachAccountHasAStorageQuota() {
-        CloudService small({"--quota-mib", "1"});
+    void eachAccountHasAStorageQuotaAndRequestsASizeLimit() {
+        CloudService small({"--quota-mib", "1", "--max-picture-mib", "1"});
         QVERIFY(small.start());
         QVERIFY(small.addUser("kai", "kai-pw"));
         ServiceClient c(small.baseUrl().toStdString());
@@ -494,46 +386,27 @@ private Q_SLOTS:
         const auto text = content({{1, std::string(400 * 1024, 'q')}});
         QVERIFY(!createPhrase(c, parent, "1", text, 0).empty());
         QVERIFY(!createPhrase(c, parent, "2", text, 1).empty());
-        const auto full = c.post("/api/word/list/create", {{"parentSign", parent},
-                                                           {"label", "3"},
-                                                           {"jsonValue", text},
-                                                           {"position", "2"},
-                                                           {"dbname", "kai"}});
-        QCOMPARE(state(full), 0);
-        QVERIFY2(QString::fromStdString(msgOf(full)).contains("存储空间已满"), msgOf(full).c_str());
+        const auto full = "云端存储空间已满（每个账号最多1MB），请删除部分话术或图片后再试";
+        EXPECT_REFUSED(addPhrase(c, parent, text), full);
         const std::string picture(300 * 1024, 'p');
-        EXPECT_REFUSED(c.upload("kai", picName(picture, "bmp"), picture),
-                       "云端存储空间已满（每个账号最多1MB），请删除部分话术或图片后再试");
+        EXPECT_REFUSED(c.upload("kai", picName(picture, "bmp"), picture), full);
+        const std::string big(1024 * 1024 + 1, 'g');
+        EXPECT_REFUSED(c.upload("kai", picName(big, "gif"), big), "图片过大（最多1MB）");
         // Deleting makes room again.
-        const auto phrases = getAll(c, "list");
-        EXPECT_OK(c.post("/api/word/list/del", {{"sign", phrases[0].value("sign", "")}, {"dbname", "kai"}}));
+        EXPECT_OK(c.library("/api/word/list/del", {{"sign", getAll(c, "list")[0].value("sign", "")}}));
         EXPECT_OK(c.upload("kai", picName(picture, "bmp"), picture));
-    }
 
-    void oversizedRequestsGetAClearRefusal() {
-        CloudService small({"--max-picture-mib", "1"});
-        QVERIFY(small.start());
-        QVERIFY(small.addUser("dora", "dora-pw"));
-        ServiceClient c(small.baseUrl().toStdString());
-        EXPECT_OK(c.login("dora", "dora-pw"));
-        const std::string big(1024 * 1024 + 1, 'g'), fits(1024 * 1024, 'g');
-        EXPECT_REFUSED(c.upload("dora", picName(big, "gif"), big), "图片过大（最多1MB）");
-        EXPECT_OK(c.upload("dora", picName(fits, "gif"), fits));
-        // Beyond the body cap the request is cut off before any handler runs.
-        const auto r =
-            c.post("/api/word/class/create",
-                   {{"label", std::string(5 * 1024 * 1024, 'x')}, {"position", "1"}, {"dbname", "dora"}});
+        const auto unknown = c.post("/api/no/such/endpoint", {});
+        QCOMPARE(unknown.status, 404);
+        EXPECT_REFUSED(unknown, "接口不存在");
+        // Over the form limit, though under the upload limit (10 MiB here): cut off before any
+        // handler runs.
+        const auto before = getAll(*alice_, "class").size();
+        const auto r = alice_->library("/api/word/class/create",
+                                       {{"label", std::string(6 * 1024 * 1024, 'x')}, {"position", "1"}});
         QCOMPARE(r.status, 413);
         EXPECT_REFUSED(r, "请求内容过大");
-        EXPECT_REFUSED(c.post("/api/no/such/endpoint", {}), "接口不存在");
-        // Under the picture limit but over the form limit: read up to the cap, then refused.
-        const auto form = alice_->post(
-            "/api/word/class/create",
-            {{"label", std::string(6 * 1024 * 1024, 'x')}, {"position", "1"}, {"dbname", "Alice"}});
-        QCOMPARE(form.status, 413);
-        EXPECT_REFUSED(form, "请求内容过大");
-        EXPECT_OK(alice_->post("/api/user/SyncCheckOSX", {}));
-        QCOMPARE(getAll(c, "class").size(), std::size_t(1));
+        QCOMPARE(getAll(*alice_, "class").size(), before);
     }
 
     void singleSessionRevokesOnlyTheUsersOtherSessions() {
@@ -550,15 +423,13 @@ private Q_SLOTS:
         EXPECT_OK(first.login("erin", "erin-pw"));
         EXPECT_OK(other.login("finn", "finn-pw"));
         EXPECT_OK(second.login("erin", "erin-pw"));
-        QCOMPARE(state(first.post("/api/user/SyncCheckOSX", {})), -1);
+        QCOMPARE(first.post("/api/user/SyncCheckOSX", {}).state(), -1);
         EXPECT_OK(second.post("/api/user/SyncCheckOSX", {}));
         EXPECT_OK(other.post("/api/user/SyncCheckOSX", {}));
     }
 
     void webPagesRegisterAndChangePasswords() {
         ServiceClient web(url());
-        const auto page = web.get("/");
-        QCOMPARE(page.status, 200);
         httplib::Client raw(url());
         const auto html = raw.Get("/");
         QVERIFY(html && html->body.find("mobile_register") != std::string::npos &&
@@ -585,7 +456,7 @@ private Q_SLOTS:
             web.postForm("/api/web/reset",
                          {{"username", "gina"}, {"oldPassword", "gina-pw1"}, {"newPassword", "gina-pw2"}}));
         // A new password ends the sessions signed in with the old one.
-        QCOMPARE(state(app.post("/api/user/SyncCheckOSX", {})), -1);
+        QCOMPARE(app.post("/api/user/SyncCheckOSX", {}).state(), -1);
         EXPECT_REFUSED(ServiceClient(url()).login("gina", "gina-pw1"), "用户名或密码错误");
         EXPECT_OK(app.login("gina", "gina-pw2"));
     }
@@ -602,7 +473,7 @@ private Q_SLOTS:
         ServiceClient c(svc.baseUrl().toStdString());
         EXPECT_OK(c.login("hal", "hal-pw"));
         QCOMPARE(svc.run({"passwd", "HAL"}, "hal-new\r\n", &out), 0);
-        QCOMPARE(state(c.post("/api/user/SyncCheckOSX", {})), -1);
+        QCOMPARE(c.post("/api/user/SyncCheckOSX", {}).state(), -1);
         EXPECT_OK(c.login("hal", "hal-new"));
 
         QCOMPARE(svc.run({"demo"}, "", &out), 0);

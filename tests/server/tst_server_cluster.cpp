@@ -1,9 +1,9 @@
 #include "serviceclient.h"
 
 #include "cloudservice.h"
-#include "pgconnection.h"
 #include "postgrescluster.h"
-#include "secrets.h"
+#include "security/secrets.h"
+#include "storage/pgconnection.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -20,20 +20,6 @@
 using nlohmann::json;
 
 namespace {
-
-int state(const ServiceClient::Reply &r) {
-    return r.json.is_object() ? r.json.value("state", -99) : -99;
-}
-
-QByteArray describe(const ServiceClient::Reply &r) {
-    return QByteArray::number(r.status) + " " + QByteArray::fromStdString(r.json.dump());
-}
-
-#define EXPECT_OK(reply)                                                                                     \
-    do {                                                                                                     \
-        const auto r_ = (reply);                                                                             \
-        QVERIFY2(state(r_) == 1, describe(r_).constData());                                                  \
-    } while (0)
 
 std::string text(const std::string &value) {
     return json::array({{{"type", 1}, {"value", value}}}).dump();
@@ -52,7 +38,7 @@ class TestServerCluster : public QObject {
 
     json getAll(ServiceClient &c, const char *what) {
         const auto r = c.post(std::string("/api/word/") + what + "/getAll", {{"dbname", c.username}});
-        return state(r) == 1 ? r.json["data"] : json();
+        return r.state() == 1 ? r.json["data"] : json();
     }
     std::string createPhrase(ServiceClient &c, const std::string &parent, const std::string &label,
                              int position, ServiceClient::Reply *reply = nullptr) {
@@ -63,7 +49,7 @@ class TestServerCluster : public QObject {
                                                         {"dbname", c.username}});
         if (reply)
             *reply = r;
-        return state(r) == 1 ? r.json.value("sign", "") : "";
+        return r.state() == 1 ? r.json.value("sign", "") : "";
     }
     // A second client carrying the first one's session to another instance.
     static std::unique_ptr<ServiceClient> sameSession(const ServiceClient &signedIn, const CloudService &at) {
@@ -88,7 +74,7 @@ class TestServerCluster : public QObject {
             !pair.a.addUser(QStringLiteral("sam"), QStringLiteral("sam-password")))
             return false;
         pair.onA = std::make_unique<ServiceClient>(pair.a.baseUrl().toStdString());
-        if (state(pair.onA->login("sam", "sam-password")) != 1)
+        if (pair.onA->login("sam", "sam-password").state() != 1)
             return false;
         pair.firstClass = getAll(*pair.onA, "class").at(0).value("sign", "");
         return true;
@@ -121,8 +107,8 @@ private Q_SLOTS:
 
         // A new password ends the session on every instance.
         QCOMPARE(pair.b.run({QStringLiteral("passwd"), QStringLiteral("sam")}, "another-password\n"), 0);
-        QCOMPARE(state(onA.post("/api/word/class/getAll", {{"dbname", "sam"}})), 0);
-        QCOMPARE(state(onB->post("/api/word/class/getAll", {{"dbname", "sam"}})), 0);
+        QCOMPARE(onA.post("/api/word/class/getAll", {{"dbname", "sam"}}).state(), 0);
+        QCOMPARE((onB->post("/api/word/class/getAll", {{"dbname", "sam"}})).state(), 0);
     }
 
     void concurrentSwapsAndDeletesOnTwoInstancesKeepPositionsWhole() {
@@ -151,7 +137,7 @@ private Q_SLOTS:
                     ServiceClient::Reply r;
                     if (i % 8 == 7) {
                         r = c->post("/api/word/list/del", {{"sign", first + "|"}, {"dbname", "sam"}});
-                        if (state(r) == 1) {
+                        if (r.state() == 1) {
                             std::lock_guard lock(mutex);
                             deleted.insert(first);
                         }
@@ -161,7 +147,7 @@ private Q_SLOTS:
                                     {{"sign1", first}, {"sign2", second}, {"dbname", "sam"}});
                     }
                     // Refused only because a phrase was deleted meanwhile.
-                    if (state(r) != 1 && r.json.value("msg", "") != "话术不存在")
+                    if (r.state() != 1 && r.json.value("msg", "") != "话术不存在")
                         ++unexpected;
                 }
             });
@@ -207,7 +193,7 @@ private Q_SLOTS:
                         acknowledged.push_back(sign);
                         ackedAfter += after;
                     } else {
-                        refusals.push_back(describe(r).toStdString());
+                        refusals.push_back(r.describe());
                         std::this_thread::sleep_for(std::chrono::milliseconds(20));
                     }
                 }

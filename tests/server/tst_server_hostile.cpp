@@ -5,7 +5,7 @@
 #include "serviceclient.h"
 
 #include "cloudservice.h"
-#include "secrets.h"
+#include "security/secrets.h"
 #include "testenv.h"
 
 #include <QDir>

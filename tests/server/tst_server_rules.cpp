@@ -1,9 +1,9 @@
-#include "contentrules.h"
-#include "cookiereader.h"
-#include "picturename.h"
-#include "rc4cipher.h"
-#include "secrets.h"
-#include "serverconfig.h"
+#include "api/contentrules.h"
+#include "api/picturename.h"
+#include "app/serverconfig.h"
+#include "http/cookiereader.h"
+#include "security/rc4cipher.h"
+#include "security/secrets.h"
 
 #include <QTest>
 

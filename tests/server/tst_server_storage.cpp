@@ -1,14 +1,14 @@
+#include "api/librarycache.h"
+#include "api/workerpool.h"
 #include "cloudservice.h"
-#include "fairmutex.h"
-#include "librarycache.h"
-#include "loginguard.h"
-#include "loginthrottle.h"
-#include "pgconnection.h"
 #include "postgrescluster.h"
-#include "postgresstorage.h"
-#include "secrets.h"
-#include "sqlitestorage.h"
-#include "workerpool.h"
+#include "security/loginguard.h"
+#include "security/loginthrottle.h"
+#include "security/secrets.h"
+#include "storage/fairmutex.h"
+#include "storage/pgconnection.h"
+#include "storage/postgresstorage.h"
+#include "storage/sqlitestorage.h"
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -61,10 +61,11 @@ class TestServerStorage : public QObject {
     std::int64_t userId_ = 0;
 
     std::unique_ptr<Storage> openStorage() {
-        if (!CloudService::usesPostgres())
-            return std::make_unique<SqliteStorage>(dir_.filePath("t.sqlite3").toStdString());
         std::string error;
-        auto storage = PostgresStorage::open(url_, 8, error);
+        std::unique_ptr<Storage> storage =
+            CloudService::usesPostgres()
+                ? std::unique_ptr<Storage>(PostgresStorage::open(url_, 8, error))
+                : SqliteStorage::open(dir_.filePath("t.sqlite3").toStdString(), error);
         if (!storage)
             qWarning("%s", error.c_str());
         return storage;
@@ -278,7 +279,7 @@ private Q_SLOTS:
         QCOMPARE(walSize(), std::uintmax_t(0));
     }
 
-    void oneBuildServesEveryWaitingReader() {
+    void libraryCacheBuildsOncePerVersionWithinItsBudget() {
         ONCE_ONLY();
         LibraryCache cache;
         std::atomic<int> builds{0};
@@ -320,6 +321,28 @@ private Q_SLOTS:
                      })
                 ->plain,
             std::string("ok"));
+
+        // Past the byte budget the entry stored longest ago goes.
+        LibraryCache small(100);
+        const auto reply = [](std::size_t n) {
+            auto r = std::make_shared<LibraryCache::Reply>();
+            r->plain.assign(n, 'x');
+            return std::shared_ptr<const LibraryCache::Reply>(r);
+        };
+        using K = LibraryCache::Kind;
+        small.store(1, K::Phrases, 5, reply(40));
+        QVERIFY(small.find(1, K::Phrases, 5));
+        QVERIFY(!small.find(1, K::Phrases, 6)); // the library changed since
+        QVERIFY(!small.find(1, K::Classes, 5));
+        small.store(1, K::Phrases, 4, reply(10)); // a slower, older build does not win
+        QCOMPARE(small.find(1, K::Phrases, 5)->plain.size(), std::size_t(40));
+        small.store(2, K::Phrases, 1, reply(40));
+        small.store(3, K::Phrases, 1, reply(40)); // 120 bytes: the oldest entry goes
+        QVERIFY(!small.find(1, K::Phrases, 5));
+        QVERIFY(small.find(2, K::Phrases, 1) && small.find(3, K::Phrases, 1));
+        small.store(2, K::Phrases, 2, reply(10)); // replacing frees its old bytes
+        small.store(4, K::Classes, 1, reply(40));
+        QVERIFY(small.find(2, K::Phrases, 2) && small.find(3, K::Phrases, 1) && small.find(4, K::Classes, 1));
     }
 
     void commitsAreSyncedThroughTheLiveLog() {
@@ -355,30 +378,6 @@ private Q_SLOTS:
         for (auto &t : threads)
             t.join();
         QCOMPARE(must(storage_->phrases(userId_)).size(), std::size_t(400));
-    }
-
-    void libraryCacheFollowsVersionsAndKeepsToItsBudget() {
-        ONCE_ONLY();
-        LibraryCache cache(100);
-        const auto reply = [](std::size_t n) {
-            auto r = std::make_shared<LibraryCache::Reply>();
-            r->plain.assign(n, 'x');
-            return std::shared_ptr<const LibraryCache::Reply>(r);
-        };
-        using K = LibraryCache::Kind;
-        cache.store(1, K::Phrases, 5, reply(40));
-        QVERIFY(cache.find(1, K::Phrases, 5));
-        QVERIFY(!cache.find(1, K::Phrases, 6)); // the library changed since
-        QVERIFY(!cache.find(1, K::Classes, 5));
-        cache.store(1, K::Phrases, 4, reply(10)); // a slower, older build does not win
-        QCOMPARE(cache.find(1, K::Phrases, 5)->plain.size(), std::size_t(40));
-        cache.store(2, K::Phrases, 1, reply(40));
-        cache.store(3, K::Phrases, 1, reply(40)); // 120 bytes: the oldest entry goes
-        QVERIFY(!cache.find(1, K::Phrases, 5));
-        QVERIFY(cache.find(2, K::Phrases, 1) && cache.find(3, K::Phrases, 1));
-        cache.store(2, K::Phrases, 2, reply(10)); // replacing frees its old bytes
-        cache.store(4, K::Classes, 1, reply(40));
-        QVERIFY(cache.find(2, K::Phrases, 2) && cache.find(3, K::Phrases, 1) && cache.find(4, K::Classes, 1));
     }
 
     void instancesStartingTogetherMigrateOnce() {

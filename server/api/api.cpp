@@ -1,0 +1,92 @@
+#include "api/api.h"
+
+#include "api/apireply.h"
+#include "api/replytext.h"
+#include "api/serviceclock.h"
+#include "http/proxyaddress.h"
+#include "log/servicelog.h"
+#include "security/loginguard.h"
+#include "storage/storage.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <thread>
+
+Api::Api(Options options, Storage &storage)
+    : options_(std::move(options)), storage_(storage), sessions_(storage), signIn_(storage, throttle_),
+      quota_(storage, options_.quotaBytes), account_(options_.account, storage, sessions_, signIn_),
+      library_(storage, sessions_, quota_), pictures_(storage, sessions_, quota_, options_.maxPictureBytes),
+      pages_(storage, signIn_), workers_(std::make_unique<WorkerPool>(options_.threads, 4096)),
+      hashers_(std::make_unique<WorkerPool>(
+          std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64)) {
+    account_.addRoutes(routes_);
+    library_.addRoutes(routes_);
+    pictures_.addRoutes(routes_);
+    pages_.addRoutes(routes_);
+}
+
+Api::~Api() {
+    stop();
+}
+
+void Api::stop() {
+    // Their replies go nowhere once the HTTP server has stopped.
+    hashers_->stop();
+    workers_->stop();
+}
+
+std::size_t Api::bodyLimit(std::string_view path) const {
+    return routes_.bodyLimit(path);
+}
+
+void Api::maintain() {
+    workers_->submit([this] {
+        const auto now = ServiceClock::unixSeconds();
+        if (const auto purged = storage_.purgeExpired(now - Sessions::idleSeconds,
+                                                      now - LoginGuard::window - LoginGuard::maxDelay);
+            !purged.ok())
+            ServiceLog::line("purge failed: " + purged.error().message);
+        throttle_.purge(ServiceClock::steadySeconds());
+    });
+}
+
+void Api::releaseMemory() {
+    workers_->submit([] { malloc_trim(0); });
+}
+
+void Api::dispatch(HttpServer::Request request, HttpServer::Completion done) {
+    request.peer =
+        ProxyAddress::client(request.peer, request.headerValues("X-Forwarded-For"), options_.trustedProxies);
+    auto match = routes_.find(request.method, request.path);
+    if (!match)
+        return done(ApiReply::send(ApiReply::refused(ReplyText::noEndpoint), 404));
+    const auto &route = *match->route;
+    // Checked before queueing, so a flood is answered at once and never reaches the hashing.
+    const auto address = HttpServer::addressKey(request.peer);
+    if (route.checksPasswords && !throttle_.take(address, ServiceClock::steadySeconds()))
+        return done(ApiReply::send(ApiReply::refused(ReplyText::tooManyLogins), 429));
+    // Addresses without recent failures go before the queue a flood's burst may have left.
+    const bool urgent =
+        route.checksPasswords && !throttle_.failedRecently(address, ServiceClock::steadySeconds());
+    auto task = [this, &route, request = std::move(request), rest = std::move(match->pathRest),
+                 done]() mutable { done(run(route, request, std::move(rest))); };
+    // A full queue is a refusal now rather than a long wait later.
+    if (!(route.checksPasswords ? hashers_ : workers_)->submit(std::move(task), urgent))
+        done(ApiReply::send(ApiReply::refused(ReplyText::busy), 503));
+}
+
+HttpServer::Response Api::run(const RouteTable::Route &route, const HttpServer::Request &request,
+                              std::string pathRest) {
+    // Storage failures come back as values; what can still throw here is the allocator
+    // (std::bad_alloc) and the JSON library, and one request must not end the process.
+    try {
+        RouteTable::Call call{request,
+                              route.takesForm ? FormData::parseUrlEncoded(request.body) : FormData::Fields(),
+                              std::move(pathRest)};
+        return route.handler(call);
+    } catch (const std::exception &e) {
+        ServiceLog::line(request.path + " failed: " + e.what());
+        return ApiReply::send(ApiReply::refused(ReplyText::internal));
+    }
+}

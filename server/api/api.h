@@ -1,0 +1,70 @@
+#pragma once
+
+#include "api/accountendpoints.h"
+#include "api/libraryendpoints.h"
+#include "api/pageendpoints.h"
+#include "api/pictureendpoints.h"
+#include "api/quota.h"
+#include "api/routetable.h"
+#include "api/sessions.h"
+#include "api/signincheck.h"
+#include "api/workerpool.h"
+#include "http/httpserver.h"
+#include "security/loginthrottle.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class Storage;
+
+// Every endpoint of the service behind one route table. Requests are routed on the I/O threads and
+// run on worker pools: one for the database, a small one for password hashing, so a sign-in flood
+// never holds up library calls.
+class Api {
+public:
+    struct Options {
+        AccountEndpoints::Options account;
+        std::size_t maxPictureBytes = 10u * 1024 * 1024;
+        std::int64_t quotaBytes = 1024LL * 1024 * 1024;
+        std::size_t threads = 32; // database workers
+        std::vector<std::string> trustedProxies;
+    };
+
+    Api(Options options, Storage &storage);
+    ~Api();
+    Api(const Api &) = delete;
+    Api &operator=(const Api &) = delete;
+
+    // The HTTP server's handler: answers at once what needs no work (unknown paths, a throttled
+    // sign-in, a full queue), queues the rest.
+    void dispatch(HttpServer::Request request, HttpServer::Completion done);
+    std::size_t bodyLimit(std::string_view path) const;
+    // Purges expired sessions, old sign-in failures and forgotten addresses, on a worker.
+    void maintain();
+    // Hands memory freed by large request bodies back to the system, on a worker.
+    void releaseMemory();
+    // Lets every worker finish what it holds.
+    void stop();
+
+private:
+    HttpServer::Response run(const RouteTable::Route &route, const HttpServer::Request &request,
+                             std::string pathRest);
+
+    Options options_;
+    Storage &storage_;
+    LoginThrottle throttle_;
+    Sessions sessions_;
+    SignInCheck signIn_;
+    Quota quota_;
+    AccountEndpoints account_;
+    LibraryEndpoints library_;
+    PictureEndpoints pictures_;
+    PageEndpoints pages_;
+    RouteTable routes_;
+    std::unique_ptr<WorkerPool> workers_;
+    std::unique_ptr<WorkerPool> hashers_;
+};

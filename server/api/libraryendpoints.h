@@ -1,0 +1,51 @@
+#pragma once
+
+#include "api/librarycache.h"
+#include "api/routetable.h"
+#include "storage/storageerror.h"
+#include "storage/storagerecords.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+class Quota;
+class Sessions;
+class Storage;
+
+// A user's library: classes and phrases, created, renamed or edited, swapped, deleted and read
+// whole. Every call names the library ("dbname"), which must be the signed-in user's own.
+class LibraryEndpoints {
+public:
+    LibraryEndpoints(Storage &storage, Sessions &sessions, Quota &quota)
+        : storage_(storage), sessions_(sessions), quota_(quota) {}
+
+    void addRoutes(RouteTable &routes);
+
+private:
+    using Json = nlohmann::json;
+    using Change = Json (LibraryEndpoints::*)(const FormData::Fields &, const UserRecord &);
+
+    // A route whose handler runs once the library is known to be the caller's.
+    RouteTable::Route change(Change handler);
+    HttpServer::Response read(const RouteTable::Call &call, LibraryCache::Kind kind);
+    std::shared_ptr<const LibraryCache::Reply> build(const UserRecord &user, LibraryCache::Kind kind,
+                                                     std::optional<StorageError> &failure);
+
+    Json createClass(const FormData::Fields &form, const UserRecord &user);
+    Json deleteClasses(const FormData::Fields &form, const UserRecord &user);
+    Json renameClass(const FormData::Fields &form, const UserRecord &user);
+    Json swapClasses(const FormData::Fields &form, const UserRecord &user);
+    Json createPhrase(const FormData::Fields &form, const UserRecord &user);
+    Json deletePhrases(const FormData::Fields &form, const UserRecord &user);
+    Json editPhrase(const FormData::Fields &form, const UserRecord &user);
+    Json swapPhrases(const FormData::Fields &form, const UserRecord &user);
+
+    Storage &storage_;
+    Sessions &sessions_;
+    Quota &quota_;
+    LibraryCache cache_;
+};

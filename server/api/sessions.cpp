@@ -1,0 +1,39 @@
+#include "api/sessions.h"
+
+#include "api/accounts.h"
+#include "api/apireply.h"
+#include "api/formfield.h"
+#include "api/replytext.h"
+#include "api/serviceclock.h"
+#include "http/cookiereader.h"
+#include "security/secrets.h"
+#include "storage/storage.h"
+
+StorageResult<std::optional<UserRecord>> Sessions::user(const HttpServer::Request &request) {
+    const auto now = ServiceClock::unixSeconds();
+    // A client may hold stale copies of the cookie; any live one will do.
+    for (const auto &token : CookieReader::sessionTokens(request.headerValues("Cookie")))
+        if (auto user = storage_.sessionUser(Secrets::digestHex(token), now, idleSeconds);
+            !user.ok() || *user)
+            return user;
+    return std::optional<UserRecord>();
+}
+
+std::variant<UserRecord, nlohmann::json> Sessions::libraryOwner(const HttpServer::Request &request,
+                                                                const FormData::Fields &form) {
+    const auto found = user(request);
+    if (!found.ok())
+        return ApiReply::storageFailed(found.error());
+    if (!*found)
+        return ApiReply::refused(ReplyText::deadSession);
+    const auto dbname = FormField::text(form, "dbname");
+    if (!dbname)
+        return ApiReply::refused(ReplyText::badParameter);
+    if (!owns(**found, *dbname))
+        return ApiReply::refused(ReplyText::forbidden);
+    return **found;
+}
+
+bool Sessions::owns(const UserRecord &user, const std::string &dbname) {
+    return Accounts::nameKey(dbname) == Accounts::nameKey(user.name);
+}

@@ -1,0 +1,722 @@
+#include "storage/sqlitestorage.h"
+
+#include "log/servicelog.h"
+
+#include <SQLiteCpp/SQLiteCpp.h>
+
+#include <atomic>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <type_traits>
+#include <unordered_map>
+
+namespace {
+
+std::atomic<std::uint64_t> nextInstance{1};
+
+// Request threads live as long as the server; each keeps its own connection per storage, with the
+// statements of the busy paths prepared once.
+struct Connection {
+    std::unique_ptr<SQLite::Database> db;
+    std::unordered_map<const char *, std::unique_ptr<SQLite::Statement>> statements;
+    ~Connection() { statements.clear(); } // finalised before the database closes
+};
+thread_local std::unordered_map<std::uint64_t, Connection> connections;
+
+// A cached statement, reset when the scope ends so no read snapshot outlives its use.
+class Prepared {
+public:
+    Prepared(std::uint64_t instance, const char *sql) {
+        auto &conn = connections.at(instance);
+        auto &slot = conn.statements[sql];
+        if (!slot)
+            slot = std::make_unique<SQLite::Statement>(*conn.db, sql);
+        statement_ = slot.get();
+    }
+    ~Prepared() {
+        try {
+            statement_->reset();
+            statement_->clearBindings();
+        } catch (...) {
+        }
+    }
+    Prepared(const Prepared &) = delete;
+    Prepared &operator=(const Prepared &) = delete;
+    SQLite::Statement *operator->() const { return statement_; }
+
+private:
+    SQLite::Statement *statement_;
+};
+
+constexpr int schemaVersion = 2;
+
+void bumpVersion(std::uint64_t instance, std::int64_t userId) {
+    Prepared q(instance, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
+    q->bind(1, userId);
+    q->exec();
+}
+
+std::optional<std::int64_t> classId(std::uint64_t instance, std::int64_t userId, const std::string &sign) {
+    Prepared q(instance, "SELECT id FROM word_class WHERE sign = ? AND user_id = ?");
+    q->bind(1, sign);
+    q->bind(2, userId);
+    if (!q->executeStep())
+        return std::nullopt;
+    return q->getColumn(0).getInt64();
+}
+
+std::set<std::string> distinct(const std::vector<std::string> &signs) {
+    return {signs.begin(), signs.end()};
+}
+
+// SQLite reports failures by throwing; they stop here and become the failure case.
+template <typename Work> auto caught(Work &&work) -> StorageResult<std::invoke_result_t<Work>> {
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<Work>>) {
+            work();
+            return {};
+        } else {
+            return work();
+        }
+    } catch (const SQLite::Exception &e) {
+        return StorageError{e.what()};
+    }
+}
+
+LoginGuardState readLoginGuard(SQLite::Database &d, const std::string &nameKey) {
+    SQLite::Statement q(d, "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = ?");
+    q.bind(1, nameKey);
+    if (!q.executeStep())
+        return {};
+    return {q.getColumn(0).getInt64(), q.getColumn(1).getInt64(), q.getColumn(2).getInt64()};
+}
+
+std::optional<std::string> readPicture(SQLite::Database &d, const std::string &name) {
+    SQLite::Statement q(d, "SELECT data FROM pictures WHERE name = ?");
+    q.bind(1, name);
+    if (!q.executeStep())
+        return std::nullopt;
+    const auto column = q.getColumn(0);
+    return std::string(static_cast<const char *>(column.getBlob()), std::size_t(column.getBytes()));
+}
+
+} // namespace
+
+template <typename Work> auto SqliteStorage::write(Work &&work) {
+    auto result = [&] {
+        std::lock_guard turn(writeMutex_);
+        return caught([&] { return work(db()); });
+    }();
+    if (result.ok() && !syncLog())
+        return decltype(result)(StorageError{"syncing the write-ahead log failed"});
+    return result;
+}
+
+bool SqliteStorage::syncLog() {
+    if (walFd_ < 0)
+        return true; // every connection syncs its own commits then
+    std::unique_lock lock(syncMutex_);
+    // Everything committed before this call is covered by any sync that starts after it.
+    const auto mine = ++committed_;
+    while (synced_ < mine) {
+        if (syncing_) {
+            syncDone_.wait(lock);
+            continue;
+        }
+        syncing_ = true;
+        const auto upTo = committed_;
+        lock.unlock();
+        const bool ok = ::fdatasync(walFd_) == 0;
+        lock.lock();
+        syncing_ = false;
+        if (ok)
+            synced_ = std::max(synced_, upTo);
+        else
+            ServiceLog::line(std::string("syncing the write-ahead log failed: ") + std::strerror(errno));
+        syncDone_.notify_all();
+        if (!ok)
+            return false;
+    }
+    return true;
+}
+
+SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {}
+
+std::unique_ptr<SqliteStorage> SqliteStorage::open(const std::string &path, std::string &error) {
+    std::unique_ptr<SqliteStorage> storage(new SqliteStorage(path));
+    if (const auto started = caught([&] { storage->start(); }); !started.ok()) {
+        error = started.error().message;
+        return nullptr;
+    }
+    return storage;
+}
+
+void SqliteStorage::start() {
+    migrate();
+    // Opened once and kept. The log exists from the first read on and stays while any connection
+    // is open (this thread's, opened above, lives as long as the storage).
+    walFd_ = ::open((path_ + "-wal").c_str(), O_RDONLY | O_CLOEXEC);
+    if (walFd_ >= 0)
+        db().exec("PRAGMA synchronous = OFF");
+    checkpointer_ = std::jthread([this](std::stop_token stop) { checkpointLoop(stop); });
+}
+
+SqliteStorage::~SqliteStorage() {
+    checkpointer_.request_stop();
+    checkpointWake_.notify_all();
+    if (checkpointer_.joinable())
+        checkpointer_.join();
+    try {
+        std::lock_guard lock(writeMutex_);
+        db().exec("PRAGMA synchronous = FULL");
+        db().exec("PRAGMA wal_checkpoint(TRUNCATE)");
+    } catch (const std::exception &e) {
+        ServiceLog::line(std::string("final checkpoint failed: ") + e.what());
+    }
+    connections.erase(instance_);
+    if (walFd_ >= 0)
+        ::close(walFd_);
+}
+
+std::int64_t SqliteStorage::walBytes() const {
+    std::error_code ec;
+    const auto size = std::filesystem::file_size(path_ + "-wal", ec);
+    return ec ? 0 : std::int64_t(size);
+}
+
+void SqliteStorage::checkpointLoop(std::stop_token stop) {
+    std::unique_ptr<SQLite::Database> db;
+    // Checkpoints sync the log before copying it and the database before the log starts over.
+    if (const auto opened = caught([&] {
+            db = connect();
+            db->exec("PRAGMA synchronous = FULL");
+        });
+        !opened.ok()) {
+        ServiceLog::line("checkpoints stopped: " + opened.error().message);
+        return;
+    }
+    while (!stop.stop_requested()) {
+        {
+            std::unique_lock lock(checkpointMutex_);
+            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(200), [] { return false; });
+        }
+        if (stop.stop_requested())
+            break;
+        try {
+            // Passive: copies what it can without holding up readers or writers. With
+            // journal_size_limit the log file shrinks once a writer starts it over.
+            db->exec("PRAGMA wal_checkpoint(PASSIVE)");
+            if (walBytes() > walTruncateBytes) {
+                // Readers kept the log from starting over; writers wait in line meanwhile.
+                std::lock_guard lock(writeMutex_);
+                db->exec("PRAGMA wal_checkpoint(TRUNCATE)");
+            }
+        } catch (const std::exception &e) {
+            ServiceLog::line(std::string("checkpoint failed: ") + e.what());
+        }
+    }
+}
+
+std::unique_ptr<SQLite::Database> SqliteStorage::connect() const {
+    auto db = std::make_unique<SQLite::Database>(path_, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE |
+                                                            SQLite::OPEN_NOMUTEX);
+    db->setBusyTimeout(10000);
+    db->exec("PRAGMA journal_mode = WAL");
+    // An acknowledged write is on disk. Commits made together share one sync of the log
+    // (syncLog, after the write turn); without the log's descriptor each commit syncs it.
+    db->exec(walFd_ >= 0 ? "PRAGMA synchronous = OFF" : "PRAGMA synchronous = FULL");
+    db->exec("PRAGMA foreign_keys = ON");
+    // One connection per worker: a small page cache each keeps their sum modest.
+    db->exec("PRAGMA cache_size = -1024");
+    db->exec("PRAGMA wal_autocheckpoint = 0");
+    db->exec("PRAGMA journal_size_limit = " + std::to_string(16 * 1024 * 1024));
+    return db;
+}
+
+SQLite::Database &SqliteStorage::db() {
+    auto &conn = connections[instance_];
+    if (!conn.db)
+        conn.db = connect();
+    return *conn.db;
+}
+
+void SqliteStorage::migrate() {
+    std::lock_guard lock(writeMutex_);
+    auto &d = db();
+    const int version = d.execAndGet("PRAGMA user_version").getInt();
+    if (version >= schemaVersion)
+        return;
+    SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+    if (version < 1)
+        d.exec(R"(
+CREATE TABLE IF NOT EXISTS users (
+  id INTEGER PRIMARY KEY,
+  name TEXT NOT NULL,
+  name_key TEXT NOT NULL UNIQUE,
+  password_hash TEXT NOT NULL,
+  library_version INTEGER NOT NULL DEFAULT 0);
+CREATE TABLE IF NOT EXISTS sessions (
+  token_digest TEXT PRIMARY KEY,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  created_at INTEGER NOT NULL,
+  last_used INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS sessions_user ON sessions(user_id);
+CREATE TABLE IF NOT EXISTS login_guard (
+  name_key TEXT PRIMARY KEY,
+  failures INTEGER NOT NULL,
+  window_start INTEGER NOT NULL,
+  locked_until INTEGER NOT NULL);
+CREATE TABLE IF NOT EXISTS word_class (
+  id INTEGER PRIMARY KEY,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  sign TEXT NOT NULL UNIQUE,
+  label TEXT NOT NULL,
+  position INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS word_class_user ON word_class(user_id, position);
+CREATE TABLE IF NOT EXISTS word_list (
+  id INTEGER PRIMARY KEY,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  class_id INTEGER NOT NULL REFERENCES word_class(id) ON DELETE CASCADE,
+  sign TEXT NOT NULL UNIQUE,
+  label TEXT NOT NULL,
+  json_value TEXT NOT NULL,
+  texts TEXT NOT NULL,
+  images TEXT NOT NULL,
+  position INTEGER NOT NULL);
+CREATE INDEX IF NOT EXISTS word_list_user ON word_list(user_id);
+CREATE INDEX IF NOT EXISTS word_list_class ON word_list(class_id, position);
+CREATE TABLE IF NOT EXISTS pictures (
+  name TEXT PRIMARY KEY,
+  data BLOB NOT NULL,
+  created_at INTEGER NOT NULL);
+)");
+    // 2: who sent which picture (for quotas); indexes for the periodic purge.
+    d.exec(R"(
+CREATE TABLE IF NOT EXISTS picture_owners (
+  name TEXT NOT NULL REFERENCES pictures(name) ON DELETE CASCADE,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  PRIMARY KEY (name, user_id)) WITHOUT ROWID;
+CREATE INDEX IF NOT EXISTS picture_owners_user ON picture_owners(user_id);
+CREATE INDEX IF NOT EXISTS sessions_last_used ON sessions(last_used);
+)");
+    d.exec("PRAGMA user_version = " + std::to_string(schemaVersion));
+    t.commit();
+}
+
+StorageResult<StoreStatus> SqliteStorage::createUser(const std::string &name, const std::string &nameKey,
+                                                     const std::string &passwordHash,
+                                                     const std::string &firstClassSign,
+                                                     const std::string &firstClassLabel) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
+        exists.bind(1, nameKey);
+        if (exists.executeStep())
+            return StoreStatus::Exists;
+        SQLite::Statement ins(d, "INSERT INTO users(name, name_key, password_hash) VALUES(?, ?, ?)");
+        ins.bind(1, name);
+        ins.bind(2, nameKey);
+        ins.bind(3, passwordHash);
+        ins.exec();
+        const std::int64_t userId = d.getLastInsertRowid();
+        SQLite::Statement cls(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
+        cls.bind(1, userId);
+        cls.bind(2, firstClassSign);
+        cls.bind(3, firstClassLabel);
+        cls.exec();
+        t.commit();
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<std::optional<UserRecord>> SqliteStorage::findUser(const std::string &nameKey) {
+    return caught([&]() -> std::optional<UserRecord> {
+        SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ?");
+        q.bind(1, nameKey);
+        if (!q.executeStep())
+            return std::nullopt;
+        return UserRecord{q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString()};
+    });
+}
+
+StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
+        up.bind(1, passwordHash);
+        up.bind(2, userId);
+        if (up.exec() != 1)
+            return false;
+        SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
+        del.bind(1, userId);
+        del.exec();
+        t.commit();
+        return true;
+    });
+}
+
+StorageResult<LoginGuardState> SqliteStorage::loginGuard(const std::string &nameKey) {
+    return caught([&] { return readLoginGuard(db(), nameKey); });
+}
+
+StorageResult<LoginGuardState>
+SqliteStorage::changeLoginGuard(const std::string &nameKey,
+                                const std::function<LoginGuardState(LoginGuardState)> &change) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        const auto state = change(readLoginGuard(d, nameKey));
+        if (state.failures == 0 && state.lockedUntil == 0) {
+            SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
+            del.bind(1, nameKey);
+            del.exec();
+        } else {
+            SQLite::Statement up(d, "INSERT OR REPLACE INTO login_guard(name_key, failures, window_start, "
+                                    "locked_until) VALUES(?, ?, ?, ?)");
+            up.bind(1, nameKey);
+            up.bind(2, state.failures);
+            up.bind(3, state.windowStart);
+            up.bind(4, state.lockedUntil);
+            up.exec();
+        }
+        t.commit();
+        return state;
+    });
+}
+
+StorageResult<void> SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId,
+                                                 std::int64_t now, bool revokeOthers) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        if (revokeOthers) {
+            SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
+            del.bind(1, userId);
+            del.exec();
+        }
+        SQLite::Statement ins(
+            d, "INSERT INTO sessions(token_digest, user_id, created_at, last_used) VALUES(?, ?, ?, ?)");
+        ins.bind(1, tokenDigest);
+        ins.bind(2, userId);
+        ins.bind(3, now);
+        ins.bind(4, now);
+        ins.exec();
+        t.commit();
+    });
+}
+
+StorageResult<std::optional<UserRecord>> SqliteStorage::sessionUser(const std::string &tokenDigest,
+                                                                    std::int64_t now, std::int64_t maxIdle) {
+    UserRecord user;
+    std::int64_t lastUsed = 0;
+    const auto found = caught([&] {
+        db();
+        Prepared q(instance_,
+                   "SELECT u.id, u.name, s.last_used FROM sessions s JOIN users u ON u.id = s.user_id "
+                   "WHERE s.token_digest = ?");
+        q->bind(1, tokenDigest);
+        if (!q->executeStep())
+            return false;
+        user = {q->getColumn(0).getInt64(), q->getColumn(1).getString(), {}};
+        lastUsed = q->getColumn(2).getInt64();
+        return true;
+    });
+    if (!found.ok())
+        return found.error();
+    if (!*found)
+        return std::optional<UserRecord>();
+    if (now - lastUsed > maxIdle) {
+        if (const auto deleted = deleteSession(tokenDigest); !deleted.ok())
+            return deleted.error();
+        return std::optional<UserRecord>();
+    }
+    // Refreshing at most once a minute keeps reads from turning into writes.
+    if (now - lastUsed >= 60) {
+        const auto refreshed = write([&](SQLite::Database &d) {
+            SQLite::Statement up(d, "UPDATE sessions SET last_used = ? WHERE token_digest = ?");
+            up.bind(1, now);
+            up.bind(2, tokenDigest);
+            up.exec();
+        });
+        if (!refreshed.ok())
+            return refreshed.error();
+    }
+    return std::optional<UserRecord>(std::move(user));
+}
+
+StorageResult<void> SqliteStorage::deleteSession(const std::string &tokenDigest) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Statement del(d, "DELETE FROM sessions WHERE token_digest = ?");
+        del.bind(1, tokenDigest);
+        del.exec();
+    });
+}
+
+StorageResult<void> SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement sessions(d, "DELETE FROM sessions WHERE last_used < ?");
+        sessions.bind(1, sessionsUsedBefore);
+        sessions.exec();
+        SQLite::Statement guards(d, "DELETE FROM login_guard WHERE window_start < ? AND locked_until < ?");
+        guards.bind(1, guardsBefore);
+        guards.bind(2, guardsBefore);
+        guards.exec();
+        t.commit();
+    });
+}
+
+StorageResult<std::int64_t> SqliteStorage::libraryVersion(std::int64_t userId) {
+    return caught([&] {
+        db();
+        Prepared q(instance_, "SELECT library_version FROM users WHERE id = ?");
+        q->bind(1, userId);
+        return q->executeStep() ? q->getColumn(0).getInt64() : std::int64_t(-1);
+    });
+}
+
+StorageResult<std::vector<ClassRecord>> SqliteStorage::classes(std::int64_t userId) {
+    return caught([&] {
+        SQLite::Statement q(db(), "SELECT id, sign, label, position FROM word_class WHERE user_id = ? "
+                                  "ORDER BY position, id");
+        q.bind(1, userId);
+        std::vector<ClassRecord> out;
+        while (q.executeStep())
+            out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                           q.getColumn(3).getInt64()});
+        return out;
+    });
+}
+
+StorageResult<std::vector<PhraseRecord>> SqliteStorage::phrases(std::int64_t userId) {
+    return caught([&] {
+        SQLite::Statement q(
+            db(), "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
+                  "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
+                  "ORDER BY c.position, c.id, l.position, l.id");
+        q.bind(1, userId);
+        std::vector<PhraseRecord> out;
+        while (q.executeStep())
+            out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                           q.getColumn(3).getString(), q.getColumn(4).getString(), q.getColumn(5).getString(),
+                           q.getColumn(6).getString(), q.getColumn(7).getInt64()});
+        return out;
+    });
+}
+
+StorageResult<StoreStatus>
+SqliteStorage::changeLibrary(std::int64_t userId,
+                             const std::function<StoreStatus(SQLite::Database &)> &change) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        const StoreStatus status = change(d);
+        if (status != StoreStatus::Ok)
+            return status;
+        bumpVersion(instance_, userId);
+        t.commit();
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::createClass(std::int64_t userId, const std::string &sign,
+                                                      const std::string &label, std::int64_t position) {
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        SQLite::Statement ins(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
+        ins.bind(1, userId);
+        ins.bind(2, sign);
+        ins.bind(3, label);
+        ins.bind(4, position);
+        ins.exec();
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::deleteClasses(std::int64_t userId,
+                                                        const std::vector<std::string> &signs) {
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        const auto unique = distinct(signs);
+        std::vector<std::int64_t> ids;
+        for (const auto &sign : unique) {
+            const auto id = classId(instance_, userId, sign);
+            if (!id)
+                return StoreStatus::NotFound;
+            ids.push_back(*id);
+        }
+        SQLite::Statement count(d, "SELECT COUNT(*) FROM word_class WHERE user_id = ?");
+        count.bind(1, userId);
+        count.executeStep();
+        if (count.getColumn(0).getInt64() <= std::int64_t(ids.size()))
+            return StoreStatus::LastClass;
+        count.reset();
+        SQLite::Statement del(d, "DELETE FROM word_class WHERE id = ?");
+        for (const auto id : ids) {
+            del.bind(1, id);
+            del.exec();
+            del.reset();
+        }
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::setClassLabel(std::int64_t userId, const std::string &sign,
+                                                        const std::string &label) {
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        SQLite::Statement up(d, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
+        up.bind(1, label);
+        up.bind(2, sign);
+        up.bind(3, userId);
+        if (up.exec() != 1)
+            return StoreStatus::NotFound;
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::swapRows(const char *table, std::int64_t userId,
+                                                   const std::string &sign1, const std::string &sign2) {
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        const std::string select =
+            std::string("SELECT position FROM ") + table + " WHERE sign = ? AND user_id = ?";
+        std::int64_t positions[2];
+        const std::string *signs[2] = {&sign1, &sign2};
+        for (int i = 0; i < 2; ++i) {
+            SQLite::Statement q(d, select);
+            q.bind(1, *signs[i]);
+            q.bind(2, userId);
+            if (!q.executeStep())
+                return StoreStatus::NotFound;
+            positions[i] = q.getColumn(0).getInt64();
+        }
+        SQLite::Statement up(d, std::string("UPDATE ") + table +
+                                    " SET position = ? WHERE sign = ? AND user_id = ?");
+        for (int i = 0; i < 2; ++i) {
+            up.bind(1, positions[1 - i]);
+            up.bind(2, *signs[i]);
+            up.bind(3, userId);
+            up.exec();
+            up.reset();
+        }
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::swapClasses(std::int64_t userId, const std::string &sign1,
+                                                      const std::string &sign2) {
+    return swapRows("word_class", userId, sign1, sign2);
+}
+
+StorageResult<StoreStatus> SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
+    return changeLibrary(userId, [&](SQLite::Database &) {
+        const auto parent = classId(instance_, userId, record.parentSign);
+        if (!parent)
+            return StoreStatus::NotFound;
+        Prepared ins(instance_,
+                     "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
+                     "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+        ins->bind(1, userId);
+        ins->bind(2, *parent);
+        ins->bind(3, record.sign);
+        ins->bind(4, record.label);
+        ins->bind(5, record.jsonValue);
+        ins->bind(6, record.texts);
+        ins->bind(7, record.images);
+        ins->bind(8, record.position);
+        ins->exec();
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::deletePhrases(std::int64_t userId,
+                                                        const std::vector<std::string> &signs) {
+    return changeLibrary(userId, [&](SQLite::Database &) {
+        Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
+        for (const auto &sign : distinct(signs)) {
+            del->bind(1, sign);
+            del->bind(2, userId);
+            if (del->exec() != 1)
+                return StoreStatus::NotFound; // rolled back with the transaction
+            del->reset();
+        }
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
+    return changeLibrary(userId, [&](SQLite::Database &d) {
+        const auto parent = classId(instance_, userId, record.parentSign);
+        if (!parent)
+            return StoreStatus::NotFound;
+        SQLite::Statement up(
+            d, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, images = ? "
+               "WHERE sign = ? AND user_id = ?");
+        up.bind(1, *parent);
+        up.bind(2, record.label);
+        up.bind(3, record.jsonValue);
+        up.bind(4, record.texts);
+        up.bind(5, record.images);
+        up.bind(6, record.sign);
+        up.bind(7, userId);
+        if (up.exec() != 1)
+            return StoreStatus::NotFound;
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
+                                                      const std::string &sign2) {
+    return swapRows("word_list", userId, sign1, sign2);
+}
+
+StorageResult<bool> SqliteStorage::pictureExists(const std::string &name) {
+    return caught([&] {
+        SQLite::Statement q(db(), "SELECT 1 FROM pictures WHERE name = ?");
+        q.bind(1, name);
+        return q.executeStep();
+    });
+}
+
+StorageResult<std::optional<std::string>> SqliteStorage::picture(const std::string &name) {
+    return caught([&] { return readPicture(db(), name); });
+}
+
+StorageResult<StoreStatus> SqliteStorage::storePicture(const std::string &name, const std::string &bytes,
+                                                       std::int64_t now, std::int64_t ownerId) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
+        auto status = StoreStatus::Ok;
+        if (const auto existing = readPicture(d, name)) {
+            if (*existing != bytes)
+                return StoreStatus::DifferentBytes;
+            status = StoreStatus::Exists;
+        } else {
+            SQLite::Statement ins(d, "INSERT INTO pictures(name, data, created_at) VALUES(?, ?, ?)");
+            ins.bind(1, name);
+            ins.bind(2, bytes.data(), int(bytes.size()));
+            ins.bind(3, now);
+            ins.exec();
+        }
+        SQLite::Statement own(d, "INSERT OR IGNORE INTO picture_owners(name, user_id) VALUES(?, ?)");
+        own.bind(1, name);
+        own.bind(2, ownerId);
+        own.exec();
+        t.commit();
+        return status;
+    });
+}
+
+StorageResult<std::int64_t> SqliteStorage::storageUsed(std::int64_t userId) {
+    return caught([&] {
+        db();
+        Prepared q(
+            instance_,
+            "SELECT (SELECT COALESCE(SUM(length(CAST(label AS BLOB)) + length(CAST(json_value AS BLOB))), "
+            "0) FROM word_list WHERE user_id = ?1) + (SELECT COALESCE(SUM(length(p.data)), 0) "
+            "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
+        q->bind(1, userId);
+        return q->executeStep() ? q->getColumn(0).getInt64() : std::int64_t(0);
+    });
+}

@@ -1,0 +1,109 @@
+#pragma once
+
+#include "storage/fairmutex.h"
+#include "storage/storage.h"
+
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace SQLite {
+class Database;
+}
+
+// Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Writers
+// queue on an in-process mutex first so they never spin in SQLite's busy handler; commits made
+// while one sync of the log runs are synced together by the next (group commit). Checkpoints run
+// on a thread of their own, so no commit waits for the database file to be synced; when the log
+// grows past walTruncateBytes anyway (readers kept a checkpoint from finishing) that thread
+// truncates it, and a clean stop leaves it empty.
+class SqliteStorage : public Storage {
+public:
+    // Opens (creating when needed) the database file and brings its schema up to date; nullptr and
+    // `error` when that fails.
+    static std::unique_ptr<SqliteStorage> open(const std::string &path, std::string &error);
+    ~SqliteStorage() override;
+
+    StorageResult<StoreStatus> createUser(const std::string &name, const std::string &nameKey,
+                                          const std::string &passwordHash, const std::string &firstClassSign,
+                                          const std::string &firstClassLabel) override;
+    StorageResult<std::optional<UserRecord>> findUser(const std::string &nameKey) override;
+    StorageResult<bool> setPasswordHash(std::int64_t userId, const std::string &passwordHash) override;
+
+    StorageResult<LoginGuardState> loginGuard(const std::string &nameKey) override;
+    StorageResult<LoginGuardState>
+    changeLoginGuard(const std::string &nameKey,
+                     const std::function<LoginGuardState(LoginGuardState)> &change) override;
+
+    StorageResult<void> createSession(const std::string &tokenDigest, std::int64_t userId, std::int64_t now,
+                                      bool revokeOthers) override;
+    StorageResult<std::optional<UserRecord>> sessionUser(const std::string &tokenDigest, std::int64_t now,
+                                                         std::int64_t maxIdle) override;
+    StorageResult<void> deleteSession(const std::string &tokenDigest) override;
+    StorageResult<void> purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) override;
+
+    StorageResult<std::int64_t> libraryVersion(std::int64_t userId) override;
+    StorageResult<std::vector<ClassRecord>> classes(std::int64_t userId) override;
+    StorageResult<std::vector<PhraseRecord>> phrases(std::int64_t userId) override;
+
+    StorageResult<StoreStatus> createClass(std::int64_t userId, const std::string &sign,
+                                           const std::string &label, std::int64_t position) override;
+    StorageResult<StoreStatus> deleteClasses(std::int64_t userId,
+                                             const std::vector<std::string> &signs) override;
+    StorageResult<StoreStatus> setClassLabel(std::int64_t userId, const std::string &sign,
+                                             const std::string &label) override;
+    StorageResult<StoreStatus> swapClasses(std::int64_t userId, const std::string &sign1,
+                                           const std::string &sign2) override;
+
+    StorageResult<StoreStatus> createPhrase(std::int64_t userId, const PhraseRecord &record) override;
+    StorageResult<StoreStatus> deletePhrases(std::int64_t userId,
+                                             const std::vector<std::string> &signs) override;
+    StorageResult<StoreStatus> updatePhrase(std::int64_t userId, const PhraseRecord &record) override;
+    StorageResult<StoreStatus> swapPhrases(std::int64_t userId, const std::string &sign1,
+                                           const std::string &sign2) override;
+
+    StorageResult<bool> pictureExists(const std::string &name) override;
+    StorageResult<std::optional<std::string>> picture(const std::string &name) override;
+    StorageResult<StoreStatus> storePicture(const std::string &name, const std::string &bytes,
+                                            std::int64_t now, std::int64_t ownerId) override;
+    StorageResult<std::int64_t> storageUsed(std::int64_t userId) override;
+
+    // Past this size the write-ahead log is copied back and truncated at once.
+    static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
+
+private:
+    explicit SqliteStorage(std::string path);
+    void start();
+    // Runs work(db) under the write lock, then waits until its commit is synced to disk (together
+    // with any others made meanwhile), so the caller acknowledges only durable changes.
+    template <typename Work> auto write(Work &&work);
+    bool syncLog();
+    SQLite::Database &db();
+    std::unique_ptr<SQLite::Database> connect() const;
+    void migrate();
+    // Runs change under the write lock in one transaction; the library version moves only when it
+    // succeeds, and anything else rolls the change back.
+    StorageResult<StoreStatus> changeLibrary(std::int64_t userId,
+                                             const std::function<StoreStatus(SQLite::Database &)> &change);
+    StorageResult<StoreStatus> swapRows(const char *table, std::int64_t userId, const std::string &sign1,
+                                        const std::string &sign2);
+
+    void checkpointLoop(std::stop_token stop);
+    std::int64_t walBytes() const;
+
+    std::string path_;
+    std::uint64_t instance_;
+    FairMutex writeMutex_;
+    int walFd_ = -1;
+    std::mutex syncMutex_;
+    std::condition_variable syncDone_;
+    std::uint64_t committed_ = 0;
+    std::uint64_t synced_ = 0;
+    bool syncing_ = false;
+    std::mutex checkpointMutex_;
+    std::condition_variable_any checkpointWake_;
+    std::jthread checkpointer_; // last: stops before the members it uses go
+};
