@@ -13,6 +13,8 @@
 #include "library/homeview.h"
 #include "library/searchresultlist.h"
 #include "model/app.h"
+#include "store/localpath.h"
+#include "store/localstore.h"
 #include "store/phrasestore.h"
 
 #include "realisticlibrary.h"
@@ -132,14 +134,19 @@ int child(int argc, char **argv) {
 int localSearchChild(int argc, char **argv, int count) {
     QApplication app(argc, argv);
     const QString user = QStringLiteral("bench");
-    if (!PhraseStore::shared().replaceAll(user, RealisticLibrary::phrases(count, user)))
+    LocalPath::initDirs();
+    LocalStore db;
+    if (!db.open())
         return 2;
-    SearchResultList list;
+    PhraseStore store(db);
+    if (!store.replaceAll(user, RealisticLibrary::phrases(count, user)))
+        return 2;
+    SearchResultList list(store);
     list.resize(300, 800);
     list.show();
     QCoreApplication::processEvents();
     printKeystrokes({"退款", "顺丰"}, {"sorry顺丰", "申通物流"}, [&](const QString &key) {
-        list.setData(PhraseStore::shared().searchIds(key, user), key);
+        list.setData(store.searchIds(key, user), key);
         list.repaint();
     });
     return 0;

@@ -11,7 +11,10 @@
 #include "library/phraseoperations.h"
 #include "model/app.h"
 #include "model/phraselistreply.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include "cloudservice.h"
 #include "testenv.h"
@@ -110,6 +113,14 @@ int main(int argc, char **argv) {
     }
     qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
     LocalPath::initDirs();
+    LocalStore db;
+    if (!db.open()) {
+        std::fprintf(stderr, "could not open the local database\n");
+        return 1;
+    }
+    PhraseStore phraseStore(db);
+    ClassStore classStore(db);
+    LibrarySync sync(classStore, phraseStore, kUser);
 
     // The client's log lines are part of the work; send them where nobody reads them.
     std::ofstream sink("/dev/null");
@@ -139,11 +150,11 @@ int main(int argc, char **argv) {
         QElapsedTimer t;
         t.start();
         bool done = false;
-        LibrarySync::cloudAll([&]() { done = true; });
+        sync.syncAll([&]() { done = true; });
         spin([&]() { return done; });
         total.push_back(double(t.nsecsElapsed()) / 1e6);
     }
-    const qsizetype stored = PhraseStore::shared().getAllCount(kUser).toLongLong();
+    const qsizetype stored = phraseStore.getAllCount(kUser).toLongLong();
 
     // The same work in its three parts, each timed on its own.
     for (int run = 0; run < runs; ++run) {
@@ -166,8 +177,8 @@ int main(int argc, char **argv) {
         parseMs.push_back(double(t.nsecsElapsed()) / 1e6);
 
         t.restart();
-        ClassStore::shared().replaceAll(kUser, classes);
-        PhraseStore::shared().replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
+        classStore.replaceAll(kUser, classes);
+        phraseStore.replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
         storeMs.push_back(double(t.nsecsElapsed()) / 1e6);
     }
     std::cout.rdbuf(console);

@@ -72,8 +72,8 @@ void AppController::startSession(const QString &username) {
             qCCritical(lcApp, "%s", qUtf8Printable(message));
         quit(status);
     });
-    auto *home = new HomeView;
-    LibraryDialogs::attach(home);
+    auto *home = new HomeView(session_->library(), session_->storeOpened());
+    librarydialogs::attach(home, session_->library());
     connect(home, &HomeView::quickBarToggleRequested, session_.get(), &Session::toggleQuickBar);
     if (window_)
         window_->setContentView(home); // deletes the sign-in view later
@@ -171,5 +171,7 @@ void AppController::quit(int status) {
 }
 
 void AppController::shutDown() {
+    // The home view refers to the session's stores: it goes first.
+    window_.reset();
     session_.reset();
 }

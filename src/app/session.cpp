@@ -2,24 +2,43 @@
 
 #include "cloud/librarysync.h"
 #include "cloud/sessionheartbeat.h"
+#include "library/classoperations.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
+#include "library/phraseoperations.h"
 #include "model/app.h"
 #include "quickbar/quickbar.h"
 #include "send/targetwindowtracker.h"
+#include "store/classstore.h"
+#include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include <QLineEdit>
 
-Session::Session(const QString &username, QObject *parent) : QObject(parent), username_(username) {
+namespace {
+
+Result<void> openStore(LocalStore &store) {
+    LocalPath::initDirs();
+    return store.open();
+}
+
+} // namespace
+
+Session::Session(const QString &username, QObject *parent)
+    : QObject(parent), username_(username), store_(std::make_unique<LocalStore>()),
+      storeOpened_(openStore(*store_)), phrases_(std::make_unique<PhraseStore>(*store_)),
+      classes_(std::make_unique<ClassStore>(*store_)),
+      phraseOperations_(std::make_unique<PhraseOperations>(*phrases_, username_)),
+      classOperations_(std::make_unique<ClassOperations>(*classes_, username_)),
+      sync_(std::make_unique<LibrarySync>(*classes_, *phrases_, username_)),
+      library_(std::make_unique<LibraryContext>(
+          LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})) {
     App::userInfo().username = username;
 }
 
-Session::~Session() {
-    // The lists it fed may outlive the session (the window keeps its content until it closes).
-    if (syncListener_ && LibrarySync::listener == syncListener_)
-        LibrarySync::listener = nullptr;
-}
+Session::~Session() = default;
 
 void Session::start(HomeView &home) {
     if (started_)
@@ -38,9 +57,7 @@ void Session::start(HomeView &home) {
     quickBar_->setSearchField(home.searchField());
     quickBar_->applyShortcutSetting();
 
-    syncListener_ = home.libraryPanel;
-    LibrarySync::listener = syncListener_;
-    LibrarySync::cloudAll([] {});
+    sync_->syncAll();
     TargetWindowTracker::start();
     home.followTarget();
     SessionHeartbeat::start();

@@ -12,7 +12,6 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/classlistresult.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistresult.h
   ${CMAKE_CURRENT_LIST_DIR}/librarysync.cpp ${CMAKE_CURRENT_LIST_DIR}/librarysync.h
-  ${CMAKE_CURRENT_LIST_DIR}/librarysynclistener.h
   ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.cpp ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.h
   ${CMAKE_CURRENT_LIST_DIR}/imageutil.cpp ${CMAKE_CURRENT_LIST_DIR}/imageutil.h
   ${CMAKE_CURRENT_LIST_DIR}/httptransport.cpp ${CMAKE_CURRENT_LIST_DIR}/httptransport.h

@@ -24,6 +24,7 @@
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
+#include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
 #include "ui/messagebox.h"
@@ -88,7 +89,8 @@ int gateChild(int argc, char **argv) {
     });
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_DB_CHILD")) {
         // The home view over a database that cannot be opened: a box, then an empty library.
-        HomeView home;
+        Session session(QStringLiteral("someone"));
+        HomeView home(session.library(), session.storeOpened());
         QTimer::singleShot(1000, &app, [&home] {
             std::cout << "classes=" << home.libraryPanel->classList->dataSource.size() << std::endl;
             QCoreApplication::exit(0);
@@ -165,7 +167,7 @@ class TestApp : public QObject {
                               20000);
         // One synchronisation runs at a time: let this one end before another sign-in starts its own.
         if (home)
-            (void)QTest::qWaitFor([] { return !LibrarySync::isCloud(); }, 30000);
+            (void)QTest::qWaitFor([home] { return home->libraryPanel->loadingBar->isHidden(); }, 30000);
         return home;
     }
 
@@ -669,7 +671,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(signsOf(shownPhrases(phrases)),
                                   (QList<QString>{before[0], before[2], before[1]}), 20000);
         QCOMPARE(phrases->selectedRows, QList<int>{1});
-        QCOMPARE(signsOf(PhraseStore::shared().getAll(phrases->shownClassSign.value(), "demo")),
+        QCOMPARE(signsOf(app_->session()->phraseStore().getAll(phrases->shownClassSign.value(), "demo")),
                  (QList<QString>{before[0], before[2], before[1]}));
     }
 
@@ -731,10 +733,10 @@ private Q_SLOTS:
     // Enter, the send button sends with it (press and release on it), a right press selects the row.
     void resultRowGestures() {
         QList<qint64> ids;
-        for (const Phrase &p : PhraseStore::shared().getLikeAll(QString(), "demo"))
+        for (const Phrase &p : app_->session()->phraseStore().getLikeAll(QString(), "demo"))
             ids << p.id;
         QVERIFY(ids.size() >= 3);
-        PhraseListView view(PhraseRowDelegate::Layout::TwoLines);
+        PhraseListView view(app_->session()->phraseStore(), PhraseRowDelegate::Layout::TwoLines);
         view.resize(300, 400);
         view.phraseModel()->setIds(ids, "您");
         view.show();
@@ -846,15 +848,15 @@ private Q_SLOTS:
         phrases->setSelection({0, 1, 2});
         phrases->menuActionTriggered(phrases->deleteAction);
         QTRY_VERIFY_WITH_TIMEOUT(phrases->count() == 0, 20000);
-        QVERIFY(PhraseStore::shared().getAll(classSign, "demo").isEmpty());
+        QVERIFY(app_->session()->phraseStore().getAll(classSign, "demo").isEmpty());
         QCOMPARE(home_->libraryPanel->labelTextView->text(),
                  home_->libraryPanel->classList->dataSource[0].label + "(0)");
         // The service agrees: a fresh synchronisation brings back nothing for that class.
         home_->libraryPanel->cloudButtonClick();
         QTRY_VERIFY_WITH_TIMEOUT(home_->libraryPanel->loadingBar->isHidden(), 20000);
         QTest::qWait(300);
-        QVERIFY(PhraseStore::shared().getAll(classSign, "demo").isEmpty());
-        QCOMPARE(PhraseStore::shared().getLikeAll("退换", "demo").size(), 1);
+        QVERIFY(app_->session()->phraseStore().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(app_->session()->phraseStore().getLikeAll("退换", "demo").size(), 1);
     }
 
     void cleanupTestCase() {

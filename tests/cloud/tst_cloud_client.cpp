@@ -16,8 +16,11 @@
 #include "model/app.h"
 #include "model/appsettings.h"
 #include "store/appfileutil.h"
+#include "store/classstore.h"
 #include "store/conversions.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include "scriptedresponder.h"
 #include "testenv.h"
@@ -29,6 +32,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTest>
 #include <QTimer>
@@ -53,14 +57,6 @@ QString deadUrl() {
     probe.close();
     return QStringLiteral("http://127.0.0.1:%1").arg(port);
 }
-
-class CountingSyncListener : public LibrarySyncListener {
-public:
-    int starts = 0;
-    int stops = 0;
-    void onSyncStart() override { ++starts; }
-    void onSyncStop() override { ++stops; }
-};
 
 } // namespace
 
@@ -540,14 +536,14 @@ private Q_SLOTS:
                                         .toJson(QJsonDocument::Compact)));
         responder.on("/api/resource/word/getImage64/" + QByteArray("good.png").toBase64(),
                      ScriptedResponder::json(R"({"state":1,"base64":"iVBORw=="})"));
-        CountingSyncListener d;
-        LibrarySync::listener = &d;
+        LocalStore db;
+        QVERIFY(db.open());
+        PhraseStore phrases(db);
+        ClassStore classes(db);
+        LibrarySync sync(classes, phrases, QStringLiteral("sync-user"));
         bool done = false;
-        LibrarySync::cloudAll([&]() { done = true; });
+        sync.syncAll([&]() { done = true; });
         QTRY_VERIFY_WITH_TIMEOUT(done, 30000);
-        LibrarySync::listener = nullptr;
-        QCOMPARE(d.starts, 1);
-        QCOMPARE(d.stops, 1);
         QCOMPARE(AppFileUtil::readImage(QStringLiteral("good.png")).value_or(QByteArray()),
                  QByteArray::fromBase64("iVBORw=="));
         QVERIFY(!QFile::exists(LocalPath::home() + QStringLiteral("/appData/evil.png")));
@@ -555,33 +551,36 @@ private Q_SLOTS:
         for (const auto &r : responder.requests())
             pictureRequests += r.path.startsWith("/api/resource/word/getImage64/");
         QCOMPARE(pictureRequests, 1);
-        QCOMPARE(PhraseStore::shared().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
-                 QStringLiteral("C1"));
+        QCOMPARE(phrases.getData(QStringLiteral("P1")).value_or(Phrase()).parentSign, QStringLiteral("C1"));
     }
 
     void synchronisationWithoutNetworkKeepsTheLibraryAndEnds() {
         App::userInfo().username = QStringLiteral("offline-user");
-        QVERIFY(ClassStore::shared().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
-                                            QStringLiteral("offline-user")));
-        QVERIFY(PhraseStore::shared().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
-                                             QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
+        LocalStore db;
+        QVERIFY(db.open());
+        PhraseStore phrases(db);
+        ClassStore classes(db);
+        QVERIFY(
+            classes.create(QStringLiteral("K"), QStringLiteral("kept"), 0, QStringLiteral("offline-user")));
+        QVERIFY(phrases.create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
+                               QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
         pointAt(deadUrl());
-        CountingSyncListener d;
-        LibrarySync::listener = &d;
+        LibrarySync sync(classes, phrases, QStringLiteral("offline-user"));
+        QSignalSpy started(&sync, &LibrarySync::syncStarted);
+        QSignalSpy finished(&sync, &LibrarySync::syncFinished);
         bool first = false, second = false;
-        LibrarySync::cloudAll([&]() { first = true; });
-        QVERIFY(LibrarySync::isCloud());
+        sync.syncAll([&]() { first = true; });
+        QVERIFY(sync.isRunning());
         // A second request while one runs only gets its own action, at once.
-        LibrarySync::cloudAll([&]() { second = true; });
+        sync.syncAll([&]() { second = true; });
         QVERIFY(second);
         QVERIFY(!first);
         QTRY_VERIFY_WITH_TIMEOUT(first, 30000);
-        LibrarySync::listener = nullptr;
-        QVERIFY(!LibrarySync::isCloud());
-        QCOMPARE(d.starts, 1);
-        QCOMPARE(d.stops, 1);
-        QCOMPARE(ClassStore::shared().getAll(QStringLiteral("offline-user")).size(), 1);
-        QVERIFY(PhraseStore::shared().getData(QStringLiteral("W")).has_value());
+        QVERIFY(!sync.isRunning());
+        QCOMPARE(started.count(), 1);
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(classes.getAll(QStringLiteral("offline-user")).size(), 1);
+        QVERIFY(phrases.getData(QStringLiteral("W")).has_value());
     }
 };
 

@@ -15,10 +15,14 @@
 #include "model/app.h"
 #include "model/appsettings.h"
 #include "store/appfileutil.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include "cloudservice.h"
 #include "coutcapture.h"
+#include "standardoutput.h"
 #include "testenv.h"
 
 #include <QCoreApplication>
@@ -37,15 +41,6 @@ namespace {
 // The password's enciphered form holds "+", "/" and "=": the form encoding must keep them.
 const QString kUser = QStringLiteral("alice");
 const QString kPassword = QStringLiteral("pwhaaaa");
-
-// Records the order of completions and change notices.
-class Listener : public ClassChangeListener, public PhraseChangeListener {
-public:
-    QStringList *events;
-    explicit Listener(QStringList *e) : events(e) {}
-    void onChange() override { events->append(QStringLiteral("class-change")); }
-    void onDataChange() override { events->append(QStringLiteral("list-change")); }
-};
 
 QByteArray pngBytes(char seed) {
     QByteArray b("\x89PNG\r\n\x1a\n", 8);
@@ -67,7 +62,11 @@ class tst_cloud_service : public QObject {
 
     CloudService service;
     QStringList events;
-    Listener listener{&events};
+    LocalStore db_;
+    PhraseStore phrases_{db_};
+    ClassStore classes_{db_};
+    PhraseOperations phraseOperations_{phrases_, kUser};
+    ClassOperations classOperations_{classes_, kUser};
 
     template <typename Fn> OperationResult await(Fn start) {
         std::optional<OperationResult> result;
@@ -102,13 +101,11 @@ private Q_SLOTS:
         QVERIFY(service.addUser(kUser, kPassword));
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
         LocalPath::initDirs();
-        ClassStore::listener = &listener;
-        PhraseStore::listener = &listener;
-    }
-
-    void cleanupTestCase() {
-        ClassStore::listener = nullptr;
-        PhraseStore::listener = nullptr;
+        QVERIFY(db_.open());
+        connect(&classes_, &ClassStore::changed, this,
+                [this] { events.append(QStringLiteral("class-change")); });
+        connect(&phrases_, &PhraseStore::changed, this,
+                [this] { events.append(QStringLiteral("list-change")); });
     }
 
     void versionGateAndSignIn() {
@@ -171,24 +168,23 @@ private Q_SLOTS:
     }
 
     void classOperationsReachTheStoreOnlyAfterTheService() {
-        auto &db = ClassStore::shared();
+        ClassStore &db = classes_;
         const qint64 before = db.getAll(kUser).size();
 
         events.clear();
         OperationResult r =
-            await([](OperationCallback cb) { ClassOperations::create(QStringLiteral("售后"), kUser, cb); });
+            await([this](OperationCallback cb) { classOperations_.create(QStringLiteral("售后"), cb); });
         QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
         QCOMPARE(events, QStringList{QStringLiteral("class-change")});
-        r = await([](OperationCallback cb) { ClassOperations::create(QStringLiteral("物流"), kUser, cb); });
+        r = await([this](OperationCallback cb) { classOperations_.create(QStringLiteral("物流"), cb); });
         QVERIFY(r.isSuccess());
         QList<PhraseClass> local = db.getAll(kUser);
         QCOMPARE(local.size(), before + 2);
 
         // A refused create (label far too long) stores nothing and reports the service's message.
         events.clear();
-        r = await([](OperationCallback cb) {
-            ClassOperations::create(QString(5000, QLatin1Char('x')), kUser, cb);
-        });
+        r = await(
+            [this](OperationCallback cb) { classOperations_.create(QString(5000, QLatin1Char('x')), cb); });
         QVERIFY(r.isError());
         QVERIFY(!r.msg().isEmpty());
         QVERIFY(events.isEmpty());
@@ -209,21 +205,21 @@ private Q_SLOTS:
         QVERIFY(a->sign.size() >= 16);
 
         events.clear();
-        ClassOperations::setLabel(a->sign, QStringLiteral("售后服务"), kUser);
+        classOperations_.setLabel(a->sign, QStringLiteral("售后服务"));
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(a->sign)->label, QStringLiteral("售后服务"));
         QVERIFY(serviceClassLabels().contains(QStringLiteral("售后服务")));
 
         events.clear();
-        ClassOperations::swapPositions(a->sign, b->sign, kUser);
+        classOperations_.swapPositions(a->sign, b->sign);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(a->sign)->position, b->position);
         QCOMPARE(db.getData(b->sign)->position, a->position);
 
         // A rename the service refuses (unknown sign) changes nothing and notifies nobody.
         events.clear();
-        ClassOperations::setLabel(QStringLiteral("no-such-sign"), QStringLiteral("x"), kUser);
-        ClassOperations::remove(a->sign + QLatin1Char('|') + b->sign + QLatin1Char('|'), kUser);
+        classOperations_.setLabel(QStringLiteral("no-such-sign"), QStringLiteral("x"));
+        classOperations_.remove(a->sign + QLatin1Char('|') + b->sign + QLatin1Char('|'));
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QVERIFY(!db.getData(a->sign).has_value());
         QVERIFY(!db.getData(b->sign).has_value());
@@ -233,11 +229,10 @@ private Q_SLOTS:
     }
 
     void phraseOperationsReachTheStoreOnlyAfterTheService() {
-        auto &classes = ClassStore::shared();
+        ClassStore &classes = classes_;
         for (const char *label : {"甲", "乙"}) {
-            const OperationResult r = await([label](OperationCallback cb) {
-                ClassOperations::create(QString::fromUtf8(label), kUser, cb);
-            });
+            const OperationResult r =
+                await([&](OperationCallback cb) { classOperations_.create(QString::fromUtf8(label), cb); });
             QVERIFY(r.isSuccess());
         }
         QString c1, c2;
@@ -249,27 +244,20 @@ private Q_SLOTS:
         }
         QVERIFY(!c1.isEmpty() && !c2.isEmpty());
 
-        auto &db = PhraseStore::shared();
+        PhraseStore &db = phrases_;
         const QString content = pictureContent({});
         events.clear();
-        // The completion comes before the change notice for a phrase create.
-        OperationResult r = await([&](OperationCallback cb) {
-            PhraseOperations::create(c1, QStringLiteral("你好"), content, kUser,
-                                     [&, cb](const OperationResult &res) {
-                                         events.append(QStringLiteral("completion"));
-                                         cb(res);
-                                     });
-        });
+        OperationResult r = await(
+            [&](OperationCallback cb) { phraseOperations_.create(c1, QStringLiteral("你好"), content, cb); });
         QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
-        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 2, 30000);
-        QCOMPARE(events, (QStringList{QStringLiteral("completion"), QStringLiteral("list-change")}));
+        QCOMPARE(events, QStringList{QStringLiteral("list-change")});
         for (const char *label : {"再见", "稍等"})
             QVERIFY(await([&](OperationCallback cb) {
-                        PhraseOperations::create(c1, QString::fromUtf8(label), content, kUser, cb);
+                        phraseOperations_.create(c1, QString::fromUtf8(label), content, cb);
                     }).isSuccess());
         // Each class counts positions on its own.
         QVERIFY(await([&](OperationCallback cb) {
-                    PhraseOperations::create(c2, QStringLiteral("别处"), content, kUser, cb);
+                    phraseOperations_.create(c2, QStringLiteral("别处"), content, cb);
                 }).isSuccess());
         const QList<Phrase> inC1 = db.getAll(c1, kUser);
         QCOMPARE(inC1.size(), 3);
@@ -279,8 +267,7 @@ private Q_SLOTS:
         // Refused: an unknown class. Nothing stored, the service's text reported.
         const QString before = db.getAllCount(kUser);
         r = await([&](OperationCallback cb) {
-            PhraseOperations::create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, kUser,
-                                     cb);
+            phraseOperations_.create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, cb);
         });
         QVERIFY(r.isError());
         QVERIFY(!r.msg().isEmpty());
@@ -290,7 +277,7 @@ private Q_SLOTS:
         const Phrase first = inC1.at(0);
         const QString edited = QStringLiteral("[{\"type\":1,\"value\":\"a+b&c=d 100%\"}]");
         r = await([&](OperationCallback cb) {
-            PhraseOperations::updateValue(c2, first.sign, QStringLiteral("改"), edited, kUser, cb);
+            phraseOperations_.updateValue(c2, first.sign, QStringLiteral("改"), edited, cb);
         });
         QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
         const Phrase moved = db.getData(first.sign).value();
@@ -300,20 +287,13 @@ private Q_SLOTS:
         const Phrase x = db.getData(inC1.at(1).sign).value();
         const Phrase y = db.getData(inC1.at(2).sign).value();
         events.clear();
-        PhraseOperations::swapPositions(x.sign, y.sign, kUser);
+        phraseOperations_.swapPositions(x.sign, y.sign);
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QCOMPARE(db.getData(x.sign)->position, y.position);
         QCOMPARE(db.getData(y.sign)->position, x.position);
 
-        // Removed locally meanwhile: the service swaps, no local position changes, views still reload.
-        QVERIFY(db.remove(y.sign));
         events.clear();
-        PhraseOperations::swapPositions(x.sign, y.sign, kUser);
-        QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
-        QCOMPARE(db.getData(x.sign)->position, y.position);
-
-        events.clear();
-        PhraseOperations::remove(x.sign + QLatin1Char('|') + moved.sign + QLatin1Char('|'), kUser);
+        phraseOperations_.remove(x.sign + QLatin1Char('|') + moved.sign + QLatin1Char('|'));
         QTRY_COMPARE_WITH_TIMEOUT(events.size(), 1, 30000);
         QVERIFY(!db.getData(x.sign).has_value());
         QVERIFY(!db.getData(moved.sign).has_value());
@@ -376,50 +356,47 @@ private Q_SLOTS:
         const QByteArray one = pngBytes('a'), two = pngBytes('b');
         const QString n1 = ImageUtil::fileNameOf(one), n2 = ImageUtil::fileNameOf(two);
         QString c;
-        for (const PhraseClass &k : ClassStore::shared().getAll(kUser))
+        for (const PhraseClass &k : classes_.getAll(kUser))
             if (k.label == QStringLiteral("甲"))
                 c = k.sign;
         QVERIFY(!c.isEmpty());
         QVERIFY(await([&](OperationCallback cb) {
-                    PhraseOperations::create(c, QStringLiteral("图文"), pictureContent({n1, n2}), kUser, cb);
+                    phraseOperations_.create(c, QStringLiteral("图文"), pictureContent({n1, n2}), cb);
                 }).isSuccess());
 
         // Locally: a stray class and phrase the service never had, and the second picture gone.
-        QVERIFY(ClassStore::shared().create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
-        QVERIFY(PhraseStore::shared().create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
-                                             QStringLiteral("[]"), 0, kUser));
+        QVERIFY(classes_.create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
+        QVERIFY(phrases_.create(c, QStringLiteral("stray-p"), QStringLiteral("p"), QStringLiteral("[]"), 0,
+                                kUser));
         QVERIFY(QFile::remove(LocalPath::imageDir() + QLatin1Char('/') + n2));
 
-        QStringList order;
-        struct Observer : LibrarySyncListener {
-            QStringList *order;
-            void onSyncStart() override { order->append(QStringLiteral("start")); }
-            void onSyncStop() override { order->append(QStringLiteral("stop")); }
-        } observer;
-        observer.order = &order;
-        LibrarySync::listener = &observer;
-        CoutCapture out;
+        // Two views follow one synchronisation; the stages run in order: classes, phrases, pictures.
+        LibrarySync sync(classes_, phrases_, kUser);
+        QStringList order, second;
+        connect(&sync, &LibrarySync::syncStarted, this, [&] { order.append(QStringLiteral("start")); });
+        connect(&sync, &LibrarySync::syncFinished, this, [&] {
+            order.append(QStringLiteral("stop:") + (AppFileUtil::exist(n2) ? "picture" : "no picture"));
+        });
+        connect(&sync, &LibrarySync::syncFinished, this, [&] { second.append(QStringLiteral("stop")); });
+        connect(&classes_, &ClassStore::changed, &sync, [&] { order.append(QStringLiteral("classes")); });
+        connect(&phrases_, &PhraseStore::changed, &sync, [&] { order.append(QStringLiteral("phrases")); });
+        StandardOutput out;
         bool done = false;
-        LibrarySync::cloudAll([&]() { done = true; });
+        sync.syncAll([&]() { done = true; });
         QTRY_VERIFY_WITH_TIMEOUT(done, 60000);
-        LibrarySync::listener = nullptr;
         const QString log = out.text();
 
-        QCOMPARE(order, (QStringList{QStringLiteral("start"), QStringLiteral("stop")}));
+        QCOMPARE(order, (QStringList{"start", "classes", "phrases", "stop:picture"}));
+        QCOMPARE(second, QStringList{"stop"});
         QVERIFY(log.contains(QStringLiteral("==================同步完毕")));
         QVERIFY(log.contains(n1 + QStringLiteral(" - 无需下载")));
         QVERIFY(log.contains(QStringLiteral("============下载结果 ") + n2 + QStringLiteral("=>下载完毕")));
         QCOMPARE(AppFileUtil::readImage(n2).value_or(QByteArray()), two);
-        // The stages ran in order: classes, phrases, pictures.
-        const qsizetype classes = log.indexOf(QStringLiteral("XXCCCCCCCC"));
-        const qsizetype phrases = log.indexOf(QStringLiteral("---->图文<"));
-        const qsizetype pictures = log.indexOf(QStringLiteral("==========下载云图片。数量 "));
-        QVERIFY(classes >= 0 && phrases > classes && pictures > phrases);
 
-        QVERIFY(!ClassStore::shared().getData(QStringLiteral("stray")).has_value());
-        QVERIFY(!PhraseStore::shared().getData(QStringLiteral("stray-p")).has_value());
+        QVERIFY(!classes_.getData(QStringLiteral("stray")).has_value());
+        QVERIFY(!phrases_.getData(QStringLiteral("stray-p")).has_value());
         QStringList localLabels;
-        for (const PhraseClass &k : ClassStore::shared().getAll(kUser))
+        for (const PhraseClass &k : classes_.getAll(kUser))
             localLabels.append(k.label);
         QStringList remote = serviceClassLabels();
         localLabels.sort();

@@ -126,12 +126,12 @@ private Q_SLOTS:
 
         session_ = std::make_unique<Session>(login->username());
         window_ = new FramedWindow;
-        home_ = new HomeView;
+        home_ = new HomeView(session_->library(), session_->storeOpened());
         window_->setContentView(home_);
         window_->show();
         QVERIFY(QTest::qWaitForWindowExposed(window_, 20000));
         session_->start(*home_);
-        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(!session_->librarySync().isRunning(), 30000);
         QTRY_COMPARE_WITH_TIMEOUT(classes()->dataSource.size(), 3, 20000);
         QTRY_COMPARE_WITH_TIMEOUT(phrases()->count(), 3, 20000);
     }
@@ -144,7 +144,7 @@ private Q_SLOTS:
         phrases()->setSelection({1});
         QCOMPARE(label(), classes()->dataSource[0].label + "(3)");
 
-        ClassOperations::setLabel(sign, QStringLiteral("常用回复"), user);
+        session_->library().classOperations.setLabel(sign, QStringLiteral("常用回复"));
         QTRY_COMPARE_WITH_TIMEOUT(classes()->dataSource[0].label, QStringLiteral("常用回复"), 20000);
         QCOMPARE(label(), QStringLiteral("常用回复(3)"));
         QCOMPARE(classes()->cellAt(0)->label->text(), QStringLiteral("常用回复"));
@@ -153,10 +153,10 @@ private Q_SLOTS:
         // Renamed on the service by another device: the next synchronisation brings the name.
         QVERIFY(
             waitForCall([&](CallHandler done) { ClassApi::upLabel(sign, "问候语", user, std::move(done)); }));
-        QCOMPARE(ClassStore::shared().getData(sign)->label, QStringLiteral("常用回复"));
+        QCOMPARE(session_->classStore().getData(sign)->label, QStringLiteral("常用回复"));
         home_->libraryPanel->cloudButtonClick();
         QTRY_COMPARE_WITH_TIMEOUT(label(), QStringLiteral("问候语(3)"), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!session_->librarySync().isRunning(), 20000);
         QCOMPARE(label(), QStringLiteral("问候语(3)"));
     }
 
@@ -198,7 +198,7 @@ private Q_SLOTS:
                                "会员积分与优惠活动"};
         for (const QString &name : made) {
             std::optional<OperationResult> result;
-            ClassOperations::create(name, user, [&](const OperationResult &r) { result = r; });
+            session_->library().classOperations.create(name, [&](const OperationResult &r) { result = r; });
             QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 20000);
             QVERIFY(result->isSuccess());
             const int row = int(classes()->dataSource.size()) - 1;
