@@ -1,5 +1,6 @@
 #include "app/session.h"
 
+#include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
 #include "cloud/sessionheartbeat.h"
 #include "library/classoperations.h"
@@ -7,7 +8,6 @@
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
 #include "library/phraseoperations.h"
-#include "model/app.h"
 #include "quickbar/quickbar.h"
 #include "send/targetwindowtracker.h"
 #include "store/classstore.h"
@@ -26,16 +26,21 @@ Result<void> openStore(LocalStore &store) {
 
 } // namespace
 
-Session::Session(const QString &username, QObject *parent)
-    : QObject(parent), username_(username), store_(std::make_unique<LocalStore>()),
-      storeOpened_(openStore(*store_)), phrases_(std::make_unique<PhraseStore>(*store_)),
-      classes_(std::make_unique<ClassStore>(*store_)),
-      phraseOperations_(std::make_unique<PhraseOperations>(*phrases_, username_)),
-      classOperations_(std::make_unique<ClassOperations>(*classes_, username_)),
-      sync_(std::make_unique<LibrarySync>(*classes_, *phrases_, username_)),
+Session::Session(Settings &settings, CloudClient &cloud, const QString &username, QObject *parent)
+    : QObject(parent), settings_(settings), cloud_(cloud), username_(username),
+      store_(std::make_unique<LocalStore>()), storeOpened_(openStore(*store_)),
+      phrases_(std::make_unique<PhraseStore>(*store_)), classes_(std::make_unique<ClassStore>(*store_)),
+      phraseOperations_(std::make_unique<PhraseOperations>(*phrases_, cloud_, username_)),
+      classOperations_(std::make_unique<ClassOperations>(*classes_, cloud_, username_)),
+      sync_(std::make_unique<LibrarySync>(cloud_, *classes_, *phrases_, username_)),
+      heartbeat_(std::make_unique<SessionHeartbeat>(cloud_)),
       library_(std::make_unique<LibraryContext>(
           LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})) {
-    App::userInfo().username = username;
+    cloud_.setUsername(username_);
+    connect(heartbeat_.get(), &SessionHeartbeat::revoked, this,
+            [this] { Q_EMIT endRequested(1, QString()); });
+    connect(sync_.get(), &LibrarySync::libraryRefused, this,
+            [this](const QString &message) { Q_EMIT endRequested(1, message); });
 }
 
 Session::~Session() = default;
@@ -46,7 +51,7 @@ void Session::start(HomeView &home) {
     started_ = true;
 
     // Its slots stand for the phrase list of the home view, looked up at each gesture.
-    quickBar_ = std::make_unique<QuickBar>();
+    quickBar_ = std::make_unique<QuickBar>(settings_);
     QPointer<PhraseList> list = home.phraseList();
     quickBar_->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
                              [list](int row) {
@@ -60,7 +65,7 @@ void Session::start(HomeView &home) {
     sync_->syncAll();
     TargetWindowTracker::start();
     home.followTarget();
-    SessionHeartbeat::start();
+    heartbeat_->start();
     Q_EMIT started();
 }
 

@@ -10,12 +10,15 @@
 
 class ClassOperations;
 class ClassStore;
+class CloudClient;
 class HomeView;
 class LibrarySync;
 class LocalStore;
 class PhraseOperations;
 class PhraseStore;
 class QuickBar;
+class SessionHeartbeat;
+class Settings;
 
 // Everything that lives while one user is signed in: the database and its stores, the operations
 // that change the library, its synchronisation, the heartbeat, the window tracker and the quick bar.
@@ -24,7 +27,9 @@ class QuickBar;
 class Session : public QObject {
     Q_OBJECT
 public:
-    explicit Session(const QString &username, QObject *parent = nullptr);
+    // The settings and the client come from the application object, which signed the user in with
+    // them; they outlive the session.
+    Session(Settings &settings, CloudClient &cloud, const QString &username, QObject *parent = nullptr);
     ~Session() override;
 
     const QString &username() const { return username_; }
@@ -34,6 +39,8 @@ public:
     ClassStore &classStore() { return *classes_; }
     LibrarySync &librarySync() { return *sync_; }
     LibraryContext &library() { return *library_; }
+    Settings &settings() { return settings_; }
+    CloudClient &cloud() { return cloud_; }
     QuickBar *quickBar() const { return quickBar_.get(); }
 
     // Starts the services of the signed-in user for the home view that shows them: the quick bar
@@ -51,6 +58,8 @@ Q_SIGNALS:
     void endRequested(int status, const QString &message);
 
 private:
+    Settings &settings_;
+    CloudClient &cloud_;
     QString username_;
     std::unique_ptr<LocalStore> store_;
     Result<void> storeOpened_;
@@ -59,6 +68,7 @@ private:
     std::unique_ptr<PhraseOperations> phraseOperations_;
     std::unique_ptr<ClassOperations> classOperations_;
     std::unique_ptr<LibrarySync> sync_;
+    std::unique_ptr<SessionHeartbeat> heartbeat_;
     std::unique_ptr<LibraryContext> library_;
     std::unique_ptr<QuickBar> quickBar_;
     bool started_ = false;

@@ -1,8 +1,6 @@
 #include "cloud/librarysync.h"
 
-#include "cloud/classapi.h"
-#include "cloud/phraseapi.h"
-#include "cloud/pictureapi.h"
+#include "cloud/cloudclient.h"
 #include "model/logging.h"
 #include "store/appfileutil.h"
 #include "store/base64ops.h"
@@ -14,8 +12,9 @@
 #include <memory>
 #include <optional>
 
-LibrarySync::LibrarySync(ClassStore &classes, PhraseStore &phrases, QString dbname, QObject *parent)
-    : QObject(parent), classes_(classes), phrases_(phrases), dbname_(std::move(dbname)) {}
+LibrarySync::LibrarySync(CloudClient &cloud, ClassStore &classes, PhraseStore &phrases, QString dbname,
+                         QObject *parent)
+    : QObject(parent), cloud_(cloud), classes_(classes), phrases_(phrases), dbname_(std::move(dbname)) {}
 
 void LibrarySync::syncAll(std::function<void()> action) {
     if (running_) {
@@ -40,14 +39,19 @@ void LibrarySync::syncAll(std::function<void()> action) {
 
 void LibrarySync::syncClasses(std::function<void()> action) {
     QPointer<LibrarySync> self(this);
-    ClassApi::getAll(dbname_, [self, action](const ClassListResult &r) {
+    cloud_.fetchClasses(dbname_, [self, action](const Result<QList<PhraseClass>> &r) {
         if (!self)
             return;
-        if (r.isSuccess())
-            self->classes_.replaceAll(self->dbname_, r.data()); // one transaction: a crash keeps the old
+        if (r && r.value().isEmpty()) {
+            Q_EMIT self->libraryRefused(
+                QStringLiteral("致命错误: 服务返回的分类列表为空 (/api/word/class/getAll), 程序退出"));
+            return;
+        }
+        if (r)
+            self->classes_.replaceAll(self->dbname_, r.value()); // one transaction: a crash keeps the old
         else
             qCWarning(lcCloud, "reading the classes of %s failed: %s", qUtf8Printable(self->dbname_),
-                      qUtf8Printable(r.msg()));
+                      qUtf8Printable(r.error()));
         if (action)
             action();
     });
@@ -55,21 +59,21 @@ void LibrarySync::syncClasses(std::function<void()> action) {
 
 void LibrarySync::syncPhrases(std::function<void()> action) {
     QPointer<LibrarySync> self(this);
-    PhraseApi::getAll1(dbname_, [self, action](const PhraseListResult &r) {
+    cloud_.fetchPhrases(dbname_, [self, action](const Result<QList<Phrase>> &r) {
         if (!self)
             return;
-        if (r.isSuccess()) {
+        if (r) {
             // Tens of thousands of lines: one message instead of one per phrase.
             QString lines;
-            for (const Phrase &item : r.data())
+            for (const Phrase &item : r.value())
                 lines += QStringLiteral("---->") + item.label + QStringLiteral("<\n");
             lines.chop(1);
             if (!lines.isEmpty())
                 qCInfo(lcCloud, "%s", qUtf8Printable(lines));
-            self->phrases_.replaceAll(self->dbname_, r.data());
+            self->phrases_.replaceAll(self->dbname_, r.value());
         } else {
             qCWarning(lcCloud, "reading the phrases of %s failed: %s", qUtf8Printable(self->dbname_),
-                      qUtf8Printable(r.msg()));
+                      qUtf8Printable(r.error()));
         }
         if (action)
             action();
@@ -85,7 +89,8 @@ struct PictureQueue {
     QStringList names;
     qsizetype next = 0;
     std::function<void()> action;
-    QPointer<QObject> owner;
+    QPointer<LibrarySync> owner;
+    CloudClient *cloud = nullptr;
 };
 
 void downloadNext(const std::shared_ptr<PictureQueue> &queue) {
@@ -100,10 +105,10 @@ void downloadNext(const std::shared_ptr<PictureQueue> &queue) {
             qCInfo(lcCloud, "%s%s - 无需下载", downloadPrefix, qUtf8Printable(name));
             continue;
         }
-        PictureApi::downloadPicture(name, [queue, name](const PictureDownloadResult &r) {
-            if (!r.isSuccess()) {
+        queue->cloud->downloadPicture(name, [queue, name](const Result<QString> &r) {
+            if (!r) {
                 qCWarning(lcCloud, "%s%s=>下载失败", downloadPrefix, qUtf8Printable(name));
-            } else if (const std::optional<QByteArray> data = decodeBase64Data(r.imageBase64data())) {
+            } else if (const std::optional<QByteArray> data = decodeBase64Data(r.value())) {
                 AppFileUtil::saveImage(*data, name);
                 qCInfo(lcCloud, "============下载结果 %s=>下载完毕", qUtf8Printable(name));
             }
@@ -127,6 +132,7 @@ void LibrarySync::downloadMissingPictures(std::function<void()> action) {
     queue->names = phrases_.allPictureNames(dbname_);
     queue->action = std::move(action);
     queue->owner = this;
+    queue->cloud = &cloud_;
     qCInfo(lcCloud, "==========下载云图片。数量 %lld", qlonglong(queue->names.size()));
     downloadNext(queue);
 }

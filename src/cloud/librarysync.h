@@ -5,6 +5,7 @@
 #include <functional>
 
 class ClassStore;
+class CloudClient;
 class PhraseStore;
 
 // Full synchronisation of one library into the stores: classes, then phrases, then missing
@@ -12,7 +13,8 @@ class PhraseStore;
 class LibrarySync : public QObject {
     Q_OBJECT
 public:
-    LibrarySync(ClassStore &classes, PhraseStore &phrases, QString dbname, QObject *parent = nullptr);
+    LibrarySync(CloudClient &cloud, ClassStore &classes, PhraseStore &phrases, QString dbname,
+                QObject *parent = nullptr);
 
     bool isRunning() const { return running_; }
 
@@ -27,8 +29,12 @@ public:
 Q_SIGNALS:
     void syncStarted();
     void syncFinished();
+    // The service gave a library without a single class, which it never does for a real one: the
+    // program cannot go on with it.
+    void libraryRefused(const QString &message);
 
 private:
+    CloudClient &cloud_;
     ClassStore &classes_;
     PhraseStore &phrases_;
     QString dbname_;

@@ -60,12 +60,12 @@ void ClassDialog::cancelClicked() {
 void ClassDialog::createClass() {
     saveButton->setEnabled(false);
     QPointer<ClassDialog> self(this);
-    operations_.create(label->text(), [self](const OperationResult &result) {
+    operations_.create(label->text(), [self](const Result<void> &result) {
         if (!self)
             return;
         // A refused name leaves the dialog open, silently, for another try.
         self->saveButton->setEnabled(true);
-        if (result.isSuccess())
+        if (result.isOk())
             self->accept();
     });
 }

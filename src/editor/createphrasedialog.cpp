@@ -8,14 +8,13 @@
 
 CreatePhraseDialog::CreatePhraseDialog(PhraseOperations &operations, const QString &shownClassSign,
                                        QWidget *parent)
-    : PhraseDialog(QStringLiteral("添加短语"), parent), operations_(operations),
+    : PhraseDialog(operations.cloud(), QStringLiteral("添加短语"), parent), operations_(operations),
       shownClassSign(shownClassSign) {}
 
 void CreatePhraseDialog::create() {
     QPointer<CreatePhraseDialog> self(this);
-    operations_.create(shownClassSign, labelViewBox->text(), jsonValue(),
-                       [self](const OperationResult &result) {
-                           if (self)
-                               self->savedWith(result);
-                       });
+    operations_.create(shownClassSign, labelViewBox->text(), jsonValue(), [self](const Result<void> &result) {
+        if (self)
+            self->savedWith(result);
+    });
 }

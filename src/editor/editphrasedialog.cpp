@@ -10,7 +10,7 @@
 
 EditPhraseDialog::EditPhraseDialog(PhraseOperations &operations, const QList<PhraseClass> &classes,
                                    const Phrase &oldData, QWidget *parent)
-    : PhraseDialog(QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)),
+    : PhraseDialog(operations.cloud(), QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)),
       operations_(operations), oldData(oldData), classDataAll(classes) {
     for (const PhraseClass &c : classDataAll) {
         ItemButton->addItem(c.label);
@@ -30,7 +30,7 @@ void EditPhraseDialog::save() {
         index >= 0 && index < classDataAll.size() ? classDataAll[index].sign : oldData.parentSign;
     QPointer<EditPhraseDialog> self(this);
     operations_.updateValue(newParentSign, oldData.sign, labelViewBox->text(), jsonValue(),
-                            [self](const OperationResult &result) {
+                            [self](const Result<void> &result) {
                                 if (self)
                                     self->savedWith(result);
                             });

@@ -85,7 +85,7 @@ void ClassList::reloadData() {
     for (int row = 0; row < dataSource.size(); ++row) {
         auto *item = new QListWidgetItem(collectionView);
         auto *cell = new ClassCell;
-        cell->listener = this;
+        connect(cell, &ClassCell::rightClicked, this, &ClassList::openMenuAt);
         cell->setData(row, dataSource[row].label);
         item->setSizeHint(QSize(ClassCell::widthFor(dataSource[row].label, cell->label->font()), 30));
         collectionView->setItemWidget(item, cell);
@@ -179,7 +179,7 @@ void ClassList::openMenu(const QPoint &globalPos) {
     Q_EMIT menuOpened();
 }
 
-void ClassList::onRightClick(int indexPath) {
+void ClassList::openMenuAt(int indexPath) {
     if (selectedRows.size() < 2)
         setSelection({indexPath});
     openMenu(QCursor::pos());

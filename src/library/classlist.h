@@ -1,6 +1,5 @@
 #pragma once
 
-#include "library/classcelllistener.h"
 #include "model/phraseclass.h"
 
 #include <QList>
@@ -14,7 +13,7 @@ class ClassCell;
 struct LibraryContext;
 
 // The strip of classes above the phrase list, with its context menu.
-class ClassList : public QWidget, public ClassCellListener {
+class ClassList : public QWidget {
     Q_OBJECT
 public:
     explicit ClassList(LibraryContext &library, QWidget *parent = nullptr);
@@ -40,7 +39,8 @@ public:
     void setSelection(const QList<int> &rows);
     ClassCell *cellAt(int row) const;
 
-    void onRightClick(int indexPath) override;
+    // A right click on a class: it is selected (unless part of a selection) and the menu opens.
+    void openMenuAt(int indexPath);
 
 Q_SIGNALS:
     void menuOpened();

@@ -1,16 +1,17 @@
 #pragma once
 
-#include "model/operationresult.h"
+#include "model/result.h"
 
 #include <QString>
 
 class ClassStore;
+class CloudClient;
 
 // Class changes of the signed-in user: the service first, the local table only after it accepted.
 // Call from the GUI thread.
 class ClassOperations {
 public:
-    ClassOperations(ClassStore &store, QString username);
+    ClassOperations(ClassStore &store, CloudClient &cloud, QString username);
 
     void create(const QString &label, OperationCallback callback);
     void setLabel(const QString &sign, const QString &newLabel);
@@ -22,5 +23,6 @@ public:
 
 private:
     ClassStore &store_;
+    CloudClient &cloud_;
     QString username_;
 };

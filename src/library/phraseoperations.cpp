@@ -1,61 +1,58 @@
 #include "library/phraseoperations.h"
 
-#include "cloud/phraseapi.h"
+#include "cloud/cloudclient.h"
 #include "store/phrasestore.h"
 
 #include <QPointer>
 
-PhraseOperations::PhraseOperations(PhraseStore &store, QString username)
-    : store_(store), username_(std::move(username)) {}
+PhraseOperations::PhraseOperations(PhraseStore &store, CloudClient &cloud, QString username)
+    : store_(store), cloud_(cloud), username_(std::move(username)) {}
 
+// Each reply checks that the store is still there: the session that owns it may have ended.
 void PhraseOperations::create(const QString &parentSign, const QString &label, const QString &jsonValue,
                               OperationCallback resultHandler) {
     const qint64 position = store_.getMaxPosition(parentSign);
     QPointer<PhraseStore> store(&store_);
-    PhraseApi::create(parentSign, label, jsonValue, QString::number(position), username_,
-                      [=, username = username_](const CreateResult &r) {
-                          if (!store)
-                              return; // the session ended before the reply
-                          if (!r.isSuccess()) {
-                              if (resultHandler)
-                                  resultHandler(OperationResult::error(r.msg()));
-                              return;
-                          }
-                          store->create(parentSign, r.sign(), label, jsonValue, position, username);
-                          if (resultHandler)
-                              resultHandler(OperationResult::success());
-                      });
+    cloud_.createPhrase(parentSign, label, jsonValue, QString::number(position), username_,
+                        [=, username = username_](const Result<QString> &r) {
+                            if (!store)
+                                return;
+                            if (!r) {
+                                if (resultHandler)
+                                    resultHandler(Result<void>::failure(r.error()));
+                                return;
+                            }
+                            store->create(parentSign, r.value(), label, jsonValue, position, username);
+                            if (resultHandler)
+                                resultHandler(Result<void>::success());
+                        });
 }
 
 void PhraseOperations::updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
                                    const QString &newJsonValue, OperationCallback resultHandler) {
     QPointer<PhraseStore> store(&store_);
-    PhraseApi::updateClass(newParentSign, sign, newLabel, newJsonValue, username_, [=](const CallResult &r) {
+    cloud_.updatePhrase(newParentSign, sign, newLabel, newJsonValue, username_, [=](const Result<void> &r) {
         if (!store)
             return;
-        if (!r.isOk()) {
-            if (resultHandler)
-                resultHandler(OperationResult::error(r.msg()));
-            return;
-        }
-        store->setValue(newParentSign, sign, newLabel, newJsonValue);
+        if (r)
+            store->setValue(newParentSign, sign, newLabel, newJsonValue);
         if (resultHandler)
-            resultHandler(OperationResult::success());
+            resultHandler(r);
     });
 }
 
 void PhraseOperations::swapPositions(const QString &sign1, const QString &sign2) {
     QPointer<PhraseStore> store(&store_);
-    PhraseApi::swapPositions(sign1, sign2, username_, [store, sign1, sign2](const CallResult &r) {
-        if (r.isOk() && store)
+    cloud_.swapPhrases(sign1, sign2, username_, [store, sign1, sign2](const Result<void> &r) {
+        if (r && store)
             store->swapPositions(sign1, sign2);
     });
 }
 
 void PhraseOperations::remove(const QString &signOrAll) {
     QPointer<PhraseStore> store(&store_);
-    PhraseApi::remove(signOrAll, username_, [store, signOrAll](const CallResult &r) {
-        if (r.isOk() && store)
+    cloud_.removePhrase(signOrAll, username_, [store, signOrAll](const Result<void> &r) {
+        if (r && store)
             store->removeSigns(signOrAll);
     });
 }

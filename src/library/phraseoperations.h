@@ -1,16 +1,17 @@
 #pragma once
 
-#include "model/operationresult.h"
+#include "model/result.h"
 
 #include <QString>
 
+class CloudClient;
 class PhraseStore;
 
 // Phrase changes of the signed-in user: the service first, the local table only after it accepted.
 // Call from the GUI thread.
 class PhraseOperations {
 public:
-    PhraseOperations(PhraseStore &store, QString username);
+    PhraseOperations(PhraseStore &store, CloudClient &cloud, QString username);
 
     void create(const QString &parentSign, const QString &label, const QString &jsonValue,
                 OperationCallback resultHandler);
@@ -21,8 +22,11 @@ public:
     void remove(const QString &signOrAll);
 
     const QString &username() const { return username_; }
+    // Where a phrase's pictures go before the phrase is written.
+    CloudClient &cloud() const { return cloud_; }
 
 private:
     PhraseStore &store_;
+    CloudClient &cloud_;
     QString username_;
 };

@@ -8,7 +8,6 @@
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QVBoxLayout>
-#include <iostream>
 
 SearchResultList::SearchResultList(PhraseStore &store, QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
@@ -70,7 +69,5 @@ void SearchResultList::send(int row, bool pressEnter) {
     const std::optional<Phrase> phrase = phraseAt(row);
     if (!phrase)
         return;
-    if (!pressEnter)
-        std::cout << "------WWWW>>>>>" << std::endl;
     PhraseSender::send(phrase->jsonValue, pressEnter);
 }

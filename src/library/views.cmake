@@ -1,5 +1,4 @@
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/classcelllistener.h
   ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistview.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistview.h
   ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.h

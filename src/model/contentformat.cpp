@@ -1,11 +1,11 @@
 #include "model/contentformat.h"
 
+#include "model/logging.h"
 #include "model/pathops.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <iostream>
 
 ContentPieces normalizePieces(const ContentPieces &items) {
     ContentPieces result;
@@ -40,7 +40,7 @@ QString toJsonValue(const ContentPieces &items) {
     }
     const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
     if (json.isEmpty()) {
-        std::cout << "ERROR=====>错误 X00JSON jsonValue 转换失败！" << std::endl;
+        qCWarning(lcStore, "phrase content could not be written as JSON");
         return {};
     }
     return QString::fromUtf8(json);

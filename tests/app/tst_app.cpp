@@ -4,8 +4,8 @@
 #include "app/signinview.h"
 #include "app/webpageopener.h"
 #include "app/webviewmodule.h"
+#include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
-#include "cloud/serviceapi.h"
 #include "desktop/windowactivation.h"
 #include "editor/pictureuploaddialog.h"
 #include "library/classcell.h"
@@ -19,8 +19,7 @@
 #include "library/phraseoperations.h"
 #include "library/phraserowdelegate.h"
 #include "library/searchresultlist.h"
-#include "model/app.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
@@ -89,7 +88,9 @@ int gateChild(int argc, char **argv) {
     });
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_DB_CHILD")) {
         // The home view over a database that cannot be opened: a box, then an empty library.
-        Session session(QStringLiteral("someone"));
+        Settings settings;
+        CloudClient cloud(settings);
+        Session session(settings, cloud, QStringLiteral("someone"));
         HomeView home(session.library(), session.storeOpened());
         QTimer::singleShot(1000, &app, [&home] {
             std::cout << "classes=" << home.libraryPanel->classList->dataSource.size() << std::endl;
@@ -324,7 +325,10 @@ private Q_SLOTS:
         responder.on("/api/word/image/imageNameExist", never);
         qputenv("QUILLORA_SERVICE_URL", responder.baseUrl().toUtf8());
         {
-            PictureUploadDialog dialog(R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])", {});
+            Settings settings;
+            CloudClient client(settings);
+            PictureUploadDialog dialog(client, R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])",
+                                       {});
             dialog.show();
             QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/image/imageNameExist").size(), 1,
                                       20000);
@@ -376,9 +380,9 @@ private Q_SLOTS:
 
         HomeView *home = signIn(window, login, "alice", "secret-1", true);
         QVERIFY(home);
-        QCOMPARE(App::userInfo().username, QString("alice"));
-        QCOMPARE(AppSettings::getString("password"), QString("secret-1"));
-        QVERIFY(AppSettings::getBool("pwd_check"));
+        QCOMPARE(windowApp->session()->username(), QString("alice"));
+        QCOMPARE(Settings().password(), QString("secret-1"));
+        QVERIFY(Settings().rememberPassword());
         windowApp.reset();
 
         // The next start fills the form.
@@ -390,9 +394,9 @@ private Q_SLOTS:
 
         // Signing in without the box forgets the password but keeps the name.
         QVERIFY(signIn(again, login, "alice", "secret-1", false));
-        QCOMPARE(AppSettings::getString("password"), QString());
-        QVERIFY(!AppSettings::getBool("pwd_check"));
-        QCOMPARE(AppSettings::getString("username"), QString("alice"));
+        QCOMPARE(Settings().password(), QString());
+        QVERIFY(!Settings().rememberPassword());
+        QCOMPARE(Settings().username(), QString("alice"));
         againApp.reset();
         const auto thirdApp = openLogin(&login);
         QVERIFY(login->usernameText->text().isEmpty());
@@ -406,8 +410,10 @@ private Q_SLOTS:
         QString error;
         WebPageOpener *opener = WebViewModule::opener(&error);
         QVERIFY2(opener, qPrintable(error));
-        QCOMPARE(ServiceApi::registerUrl(), cloud_.baseUrl() + "/#/mobile_register");
-        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(ServiceApi::registerUrl()), nullptr));
+        Settings settings;
+        const QString registerUrl = CloudClient(settings).registerUrl();
+        QCOMPARE(registerUrl, cloud_.baseUrl() + "/#/mobile_register");
+        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(registerUrl), nullptr));
         QVERIFY(web->isModal());
         QSignalSpy loaded(web.get(), SIGNAL(loadFinished(bool)));
         web->show();
@@ -431,7 +437,7 @@ private Q_SLOTS:
         auto windowApp = openLogin(&login);
         MainWindow *window = windowApp->window();
         QVERIFY(signIn(window, login, "bob", "bob-pass-1", false));
-        QCOMPARE(App::userInfo().username, QString("bob"));
+        QCOMPARE(windowApp->session()->username(), QString("bob"));
     }
 
     // Each link opens its page in a modal window over the sign-in window.
@@ -507,7 +513,8 @@ private Q_SLOTS:
             boxes.append(r);
             return answer;
         });
-        const QUrl page(ServiceApi::resetUrl());
+        Settings settings;
+        const QUrl page(CloudClient(settings).resetUrl());
         for (const QString &module : {missing, broken}) {
             qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
             QString error;

@@ -1,19 +1,14 @@
 // The cloud client against the real quillora-cloud on an ephemeral port: sign-in, version gate,
 // library operations through the controllers, full synchronisation, picture upload, heartbeat.
-#include "cloud/accountapi.h"
-#include "cloud/classapi.h"
+#include "cloud/cloudclient.h"
 #include "cloud/imageutil.h"
 #include "cloud/librarysync.h"
-#include "cloud/phraseapi.h"
-#include "cloud/pictureapi.h"
-#include "cloud/serviceapi.h"
 #include "cloud/sessionheartbeat.h"
 #include "cloud/uploadprocedure.h"
 #include "cloud/versiongate.h"
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
-#include "model/app.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "store/appfileutil.h"
 #include "store/classstore.h"
 #include "store/localpath.h"
@@ -21,7 +16,6 @@
 #include "store/phrasestore.h"
 
 #include "cloudservice.h"
-#include "coutcapture.h"
 #include "standardoutput.h"
 #include "testenv.h"
 
@@ -30,7 +24,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -62,35 +55,37 @@ class tst_cloud_service : public QObject {
 
     CloudService service;
     QStringList events;
+    Settings settings_;
+    CloudClient client_{settings_};
     LocalStore db_;
     PhraseStore phrases_{db_};
     ClassStore classes_{db_};
-    PhraseOperations phraseOperations_{phrases_, kUser};
-    ClassOperations classOperations_{classes_, kUser};
+    PhraseOperations phraseOperations_{phrases_, client_, kUser};
+    ClassOperations classOperations_{classes_, client_, kUser};
 
-    template <typename Fn> OperationResult await(Fn start) {
-        std::optional<OperationResult> result;
-        start([&](const OperationResult &r) { result = r; });
+    template <typename Fn> Result<void> await(Fn start) {
+        std::optional<Result<void>> result;
+        start([&](const Result<void> &r) { result = r; });
         if (!QTest::qWaitFor([&]() { return result.has_value(); }, 30000))
-            return OperationResult::error(QStringLiteral("no completion"));
+            return Result<void>::failure(QStringLiteral("no completion"));
         return *result;
     }
 
     void signIn() {
-        std::optional<LoginResult> login;
-        AccountApi::login(kUser, kPassword, [&](const LoginResult &r) { login = r; });
+        std::optional<Result<QString>> login;
+        client_.signIn(kUser, kPassword, [&](const Result<QString> &r) { login = r; });
         QTRY_VERIFY_WITH_TIMEOUT(login.has_value(), 30000);
-        QVERIFY2(login->isOk(), qPrintable(login->msg()));
-        App::userInfo().username = login->username();
+        QVERIFY2(login->isOk(), qPrintable(login->error()));
+        client_.setUsername(login->value());
     }
 
     QStringList serviceClassLabels() {
-        std::optional<ClassListResult> all;
-        ClassApi::getAll(kUser, [&](const ClassListResult &r) { all = r; });
-        if (!QTest::qWaitFor([&]() { return all.has_value(); }, 30000) || !all->isSuccess())
+        std::optional<Result<QList<PhraseClass>>> all;
+        client_.fetchClasses(kUser, [&](const Result<QList<PhraseClass>> &r) { all = r; });
+        if (!QTest::qWaitFor([&]() { return all.has_value(); }, 30000) || !*all)
             return {QStringLiteral("<fetch failed>")};
         QStringList labels;
-        for (const PhraseClass &c : all->data())
+        for (const PhraseClass &c : all->value())
             labels.append(c.label);
         return labels;
     }
@@ -110,40 +105,22 @@ private Q_SLOTS:
 
     void versionGateAndSignIn() {
         std::optional<std::optional<QJsonValue>> version;
-        ServiceApi::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
+        client_.checkVersion([&](const std::optional<QJsonValue> &r) { version = r; });
         QTRY_VERIFY_WITH_TIMEOUT(version.has_value(), 30000);
         QCOMPARE(VersionGate::judge(*version).kind(), VersionGate::Kind::Ready);
 
         // A refused sign-in carries the service's own text.
-        std::optional<LoginResult> wrong;
-        AccountApi::login(kUser, QStringLiteral("not-the-password"),
-                          [&](const LoginResult &r) { wrong = r; });
+        std::optional<Result<QString>> wrong;
+        client_.signIn(kUser, QStringLiteral("not-the-password"),
+                       [&](const Result<QString> &r) { wrong = r; });
         QTRY_VERIFY_WITH_TIMEOUT(wrong.has_value(), 30000);
-        QVERIFY(!wrong->isOk());
-        QVERIFY(!wrong->msg().isEmpty());
-        QVERIFY(wrong->msg() != QStringLiteral("网络连接失败:"));
-
-        QList<bool> tourist;
-        ServiceApi::isTourist([&](bool t) { tourist.append(t); });
-        QTRY_VERIFY_WITH_TIMEOUT(tourist.size() >= 2, 30000);
-        QCOMPARE(tourist, (QList<bool>{true, false}));
+        QVERIFY(!*wrong);
+        QVERIFY(!wrong->error().isEmpty());
+        QVERIFY(wrong->error() != QStringLiteral("网络连接失败:"));
 
         signIn();
-        QCOMPARE(App::userInfo().username, kUser);
-        QVERIFY(!App::setting().cookie.isEmpty());
-
-        tourist.clear();
-        ServiceApi::isTourist([&](bool t) { tourist.append(t); });
-        QTRY_VERIFY_WITH_TIMEOUT(!tourist.isEmpty(), 30000);
-        QTest::qWait(300);
-        QCOMPARE(tourist, QList<bool>{false});
-
-        App::userInfo().username = QStringLiteral("someone");
-        std::optional<CallResult> info;
-        AccountApi::getUserInfo([&](const CallResult &r) { info = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(info.has_value(), 30000);
-        QVERIFY(info->isOk());
-        QCOMPARE(App::userInfo().username, kUser);
+        QCOMPARE(client_.username(), kUser);
+        QVERIFY(!settings_.cookie().isEmpty());
     }
 
     void outdatedBuildIsSentToTheDownloadPage() {
@@ -153,7 +130,7 @@ private Q_SLOTS:
         QVERIFY(newer.start());
         qputenv("QUILLORA_SERVICE_URL", newer.baseUrl().toUtf8());
         std::optional<std::optional<QJsonValue>> version;
-        ServiceApi::getVersionCheck([&](const std::optional<QJsonValue> &r) { version = r; });
+        client_.checkVersion([&](const std::optional<QJsonValue> &r) { version = r; });
         QTRY_VERIFY_WITH_TIMEOUT(version.has_value(), 30000);
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
         const VersionGate gate = VersionGate::judge(*version);
@@ -162,9 +139,12 @@ private Q_SLOTS:
     }
 
     void heartbeatOfAValidSession() {
-        CoutCapture out;
-        SessionHeartbeat::start();
-        QTRY_VERIFY_WITH_TIMEOUT(out.text().contains(QStringLiteral("心跳结果 state = 1")), 30000);
+        StandardOutput out;
+        SessionHeartbeat heartbeat(client_);
+        QSignalSpy revoked(&heartbeat, &SessionHeartbeat::revoked);
+        heartbeat.start();
+        QTRY_VERIFY_WITH_TIMEOUT(out.soFar().contains(QStringLiteral("心跳结果 state = 1")), 30000);
+        QCOMPARE(revoked.count(), 0);
     }
 
     void classOperationsReachTheStoreOnlyAfterTheService() {
@@ -172,12 +152,12 @@ private Q_SLOTS:
         const qint64 before = db.getAll(kUser).size();
 
         events.clear();
-        OperationResult r =
+        Result<void> r =
             await([this](OperationCallback cb) { classOperations_.create(QStringLiteral("售后"), cb); });
-        QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
+        QVERIFY2(r.isOk(), qPrintable(r.error()));
         QCOMPARE(events, QStringList{QStringLiteral("class-change")});
         r = await([this](OperationCallback cb) { classOperations_.create(QStringLiteral("物流"), cb); });
-        QVERIFY(r.isSuccess());
+        QVERIFY(r.isOk());
         QList<PhraseClass> local = db.getAll(kUser);
         QCOMPARE(local.size(), before + 2);
 
@@ -185,8 +165,8 @@ private Q_SLOTS:
         events.clear();
         r = await(
             [this](OperationCallback cb) { classOperations_.create(QString(5000, QLatin1Char('x')), cb); });
-        QVERIFY(r.isError());
-        QVERIFY(!r.msg().isEmpty());
+        QVERIFY(!r);
+        QVERIFY(!r.error().isEmpty());
         QVERIFY(events.isEmpty());
         QCOMPARE(db.getAll(kUser).size(), before + 2);
 
@@ -231,9 +211,9 @@ private Q_SLOTS:
     void phraseOperationsReachTheStoreOnlyAfterTheService() {
         ClassStore &classes = classes_;
         for (const char *label : {"甲", "乙"}) {
-            const OperationResult r =
+            const Result<void> r =
                 await([&](OperationCallback cb) { classOperations_.create(QString::fromUtf8(label), cb); });
-            QVERIFY(r.isSuccess());
+            QVERIFY(r.isOk());
         }
         QString c1, c2;
         for (const PhraseClass &c : classes.getAll(kUser)) {
@@ -247,18 +227,18 @@ private Q_SLOTS:
         PhraseStore &db = phrases_;
         const QString content = pictureContent({});
         events.clear();
-        OperationResult r = await(
+        Result<void> r = await(
             [&](OperationCallback cb) { phraseOperations_.create(c1, QStringLiteral("你好"), content, cb); });
-        QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
+        QVERIFY2(r.isOk(), qPrintable(r.error()));
         QCOMPARE(events, QStringList{QStringLiteral("list-change")});
         for (const char *label : {"再见", "稍等"})
             QVERIFY(await([&](OperationCallback cb) {
                         phraseOperations_.create(c1, QString::fromUtf8(label), content, cb);
-                    }).isSuccess());
+                    }).isOk());
         // Each class counts positions on its own.
         QVERIFY(await([&](OperationCallback cb) {
                     phraseOperations_.create(c2, QStringLiteral("别处"), content, cb);
-                }).isSuccess());
+                }).isOk());
         const QList<Phrase> inC1 = db.getAll(c1, kUser);
         QCOMPARE(inC1.size(), 3);
         QCOMPARE(db.getAll(c2, kUser).size(), 1);
@@ -269,8 +249,8 @@ private Q_SLOTS:
         r = await([&](OperationCallback cb) {
             phraseOperations_.create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, cb);
         });
-        QVERIFY(r.isError());
-        QVERIFY(!r.msg().isEmpty());
+        QVERIFY(!r);
+        QVERIFY(!r.error().isEmpty());
         QCOMPARE(db.getAllCount(kUser), before);
 
         // Edit moves a phrase to the other class, with "+" "&" "=" in its text intact.
@@ -279,7 +259,7 @@ private Q_SLOTS:
         r = await([&](OperationCallback cb) {
             phraseOperations_.updateValue(c2, first.sign, QStringLiteral("改"), edited, cb);
         });
-        QVERIFY2(r.isSuccess(), qPrintable(r.msg()));
+        QVERIFY2(r.isOk(), qPrintable(r.error()));
         const Phrase moved = db.getData(first.sign).value();
         QCOMPARE(moved.parentSign, c2);
         QCOMPARE(moved.jsonValue, edited);
@@ -305,28 +285,28 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(one, n1));
         QVERIFY(AppFileUtil::saveImage(two, n2));
 
-        UploadProcedure up(pictureContent({n1, n2}));
+        UploadProcedure up(client_, pictureContent({n1, n2}));
         QCOMPARE(up.filenameArr(), (QStringList{n1, n2}));
         QSignalSpy labels(&up, &UploadProcedure::labelChanged);
         QSignalSpy progress(&up, &UploadProcedure::progressChanged);
-        std::optional<OperationResult> result;
-        connect(&up, &UploadProcedure::finished, this, [&](const OperationResult &r) { result = r; });
+        std::optional<Result<void>> result;
+        connect(&up, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
         up.start();
         QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
-        QVERIFY2(result->isSuccess(), qPrintable(result->msg()));
+        QVERIFY2(result->isOk(), qPrintable(result->error()));
         QCOMPARE(labels.size(), 2);
         QVERIFY(labels.at(1).at(0).toString().contains(n2));
         QVERIFY(!progress.isEmpty());
         QCOMPARE(progress.last().at(0).toInt(), 100);
 
         // Known names are not sent again.
-        UploadProcedure again(pictureContent({n1}));
+        UploadProcedure again(client_, pictureContent({n1}));
         QSignalSpy againProgress(&again, &UploadProcedure::progressChanged);
         result.reset();
-        connect(&again, &UploadProcedure::finished, this, [&](const OperationResult &r) { result = r; });
+        connect(&again, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
         again.start();
         QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
-        QVERIFY(result->isSuccess());
+        QVERIFY(result->isOk());
         QVERIFY(againProgress.isEmpty());
 
         // A name that does not belong to its bytes is refused; a missing file fails too. The first
@@ -337,16 +317,16 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
         QVERIFY(AppFileUtil::saveImage(three, n3));
         UploadProcedure bad(
-            pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}));
+            client_, pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}));
         result.reset();
-        connect(&bad, &UploadProcedure::finished, this, [&](const OperationResult &r) { result = r; });
+        connect(&bad, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
         bad.start();
         QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 60000);
-        QVERIFY(result->isError());
-        QVERIFY(!result->msg().isEmpty());
-        QVERIFY(!result->msg().startsWith(QStringLiteral("上传失败:")));
+        QVERIFY(!*result);
+        QVERIFY(!result->error().isEmpty());
+        QVERIFY(!result->error().startsWith(QStringLiteral("上传失败:")));
         std::optional<bool> known;
-        PictureApi::exist(n3, [&](bool k) { known = k; });
+        client_.pictureExists(n3, [&](bool k) { known = k; });
         QTRY_VERIFY_WITH_TIMEOUT(known.has_value(), 30000);
         QVERIFY(*known);
     }
@@ -362,7 +342,7 @@ private Q_SLOTS:
         QVERIFY(!c.isEmpty());
         QVERIFY(await([&](OperationCallback cb) {
                     phraseOperations_.create(c, QStringLiteral("图文"), pictureContent({n1, n2}), cb);
-                }).isSuccess());
+                }).isOk());
 
         // Locally: a stray class and phrase the service never had, and the second picture gone.
         QVERIFY(classes_.create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
@@ -371,7 +351,7 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(LocalPath::imageDir() + QLatin1Char('/') + n2));
 
         // Two views follow one synchronisation; the stages run in order: classes, phrases, pictures.
-        LibrarySync sync(classes_, phrases_, kUser);
+        LibrarySync sync(client_, classes_, phrases_, kUser);
         QStringList order, second;
         connect(&sync, &LibrarySync::syncStarted, this, [&] { order.append(QStringLiteral("start")); });
         connect(&sync, &LibrarySync::syncFinished, this, [&] {
@@ -404,34 +384,20 @@ private Q_SLOTS:
         QCOMPARE(localLabels, remote);
     }
 
-    void revokedSessionEndsTheProcess() {
-        QVERIFY(!App::setting().cookie.isEmpty());
-        // The password change ends every session of the account.
+    // A password change ends every session of the account: the next check reports it.
+    void revokedSessionIsReported() {
+        QVERIFY(!settings_.cookie().isEmpty());
         QCOMPARE(service.run({QStringLiteral("passwd"), kUser}, "another-password\n"), 0);
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QUILLORA_SERVICE_URL"), service.baseUrl());
-        env.insert(QStringLiteral("QUILLORA_TEST_COOKIE"), App::setting().cookie);
-        p.setProcessEnvironment(env);
-        p.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--child-heartbeat")});
-        QVERIFY(p.waitForStarted(20000));
-        QTRY_COMPARE_WITH_TIMEOUT(p.state(), QProcess::NotRunning, 60000);
-        QCOMPARE(p.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(p.exitCode(), 1);
+        SessionHeartbeat heartbeat(client_);
+        QSignalSpy revoked(&heartbeat, &SessionHeartbeat::revoked);
+        heartbeat.start();
+        QTRY_COMPARE_WITH_TIMEOUT(revoked.count(), 1, 30000);
     }
 };
 
 int main(int argc, char **argv) {
     TestEnv env;
     QCoreApplication app(argc, argv);
-    if (argc >= 2 && QLatin1String(argv[1]) == QLatin1String("--child-heartbeat")) {
-        // The signed-in session of the parent, now revoked.
-        App::userInfo().username = kUser;
-        App::setting().setCookie(qEnvironmentVariable("QUILLORA_TEST_COOKIE"));
-        QTimer::singleShot(45000, []() { std::_Exit(3); });
-        SessionHeartbeat::start();
-        return QCoreApplication::exec();
-    }
     tst_cloud_service test;
     return QTest::qExec(&test, argc, argv);
 }

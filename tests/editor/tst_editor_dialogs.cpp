@@ -1,6 +1,4 @@
-#include "cloud/accountapi.h"
-#include "cloud/phraseapi.h"
-#include "cloud/pictureapi.h"
+#include "cloud/cloudclient.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -10,9 +8,8 @@
 #include "editor/pictureuploaddialog.h"
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
-#include "model/app.h"
-#include "model/appsettings.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
 #include "store/classstore.h"
 #include "store/localpath.h"
 #include "store/localstore.h"
@@ -45,25 +42,27 @@ class TestEditorDialogs : public QObject {
     Q_OBJECT
 
     CloudService service;
+    Settings settings_;
+    CloudClient client_{settings_};
     LocalStore db_;
     PhraseStore phrases_{db_};
     ClassStore classes_{db_};
-    PhraseOperations phraseOperations_{phrases_, user};
-    ClassOperations classOperations_{classes_, user};
+    PhraseOperations phraseOperations_{phrases_, client_, user};
+    ClassOperations classOperations_{classes_, client_, user};
 
     bool signIn() {
-        std::optional<LoginResult> result;
-        AccountApi::login(user, password, [&](const LoginResult &r) { result = r; });
+        std::optional<Result<QString>> result;
+        client_.signIn(user, password, [&](const Result<QString> &r) { result = r; });
         if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isOk())
             return false;
-        App::userInfo().username = result->username();
+        client_.setUsername(result->value());
         return true;
     }
 
     QString makeClass(const QString &label) {
-        std::optional<OperationResult> result;
-        classOperations_.create(label, [&](const OperationResult &r) { result = r; });
-        if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isSuccess())
+        std::optional<Result<void>> result;
+        classOperations_.create(label, [&](const Result<void> &r) { result = r; });
+        if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isOk())
             return {};
         for (const PhraseClass &c : classes_.getAll(user))
             if (c.label == label)
@@ -83,7 +82,7 @@ private Q_SLOTS:
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
         LocalPath::initDirs();
         QVERIFY(db_.open());
-        App::userInfo().username = user;
+        client_.setUsername(user);
         MessageBox::setAnswerProvider([](const MessageBox::Request &) { return true; });
     }
 
@@ -91,7 +90,7 @@ private Q_SLOTS:
 
     void failedUploadKeepsTheDialogOpenAndCreatesNothing() {
         // Not signed in yet: the service refuses the picture.
-        AppSettings().setCookie(QString());
+        settings_.setCookie(QString());
         CreatePhraseDialog dialog(phraseOperations_, QStringLiteral("any-class"));
         dialog.labelViewBox->setText(QStringLiteral("带图短语"));
         dialog.textView->insertString(QStringLiteral("看图："));
@@ -125,7 +124,7 @@ private Q_SLOTS:
         dialog.textView->insertImage(png);
         dialog.textView->insertImage(jpg);
         dialog.textView->insertImage(png);
-        dialog.onItemClick(QStringLiteral("😊"));
+        dialog.insertEmoji(QStringLiteral("😊"));
         const QString json = dialog.jsonValue();
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
@@ -141,20 +140,19 @@ private Q_SLOTS:
         QCOMPARE(local[0].jsonValue, json);
 
         // The service has the phrase and both pictures, byte for byte.
-        std::optional<PhraseListResult> remote;
-        PhraseApi::getAll1(user, [&](const PhraseListResult &r) { remote = r; });
+        std::optional<Result<QList<Phrase>>> remote;
+        client_.fetchPhrases(user, [&](const Result<QList<Phrase>> &r) { remote = r; });
         QTRY_VERIFY_WITH_TIMEOUT(remote.has_value(), 20000);
-        QVERIFY(remote->isSuccess());
-        QCOMPARE(remote->data().size(), 1);
-        QCOMPARE(remote->data()[0].sign, local[0].sign);
-        QCOMPARE(remote->data()[0].jsonValue, json);
+        QVERIFY(remote->isOk());
+        QCOMPARE(remote->value().size(), 1);
+        QCOMPARE(remote->value()[0].sign, local[0].sign);
+        QCOMPARE(remote->value()[0].jsonValue, json);
         for (const auto &[bytes, ext] : {std::pair{png, ".png"}, std::pair{jpg, ".jpg"}}) {
-            std::optional<PictureDownloadResult> down;
-            PictureApi::downloadPicture(contentName(bytes, ext),
-                                        [&](const PictureDownloadResult &r) { down = r; });
+            std::optional<Result<QString>> down;
+            client_.downloadPicture(contentName(bytes, ext), [&](const Result<QString> &r) { down = r; });
             QTRY_VERIFY_WITH_TIMEOUT(down.has_value(), 20000);
-            QVERIFY(down->isSuccess());
-            QCOMPARE(QByteArray::fromBase64(down->imageBase64data().toLatin1()), bytes);
+            QVERIFY(down->isOk());
+            QCOMPARE(QByteArray::fromBase64(down->value().toLatin1()), bytes);
         }
     }
 
@@ -326,18 +324,18 @@ private Q_SLOTS:
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
-        PictureUploadDialog dialog(json, {});
+        PictureUploadDialog dialog(client_, json, {});
         QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
         QCOMPARE(dialog.progressbar->minimum(), 0);
         QCOMPARE(dialog.progressbar->maximum(), 100);
 
         // Nothing to upload: it reports success and closes by itself.
-        std::optional<OperationResult> outcome;
-        PictureUploadDialog empty(QStringLiteral(R"([{"type":1,"value":"x"}])"),
-                                  [&](const OperationResult &r) { outcome = r; });
+        std::optional<Result<void>> outcome;
+        PictureUploadDialog empty(client_, QStringLiteral(R"([{"type":1,"value":"x"}])"),
+                                  [&](const Result<void> &r) { outcome = r; });
         empty.show();
         QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);
-        QVERIFY(outcome->isSuccess());
+        QVERIFY(outcome->isOk());
         QVERIFY(!empty.isVisible());
     }
 };

@@ -1,6 +1,5 @@
 #include "testenv.h"
 
-#include "model/app.h"
 #include "model/contentformat.h"
 #include "model/phrase.h"
 #include "model/phraseclass.h"
@@ -184,12 +183,6 @@ private Q_SLOTS:
 
         QVERIFY(!PhraseListReply::fromText("[]"));
         QVERIFY(!PhraseListReply::fromText("<html>"));
-    }
-
-    void ownerBeforeSignIn() {
-        QCOMPARE(App::userInfo().username, QStringLiteral("123"));
-        QCOMPARE(App::version, 1);
-        QCOMPARE(PhraseClass(), PhraseClass(0, QString(), QString(), 0, QString()));
     }
 };
 

@@ -5,7 +5,6 @@
 #include "cloud/librarysync.h"
 #include "library/homeview.h"
 #include "library/phraselist.h"
-#include "model/app.h"
 #include "model/contentformat.h"
 #include "quickbar/quickbar.h"
 #include "quickbar/quickbarslot.h"

@@ -1,6 +1,7 @@
 // Shows each dialog of the phrase editor on a private X display and saves what it looks like.
 // Usage: render_editor <output folder>
 
+#include "cloud/cloudclient.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -10,6 +11,7 @@
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
 #include "store/classstore.h"
 #include "store/localpath.h"
 #include "store/localstore.h"
@@ -105,8 +107,10 @@ int main(int argc, char **argv) {
     }
     PhraseStore phrases(db);
     ClassStore classes(db);
-    PhraseOperations phraseOperations(phrases, user);
-    ClassOperations classOperations(classes, user);
+    Settings settings;
+    CloudClient cloud(settings);
+    PhraseOperations phraseOperations(phrases, cloud, user);
+    ClassOperations classOperations(classes, cloud, user);
     for (const auto &[sign, label] : {std::pair{"c1", "常用问候"}, {"c2", "物流查询"}, {"c3", "售后服务"}})
         classes.create(QString::fromUtf8(sign), QString::fromUtf8(label), 0, user);
 
@@ -172,7 +176,7 @@ int main(int argc, char **argv) {
     }
     {
         // Rendered without being shown: showing starts the uploads.
-        PictureUploadDialog dialog(QStringLiteral("[]"), {});
+        PictureUploadDialog dialog(cloud, QStringLiteral("[]"), {});
         dialog.label->setText(QStringLiteral("正在上传图片 3f2a9c…e81b.png"));
         dialog.progressbar->setValue(64);
         dialog.adjustSize();
