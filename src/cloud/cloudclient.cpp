@@ -5,7 +5,6 @@
 #include "model/phraselistreply.h"
 #include "model/settings.h"
 #include "store/appfileutil.h"
-#include "store/conversions.h"
 
 #include <QHttpMultiPart>
 #include <QJsonArray>
@@ -51,8 +50,13 @@ QString CloudClient::resetUrl() const {
 }
 
 QString CloudClient::encipherPassword(const QString &password) {
-    const std::vector<quint8> key = Conversions::stringToUint8(QString::fromLatin1(passwordKey));
-    return Conversions::uint8ArrToBase64(Rc4Cipher::encrypt(Conversions::stringToUint8(password), key));
+    const QByteArray keyBytes(passwordKey);
+    const QByteArray plain = password.toUtf8();
+    const std::vector<quint8> cipher =
+        Rc4Cipher::encrypt(std::vector<quint8>(plain.cbegin(), plain.cend()),
+                           std::vector<quint8>(keyBytes.cbegin(), keyBytes.cend()));
+    return QString::fromLatin1(
+        QByteArray(reinterpret_cast<const char *>(cipher.data()), qsizetype(cipher.size())).toBase64());
 }
 
 QNetworkRequest CloudClient::request(const QString &path) const {

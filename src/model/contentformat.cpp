@@ -111,15 +111,6 @@ QString removeWhitespace(const QString &s) {
     return r;
 }
 
-QStringList split(const QString &s, const QString &separator) {
-    return s.split(separator, Qt::KeepEmptyParts);
-}
-
-QString replace(const QString &s, const QString &keyString, const QString &newValue) {
-    QString r = s;
-    return r.replace(keyString, newValue);
-}
-
 QString jsonStringToString(const QString &jsonString) {
     const std::optional<ContentPieces> items = parseContent(jsonString);
     if (!items)

@@ -9,7 +9,6 @@
 #include "model/settings.h"
 #include "store/appfileutil.h"
 #include "store/classstore.h"
-#include "store/conversions.h"
 #include "store/localpath.h"
 #include "store/localstore.h"
 #include "store/phrasestore.h"

@@ -132,13 +132,9 @@ private Q_SLOTS:
                  QStringLiteral("x.png|"));
     }
 
-    void stringOperations() {
+    void whitespaceIsRemovedForTheOneLineView() {
         QCOMPARE(removeWhitespace(QStringLiteral("a \n\r \r\nb")), QStringLiteral("ab"));
         QCOMPARE(removeWhitespace(QStringLiteral("a\tb")), QStringLiteral("a\tb"));
-        QCOMPARE(split(QStringLiteral("|a||b|"), QStringLiteral("|")), QStringList({"", "a", "", "b", ""}));
-        QCOMPARE(split(QStringLiteral("a--b"), QStringLiteral("--")), QStringList({"a", "b"}));
-        QCOMPARE(replace(QStringLiteral("a.b.c"), QStringLiteral("."), QStringLiteral("::")),
-                 QStringLiteral("a::b::c"));
     }
 
     void phraseFromJson() {
