@@ -7,12 +7,12 @@
 #include "app/mainwindow.h"
 #include "app/session.h"
 #include "app/signinview.h"
-#include "cloud/accountapi.h"
-#include "cloud/classapi.h"
-#include "cloud/phraseapi.h"
+#include "cloud/cloudclient.h"
 #include "library/homeview.h"
 #include "library/searchresultlist.h"
-#include "model/app.h"
+#include "model/settings.h"
+#include "store/localpath.h"
+#include "store/localstore.h"
 #include "store/phrasestore.h"
 
 #include "realisticlibrary.h"
@@ -132,14 +132,19 @@ int child(int argc, char **argv) {
 int localSearchChild(int argc, char **argv, int count) {
     QApplication app(argc, argv);
     const QString user = QStringLiteral("bench");
-    if (!PhraseStore::shared().replaceAll(user, RealisticLibrary::phrases(count, user)))
+    LocalPath::initDirs();
+    LocalStore db;
+    if (!db.open())
         return 2;
-    SearchResultList list;
+    PhraseStore store(db);
+    if (!store.replaceAll(user, RealisticLibrary::phrases(count, user)))
+        return 2;
+    SearchResultList list(store);
     list.resize(300, 800);
     list.show();
     QCoreApplication::processEvents();
     printKeystrokes({"退款", "顺丰"}, {"sorry顺丰", "申通物流"}, [&](const QString &key) {
-        list.setData(PhraseStore::shared().searchIds(key, user), key);
+        list.setData(store.searchIds(key, user), key);
         list.repaint();
     });
     return 0;
@@ -197,8 +202,10 @@ ChildResult runChild(const QStringList &extraEnv) {
 
 // Signs in as name and adds count phrases to the account's first class, a few requests at a time.
 bool fillLibrary(const QString &name, const QString &password, int count) {
+    Settings settings;
+    CloudClient client(settings);
     bool signedIn = false, done = false;
-    AccountApi::login(name, password, [&](const LoginResult &r) {
+    client.signIn(name, password, [&](const Result<QString> &r) {
         signedIn = r.isOk();
         done = true;
     });
@@ -206,12 +213,12 @@ bool fillLibrary(const QString &name, const QString &password, int count) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     if (!signedIn)
         return false;
-    App::userInfo().username = name;
+    client.setUsername(name);
     QString classSign;
     done = false;
-    ClassApi::getAll(name, [&](const ClassListResult &r) {
-        if (r.isSuccess() && !r.data().isEmpty())
-            classSign = r.data().first().sign;
+    client.fetchClasses(name, [&](const Result<QList<PhraseClass>> &r) {
+        if (r && !r.value().isEmpty())
+            classSign = r.value().first().sign;
         done = true;
     });
     while (!done)
@@ -228,14 +235,14 @@ bool fillLibrary(const QString &name, const QString &password, int count) {
                 R"(number SF%2, we hope to see you again soon!"}])")
                 .arg(i)
                 .arg(100000 + i);
-        PhraseApi::create(classSign, QStringLiteral("短语%1").arg(i), json, QString::number(i), name,
-                          [&](const CreateResult &r) {
-                              ++finished;
-                              if (!r.isSuccess())
-                                  ++failed;
-                              if (issued < count)
-                                  issue();
-                          });
+        client.createPhrase(classSign, QStringLiteral("短语%1").arg(i), json, QString::number(i), name,
+                            [&](const Result<QString> &r) {
+                                ++finished;
+                                if (!r)
+                                    ++failed;
+                                if (issued < count)
+                                    issue();
+                            });
     };
     for (int k = 0; k < 8 && issued < count; ++k)
         issue();

@@ -1,17 +1,15 @@
 // A full synchronisation of 200 classes and 10,000 phrases (no pictures) from a local quillora-cloud,
 // end to end, and its split into fetch (HTTP), parse (JSON) and store (one replacement per table).
 // Usage: bench_cloud_sync [runs]   (default 5; prints medians in milliseconds)
-#include "cloud/accountapi.h"
-#include "cloud/classapi.h"
-#include "cloud/httptransport.h"
+#include "cloud/cloudclient.h"
+#include "cloud/httpform.h"
 #include "cloud/librarysync.h"
-#include "cloud/phraseapi.h"
-#include "cloud/serviceapi.h"
-#include "library/classoperations.h"
-#include "library/phraseoperations.h"
-#include "model/app.h"
 #include "model/phraselistreply.h"
+#include "model/settings.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include "cloudservice.h"
 #include "testenv.h"
@@ -21,6 +19,8 @@
 #include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
@@ -46,7 +46,7 @@ double median(std::vector<double> v) {
 }
 
 // Keeps a few creates in flight at once so seeding does not wait on one round trip at a time.
-bool seed() {
+bool seed(CloudClient &client) {
     bool ok = true;
     QStringList signs;
     int inFlight = 0;
@@ -54,19 +54,19 @@ bool seed() {
     for (int i = 1; i < kClasses && ok; ++i) {
         spin([&]() { return inFlight < 6; });
         ++inFlight;
-        ClassApi::create(QStringLiteral("分类 %1").arg(i), QString::number(i), kUser,
-                         [&](const CreateResult &r) {
-                             --inFlight;
-                             ok = ok && r.isSuccess();
-                         });
+        client.createClass(QStringLiteral("分类 %1").arg(i), QString::number(i), kUser,
+                           [&](const Result<QString> &r) {
+                               --inFlight;
+                               ok = ok && r.isOk();
+                           });
     }
     spin([&]() { return inFlight == 0; });
-    std::optional<ClassListResult> all;
-    ClassApi::getAll(kUser, [&](const ClassListResult &r) { all = r; });
+    std::optional<Result<QList<PhraseClass>>> all;
+    client.fetchClasses(kUser, [&](const Result<QList<PhraseClass>> &r) { all = r; });
     spin([&]() { return all.has_value(); });
-    if (!ok || !all->isSuccess() || all->data().size() != kClasses)
+    if (!ok || !*all || all->value().size() != kClasses)
         return false;
-    for (const PhraseClass &c : all->data())
+    for (const PhraseClass &c : all->value())
         signs.append(c.sign);
 
     for (int i = 0; i < kPhrases && ok; ++i) {
@@ -76,11 +76,11 @@ bool seed() {
             QStringLiteral("您好，感谢您的耐心等待。订单 %1 已经发出，预计两到三天送达，请留意物流信息。")
                 .arg(i);
         const QString json = QStringLiteral("[{\"type\":1,\"value\":\"%1\"}]").arg(text);
-        PhraseApi::create(signs.at(i % kClasses), QStringLiteral("回复 %1").arg(i), json,
-                          QString::number(i / kClasses), kUser, [&](const CreateResult &r) {
-                              --inFlight;
-                              ok = ok && r.isSuccess();
-                          });
+        client.createPhrase(signs.at(i % kClasses), QStringLiteral("回复 %1").arg(i), json,
+                            QString::number(i / kClasses), kUser, [&](const Result<QString> &r) {
+                                --inFlight;
+                                ok = ok && r.isOk();
+                            });
         if (i % 1000 == 999)
             std::fprintf(stderr, "seeded %d phrases\n", i + 1);
     }
@@ -88,12 +88,18 @@ bool seed() {
     return ok;
 }
 
-QByteArray fetch(const char *path) {
-    std::optional<TextReply> r;
-    HttpTransport::postString(ServiceApi::appendUrl(QString::fromLatin1(path)),
-                              {{QStringLiteral("dbname"), kUser}}, [&](const TextReply &x) { r = x; });
-    spin([&]() { return r.has_value(); });
-    return r->text().toUtf8();
+// The bare request of the client, without its parsing.
+QByteArray fetch(QNetworkAccessManager &manager, const Settings &settings, const char *path) {
+    QNetworkRequest request{QUrl(settings.serviceUrl() + QString::fromLatin1(path))};
+    request.setHeader(QNetworkRequest::ContentTypeHeader,
+                      QByteArrayLiteral("application/x-www-form-urlencoded; charset=utf-8"));
+    request.setRawHeader("Cookie", settings.cookie().toUtf8());
+    QNetworkReply *reply = manager.post(
+        request, httpform::encode({{QStringLiteral("dbname"), kUser}, {QStringLiteral("username"), kUser}}));
+    spin([&]() { return reply->isFinished(); });
+    const QByteArray body = reply->readAll();
+    reply->deleteLater();
+    return body;
 }
 
 } // namespace
@@ -110,24 +116,35 @@ int main(int argc, char **argv) {
     }
     qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
     LocalPath::initDirs();
+    LocalStore db;
+    if (!db.open()) {
+        std::fprintf(stderr, "could not open the local database\n");
+        return 1;
+    }
+    PhraseStore phraseStore(db);
+    ClassStore classStore(db);
+    Settings settings;
+    CloudClient client(settings);
+    QNetworkAccessManager manager;
+    LibrarySync sync(client, classStore, phraseStore, kUser);
 
     // The client's log lines are part of the work; send them where nobody reads them.
     std::ofstream sink("/dev/null");
     std::streambuf *console = std::cout.rdbuf(sink.rdbuf());
 
-    std::optional<LoginResult> login;
-    AccountApi::login(kUser, QStringLiteral("bench-password"), [&](const LoginResult &r) { login = r; });
+    std::optional<Result<QString>> login;
+    client.signIn(kUser, QStringLiteral("bench-password"), [&](const Result<QString> &r) { login = r; });
     spin([&]() { return login.has_value(); });
-    if (!login->isOk()) {
+    if (!*login) {
         std::cout.rdbuf(console);
-        std::fprintf(stderr, "sign-in failed: %s\n", qPrintable(login->msg()));
+        std::fprintf(stderr, "sign-in failed: %s\n", qPrintable(login->error()));
         return 1;
     }
-    App::userInfo().username = kUser;
+    client.setUsername(kUser);
 
     QElapsedTimer seedTimer;
     seedTimer.start();
-    if (!seed()) {
+    if (!seed(client)) {
         std::cout.rdbuf(console);
         std::fprintf(stderr, "seeding failed\n");
         return 1;
@@ -139,23 +156,23 @@ int main(int argc, char **argv) {
         QElapsedTimer t;
         t.start();
         bool done = false;
-        LibrarySync::cloudAll([&]() { done = true; });
+        sync.syncAll([&]() { done = true; });
         spin([&]() { return done; });
         total.push_back(double(t.nsecsElapsed()) / 1e6);
     }
-    const qsizetype stored = PhraseStore::shared().getAllCount(kUser).toLongLong();
+    const qsizetype stored = phraseStore.getAllCount(kUser).toLongLong();
 
     // The same work in its three parts, each timed on its own.
     for (int run = 0; run < runs; ++run) {
         QElapsedTimer t;
         t.start();
-        const QByteArray classText = fetch("/api/word/class/getAll");
-        const QByteArray listText = fetch("/api/word/list/getAll");
+        const QByteArray classText = fetch(manager, settings, "/api/word/class/getAll");
+        const QByteArray listText = fetch(manager, settings, "/api/word/list/getAll");
         fetchMs.push_back(double(t.nsecsElapsed()) / 1e6);
 
         t.restart();
         const QJsonArray items =
-            HttpTransport::parseJson(classText).value_or(QJsonValue())[QLatin1String("data")].toArray();
+            httpform::parseJson(classText).value_or(QJsonValue())[QLatin1String("data")].toArray();
         QList<PhraseClass> classes;
         for (const QJsonValue &item : items)
             classes.append(PhraseClass(
@@ -166,8 +183,8 @@ int main(int argc, char **argv) {
         parseMs.push_back(double(t.nsecsElapsed()) / 1e6);
 
         t.restart();
-        ClassStore::shared().replaceAll(kUser, classes);
-        PhraseStore::shared().replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
+        classStore.replaceAll(kUser, classes);
+        phraseStore.replaceAll(kUser, phrases ? phrases->data : QList<Phrase>());
         storeMs.push_back(double(t.nsecsElapsed()) / 1e6);
     }
     std::cout.rdbuf(console);

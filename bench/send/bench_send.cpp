@@ -8,8 +8,8 @@
 #include "chatpageserver.h"
 #include "desktop/windowactivation.h"
 #include "eventloopwait.h"
-#include "model/appsettings.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
 #include "send/phrasesender.h"
 #include "send/sendplan.h"
 #include "send/targetwindowtracker.h"
@@ -91,8 +91,7 @@ double median(std::vector<double> values) {
 }
 
 void setMode(SendPlan::PauseMode mode) {
-    AppSettings::setString(QLatin1String(SendPlan::pauseModeKey),
-                           mode == SendPlan::PauseMode::Fixed ? QStringLiteral("fixed") : QString());
+    Settings().setSendPauseMode(mode == SendPlan::PauseMode::Fixed ? QStringLiteral("fixed") : QString());
 }
 
 const char *modeName(SendPlan::PauseMode mode) {

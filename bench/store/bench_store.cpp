@@ -1,6 +1,7 @@
 // Local database figures on a realistic library: labels and ~120-character texts of mixed Chinese and
 // ASCII, a third of the phrases with one or two pictures. The database lives in a temporary folder.
 #include "store/localpath.h"
+#include "store/localstore.h"
 #include "store/phrasestore.h"
 
 #include "realisticlibrary.h"
@@ -18,50 +19,42 @@
 #include <iostream>
 #include <optional>
 #include <random>
-#include <sstream>
 
 namespace {
 
 const QString user = QStringLiteral("bench");
+
+// The one database of the run, opened by main().
+LocalStore *database = nullptr;
 
 // Keeps exactly `count` phrases in the table, all of the benchmark user.
 void fillLibrary(int count) {
     static int filled = -1;
     if (filled == count)
         return;
-    PhraseStore store;
-    LocalStore::connection()->exec("DELETE FROM word_list");
+    PhraseStore store(*database);
+    database->connection()->exec("DELETE FROM word_list");
     if (!store.replaceAll(user, RealisticLibrary::phrases(count, user)))
         std::abort();
     filled = count;
 }
 
-// Log lines go to a sink while measuring, so the figures are not those of the terminal.
-struct QuietCout {
-    std::ostringstream sink;
-    std::streambuf *previous = std::cout.rdbuf(sink.rdbuf());
-    ~QuietCout() { std::cout.rdbuf(previous); }
-};
-
 void BM_CreateOne(benchmark::State &state) {
-    PhraseStore store;
+    PhraseStore store(*database);
     const QList<Phrase> rows = RealisticLibrary::phrases(1, user);
-    QuietCout quiet;
     int i = 0;
     for (auto _ : state) {
         const Phrase &r = rows.first();
         ++i;
         benchmark::DoNotOptimize(store.create(r.parentSign, QStringLiteral("one%1").arg(i), r.label,
                                               r.jsonValue, i, QStringLiteral("c")));
-        quiet.sink.str({});
     }
     store.deleteAll(QStringLiteral("c"));
 }
 
 void BM_ReplaceAll(benchmark::State &state) {
-    PhraseStore store;
+    PhraseStore store(*database);
     const QList<Phrase> rows = RealisticLibrary::phrases(int(state.range(0)), user);
-    QuietCout quiet;
     for (auto _ : state)
         benchmark::DoNotOptimize(store.replaceAll(QStringLiteral("replace"), rows));
     store.deleteAll(QStringLiteral("replace"));
@@ -70,7 +63,7 @@ void BM_ReplaceAll(benchmark::State &state) {
 
 void likeBenchmark(benchmark::State &state, const QString &key) {
     fillLibrary(int(state.range(0)));
-    PhraseStore store;
+    PhraseStore store(*database);
     qsizetype found = 0;
     for (auto _ : state) {
         const QList<Phrase> rows = store.getLikeAll(key, user);
@@ -96,7 +89,7 @@ void BM_GetLikeAll_None(benchmark::State &state) {
 // from the other.
 void BM_SearchIds_FullScan(benchmark::State &state) {
     fillLibrary(int(state.range(0)));
-    PhraseStore store;
+    PhraseStore store(*database);
     const QString keys[2] = {QStringLiteral("退款"), QStringLiteral("顺丰")};
     qsizetype found = 0;
     int turn = 0;
@@ -111,7 +104,7 @@ void BM_SearchIds_FullScan(benchmark::State &state) {
 // Typing "退" then "退款": the second keystroke narrows from the first one's hits.
 void BM_SearchIds_Typing(benchmark::State &state) {
     fillLibrary(int(state.range(0)));
-    PhraseStore store;
+    PhraseStore store(*database);
     for (auto _ : state) {
         benchmark::DoNotOptimize(store.searchIds(QStringLiteral("退"), user).constData());
         benchmark::DoNotOptimize(store.searchIds(QStringLiteral("退款"), user).constData());
@@ -123,9 +116,9 @@ void BM_SearchIds_Typing(benchmark::State &state) {
 void BM_LikeScan(benchmark::State &state) {
     fillLibrary(int(state.range(0)));
     std::optional<SQLite::Database> plain;
-    SQLite::Database *db = LocalStore::connection();
+    SQLite::Database *db = database->connection();
     if (state.range(1) == 0) {
-        plain.emplace(LocalStore::databasePath().toStdString(), SQLite::OPEN_READONLY);
+        plain.emplace(database->path().toStdString(), SQLite::OPEN_READONLY);
         plain->exec("PRAGMA mmap_size=268435456");
         plain->exec("PRAGMA cache_size=-32768");
         db = &*plain;
@@ -144,7 +137,7 @@ void BM_LikeScan(benchmark::State &state) {
 
 void BM_GetImagenameAll(benchmark::State &state) {
     fillLibrary(int(state.range(0)));
-    PhraseStore store;
+    PhraseStore store(*database);
     qsizetype names = 0;
     for (auto _ : state) {
         const QStringList all = store.allPictureNames(user);
@@ -170,15 +163,15 @@ int main(int argc, char **argv) {
     QTemporaryDir home;
     qputenv("QUILLORA_HOME", home.path().toLocal8Bit());
     QCoreApplication app(argc, argv);
-    {
-        QuietCout quiet;
-        LocalPath::initDirs();
-        PhraseStore open;
-    }
-    if (!LocalStore::connection()) {
-        std::cerr << LocalStore::openError().toStdString() << std::endl;
+    // Log lines are dropped, so the figures are not those of the terminal.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    LocalPath::initDirs();
+    LocalStore store;
+    if (const Result<void> opened = store.open(); !opened) {
+        std::cerr << opened.error().toStdString() << std::endl;
         return 1;
     }
+    database = &store;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

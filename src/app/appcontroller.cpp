@@ -5,11 +5,13 @@
 #include "app/session.h"
 #include "app/signinview.h"
 #include "app/trayicon.h"
+#include "cloud/cloudclient.h"
 #include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
 #include "desktop/runningapplication.h"
 #include "library/homeview.h"
 #include "model/logging.h"
+#include "model/settings.h"
 #include "quickbar/quickbar.h"
 
 #include <QAction>
@@ -19,7 +21,9 @@
 #include <QTimer>
 #include <unistd.h>
 
-AppController::AppController(QObject *parent) : QObject(parent) {}
+AppController::AppController(QObject *parent)
+    : QObject(parent), settings_(std::make_unique<Settings>()),
+      cloud_(std::make_unique<CloudClient>(*settings_)) {}
 
 AppController::~AppController() {
     shutDown();
@@ -57,7 +61,7 @@ void AppController::start() {
 
     window_ = std::make_unique<MainWindow>();
     window_->setAttribute(Qt::WA_DeleteOnClose, false);
-    auto *login = new SignInView(window_.get());
+    auto *login = new SignInView(*settings_, *cloud_, window_.get());
     connect(login, &SignInView::signedIn, this, &AppController::startSession);
     connect(login, &SignInView::endRequested, this, &AppController::quit);
     window_->setContentView(login);
@@ -66,14 +70,14 @@ void AppController::start() {
 }
 
 void AppController::startSession(const QString &username) {
-    session_ = std::make_unique<Session>(username);
+    session_ = std::make_unique<Session>(*settings_, *cloud_, username);
     connect(session_.get(), &Session::endRequested, this, [this](int status, const QString &message) {
         if (!message.isEmpty())
             qCCritical(lcApp, "%s", qUtf8Printable(message));
         quit(status);
     });
-    auto *home = new HomeView;
-    LibraryDialogs::attach(home);
+    auto *home = new HomeView(session_->library(), session_->storeOpened());
+    librarydialogs::attach(home, session_->library());
     connect(home, &HomeView::quickBarToggleRequested, session_.get(), &Session::toggleQuickBar);
     if (window_)
         window_->setContentView(home); // deletes the sign-in view later
@@ -171,5 +175,7 @@ void AppController::quit(int status) {
 }
 
 void AppController::shutDown() {
+    // The home view refers to the session's stores: it goes first.
+    window_.reset();
     session_.reset();
 }

@@ -6,8 +6,10 @@
 #include <memory>
 
 class HomeView;
+class CloudClient;
 class MainWindow;
 class Session;
+class Settings;
 class TrayIcon;
 
 // The application object: lives for the process, owns the tray icon and the one window, and while
@@ -23,6 +25,8 @@ public:
 
     MainWindow *window() const { return window_.get(); }
     TrayIcon *trayIcon() const { return tray_; }
+    Settings &settings() { return *settings_; }
+    CloudClient &cloud() { return *cloud_; }
     // The signed-in user's session; null before sign-in.
     Session *session() const { return session_.get(); }
 
@@ -52,6 +56,9 @@ private:
     // menu is open it counts the menu's parent window as active, whichever window has the focus.
     static bool isActiveOnDesktop(QWidget *window);
 
+    // Needed before anyone signs in: the sign-in view reads and writes both.
+    std::unique_ptr<Settings> settings_;
+    std::unique_ptr<CloudClient> cloud_;
     std::unique_ptr<MainWindow> window_;
     TrayIcon *tray_ = nullptr;
     std::unique_ptr<Session> session_;

@@ -16,12 +16,12 @@ bool Autostart::isEnabled() {
     return QFileInfo::exists(entryPath());
 }
 
-OperationResult Autostart::setEnabled(bool enabled) {
+Result<void> Autostart::setEnabled(bool enabled) {
     const QString path = entryPath();
     if (!enabled) {
         if (QFileInfo::exists(path) && !QFile::remove(path))
-            return OperationResult::error(QStringLiteral("无法删除 ") + path);
-        return OperationResult::success();
+            return Result<void>::failure(QStringLiteral("无法删除 ") + path);
+        return Result<void>::success();
     }
     QDir().mkpath(QFileInfo(path).absolutePath());
     // The executable as it runs now, so a build started from its folder comes back the same way.
@@ -38,6 +38,6 @@ OperationResult Autostart::setEnabled(bool enabled) {
                              .arg(exec);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0 || !file.commit())
-        return OperationResult::error(QStringLiteral("无法写入 ") + path);
-    return OperationResult::success();
+        return Result<void>::failure(QStringLiteral("无法写入 ") + path);
+    return Result<void>::success();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/operationresult.h"
+#include "model/result.h"
 
 #include <QString>
 
@@ -12,5 +12,5 @@ public:
     static QString entryPath();
     static bool isEnabled();
     // Writes the entry (starting this executable) or removes it.
-    static OperationResult setEnabled(bool enabled);
+    static Result<void> setEnabled(bool enabled);
 };

@@ -1,12 +1,13 @@
 #include "app/instancechannel.h"
 
+#include "model/logging.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <iostream>
 
 namespace {
 
@@ -62,8 +63,8 @@ bool InstanceChannel::listen() {
         QLocalServer::removeServer(path);
     const bool ok = server_->listen(path);
     if (!ok)
-        std::cout << "instance channel: cannot listen on " << path.toStdString() << ": "
-                  << server_->errorString().toStdString() << std::endl;
+        qCWarning(lcApp, "instance channel: cannot listen on %s: %s", qUtf8Printable(path),
+                  qUtf8Printable(server_->errorString()));
     else
         connect(server_, &QLocalServer::newConnection, this, &InstanceChannel::serve);
     lock_.reset();

@@ -1,12 +1,12 @@
 #pragma once
 
 class HomeView;
+struct LibraryContext;
 
 // Opens the editor's dialogs when the home window's lists ask for them: the lists live below the
 // editor and only say what the agent chose.
-class LibraryDialogs {
-public:
-    LibraryDialogs() = delete;
+namespace librarydialogs {
 
-    static void attach(HomeView *home);
-};
+void attach(HomeView *home, LibraryContext &library);
+
+} // namespace librarydialogs

@@ -1,25 +1,49 @@
 #include "app/session.h"
 
+#include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
 #include "cloud/sessionheartbeat.h"
+#include "library/classoperations.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
-#include "model/app.h"
+#include "library/phraseoperations.h"
 #include "quickbar/quickbar.h"
 #include "send/targetwindowtracker.h"
+#include "store/classstore.h"
+#include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include <QLineEdit>
 
-Session::Session(const QString &username, QObject *parent) : QObject(parent), username_(username) {
-    App::userInfo().username = username;
+namespace {
+
+Result<void> openStore(LocalStore &store) {
+    LocalPath::initDirs();
+    return store.open();
 }
 
-Session::~Session() {
-    // The lists it fed may outlive the session (the window keeps its content until it closes).
-    if (syncListener_ && LibrarySync::listener == syncListener_)
-        LibrarySync::listener = nullptr;
+} // namespace
+
+Session::Session(Settings &settings, CloudClient &cloud, const QString &username, QObject *parent)
+    : QObject(parent), settings_(settings), cloud_(cloud), username_(username),
+      store_(std::make_unique<LocalStore>()), storeOpened_(openStore(*store_)),
+      phrases_(std::make_unique<PhraseStore>(*store_)), classes_(std::make_unique<ClassStore>(*store_)),
+      phraseOperations_(std::make_unique<PhraseOperations>(*phrases_, cloud_, username_)),
+      classOperations_(std::make_unique<ClassOperations>(*classes_, cloud_, username_)),
+      sync_(std::make_unique<LibrarySync>(cloud_, *classes_, *phrases_, username_)),
+      heartbeat_(std::make_unique<SessionHeartbeat>(cloud_)),
+      library_(std::make_unique<LibraryContext>(
+          LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})) {
+    cloud_.setUsername(username_);
+    connect(heartbeat_.get(), &SessionHeartbeat::revoked, this,
+            [this] { Q_EMIT endRequested(1, QString()); });
+    connect(sync_.get(), &LibrarySync::libraryRefused, this,
+            [this](const QString &message) { Q_EMIT endRequested(1, message); });
 }
+
+Session::~Session() = default;
 
 void Session::start(HomeView &home) {
     if (started_)
@@ -27,7 +51,7 @@ void Session::start(HomeView &home) {
     started_ = true;
 
     // Its slots stand for the phrase list of the home view, looked up at each gesture.
-    quickBar_ = std::make_unique<QuickBar>();
+    quickBar_ = std::make_unique<QuickBar>(settings_);
     QPointer<PhraseList> list = home.phraseList();
     quickBar_->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
                              [list](int row) {
@@ -38,12 +62,10 @@ void Session::start(HomeView &home) {
     quickBar_->setSearchField(home.searchField());
     quickBar_->applyShortcutSetting();
 
-    syncListener_ = home.libraryPanel;
-    LibrarySync::listener = syncListener_;
-    LibrarySync::cloudAll([] {});
+    sync_->syncAll();
     TargetWindowTracker::start();
     home.followTarget();
-    SessionHeartbeat::start();
+    heartbeat_->start();
     Q_EMIT started();
 }
 

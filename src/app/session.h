@@ -1,28 +1,50 @@
 #pragma once
 
+#include "library/librarycontext.h"
+#include "model/result.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
 #include <memory>
 
+class ClassOperations;
+class ClassStore;
+class CloudClient;
 class HomeView;
-class LibrarySyncListener;
+class LibrarySync;
+class LocalStore;
+class PhraseOperations;
+class PhraseStore;
 class QuickBar;
+class SessionHeartbeat;
+class Settings;
 
-// Everything that lives while one user is signed in: the library, its synchronisation, the
-// heartbeat, the window tracker and the quick bar. The application object makes one at sign-in and
-// destroys it at sign-out or quit; nothing here outlives it.
+// Everything that lives while one user is signed in: the database and its stores, the operations
+// that change the library, its synchronisation, the heartbeat, the window tracker and the quick bar.
+// The application object makes one at sign-in and destroys it at sign-out or quit; nothing here
+// outlives it, and every part gets what it needs from here through its constructor.
 class Session : public QObject {
     Q_OBJECT
 public:
-    explicit Session(const QString &username, QObject *parent = nullptr);
+    // The settings and the client come from the application object, which signed the user in with
+    // them; they outlive the session.
+    Session(Settings &settings, CloudClient &cloud, const QString &username, QObject *parent = nullptr);
     ~Session() override;
 
     const QString &username() const { return username_; }
+    // How opening the database went; without it the stores answer empty.
+    const Result<void> &storeOpened() const { return storeOpened_; }
+    PhraseStore &phraseStore() { return *phrases_; }
+    ClassStore &classStore() { return *classes_; }
+    LibrarySync &librarySync() { return *sync_; }
+    LibraryContext &library() { return *library_; }
+    Settings &settings() { return settings_; }
+    CloudClient &cloud() { return cloud_; }
     QuickBar *quickBar() const { return quickBar_.get(); }
 
     // Starts the services of the signed-in user for the home view that shows them: the quick bar
-    // over its phrase list, the synchronisation into its lists, the target tracker, the heartbeat.
+    // over its phrase list, the synchronisation, the target tracker, the heartbeat.
     void start(HomeView &home);
     bool isStarted() const { return started_; }
 
@@ -36,8 +58,18 @@ Q_SIGNALS:
     void endRequested(int status, const QString &message);
 
 private:
+    Settings &settings_;
+    CloudClient &cloud_;
     QString username_;
+    std::unique_ptr<LocalStore> store_;
+    Result<void> storeOpened_;
+    std::unique_ptr<PhraseStore> phrases_;
+    std::unique_ptr<ClassStore> classes_;
+    std::unique_ptr<PhraseOperations> phraseOperations_;
+    std::unique_ptr<ClassOperations> classOperations_;
+    std::unique_ptr<LibrarySync> sync_;
+    std::unique_ptr<SessionHeartbeat> heartbeat_;
+    std::unique_ptr<LibraryContext> library_;
     std::unique_ptr<QuickBar> quickBar_;
-    LibrarySyncListener *syncListener_ = nullptr;
     bool started_ = false;
 };

@@ -1,13 +1,11 @@
 #include "app/signinview.h"
 
 #include "app/webviewmodule.h"
-#include "cloud/accountapi.h"
-#include "cloud/serviceapi.h"
+#include "cloud/cloudclient.h"
 #include "cloud/versiongate.h"
 #include "desktop/windowutils.h"
-#include "model/app.h"
-#include "model/appsettings.h"
 #include "model/logging.h"
+#include "model/settings.h"
 #include "ui/framedwindow.h"
 #include "ui/messagebox.h"
 
@@ -27,7 +25,8 @@ static void initLoginResources() {
     Q_INIT_RESOURCE(app);
 }
 
-SignInView::SignInView(QWidget *parent) : QWidget(parent) {
+SignInView::SignInView(Settings &settings, CloudClient &cloud, QWidget *parent)
+    : QWidget(parent), settings_(settings), cloud_(cloud) {
     initLoginResources();
     setAutoFillBackground(true);
     QPalette pal = palette();
@@ -116,14 +115,10 @@ SignInView::SignInView(QWidget *parent) : QWidget(parent) {
     connect(registerLink, &QPushButton::clicked, this, &SignInView::openRegister);
     connect(resetLink, &QPushButton::clicked, this, &SignInView::openReset);
 
-    viewDidLoad();
-}
-
-void SignInView::viewDidLoad() {
-    if (AppSettings::getBool("pwd_check")) {
+    if (settings_.rememberPassword()) {
         checkBox->setChecked(true);
-        usernameText->setText(App::setting().username);
-        passwordText->setText(App::setting().password);
+        usernameText->setText(settings_.username());
+        passwordText->setText(settings_.password());
     }
 }
 
@@ -132,7 +127,7 @@ void SignInView::showEvent(QShowEvent *event) {
     if (appeared_)
         return;
     appeared_ = true;
-    viewDidAppear();
+    checkVersion();
 }
 
 void SignInView::setStatus(const QString &text) {
@@ -147,26 +142,26 @@ std::optional<std::pair<QString, QString>> SignInView::autoLogin() {
     return std::make_pair(value.left(colon), value.mid(colon + 1));
 }
 
-void SignInView::viewDidAppear() {
+void SignInView::checkVersion() {
     if (QWidget *w = window(); w && w->windowHandle())
         WindowUtils::moveToCenter(w->windowHandle());
     loginButton->setEnabled(false);
     setStatus(QString::fromUtf8("正在连接服务…"));
     QPointer<SignInView> self(this);
-    ServiceApi::getVersionCheck([self](const std::optional<QJsonValue> &reply) {
+    const QString webAddress = cloud_.webAddress();
+    cloud_.checkVersion([self, webAddress](const std::optional<QJsonValue> &reply) {
         const VersionGate gate = VersionGate::judge(reply);
         QWidget *w = self ? self->window() : nullptr;
         switch (gate.kind()) {
         case VersionGate::Kind::NetworkFailure:
-            MessageBox::show(QString::fromUtf8("失败"), QString::fromUtf8("网络连接失败"), w,
-                             QMessageBox::Critical, [self] {
-                                 if (self)
-                                     Q_EMIT self->endRequested(1);
-                             });
+            MessageBox::show(QString::fromUtf8("失败"), gate.error(), w, QMessageBox::Critical, [self] {
+                if (self)
+                    Q_EMIT self->endRequested(1);
+            });
             return;
         case VersionGate::Kind::UpdateRequired: {
             const QUrl url = gate.url();
-            MessageBox::show(QString::fromUtf8("请更新"), VersionGate::updateMessage(), w,
+            MessageBox::show(QString::fromUtf8("请更新"), VersionGate::updateMessage(webAddress), w,
                              QMessageBox::Warning, [self, url] {
                                  QDesktopServices::openUrl(url);
                                  if (self)
@@ -194,30 +189,30 @@ void SignInView::loginButtonClick() {
     const QString password = passwordText->text();
     setStatus(QString::fromUtf8("正在登录…"));
     QPointer<SignInView> self(this);
-    AccountApi::login(usernameText->text(), password, [self, password](const LoginResult &result) {
+    cloud_.signIn(usernameText->text(), password, [self, password](const Result<QString> &result) {
         if (!self)
             return;
         self->setStatus(QString());
-        if (!result.isOk()) {
-            Q_EMIT self->loginFailed(result.msg());
-            MessageBox::show(QString::fromUtf8("登录失败"), result.msg(), self->window(),
+        if (!result) {
+            Q_EMIT self->loginFailed(result.error());
+            MessageBox::show(QString::fromUtf8("登录失败"), result.error(), self->window(),
                              QMessageBox::Warning);
             return;
         }
-        const QString name = result.username();
+        const QString name = result.value();
         qCInfo(lcApp, "set username = %s", qUtf8Printable(name));
-        App::setting().setUsername(name);
+        self->settings_.setUsername(name);
         const bool remember = self->checkBox->isChecked();
-        App::setting().setPassword(remember ? password : QString());
-        AppSettings::setBool("pwd_check", remember);
+        self->settings_.setPassword(remember ? password : QString());
+        self->settings_.setRememberPassword(remember);
         Q_EMIT self->signedIn(name);
     });
 }
 
 void SignInView::openRegister() {
-    WebViewModule::open(QUrl(ServiceApi::registerUrl()), window());
+    WebViewModule::open(QUrl(cloud_.registerUrl()), window());
 }
 
 void SignInView::openReset() {
-    WebViewModule::open(QUrl(ServiceApi::resetUrl()), window());
+    WebViewModule::open(QUrl(cloud_.resetUrl()), window());
 }

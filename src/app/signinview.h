@@ -8,6 +8,8 @@ class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class CloudClient;
+class Settings;
 
 // The sign-in view: version gate, account and password, remember-password, and the links to the
 // service's registration and reset pages. The application object starts the session on success.
@@ -16,7 +18,7 @@ class QPushButton;
 class SignInView : public QWidget {
     Q_OBJECT
 public:
-    explicit SignInView(QWidget *parent = nullptr);
+    SignInView(Settings &settings, CloudClient &cloud, QWidget *parent = nullptr);
 
     QLineEdit *usernameText = nullptr;
     QLineEdit *passwordText = nullptr;
@@ -45,10 +47,11 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    void viewDidLoad();
-    void viewDidAppear();
+    void checkVersion();
     void setStatus(const QString &text);
 
+    Settings &settings_;
+    CloudClient &cloud_;
     QLabel *status_ = nullptr;
     bool appeared_ = false;
 };

@@ -39,10 +39,10 @@ TrayIcon::~TrayIcon() {
 }
 
 void TrayIcon::setAutostart(bool enabled) {
-    const OperationResult result = Autostart::setEnabled(enabled);
-    if (result.isError()) {
+    const Result<void> result = Autostart::setEnabled(enabled);
+    if (!result) {
         const QSignalBlocker quiet(autostartAction);
         autostartAction->setChecked(Autostart::isEnabled());
-        MessageBox::show(QStringLiteral("开机自动启动"), result.msg(), nullptr, QMessageBox::Warning);
+        MessageBox::show(QStringLiteral("开机自动启动"), result.error(), nullptr, QMessageBox::Warning);
     }
 }

@@ -1,5 +1,7 @@
 #include "app/webviewmodule.h"
 
+#include "model/logging.h"
+
 #include "app/webpageopener.h"
 #include "ui/messagebox.h"
 
@@ -9,7 +11,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPluginLoader>
-#include <iostream>
 #include <memory>
 
 QString WebViewModule::fileName() {
@@ -52,7 +53,7 @@ void WebViewModule::open(const QUrl &url, QWidget *parent) {
         window->exec();
         return;
     }
-    std::cout << "web view module not loaded: " << error.toStdString() << std::endl;
+    qCWarning(lcApp, "web view module not loaded: %s", qUtf8Printable(error));
     const QString text =
         QString::fromUtf8("无法打开网页窗口：%1\n\n是否在默认浏览器中打开 %2？").arg(error, url.toString());
     if (MessageBox::showIsOk(QString::fromUtf8("网页窗口不可用"), text))

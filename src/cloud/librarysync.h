@@ -1,29 +1,42 @@
 #pragma once
 
-#include "cloud/librarysynclistener.h"
-
+#include <QObject>
 #include <QString>
 #include <functional>
 
-// Full synchronisation: classes, then phrases, then missing pictures, strictly one after the other.
-// Start it from the GUI thread; every action is called there.
-class LibrarySync {
-public:
-    LibrarySync() = delete;
+class ClassStore;
+class CloudClient;
+class PhraseStore;
 
-    // A view that sets itself here must clear the slot before it goes away.
-    static inline LibrarySyncListener *listener = nullptr;
-    static bool isCloud() { return cloud_; }
+// Full synchronisation of one library into the stores: classes, then phrases, then missing
+// pictures, strictly one after the other. Used from the GUI thread; every action is called there.
+class LibrarySync : public QObject {
+    Q_OBJECT
+public:
+    LibrarySync(CloudClient &cloud, ClassStore &classes, PhraseStore &phrases, QString dbname,
+                QObject *parent = nullptr);
+
+    bool isRunning() const { return running_; }
 
     // While one runs, a new call only calls its own action at once.
-    static void cloudAll(std::function<void()> action);
+    void syncAll(std::function<void()> action = {});
 
-    static void syncClasses(const QString &dbname, std::function<void()> action);
-    static void syncPhrases(const QString &dbname, std::function<void()> action);
+    void syncClasses(std::function<void()> action);
+    void syncPhrases(std::function<void()> action);
     // One download at a time, each started by the reply to the one before, on the GUI thread.
-    static void downloadMissingPictures(const QString &dbUname, std::function<void()> action);
+    void downloadMissingPictures(std::function<void()> action);
+
+Q_SIGNALS:
+    void syncStarted();
+    void syncFinished();
+    // The service gave a library without a single class, which it never does for a real one: the
+    // program cannot go on with it.
+    void libraryRefused(const QString &message);
 
 private:
-    static void setCloud(bool value);
-    static inline bool cloud_ = false;
+    CloudClient &cloud_;
+    ClassStore &classes_;
+    PhraseStore &phrases_;
+    QString dbname_;
+    bool running_ = false;
 };

@@ -4,14 +4,14 @@
 
 std::vector<quint8> Rc4Cipher::encrypt(std::vector<quint8> data, const std::vector<quint8> &key) {
     Rc4Cipher cipher;
-    cipher.initialize(key);
-    cipher.encrypt(data);
+    if (cipher.initialize(key))
+        cipher.encrypt(data);
     return data;
 }
 
-void Rc4Cipher::initialize(const std::vector<quint8> &key) {
+bool Rc4Cipher::initialize(const std::vector<quint8> &key) {
     if (key.empty())
-        qFatal("Rc4Cipher: the key must not be empty");
+        return false;
     for (int i = 0; i < 256; ++i)
         State[i] = quint8(i);
     quint8 j = 0;
@@ -21,6 +21,7 @@ void Rc4Cipher::initialize(const std::vector<quint8> &key) {
     }
     I = 0;
     J = 0;
+    return true;
 }
 
 quint8 Rc4Cipher::next() {

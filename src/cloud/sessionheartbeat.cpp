@@ -1,28 +1,35 @@
 #include "cloud/sessionheartbeat.h"
 
-#include "cloud/accountapi.h"
-#include "cloud/serviceapi.h"
+#include "cloud/cloudclient.h"
+#include "model/logging.h"
 
-#include <QCoreApplication>
-#include <QTimer>
-#include <iostream>
+#include <QPointer>
+
+SessionHeartbeat::SessionHeartbeat(CloudClient &client, QObject *parent) : QObject(parent), client_(client) {
+    timer_.setInterval(periodMs);
+    connect(&timer_, &QTimer::timeout, this, &SessionHeartbeat::check);
+}
 
 void SessionHeartbeat::start() {
-    if (isRun)
+    if (timer_.isActive())
         return;
-    isRun = true;
-    auto *timer = new QTimer(QCoreApplication::instance());
-    timer->setInterval(periodMs);
-    QObject::connect(timer, &QTimer::timeout, timer, []() { AccountApi::SyncCheck(&handleReply); });
-    timer->start();
-    AccountApi::SyncCheck(&handleReply);
+    timer_.start();
+    check();
+}
+
+void SessionHeartbeat::check() {
+    QPointer<SessionHeartbeat> self(this);
+    client_.checkSession([self](const std::optional<QJsonValue> &reply) {
+        if (self)
+            self->handleReply(reply);
+    });
 }
 
 void SessionHeartbeat::handleReply(const std::optional<QJsonValue> &reply) {
     if (!reply)
         return; // no network: the next check comes an hour later
     const int state = (*reply)[QLatin1String("state")].toInt();
+    qCInfo(lcCloud, "心跳结果 state = %d", state);
     if (state == -1)
-        ServiceApi::endProgram();
-    std::cout << "心跳结果 state = " << state << std::endl;
+        Q_EMIT revoked();
 }

@@ -1,14 +1,15 @@
 #include "cloud/uploadprocedure.h"
 
-#include "cloud/pictureapi.h"
+#include "cloud/cloudclient.h"
 #include "model/contentformat.h"
+#include "model/logging.h"
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <iostream>
 #include <optional>
 
-UploadProcedure::UploadProcedure(const QString &jsonValue, QObject *parent) : QObject(parent) {
+UploadProcedure::UploadProcedure(CloudClient &client, const QString &jsonValue, QObject *parent)
+    : QObject(parent), client_(client) {
     if (const std::optional<ContentPieces> items = parseContent(jsonValue))
         filenameArr_ = distinctPictureNames(*items).value_or(QStringList());
 }
@@ -22,8 +23,8 @@ void UploadProcedure::start() {
 
 void UploadProcedure::uploadNext() {
     if (next_ >= filenameArr_.size()) {
-        const OperationResult result =
-            firstFailure_ ? OperationResult::error(*firstFailure_) : OperationResult::success();
+        const Result<void> result =
+            firstFailure_ ? Result<void>::failure(*firstFailure_) : Result<void>::success();
         // Always after start() has returned, as when the last reply came in.
         QPointer<UploadProcedure> self(this);
         QMetaObject::invokeMethod(
@@ -36,27 +37,28 @@ void UploadProcedure::uploadNext() {
         return;
     }
     const QString name = filenameArr_.at(next_++);
-    std::cout << "---uploadImage > 正在上传图片。filename = " << name.toStdString() << std::endl;
+    qCInfo(lcCloud, "uploading picture %s", qUtf8Printable(name));
     Q_EMIT labelChanged(QStringLiteral("正在上传图片 ") + name);
     // Each reply starts the next step; the procedure may be gone by then (its dialog closed).
     QPointer<UploadProcedure> self(this);
-    PictureApi::exist(name, [self, name](bool known) {
+    client_.pictureExists(name, [self, name](bool known) {
         if (!self)
             return;
         if (known) {
-            std::cout << "---uploadImage > 图片存在 不用上传" << std::endl;
+            qCInfo(lcCloud, "picture %s is already there", qUtf8Printable(name));
             self->uploadNext();
             return;
         }
-        PictureApi::upload(
+        self->client_.uploadPicture(
             name,
-            [self](const OperationResult &r) {
-                if (r.isSuccess()) {
-                    std::cout << "---uploadImage > 图片上传成功" << std::endl;
+            [self, name](const Result<void> &r) {
+                if (r) {
+                    qCInfo(lcCloud, "picture %s uploaded", qUtf8Printable(name));
                 } else {
-                    std::cout << "---uploadImage > 图片上传失败 " << r.msg().toStdString() << std::endl;
+                    qCWarning(lcCloud, "picture %s not uploaded: %s", qUtf8Printable(name),
+                              qUtf8Printable(r.error()));
                     if (self && !self->firstFailure_)
-                        self->firstFailure_ = r.msg();
+                        self->firstFailure_ = r.error();
                 }
                 if (self)
                     self->uploadNext();

@@ -1,18 +1,20 @@
 #pragma once
 
-#include "model/operationresult.h"
+#include "model/result.h"
 
 #include <QObject>
 #include <QString>
 #include <QStringList>
 #include <optional>
 
+class CloudClient;
+
 // Puts the pictures of a phrase on the service, one after the other: known names are skipped, the
 // others uploaded. The upload dialog shows the signals; they are all emitted on the GUI thread.
 class UploadProcedure : public QObject {
     Q_OBJECT
 public:
-    explicit UploadProcedure(const QString &jsonValue, QObject *parent = nullptr);
+    UploadProcedure(CloudClient &client, const QString &jsonValue, QObject *parent = nullptr);
 
     const QStringList &filenameArr() const { return filenameArr_; }
 
@@ -24,11 +26,12 @@ public:
 Q_SIGNALS:
     void labelChanged(const QString &text);
     void progressChanged(int percent);
-    void finished(const OperationResult &result);
+    void finished(const Result<void> &result);
 
 private:
     void uploadNext();
 
+    CloudClient &client_;
     QStringList filenameArr_;
     qsizetype next_ = 0;
     std::optional<QString> firstFailure_;

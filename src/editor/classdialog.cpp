@@ -1,7 +1,6 @@
 #include "editor/classdialog.h"
 
 #include "library/classoperations.h"
-#include "model/app.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -10,9 +9,10 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-ClassDialog::ClassDialog(std::optional<PhraseClass> data, QWidget *parent)
+ClassDialog::ClassDialog(ClassOperations &operations, std::optional<PhraseClass> data, QWidget *parent)
     : QDialog(parent), label(new QLineEdit(this)), saveButton(new QPushButton(QStringLiteral("保存"), this)),
-      cancelButton(new QPushButton(QStringLiteral("取消"), this)), data(std::move(data)) {
+      cancelButton(new QPushButton(QStringLiteral("取消"), this)), operations_(operations),
+      data(std::move(data)) {
     setWindowTitle(this->data ? QStringLiteral("编辑分类") : QStringLiteral("添加分类"));
     setModal(true);
     setMinimumWidth(380);
@@ -42,11 +42,7 @@ ClassDialog::ClassDialog(std::optional<PhraseClass> data, QWidget *parent)
 
     connect(saveButton, &QPushButton::clicked, this, &ClassDialog::saveClicked);
     connect(cancelButton, &QPushButton::clicked, this, &ClassDialog::cancelClicked);
-    viewDidLoad();
-}
-
-void ClassDialog::viewDidLoad() {
-    label->setText(data ? data->label : QString());
+    label->setText(this->data ? this->data->label : QString());
     label->selectAll();
 }
 
@@ -64,17 +60,17 @@ void ClassDialog::cancelClicked() {
 void ClassDialog::createClass() {
     saveButton->setEnabled(false);
     QPointer<ClassDialog> self(this);
-    ClassOperations::create(label->text(), App::userInfo().username, [self](const OperationResult &result) {
+    operations_.create(label->text(), [self](const Result<void> &result) {
         if (!self)
             return;
         // A refused name leaves the dialog open, silently, for another try.
         self->saveButton->setEnabled(true);
-        if (result.isSuccess())
+        if (result.isOk())
             self->accept();
     });
 }
 
 void ClassDialog::updateClass() {
-    ClassOperations::setLabel(data->sign, label->text(), App::userInfo().username);
+    operations_.setLabel(data->sign, label->text());
     accept();
 }

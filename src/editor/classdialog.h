@@ -7,12 +7,14 @@
 
 class QLineEdit;
 class QPushButton;
+class ClassOperations;
 
 // Names a class: a new one ("添加分类") or an existing one ("编辑分类").
 class ClassDialog : public QDialog {
     Q_OBJECT
 public:
-    explicit ClassDialog(std::optional<PhraseClass> data = std::nullopt, QWidget *parent = nullptr);
+    explicit ClassDialog(ClassOperations &operations, std::optional<PhraseClass> data = std::nullopt,
+                         QWidget *parent = nullptr);
 
     QLineEdit *label;
     QPushButton *saveButton;
@@ -24,7 +26,6 @@ public:
     void updateClass();
 
 private:
-    void viewDidLoad();
-
+    ClassOperations &operations_;
     std::optional<PhraseClass> data;
 };

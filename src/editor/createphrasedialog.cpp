@@ -6,15 +6,15 @@
 #include <QLineEdit>
 #include <QPointer>
 
-CreatePhraseDialog::CreatePhraseDialog(const QString &shownClassSign, const QString &username,
+CreatePhraseDialog::CreatePhraseDialog(PhraseOperations &operations, const QString &shownClassSign,
                                        QWidget *parent)
-    : PhraseDialog(QStringLiteral("添加短语"), parent), shownClassSign(shownClassSign), username(username) {}
+    : PhraseDialog(operations.cloud(), QStringLiteral("添加短语"), parent), operations_(operations),
+      shownClassSign(shownClassSign) {}
 
 void CreatePhraseDialog::create() {
     QPointer<CreatePhraseDialog> self(this);
-    PhraseOperations::create(shownClassSign, labelViewBox->text(), jsonValue(), username,
-                             [self](const OperationResult &result) {
-                                 if (self)
-                                     self->savedWith(result);
-                             });
+    operations_.create(shownClassSign, labelViewBox->text(), jsonValue(), [self](const Result<void> &result) {
+        if (self)
+            self->savedWith(result);
+    });
 }

@@ -4,11 +4,14 @@
 
 #include <QString>
 
+class PhraseOperations;
+
 // "添加短语": a new phrase in a class.
 class CreatePhraseDialog : public PhraseDialog {
     Q_OBJECT
 public:
-    CreatePhraseDialog(const QString &shownClassSign, const QString &username, QWidget *parent = nullptr);
+    CreatePhraseDialog(PhraseOperations &operations, const QString &shownClassSign,
+                       QWidget *parent = nullptr);
 
     void create();
 
@@ -16,6 +19,6 @@ protected:
     void writePhrase() override { create(); }
 
 private:
+    PhraseOperations &operations_;
     QString shownClassSign;
-    QString username;
 };

@@ -2,9 +2,7 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/phraseeditor.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseeditor.h)
 target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/emojicell.cpp ${CMAKE_CURRENT_LIST_DIR}/emojicell.h
-  ${CMAKE_CURRENT_LIST_DIR}/emojicelllistener.h
-  ${CMAKE_CURRENT_LIST_DIR}/emojipicker.cpp ${CMAKE_CURRENT_LIST_DIR}/emojipicker.h
-  ${CMAKE_CURRENT_LIST_DIR}/emojipickerlistener.h)
+  ${CMAKE_CURRENT_LIST_DIR}/emojipicker.cpp ${CMAKE_CURRENT_LIST_DIR}/emojipicker.h)
 target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/pictureuploaddialog.cpp ${CMAKE_CURRENT_LIST_DIR}/pictureuploaddialog.h
   ${CMAKE_CURRENT_LIST_DIR}/createphrasedialog.cpp ${CMAKE_CURRENT_LIST_DIR}/createphrasedialog.h

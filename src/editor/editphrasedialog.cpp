@@ -1,19 +1,17 @@
 #include "editor/editphrasedialog.h"
 
 #include "editor/phraseeditor.h"
-#include "library/classoperations.h"
 #include "library/phraseoperations.h"
-#include "model/app.h"
 
 #include <QComboBox>
 #include <QFormLayout>
 #include <QLineEdit>
 #include <QPointer>
 
-EditPhraseDialog::EditPhraseDialog(const Phrase &oldData, QWidget *parent)
-    : PhraseDialog(QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)), oldData(oldData),
-      username(App::userInfo().username),
-      classDataAll(ClassStore::shared().getAll(App::userInfo().username)) {
+EditPhraseDialog::EditPhraseDialog(PhraseOperations &operations, const QList<PhraseClass> &classes,
+                                   const Phrase &oldData, QWidget *parent)
+    : PhraseDialog(operations.cloud(), QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)),
+      operations_(operations), oldData(oldData), classDataAll(classes) {
     for (const PhraseClass &c : classDataAll) {
         ItemButton->addItem(c.label);
         if (c.sign == oldData.parentSign)
@@ -31,9 +29,9 @@ void EditPhraseDialog::save() {
     const QString newParentSign =
         index >= 0 && index < classDataAll.size() ? classDataAll[index].sign : oldData.parentSign;
     QPointer<EditPhraseDialog> self(this);
-    PhraseOperations::updateValue(newParentSign, oldData.sign, labelViewBox->text(), jsonValue(), username,
-                                  [self](const OperationResult &result) {
-                                      if (self)
-                                          self->savedWith(result);
-                                  });
+    operations_.updateValue(newParentSign, oldData.sign, labelViewBox->text(), jsonValue(),
+                            [self](const Result<void> &result) {
+                                if (self)
+                                    self->savedWith(result);
+                            });
 }

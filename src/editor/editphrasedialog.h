@@ -8,12 +8,15 @@
 #include <QString>
 
 class QComboBox;
+class PhraseOperations;
 
 // "编辑短语": changes a phrase's label, content and class.
 class EditPhraseDialog : public PhraseDialog {
     Q_OBJECT
 public:
-    explicit EditPhraseDialog(const Phrase &oldData, QWidget *parent = nullptr);
+    // classes: the ones the phrase may move to, in the order offered.
+    EditPhraseDialog(PhraseOperations &operations, const QList<PhraseClass> &classes, const Phrase &oldData,
+                     QWidget *parent = nullptr);
 
     void save();
 
@@ -25,7 +28,7 @@ protected:
     void writePhrase() override { save(); }
 
 private:
+    PhraseOperations &operations_;
     Phrase oldData;
-    QString username;
     QList<PhraseClass> classDataAll;
 };

@@ -1,7 +1,5 @@
 #include "editor/emojicell.h"
 
-#include "editor/emojicelllistener.h"
-
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
@@ -35,6 +33,6 @@ QString EmojiCell::emoji() const {
 
 void EmojiCell::mousePressEvent(QMouseEvent *event) {
     HoverView::mousePressEvent(event);
-    if (event->button() == Qt::LeftButton && listener)
-        listener->onClick(label->text());
+    if (event->button() == Qt::LeftButton)
+        Q_EMIT clicked(label->text());
 }

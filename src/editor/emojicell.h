@@ -5,9 +5,8 @@
 #include <QString>
 
 class QLabel;
-class EmojiCellListener;
 
-// One emoji of the picker: 40 by 40, highlighted under the pointer, reports clicks to its listener.
+// One emoji of the picker: 40 by 40, highlighted under the pointer, reports left clicks.
 class EmojiCell : public HoverView {
     Q_OBJECT
 public:
@@ -19,7 +18,8 @@ public:
     void set(const QString &emoji);
     QString emoji() const;
 
-    EmojiCellListener *listener = nullptr;
+Q_SIGNALS:
+    void clicked(const QString &emoji);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

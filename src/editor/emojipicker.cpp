@@ -1,7 +1,6 @@
 #include "editor/emojipicker.h"
 
 #include "editor/emojicell.h"
-#include "editor/emojipickerlistener.h"
 
 #include <QResizeEvent>
 #include <QScrollArea>
@@ -28,10 +27,10 @@ const char16_t *const table =
 
 EmojiPicker::EmojiPicker(QWidget *parent)
     : QWidget(parent), scrollView(new QScrollArea(this)), collectionView(new QWidget) {
-    viewDidLoad();
+    makeCells();
 }
 
-void EmojiPicker::viewDidLoad() {
+void EmojiPicker::makeCells() {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(scrollView);
@@ -47,7 +46,7 @@ void EmojiPicker::viewDidLoad() {
     for (const QString &emoji : emojiDataSource) {
         auto *cell = new EmojiCell(collectionView);
         cell->set(emoji);
-        cell->listener = this;
+        connect(cell, &EmojiCell::clicked, this, &EmojiPicker::picked);
         cells_.append(cell);
     }
     generalLayout();
@@ -99,9 +98,4 @@ void EmojiPicker::resizeEvent(QResizeEvent *event) {
 void EmojiPicker::showEvent(QShowEvent *event) {
     QWidget::showEvent(event);
     generalLayout();
-}
-
-void EmojiPicker::onClick(const QString &emoji) {
-    if (listener)
-        listener->onItemClick(emoji);
 }

@@ -1,17 +1,14 @@
 #pragma once
 
-#include "editor/emojicelllistener.h"
-
 #include <QList>
 #include <QStringList>
 #include <QWidget>
 
 class QScrollArea;
 class EmojiCell;
-class EmojiPickerListener;
 
-// A scrolling grid of emoji; a click is handed to the listener.
-class EmojiPicker : public QWidget, public EmojiCellListener {
+// A scrolling grid of emoji; a click on one is emitted as picked().
+class EmojiPicker : public QWidget {
     Q_OBJECT
 public:
     static constexpr int spacing = 2;
@@ -27,19 +24,20 @@ public:
     int columnCount() const { return columns_; }
     const QList<EmojiCell *> &cells() const { return cells_; }
 
-    void onClick(const QString &emoji) override;
     // Places the cells for the current width; runs on every resize.
     void generalLayout();
 
     QStringList emojiDataSource;
-    EmojiPickerListener *listener = nullptr;
+
+Q_SIGNALS:
+    void picked(const QString &emoji);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;
 
 private:
-    void viewDidLoad();
+    void makeCells();
 
     QScrollArea *scrollView;
     QWidget *collectionView;

@@ -5,7 +5,7 @@
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
 #include "model/contentformat.h"
-#include "model/operationresult.h"
+#include "model/result.h"
 #include "ui/messagebox.h"
 
 #include <QDir>
@@ -21,12 +21,13 @@
 #include <QStandardPaths>
 #include <QVBoxLayout>
 
-PhraseDialog::PhraseDialog(const QString &title, QWidget *parent)
+PhraseDialog::PhraseDialog(CloudClient &cloud, const QString &title, QWidget *parent)
     : QDialog(parent), labelViewBox(new QLineEdit(this)), textView(new PhraseEditor(this)),
       saveButton(new QPushButton(QStringLiteral("保存"), this)),
       cancelButton(new QPushButton(QStringLiteral("取消"), this)),
       emojiButton(new QPushButton(QStringLiteral("😊 表情"), this)),
-      openPictureButton(new QPushButton(QStringLiteral("🖼️ 图片"), this)), fields(new QFormLayout) {
+      openPictureButton(new QPushButton(QStringLiteral("🖼️ 图片"), this)), fields(new QFormLayout),
+      cloud_(cloud) {
     setWindowTitle(title);
     setModal(true);
     resize(560, 460);
@@ -88,24 +89,24 @@ void PhraseDialog::saveClicked() {
         return; // a save is already on its way
     saveButton->setEnabled(false);
     upload_ = new PictureUploadDialog(
-        jsonValue(), [this](const OperationResult &r) { uploaded(r); }, this);
+        cloud_, jsonValue(), [this](const Result<void> &r) { uploaded(r); }, this);
     upload_->setAttribute(Qt::WA_DeleteOnClose);
     upload_->setWindowModality(Qt::WindowModal);
     upload_->open();
 }
 
-void PhraseDialog::uploaded(const OperationResult &result) {
-    if (result.isSuccess()) {
+void PhraseDialog::uploaded(const Result<void> &result) {
+    if (result.isOk()) {
         writePhrase();
         return;
     }
     saveButton->setEnabled(true);
-    MessageBox::show(QStringLiteral("上传图片失败"), result.msg(), this);
+    MessageBox::show(QStringLiteral("上传图片失败"), result.error(), this);
 }
 
-void PhraseDialog::savedWith(const OperationResult &result) {
+void PhraseDialog::savedWith(const Result<void> &result) {
     // A refused write keeps everything as it is so that the user can save again.
-    if (result.isSuccess())
+    if (result.isOk())
         accept();
     else
         saveButton->setEnabled(true);
@@ -115,7 +116,7 @@ void PhraseDialog::cancelClicked() {
     reject();
 }
 
-void PhraseDialog::onItemClick(const QString &value) {
+void PhraseDialog::insertEmoji(const QString &value) {
     textView->insertString(value);
 }
 
@@ -124,7 +125,7 @@ void PhraseDialog::emojiClicked() {
         emojiPopup_ = new QFrame(this, Qt::Popup);
         emojiPopup_->setFrameShape(QFrame::StyledPanel);
         emojis_ = new EmojiPicker(emojiPopup_);
-        emojis_->listener = this;
+        connect(emojis_, &EmojiPicker::picked, this, &PhraseDialog::insertEmoji);
         auto *layout = new QVBoxLayout(emojiPopup_);
         layout->setContentsMargins(6, 6, 6, 6);
         layout->addWidget(emojis_);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "editor/emojipickerlistener.h"
 #include "editor/pictureuploaddialog.h"
-#include "model/operationresult.h"
+#include "model/result.h"
 
 #include <QDialog>
 #include <QPointer>
 
+class CloudClient;
 class PhraseEditor;
 class QFormLayout;
 class QFrame;
@@ -16,7 +16,7 @@ class EmojiPicker;
 
 // What the add and edit phrase dialogs share: label field, editor, emoji and picture buttons, and
 // the save that puts the pictures on the service before the phrase itself is written.
-class PhraseDialog : public QDialog, public EmojiPickerListener {
+class PhraseDialog : public QDialog {
     Q_OBJECT
 public:
     QLineEdit *labelViewBox;
@@ -33,7 +33,8 @@ public:
     // Reads a picture file and inserts it; an unknown picture type is refused with a message box.
     void insertImageFile(const QString &path);
 
-    void onItemClick(const QString &value) override;
+    // Puts a picked emoji at the cursor.
+    void insertEmoji(const QString &value);
 
     // The editor content as jsonValue.
     QString jsonValue() const;
@@ -42,17 +43,19 @@ public:
     EmojiPicker *emojiPicker() const { return emojis_; }
 
 protected:
-    PhraseDialog(const QString &title, QWidget *parent);
+    // cloud: where the pictures go before the phrase is written.
+    PhraseDialog(CloudClient &cloud, const QString &title, QWidget *parent);
 
     // Writes the phrase once its pictures are on the service; calls savedWith() with the outcome.
     virtual void writePhrase() = 0;
-    void savedWith(const OperationResult &result);
+    void savedWith(const Result<void> &result);
 
     QFormLayout *fields;
 
 private:
-    void uploaded(const OperationResult &result);
+    void uploaded(const Result<void> &result);
 
+    CloudClient &cloud_;
     QPointer<PictureUploadDialog> upload_;
     QFrame *emojiPopup_ = nullptr;
     EmojiPicker *emojis_ = nullptr;

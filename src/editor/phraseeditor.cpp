@@ -1,5 +1,7 @@
 #include "editor/phraseeditor.h"
 
+#include "model/logging.h"
+
 #include "cloud/imageutil.h"
 #include "model/contentformat.h"
 #include "model/pathops.h"
@@ -20,7 +22,6 @@
 #include <QTextImageFormat>
 #include <QUrl>
 #include <algorithm>
-#include <iostream>
 
 namespace {
 
@@ -189,7 +190,7 @@ void PhraseEditor::appendPicture(const QByteArray &data) {
 bool PhraseEditor::insertImageAt(QTextCursor &cursor, const QByteArray &data) {
     const std::optional<QString> fileName = saveImageToPath(data);
     if (!fileName) {
-        std::cout << "error x1000 insertImage 图片错误" << std::endl;
+        qCWarning(lcEditor, "not a picture: nothing inserted");
         return false;
     }
     const QImage image = QImage::fromData(data);
@@ -309,14 +310,14 @@ bool PhraseEditor::saveImage(const QByteArray &data, const QString &imageFileNam
     QSaveFile file(pathOf(imageFileName));
     if (file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit())
         return true;
-    std::cout << "ERROR XD8V9D 存储图片文件失败 " << file.errorString().toStdString() << std::endl;
+    qCWarning(lcEditor, "cannot save the picture file: %s", qUtf8Printable(file.errorString()));
     return false;
 }
 
 std::optional<QByteArray> PhraseEditor::readImageData(const QString &imageName) const {
     QFile file(pathOf(imageName));
     if (!file.open(QIODevice::ReadOnly)) {
-        std::cout << "ERROR XC9900E 读取图片文件失败" << std::endl;
+        qCWarning(lcEditor, "cannot read the picture file");
         return std::nullopt;
     }
     return file.readAll();

@@ -8,10 +8,10 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-PictureUploadDialog::PictureUploadDialog(const QString &jsonValue, OperationCallback callback,
-                                         QWidget *parent)
+PictureUploadDialog::PictureUploadDialog(CloudClient &cloud, const QString &jsonValue,
+                                         OperationCallback callback, QWidget *parent)
     : QDialog(parent), progressbar(new QProgressBar(this)), label(new QLabel(this)),
-      procedure_(new UploadProcedure(jsonValue, this)), callback(std::move(callback)) {
+      procedure_(new UploadProcedure(cloud, jsonValue, this)), callback(std::move(callback)) {
     setWindowTitle(QStringLiteral("上传图片"));
     setModal(true);
     setMinimumWidth(380);
@@ -52,10 +52,10 @@ void PictureUploadDialog::showEvent(QShowEvent *event) {
     procedure_->start();
 }
 
-void PictureUploadDialog::finish(const OperationResult &result) {
+void PictureUploadDialog::finish(const Result<void> &result) {
     running_ = false;
-    progressbar->setValue(result.isSuccess() ? 100 : progressbar->value());
-    done(result.isSuccess() ? QDialog::Accepted : QDialog::Rejected);
+    progressbar->setValue(result.isOk() ? 100 : progressbar->value());
+    done(result.isOk() ? QDialog::Accepted : QDialog::Rejected);
     if (callback)
         callback(result);
 }

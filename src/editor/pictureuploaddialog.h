@@ -1,12 +1,13 @@
 #pragma once
 
-#include "model/operationresult.h"
+#include "model/result.h"
 
 #include <QDialog>
 #include <QStringList>
 
 class QLabel;
 class QProgressBar;
+class CloudClient;
 class UploadProcedure;
 
 // Puts the pictures of a phrase on the service before it is saved, showing which picture is on its
@@ -14,7 +15,8 @@ class UploadProcedure;
 class PictureUploadDialog : public QDialog {
     Q_OBJECT
 public:
-    PictureUploadDialog(const QString &jsonValue, OperationCallback callback, QWidget *parent = nullptr);
+    PictureUploadDialog(CloudClient &cloud, const QString &jsonValue, OperationCallback callback,
+                        QWidget *parent = nullptr);
 
     const QStringList &filenameArr() const;
     bool isRunning() const { return running_; }
@@ -30,7 +32,7 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    void finish(const OperationResult &result);
+    void finish(const Result<void> &result);
 
     UploadProcedure *procedure_;
     OperationCallback callback;

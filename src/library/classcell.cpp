@@ -37,8 +37,8 @@ void ClassCell::setSelect(bool select) {
 void ClassCell::mousePressEvent(QMouseEvent *event) {
     if (event->button() == Qt::RightButton) {
         event->accept();
-        if (listener && indexPath)
-            listener->onRightClick(*indexPath);
+        if (indexPath)
+            Q_EMIT rightClicked(*indexPath);
         return;
     }
     QWidget::mousePressEvent(event);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "library/classcelllistener.h"
 #include "ui/hovertracked.h"
 
 #include <QWidget>
@@ -16,7 +15,6 @@ public:
 
     std::optional<int> indexPath;
     ElidedLabel *label = nullptr;
-    ClassCellListener *listener = nullptr;
 
     void setData(int indexPath, const QString &text);
     void setSelect(bool isSelect);
@@ -25,6 +23,9 @@ public:
     static constexpr int maxWidth = 120;
     // The width a label needs in the strip.
     static int widthFor(const QString &text, const QFont &font);
+
+Q_SIGNALS:
+    void rightClicked(int indexPath);
 
 protected:
     void mousePressEvent(QMouseEvent *event) override;

@@ -2,8 +2,10 @@
 
 #include "library/classcell.h"
 #include "library/classoperations.h"
+#include "library/librarycontext.h"
 #include "library/listselection.h"
-#include "model/app.h"
+#include "model/logging.h"
+#include "store/classstore.h"
 #include "ui/elidedlabel.h"
 
 #include <QCursor>
@@ -12,7 +14,6 @@
 #include <QMouseEvent>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <iostream>
 
 namespace {
 // Keeps the selection when the empty part of the strip is clicked and reports right presses there.
@@ -39,7 +40,7 @@ protected:
 };
 } // namespace
 
-ClassList::ClassList(QWidget *parent) : QWidget(parent) {
+ClassList::ClassList(LibraryContext &library, QWidget *parent) : QWidget(parent), library_(library) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(4, 0, 4, 0);
     auto *strip = new ClassStrip(this);
@@ -70,29 +71,21 @@ ClassList::ClassList(QWidget *parent) : QWidget(parent) {
     connect(menu, &QMenu::triggered, this, &ClassList::menuActionTriggered);
     connect(collectionView, &QListWidget::itemSelectionChanged, this, &ClassList::selectionChanged);
 
-    ClassStore::listener = this;
+    connect(&library_.classes, &ClassStore::changed, this, &ClassList::reloadData);
     reloadMenuState();
 }
 
-ClassList::~ClassList() {
-    if (ClassStore::listener == this)
-        ClassStore::listener = nullptr;
-}
-
-void ClassList::showEvent(QShowEvent *event) {
-    QWidget::showEvent(event);
-    ClassStore::listener = this;
-}
+ClassList::~ClassList() = default;
 
 void ClassList::reloadData() {
     const QList<PhraseClass> before = dataSource;
-    dataSource = ClassStore::shared().getAll(App::userInfo().username);
+    dataSource = library_.classes.getAll(library_.username);
     applyingSelection_ = true;
     collectionView->clear();
     for (int row = 0; row < dataSource.size(); ++row) {
         auto *item = new QListWidgetItem(collectionView);
         auto *cell = new ClassCell;
-        cell->listener = this;
+        connect(cell, &ClassCell::rightClicked, this, &ClassList::openMenuAt);
         cell->setData(row, dataSource[row].label);
         item->setSizeHint(QSize(ClassCell::widthFor(dataSource[row].label, cell->label->font()), 30));
         collectionView->setItemWidget(item, cell);
@@ -168,8 +161,7 @@ void ClassList::selectionChanged() {
     else if (!rows.isEmpty())
         shown = dataSource[rows.first()];
     // Told on every reload too, so that a renamed class reaches the label.
-    if (listener)
-        listener->onSelectionChange(shown);
+    Q_EMIT classSelected(shown);
 }
 
 void ClassList::reloadMenuState() {
@@ -187,20 +179,15 @@ void ClassList::openMenu(const QPoint &globalPos) {
     Q_EMIT menuOpened();
 }
 
-void ClassList::onRightClick(int indexPath) {
+void ClassList::openMenuAt(int indexPath) {
     if (selectedRows.size() < 2)
         setSelection({indexPath});
     openMenu(QCursor::pos());
 }
 
-void ClassList::onChange() {
-    reloadData();
-}
-
 void ClassList::menuActionTriggered(QAction *action) {
     const QString title = action->text();
     const QList<int> sel = selectedRows;
-    const QString user = App::userInfo().username;
     if (title == QString::fromUtf8("添加分类")) {
         Q_EMIT classDialogRequested(std::nullopt);
     } else if (title == QString::fromUtf8("编辑分类")) {
@@ -210,13 +197,13 @@ void ClassList::menuActionTriggered(QAction *action) {
         if (sel.size() == 1 && sel.first() > 0) {
             const int i = sel.first();
             selectedRows = {i - 1};
-            ClassOperations::swapPositions(dataSource[i].sign, dataSource[i - 1].sign, user);
+            library_.classOperations.swapPositions(dataSource[i].sign, dataSource[i - 1].sign);
         }
     } else if (title == QString::fromUtf8("向下移动")) {
         if (sel.size() == 1 && sel.first() < dataSource.size() - 1) {
             const int i = sel.first();
             selectedRows = {i + 1};
-            ClassOperations::swapPositions(dataSource[i].sign, dataSource[i + 1].sign, user);
+            library_.classOperations.swapPositions(dataSource[i].sign, dataSource[i + 1].sign);
         }
     } else if (title == QString::fromUtf8("删除选中")) {
         if (!sel.isEmpty() && !dataSource.isEmpty()) {
@@ -224,8 +211,7 @@ void ClassList::menuActionTriggered(QAction *action) {
             for (int r : sel)
                 signs += dataSource[r].sign + QLatin1Char('|');
             selectedRows.clear();
-            ClassOperations::remove(signs, user);
+            library_.classOperations.remove(signs);
         }
     }
-    std::cout << "MenuClick - WordClass" << std::endl;
 }

@@ -1,9 +1,6 @@
 #pragma once
 
-#include "library/classcelllistener.h"
-#include "library/classselectionlistener.h"
 #include "model/phraseclass.h"
-#include "store/classchangelistener.h"
 
 #include <QList>
 #include <QWidget>
@@ -13,19 +10,19 @@ class QAction;
 class QListWidget;
 class QMenu;
 class ClassCell;
+struct LibraryContext;
 
 // The strip of classes above the phrase list, with its context menu.
-class ClassList : public QWidget, public ClassCellListener, public ClassChangeListener {
+class ClassList : public QWidget {
     Q_OBJECT
 public:
-    explicit ClassList(QWidget *parent = nullptr);
+    explicit ClassList(LibraryContext &library, QWidget *parent = nullptr);
     ~ClassList() override;
 
     QListWidget *collectionView = nullptr;
     QList<PhraseClass> dataSource;
     // Selected rows in ascending order.
     QList<int> selectedRows;
-    ClassSelectionListener *listener = nullptr;
 
     QMenu *menu = nullptr;
     QAction *addClassAction = nullptr;
@@ -42,21 +39,21 @@ public:
     void setSelection(const QList<int> &rows);
     ClassCell *cellAt(int row) const;
 
-    void onChange() override;
-    void onRightClick(int indexPath) override;
+    // A right click on a class: it is selected (unless part of a selection) and the menu opens.
+    void openMenuAt(int indexPath);
 
 Q_SIGNALS:
     void menuOpened();
+    // The class whose phrases are shown changed, or was read again (a reload, a rename).
+    void classSelected(const std::optional<PhraseClass> &shown);
     // 添加分类 (no class) or 编辑分类 (the selected one); the application opens the dialog.
     void classDialogRequested(const std::optional<PhraseClass> &shown);
-
-protected:
-    void showEvent(QShowEvent *event) override;
 
 private:
     void selectionChanged();
     void openMenu(const QPoint &globalPos);
     void scrollToRow(int row);
 
+    LibraryContext &library_;
     bool applyingSelection_ = false;
 };

@@ -3,16 +3,13 @@
 #include "desktop/applicationnames.h"
 #include "desktop/desktopsession.h"
 #include "library/classlist.h"
+#include "library/librarycontext.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
-#include "library/phraseoperations.h"
 #include "library/searchresultlist.h"
-#include "model/app.h"
 #include "quickbar/quickbaricon.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
-#include "store/localpath.h"
-#include "store/localstore.h"
 #include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/messagebox.h"
@@ -34,9 +31,9 @@ static void initResources() {
     Q_INIT_RESOURCE(app);
 }
 
-HomeView::HomeView(QWidget *parent) : QWidget(parent) {
+HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWidget *parent)
+    : QWidget(parent), library_(library) {
     initResources();
-    LocalPath::initDirs();
     setAutoFillBackground(true);
     QPalette pal = palette();
     pal.setColor(QPalette::Window, Qt::white);
@@ -112,8 +109,8 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     auto *blockLayout = new QVBoxLayout(wordBlock);
     blockLayout->setContentsMargins(0, 0, 0, 0);
     blockLayout->setSpacing(0);
-    libraryPanel = new LibraryPanel(wordBlock);
-    searchResults = new SearchResultList(wordBlock);
+    libraryPanel = new LibraryPanel(library_, wordBlock);
+    searchResults = new SearchResultList(library_.phrases, wordBlock);
     blockLayout->addWidget(libraryPanel);
     blockLayout->addWidget(searchResults);
     searchResults->hide();
@@ -122,15 +119,13 @@ HomeView::HomeView(QWidget *parent) : QWidget(parent) {
     connect(searchTextView, &QLineEdit::textChanged, this, &HomeView::searchTextChanged);
     connect(libraryPanel, &LibraryPanel::cloudStopped, this, &HomeView::cloudStopped);
 
-    // The first store object opens the database; a file that cannot be opened is told, not fatal.
-    PhraseStore opener;
-    if (!LocalStore::connection()) {
-        const QString why = LocalStore::openError();
+    // A database that cannot be opened is told, not fatal: the view stays, empty.
+    if (!openResult) {
+        const QString why = openResult.error();
         QPointer<HomeView> self(this);
         QTimer::singleShot(0, this, [self, why] {
-            MessageBox::show(QString::fromUtf8("无法打开数据库"),
-                             why.isEmpty() ? LocalStore::databasePath() : why,
-                             self ? self->window() : nullptr, QMessageBox::Critical);
+            MessageBox::show(QString::fromUtf8("无法打开数据库"), why, self ? self->window() : nullptr,
+                             QMessageBox::Critical);
         });
     }
     libraryPanel->classList->reloadData();
@@ -214,5 +209,5 @@ void HomeView::searchTextChanged() {
     }
     searchResults->show();
     libraryPanel->hide();
-    searchResults->setData(PhraseStore::shared().searchIds(text, App::userInfo().username), text);
+    searchResults->setData(library_.phrases.searchIds(text, library_.username), text);
 }

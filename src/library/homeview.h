@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/result.h"
+
 #include <QPointer>
 #include <QWidget>
 
@@ -10,13 +12,15 @@ class ElidedLabel;
 class LibraryPanel;
 class PhraseList;
 class SearchResultList;
+struct LibraryContext;
 
 // The home view: target application, search field, and the library or the search results. It docks
 // its window at the right edge every time it appears. The session starts the services it shows.
 class HomeView : public QWidget {
     Q_OBJECT
 public:
-    explicit HomeView(QWidget *parent = nullptr);
+    // openResult: how opening the database went; a failure is shown once the view is up.
+    HomeView(LibraryContext &library, const Result<void> &openResult, QWidget *parent = nullptr);
     ~HomeView() override;
 
     QWidget *wordBlock = nullptr;
@@ -56,6 +60,7 @@ private:
     // Shows the target's name, and its icon when asked or when the target is another window.
     void refreshTarget(bool rereadIcon);
 
+    LibraryContext &library_;
     bool targetShown_ = false;
     quint64 iconWindow_ = 0;
 };

@@ -2,9 +2,9 @@
 
 #include "cloud/librarysync.h"
 #include "library/classlist.h"
+#include "library/librarycontext.h"
 #include "library/phraselist.h"
-#include "library/phraseoperations.h"
-#include "store/phrasesearchindex.h"
+#include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
 
@@ -14,7 +14,7 @@
 #include <QVBoxLayout>
 #include <malloc.h>
 
-LibraryPanel::LibraryPanel(QWidget *parent) : QWidget(parent) {
+LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(parent), library_(library) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -52,13 +52,13 @@ LibraryPanel::LibraryPanel(QWidget *parent) : QWidget(parent) {
     splitView->setStretchFactor(1, 1);
     layout->addWidget(splitView, 1);
 
-    classList = new ClassList(topView);
+    classList = new ClassList(library_, topView);
     auto *topLayout = new QVBoxLayout(topView);
     topLayout->setContentsMargins(0, 0, 0, 0);
     topLayout->addWidget(classList);
-    classList->listener = this;
+    connect(classList, &ClassList::classSelected, this, &LibraryPanel::showClass);
 
-    phraseList = new PhraseList(bottomView);
+    phraseList = new PhraseList(library_, bottomView);
     auto *downLayout = new QVBoxLayout(bottomView);
     downLayout->setContentsMargins(0, 0, 0, 0);
     downLayout->addWidget(phraseList);
@@ -68,15 +68,15 @@ LibraryPanel::LibraryPanel(QWidget *parent) : QWidget(parent) {
 
     connect(cloudButton, &QPushButton::clicked, this, &LibraryPanel::cloudButtonClick);
     connect(phraseList, &PhraseList::dataReloaded, this, &LibraryPanel::refreshLabel);
+    connect(&library_.sync, &LibrarySync::syncStarted, this, &LibraryPanel::syncStarted);
+    connect(&library_.sync, &LibrarySync::syncFinished, this, &LibraryPanel::syncFinished);
+    if (library_.sync.isRunning())
+        syncStarted();
 }
 
-LibraryPanel::~LibraryPanel() {
-    if (LibrarySync::listener == this)
-        LibrarySync::listener = nullptr;
-    classList->listener = nullptr;
-}
+LibraryPanel::~LibraryPanel() = default;
 
-void LibraryPanel::onSelectionChange(const std::optional<PhraseClass> &data) {
+void LibraryPanel::showClass(const std::optional<PhraseClass> &data) {
     // The same class again (a reload, a rename): the new record names the label, and the phrase list
     // keeps its rows, scroll and selection.
     const bool sameClass =
@@ -92,25 +92,25 @@ void LibraryPanel::refreshLabel() {
         labelTextView->setText(QString());
         return;
     }
-    const QString count = PhraseStore::shared().getCount(shown_->username, shown_->sign);
+    const QString count = library_.phrases.getCount(shown_->username, shown_->sign);
     labelTextView->setText(shown_->label + "(" + count + ")");
 }
 
 void LibraryPanel::cloudButtonClick() {
-    LibrarySync::cloudAll([] {});
+    library_.sync.syncAll();
 }
 
-void LibraryPanel::onSyncStart() {
+void LibraryPanel::syncStarted() {
     loadingBar->setRange(0, 0);
     loadingBar->show();
     cloudButton->hide();
     Q_EMIT cloudStarted();
 }
 
-void LibraryPanel::onSyncStop() {
+void LibraryPanel::syncFinished() {
     // The search copy is read now, while nobody types, and a synchronisation parses the whole
     // library at once: give the freed reply buffers back after both.
-    PhraseSearchIndex::prepare();
+    library_.phrases.searchIndex().prepare();
     malloc_trim(0);
     loadingBar->setRange(0, 1);
     loadingBar->hide();

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "cloud/librarysynclistener.h"
-#include "library/classselectionlistener.h"
+#include "model/phraseclass.h"
 
 #include <QWidget>
+#include <optional>
 
 class QProgressBar;
 class QSplitter;
@@ -11,13 +11,14 @@ class ImageButton;
 class ElidedLabel;
 class ClassList;
 class PhraseList;
+struct LibraryContext;
 
 // The library area: the selected class's name and count, the cloud button with its loading bar, and
 // the class strip over the phrase list.
-class LibraryPanel : public QWidget, public ClassSelectionListener, public LibrarySyncListener {
+class LibraryPanel : public QWidget {
     Q_OBJECT
 public:
-    explicit LibraryPanel(QWidget *parent = nullptr);
+    explicit LibraryPanel(LibraryContext &library, QWidget *parent = nullptr);
     ~LibraryPanel() override;
 
     QWidget *topView = nullptr;
@@ -31,10 +32,10 @@ public:
 
     static constexpr int classStripHeight = 30;
 
-    void onSelectionChange(const std::optional<PhraseClass> &data) override;
+    void showClass(const std::optional<PhraseClass> &data);
     void cloudButtonClick();
-    void onSyncStart() override;
-    void onSyncStop() override;
+    void syncStarted();
+    void syncFinished();
 
 Q_SIGNALS:
     void cloudStarted();
@@ -43,5 +44,6 @@ Q_SIGNALS:
 private:
     void refreshLabel();
 
+    LibraryContext &library_;
     std::optional<PhraseClass> shown_;
 };

@@ -3,7 +3,8 @@
 #include "library/phraserowdelegate.h"
 #include "store/phrasestore.h"
 
-PhraseIdModel::PhraseIdModel(QObject *parent) : QAbstractListModel(parent) {}
+PhraseIdModel::PhraseIdModel(PhraseStore &store, QObject *parent)
+    : QAbstractListModel(parent), store_(store) {}
 
 void PhraseIdModel::setIds(const QList<qint64> &ids, const QString &keyword) {
     beginResetModel();
@@ -19,7 +20,7 @@ std::optional<Phrase> PhraseIdModel::phraseAt(int row) const {
     const qint64 id = ids_[row];
     if (const Phrase *cached = shown_.object(id))
         return *cached;
-    std::optional<Phrase> phrase = PhraseStore::shared().getById(id);
+    std::optional<Phrase> phrase = store_.getById(id);
     if (phrase)
         shown_.insert(id, new Phrase(*phrase));
     return phrase;

@@ -10,10 +10,12 @@
 
 // Phrases by id for a list view: a row's record is read from the store only when the row is shown
 // (and kept for a while), so a list of a hundred thousand hits costs a hundred thousand ids.
+class PhraseStore;
+
 class PhraseIdModel : public QAbstractListModel {
     Q_OBJECT
 public:
-    explicit PhraseIdModel(QObject *parent = nullptr);
+    explicit PhraseIdModel(PhraseStore &store, QObject *parent = nullptr);
 
     void setIds(const QList<qint64> &ids, const QString &keyword);
     const QList<qint64> &ids() const { return ids_; }
@@ -25,6 +27,7 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
 
 private:
+    PhraseStore &store_;
     QList<qint64> ids_;
     QString keyword_;
     mutable QCache<qint64, Phrase> shown_{256};

@@ -1,21 +1,21 @@
 #include "library/phraselist.h"
 
+#include "library/librarycontext.h"
 #include "library/listselection.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
 #include "library/phraseoperations.h"
-#include "model/app.h"
 #include "send/phrasesender.h"
+#include "store/phrasestore.h"
 
 #include <QMenu>
 #include <QVBoxLayout>
 #include <algorithm>
-#include <iostream>
 
-PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
+PhraseList::PhraseList(LibraryContext &library, QWidget *parent) : QWidget(parent), library_(library) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    collectionView = new PhraseListView(PhraseRowDelegate::Layout::OneLine, this);
+    collectionView = new PhraseListView(library_.phrases, PhraseRowDelegate::Layout::OneLine, this);
     collectionView->setInsets(5);
     ListSelection::keepNonEmpty(collectionView);
     layout->addWidget(collectionView);
@@ -36,17 +36,14 @@ PhraseList::PhraseList(QWidget *parent) : QWidget(parent) {
     connect(collectionView, &PhraseListView::rowRightPressed, this, &PhraseList::rightPressed);
     connect(collectionView, &PhraseListView::sendRequested, this, &PhraseList::send);
 
-    PhraseStore::listener = this;
+    connect(&library_.phrases, &PhraseStore::changed, this, &PhraseList::reloadData);
     reloadMenuState();
 }
 
-PhraseList::~PhraseList() {
-    if (PhraseStore::listener == this)
-        PhraseStore::listener = nullptr;
-}
+PhraseList::~PhraseList() = default;
 
 QString PhraseList::currentUsername() const {
-    return username.value_or(App::userInfo().username);
+    return username.value_or(library_.username);
 }
 
 void PhraseList::setWordData(const std::optional<PhraseClass> &data) {
@@ -73,8 +70,7 @@ std::optional<Phrase> PhraseList::phraseAt(int row) const {
 void PhraseList::reloadData() {
     applyingSelection_ = true;
     collectionView->phraseModel()->setIds(
-        shownClassSign ? PhraseStore::shared().getAllIds(*shownClassSign, currentUsername())
-                       : QList<qint64>{},
+        shownClassSign ? library_.phrases.getAllIds(*shownClassSign, currentUsername()) : QList<qint64>{},
         QString());
     applyingSelection_ = false;
     reloadSelectedData();
@@ -139,15 +135,9 @@ void PhraseList::send(int row, bool pressEnter) {
         PhraseSender::send(phrase->jsonValue, pressEnter);
 }
 
-void PhraseList::onDataChange() {
-    reloadData();
-}
-
 void PhraseList::menuActionTriggered(QAction *action) {
-    std::cout << "===>>>>>>>   Menu Action -!" << std::endl;
     const QString title = action->text();
     const QList<int> sel = selectedRows;
-    const QString user = currentUsername();
     if (title == QString::fromUtf8("添加短语")) {
         if (!shownClassSign)
             return;
@@ -163,13 +153,13 @@ void PhraseList::menuActionTriggered(QAction *action) {
         const int i = sel.first();
         // The selection follows the moved phrase.
         selectedRows = {i - 1};
-        swapWith(i, i - 1, user);
+        swapWith(i, i - 1);
     } else if (title == QString::fromUtf8("向下移动")) {
         if (sel.size() != 1 || sel.first() >= count() - 1)
             return;
         const int i = sel.first();
         selectedRows = {i + 1};
-        swapWith(i, i + 1, user);
+        swapWith(i, i + 1);
     } else if (title == QString::fromUtf8("删除选中")) {
         if (sel.isEmpty() || count() == 0)
             return;
@@ -178,13 +168,13 @@ void PhraseList::menuActionTriggered(QAction *action) {
             if (const std::optional<Phrase> phrase = phraseAt(r))
                 signs += phrase->sign + QLatin1Char('|');
         selectedRows.clear();
-        PhraseOperations::remove(signs, user);
+        library_.phraseOperations.remove(signs);
     }
 }
 
-void PhraseList::swapWith(int row, int other, const QString &username) {
+void PhraseList::swapWith(int row, int other) {
     const std::optional<Phrase> a = phraseAt(row);
     const std::optional<Phrase> b = phraseAt(other);
     if (a && b)
-        PhraseOperations::swapPositions(a->sign, b->sign, username);
+        library_.phraseOperations.swapPositions(a->sign, b->sign);
 }

@@ -2,7 +2,6 @@
 
 #include "model/phrase.h"
 #include "model/phraseclass.h"
-#include "store/phrasechangelistener.h"
 
 #include <QList>
 #include <QWidget>
@@ -11,13 +10,14 @@
 class QAction;
 class QMenu;
 class PhraseListView;
+struct LibraryContext;
 
 // The phrases of the selected class, with their context menu; a double click pastes a phrase into
 // the target application and the row's send button pastes and sends it.
-class PhraseList : public QWidget, public PhraseChangeListener {
+class PhraseList : public QWidget {
     Q_OBJECT
 public:
-    explicit PhraseList(QWidget *parent = nullptr);
+    explicit PhraseList(LibraryContext &library, QWidget *parent = nullptr);
     ~PhraseList() override;
 
     PhraseListView *collectionView = nullptr;
@@ -48,7 +48,6 @@ public:
     // Selects row n alone and scrolls it into view; false when there is no such row.
     bool selectRow(int n);
 
-    void onDataChange() override;
     // With two or more selected the menu acts on all of them; otherwise the row alone.
     void rightPressed(int row, const QPoint &globalPos);
 
@@ -67,8 +66,9 @@ private:
     void selectionChanged();
     void openMenu(const QPoint &globalPos);
     void send(int row, bool pressEnter);
-    void swapWith(int row, int other, const QString &username);
+    void swapWith(int row, int other);
     QString currentUsername() const;
 
+    LibraryContext &library_;
     bool applyingSelection_ = false;
 };

@@ -5,8 +5,9 @@
 #include <QMouseEvent>
 #include <QScrollBar>
 
-PhraseListView::PhraseListView(PhraseRowDelegate::Layout layout, QWidget *parent)
-    : QListView(parent), model_(new PhraseIdModel(this)), delegate_(new PhraseRowDelegate(layout, this)) {
+PhraseListView::PhraseListView(PhraseStore &store, PhraseRowDelegate::Layout layout, QWidget *parent)
+    : QListView(parent), model_(new PhraseIdModel(store, this)),
+      delegate_(new PhraseRowDelegate(layout, this)) {
     setModel(model_);
     setItemDelegate(delegate_);
     setUniformItemSizes(true);

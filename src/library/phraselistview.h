@@ -6,6 +6,7 @@
 #include <QTimer>
 
 class PhraseIdModel;
+class PhraseStore;
 
 // A list of phrases painted by PhraseRowDelegate: one model of ids, no widget per row. It turns the
 // pointer into the rows' gestures: the send button, every second click of a run on a row (the run
@@ -13,7 +14,7 @@ class PhraseIdModel;
 class PhraseListView : public QListView {
     Q_OBJECT
 public:
-    explicit PhraseListView(PhraseRowDelegate::Layout layout, QWidget *parent = nullptr);
+    PhraseListView(PhraseStore &store, PhraseRowDelegate::Layout layout, QWidget *parent = nullptr);
 
     PhraseIdModel *phraseModel() const { return model_; }
     PhraseRowDelegate *rowDelegate() const { return delegate_; }

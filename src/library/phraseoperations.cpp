@@ -1,55 +1,58 @@
 #include "library/phraseoperations.h"
 
-#include "cloud/phraseapi.h"
-#include "library/storefollowups.h"
+#include "cloud/cloudclient.h"
+#include "store/phrasestore.h"
 
+#include <QPointer>
+
+PhraseOperations::PhraseOperations(PhraseStore &store, CloudClient &cloud, QString username)
+    : store_(store), cloud_(cloud), username_(std::move(username)) {}
+
+// Each reply checks that the store is still there: the session that owns it may have ended.
 void PhraseOperations::create(const QString &parentSign, const QString &label, const QString &jsonValue,
-                              const QString &username, OperationCallback resultHandler) {
-    const qint64 position = PhraseStore::shared().getMaxPosition(parentSign);
-    PhraseApi::create(
-        parentSign, label, jsonValue, QString::number(position), username, [=](const CreateResult &r) {
-            if (!r.isSuccess()) {
-                if (resultHandler)
-                    resultHandler(OperationResult::error(r.msg()));
-                return;
-            }
-            PhraseStore::shared().create(parentSign, r.sign(), label, jsonValue, position, username);
-            if (resultHandler)
-                resultHandler(OperationResult::success());
-            PhraseStore::notifyChanged();
-        });
+                              OperationCallback resultHandler) {
+    const qint64 position = store_.getMaxPosition(parentSign);
+    QPointer<PhraseStore> store(&store_);
+    cloud_.createPhrase(parentSign, label, jsonValue, QString::number(position), username_,
+                        [=, username = username_](const Result<QString> &r) {
+                            if (!store)
+                                return;
+                            if (!r) {
+                                if (resultHandler)
+                                    resultHandler(Result<void>::failure(r.error()));
+                                return;
+                            }
+                            store->create(parentSign, r.value(), label, jsonValue, position, username);
+                            if (resultHandler)
+                                resultHandler(Result<void>::success());
+                        });
 }
 
 void PhraseOperations::updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
-                                   const QString &newJsonValue, const QString &username,
-                                   OperationCallback resultHandler) {
-    PhraseApi::updateClass(newParentSign, sign, newLabel, newJsonValue, username, [=](const CallResult &r) {
-        if (!r.isOk()) {
-            if (resultHandler)
-                resultHandler(OperationResult::error(r.msg()));
+                                   const QString &newJsonValue, OperationCallback resultHandler) {
+    QPointer<PhraseStore> store(&store_);
+    cloud_.updatePhrase(newParentSign, sign, newLabel, newJsonValue, username_, [=](const Result<void> &r) {
+        if (!store)
             return;
-        }
-        PhraseStore::shared().setValue(newParentSign, sign, newLabel, newJsonValue);
-        PhraseStore::notifyChanged();
+        if (r)
+            store->setValue(newParentSign, sign, newLabel, newJsonValue);
         if (resultHandler)
-            resultHandler(OperationResult::success());
+            resultHandler(r);
     });
 }
 
-void PhraseOperations::swapPositions(const QString &sign1, const QString &sign2, const QString &username) {
-    PhraseApi::swapPositions(sign1, sign2, username, [sign1, sign2](const CallResult &r) {
-        if (!r.isOk())
-            return;
-        StoreFollowUps::swapPositions(PhraseStore::shared(), sign1, sign2);
-        PhraseStore::notifyChanged();
+void PhraseOperations::swapPositions(const QString &sign1, const QString &sign2) {
+    QPointer<PhraseStore> store(&store_);
+    cloud_.swapPhrases(sign1, sign2, username_, [store, sign1, sign2](const Result<void> &r) {
+        if (r && store)
+            store->swapPositions(sign1, sign2);
     });
 }
 
-void PhraseOperations::remove(const QString &signOrAll, const QString &username) {
-    PhraseApi::remove(signOrAll, username, [signOrAll](const CallResult &r) {
-        if (!r.isOk())
-            return;
-        StoreFollowUps::deleteSigns(PhraseStore::shared(), signOrAll);
-        PhraseStore::notifyChanged();
+void PhraseOperations::remove(const QString &signOrAll) {
+    QPointer<PhraseStore> store(&store_);
+    cloud_.removePhrase(signOrAll, username_, [store, signOrAll](const Result<void> &r) {
+        if (r && store)
+            store->removeSigns(signOrAll);
     });
 }

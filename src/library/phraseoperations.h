@@ -1,23 +1,32 @@
 #pragma once
 
-#include "model/operationresult.h"
-#include "store/phrasestore.h"
+#include "model/result.h"
 
 #include <QString>
 
-// Phrase changes: the service first, the local table only after it accepted, then the listeners.
+class CloudClient;
+class PhraseStore;
+
+// Phrase changes of the signed-in user: the service first, the local table only after it accepted.
 // Call from the GUI thread.
 class PhraseOperations {
 public:
-    PhraseOperations() = delete;
+    PhraseOperations(PhraseStore &store, CloudClient &cloud, QString username);
 
-    // The completion comes before the change notice here, unlike updateValue.
-    static void create(const QString &parentSign, const QString &label, const QString &jsonValue,
-                       const QString &username, OperationCallback resultHandler);
-    static void updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
-                            const QString &newJsonValue, const QString &username,
-                            OperationCallback resultHandler);
-    static void swapPositions(const QString &sign1, const QString &sign2, const QString &username);
+    void create(const QString &parentSign, const QString &label, const QString &jsonValue,
+                OperationCallback resultHandler);
+    void updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
+                     const QString &newJsonValue, OperationCallback resultHandler);
+    void swapPositions(const QString &sign1, const QString &sign2);
     // `delete` is a keyword; remove is the nearest legal name. signOrAll is one sign or "a|b|".
-    static void remove(const QString &signOrAll, const QString &username);
+    void remove(const QString &signOrAll);
+
+    const QString &username() const { return username_; }
+    // Where a phrase's pictures go before the phrase is written.
+    CloudClient &cloud() const { return cloud_; }
+
+private:
+    PhraseStore &store_;
+    CloudClient &cloud_;
+    QString username_;
 };

@@ -8,13 +8,12 @@
 #include <QItemSelectionModel>
 #include <QLabel>
 #include <QVBoxLayout>
-#include <iostream>
 
-SearchResultList::SearchResultList(QWidget *parent) : QWidget(parent) {
+SearchResultList::SearchResultList(PhraseStore &store, QWidget *parent) : QWidget(parent) {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    collectionView = new PhraseListView(PhraseRowDelegate::Layout::TwoLines, this);
+    collectionView = new PhraseListView(store, PhraseRowDelegate::Layout::TwoLines, this);
     collectionView->setInsets(5);
     layout->addWidget(collectionView);
     emptyLabel_ = new QLabel(QString::fromUtf8("没有找到匹配的短语"), this);
@@ -70,7 +69,5 @@ void SearchResultList::send(int row, bool pressEnter) {
     const std::optional<Phrase> phrase = phraseAt(row);
     if (!phrase)
         return;
-    if (!pressEnter)
-        std::cout << "------WWWW>>>>>" << std::endl;
     PhraseSender::send(phrase->jsonValue, pressEnter);
 }

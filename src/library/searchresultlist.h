@@ -8,12 +8,13 @@
 
 class PhraseListView;
 class QLabel;
+class PhraseStore;
 
 // The search results over all classes, with the keyword coloured.
 class SearchResultList : public QWidget {
     Q_OBJECT
 public:
-    explicit SearchResultList(QWidget *parent = nullptr);
+    explicit SearchResultList(PhraseStore &store, QWidget *parent = nullptr);
 
     PhraseListView *collectionView = nullptr;
     QList<int> selectedRows;

@@ -1,5 +1,4 @@
 target_sources(quillora-ui PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/classcelllistener.h
   ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseidmodel.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistview.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistview.h
   ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.cpp ${CMAKE_CURRENT_LIST_DIR}/phraserowdelegate.h
@@ -7,7 +6,6 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.cpp ${CMAKE_CURRENT_LIST_DIR}/searchresultlist.h
   ${CMAKE_CURRENT_LIST_DIR}/librarypanel.cpp ${CMAKE_CURRENT_LIST_DIR}/librarypanel.h
   ${CMAKE_CURRENT_LIST_DIR}/classlist.cpp ${CMAKE_CURRENT_LIST_DIR}/classlist.h
-  ${CMAKE_CURRENT_LIST_DIR}/classselectionlistener.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselist.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselist.h
   ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.cpp ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.h
   ${CMAKE_CURRENT_LIST_DIR}/homeview.cpp ${CMAKE_CURRENT_LIST_DIR}/homeview.h

@@ -1,11 +1,11 @@
 #include "model/contentformat.h"
 
+#include "model/logging.h"
 #include "model/pathops.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <iostream>
 
 ContentPieces normalizePieces(const ContentPieces &items) {
     ContentPieces result;
@@ -40,7 +40,7 @@ QString toJsonValue(const ContentPieces &items) {
     }
     const QByteArray json = QJsonDocument(array).toJson(QJsonDocument::Compact);
     if (json.isEmpty()) {
-        std::cout << "ERROR=====>错误 X00JSON jsonValue 转换失败！" << std::endl;
+        qCWarning(lcStore, "phrase content could not be written as JSON");
         return {};
     }
     return QString::fromUtf8(json);
@@ -109,15 +109,6 @@ QString removeWhitespace(const QString &s) {
     r.remove(QLatin1Char('\n'));
     r.remove(QLatin1Char('\r'));
     return r;
-}
-
-QStringList split(const QString &s, const QString &separator) {
-    return s.split(separator, Qt::KeepEmptyParts);
-}
-
-QString replace(const QString &s, const QString &keyString, const QString &newValue) {
-    QString r = s;
-    return r.replace(keyString, newValue);
 }
 
 QString jsonStringToString(const QString &jsonString) {

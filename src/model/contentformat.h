@@ -24,9 +24,6 @@ std::optional<ContentPieces> parseContent(const QString &jsonValue);
 
 // The string with every space, line feed and carriage return removed.
 QString removeWhitespace(const QString &s);
-// A plain split at a separator, empty pieces kept.
-QStringList split(const QString &s, const QString &separator);
-QString replace(const QString &s, const QString &keyString, const QString &newValue);
 
 // The derived texts and images columns of a stored phrase.
 QString jsonStringToString(const QString &jsonString);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -39,3 +40,6 @@ private:
     bool ok_;
     QString error_;
 };
+
+// The completion of an operation that yields nothing; a caller that passes an empty one is not told.
+using OperationCallback = std::function<void(const Result<void> &)>;

@@ -1,13 +1,10 @@
 target_sources(quillora-core PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/app.cpp ${CMAKE_CURRENT_LIST_DIR}/app.h
   ${CMAKE_CURRENT_LIST_DIR}/logging.cpp ${CMAKE_CURRENT_LIST_DIR}/logging.h
   ${CMAKE_CURRENT_LIST_DIR}/result.h
-  ${CMAKE_CURRENT_LIST_DIR}/appsettings.cpp ${CMAKE_CURRENT_LIST_DIR}/appsettings.h
+  ${CMAKE_CURRENT_LIST_DIR}/settings.cpp ${CMAKE_CURRENT_LIST_DIR}/settings.h
   ${CMAKE_CURRENT_LIST_DIR}/contentformat.cpp ${CMAKE_CURRENT_LIST_DIR}/contentformat.h
   ${CMAKE_CURRENT_LIST_DIR}/contentpiece.h
-  ${CMAKE_CURRENT_LIST_DIR}/operationresult.h
   ${CMAKE_CURRENT_LIST_DIR}/pathops.cpp ${CMAKE_CURRENT_LIST_DIR}/pathops.h
-  ${CMAKE_CURRENT_LIST_DIR}/signedinuser.h
   ${CMAKE_CURRENT_LIST_DIR}/phraseclass.h
   ${CMAKE_CURRENT_LIST_DIR}/phrase.cpp ${CMAKE_CURRENT_LIST_DIR}/phrase.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistreply.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistreply.h)

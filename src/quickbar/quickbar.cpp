@@ -2,8 +2,8 @@
 
 #include "desktop/desktopsession.h"
 #include "desktop/x11/quickbarshortcuts.h"
-#include "model/appsettings.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
 #include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
 
@@ -122,9 +122,10 @@ void askForDockLikeState(WId window) {
 
 } // namespace
 
-QuickBar::QuickBar(QWidget *parent)
+QuickBar::QuickBar(Settings &settings, QWidget *parent)
     : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint) {
+                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
+      settings_(settings) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     // The bar is never the active window, and tooltips are otherwise only shown in that one.
     setAttribute(Qt::WA_AlwaysShowToolTips);
@@ -204,7 +205,7 @@ bool QuickBar::setShortcutModifiers(const QString &modifiers) {
 }
 
 bool QuickBar::applyShortcutSetting() {
-    return setShortcutModifiers(AppSettings::getString(shortcutsKey));
+    return setShortcutModifiers(settings_.quickBarShortcuts());
 }
 
 void QuickBar::present() {
@@ -218,7 +219,7 @@ void QuickBar::present() {
 }
 
 void QuickBar::placeOnScreen() {
-    const QStringList saved = AppSettings::getString(positionKey).split(QLatin1Char(','));
+    const QStringList saved = settings_.quickBarPosition().split(QLatin1Char(','));
     if (saved.size() == 2) {
         const QPoint at(saved[0].toInt(), saved[1].toInt());
         // Only where it is still fully on a screen (a monitor may have gone since).
@@ -320,6 +321,6 @@ void QuickBar::mouseMoveEvent(QMouseEvent *event) {
 
 void QuickBar::mouseReleaseEvent(QMouseEvent *) {
     if (dragOffset_ && moved_)
-        AppSettings::setString(positionKey, QStringLiteral("%1,%2").arg(x()).arg(y()));
+        settings_.setQuickBarPosition(QStringLiteral("%1,%2").arg(x()).arg(y()));
     dragOffset_.reset();
 }

@@ -8,6 +8,8 @@
 #include <functional>
 #include <optional>
 
+class Settings;
+
 class QuickBarSlot;
 class QToolButton;
 class QuickBarShortcuts;
@@ -28,7 +30,7 @@ public:
     // Makes row n the selection of that list.
     using RowSelector = std::function<void(int)>;
 
-    explicit QuickBar(QWidget *parent = nullptr);
+    explicit QuickBar(Settings &settings, QWidget *parent = nullptr);
     ~QuickBar() override;
 
     void setListSource(ListSource list, RowSelector select);
@@ -38,11 +40,8 @@ public:
     // Global shortcuts: the modifiers ("Ctrl+Shift", "Super", "None" for bare keys) with F1 .. F12.
     // An empty text turns them off. False, with the reason on standard output, when not all are set.
     bool setShortcutModifiers(const QString &modifiers);
-    // The settings key that holds those modifiers; absent or empty, the default, means no shortcuts.
-    static inline const QString shortcutsKey = QStringLiteral("quickBarShortcuts");
+    // The modifiers of the settings; absent or empty, the default, means no shortcuts.
     bool applyShortcutSetting();
-    // Where the agent last dragged the strip to ("x,y" of its top-left corner).
-    static inline const QString positionKey = QStringLiteral("quickBarPosition");
 
     QuickBarSlot *item(int index) const { return items_.value(index); }
     QToolButton *searchButton() const { return search_; }
@@ -75,6 +74,7 @@ private:
     std::optional<Phrase> phraseAt(int index) const;
     void placeOnScreen();
 
+    Settings &settings_;
     QList<QuickBarSlot *> items_;
     QToolButton *search_ = nullptr;
     QToolButton *close_ = nullptr;

@@ -1,6 +1,6 @@
 #include "send/pastekeys.h"
 
-#include "model/appsettings.h"
+#include "model/settings.h"
 
 #include <QHash>
 
@@ -62,8 +62,7 @@ PasteKeys::Paste PasteKeys::forProgram(const std::optional<QString> &identifier)
         paste.stroke = *terminal;
         paste.takesPictures = false;
     }
-    const QString configured =
-        AppSettings::getString(QLatin1String(settingsGroup) + QLatin1Char('/') + *identifier);
+    const QString configured = Settings().pasteKeys(*identifier);
     if (const auto stroke = parse(configured))
         paste.stroke = *stroke;
     paste.primary = paste.stroke == shiftInsert;

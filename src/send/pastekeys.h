@@ -25,6 +25,4 @@ public:
     static Paste forProgram(const std::optional<QString> &identifier);
     // "ctrl+v", "ctrl+shift+v", "shift+insert"; absent for anything else.
     static std::optional<DesktopBackend::Stroke> parse(const QString &text);
-
-    static constexpr const char *settingsGroup = "pasteKeys";
 };

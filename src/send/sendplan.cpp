@@ -1,7 +1,7 @@
 #include "send/sendplan.h"
 
-#include "model/appsettings.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
 #include "store/appfileutil.h"
 
 const QStringList &SendPlan::specialIdentifiers() {
@@ -30,9 +30,8 @@ void SendPlan::addWait(Step::Kind adaptive, int ms) {
 }
 
 SendPlan::PauseMode SendPlan::configuredPauseMode() {
-    return AppSettings::getString(QLatin1String(pauseModeKey)).trimmed().toLower() == QLatin1String("fixed")
-               ? PauseMode::Fixed
-               : PauseMode::Adaptive;
+    return Settings().sendPauseMode().trimmed().toLower() == QLatin1String("fixed") ? PauseMode::Fixed
+                                                                                    : PauseMode::Adaptive;
 }
 
 // Text and pictures in their order. Fixed: 80 ms after each piece whatever became of it.

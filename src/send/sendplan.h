@@ -56,7 +56,6 @@ public:
 
     // "sendPauseMode=fixed" in the settings file; anything else is adaptive.
     static PauseMode configuredPauseMode();
-    static constexpr const char *pauseModeKey = "sendPauseMode";
 
     // Identifiers of the chat program that wants a Left arrow before the paste.
     static const QStringList &specialIdentifiers();

@@ -1,10 +1,11 @@
 #include "store/appfileutil.h"
 
+#include "model/logging.h"
+
 #include "store/localpath.h"
 
 #include <QFile>
 #include <QSaveFile>
-#include <iostream>
 
 bool AppFileUtil::isPlainFileName(const QString &name) {
     return !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..") &&
@@ -16,7 +17,7 @@ namespace {
 bool acceptName(const QString &name) {
     if (AppFileUtil::isPlainFileName(name))
         return true;
-    std::cout << "图片文件名无效，已拒绝: " << name.toStdString() << std::endl;
+    qCWarning(lcStore, "picture file name refused: %s", qUtf8Printable(name));
     return false;
 }
 
@@ -32,7 +33,7 @@ std::optional<QByteArray> AppFileUtil::readImage(const QString &imageName) {
         if (file.open(QIODevice::ReadOnly))
             return file.readAll();
     }
-    std::cout << "ERROR XC9900EFF 读取图片文件失败" << std::endl;
+    qCWarning(lcStore, "cannot read the picture file %s", qUtf8Printable(imageName));
     return std::nullopt;
 }
 
@@ -44,7 +45,8 @@ bool AppFileUtil::saveImage(const QByteArray &data, const QString &imageName) {
             return true;
         error = file.errorString();
     }
-    std::cout << "ERROR XD8V9DFF 存储图片文件失败 " << std::endl << error.toStdString() << std::endl;
+    qCWarning(lcStore, "cannot save the picture file %s: %s", qUtf8Printable(imageName),
+              qUtf8Printable(error));
     return false;
 }
 

@@ -1,50 +1,91 @@
 #include "store/classstore.h"
 
+#include "store/localstore.h"
+
+#include <QSignalBlocker>
+
 #define WORD_CLASS_COLUMNS "SELECT id, sign, label, position, username FROM word_class "
 
 namespace {
 
 const char *const insertSql = "INSERT INTO word_class (sign, label, position, username) VALUES (?, ?, ?, ?)";
 
+void bindText(SQLite::Statement &statement, int index, const QString &value) {
+    LocalStore::bindText(statement, index, value);
+}
+
 } // namespace
 
+ClassStore::ClassStore(LocalStore &store, QObject *parent) : QObject(parent), store_(store) {}
+
+bool ClassStore::announce(bool ok) {
+    if (ok)
+        Q_EMIT changed();
+    return ok;
+}
+
 bool ClassStore::create(const QString &sign, const QString &label, qint64 position, const QString &username) {
-    return insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
+    return announce(store_.insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
         bindText(insert, 1, sign);
         bindText(insert, 2, label);
         insert.bind(3, int64_t(position));
         bindText(insert, 4, username);
-    });
+    }));
 }
 
 bool ClassStore::remove(const QString &sign) {
-    return changesLogged("删除完毕", "DELETE FROM word_class WHERE sign = (?)",
-                         [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+    return announce(store_.changesLogged("删除完毕", "DELETE FROM word_class WHERE sign = (?)",
+                                         [&](SQLite::Statement &s) { bindText(s, 1, sign); }));
 }
 
 bool ClassStore::deleteAll() {
-    return changesLogged("删除完毕", "DELETE FROM word_class", [](SQLite::Statement &) {});
+    return announce(store_.changesLogged("删除完毕", "DELETE FROM word_class", [](SQLite::Statement &) {}));
 }
 
 bool ClassStore::deleteAll(const QString &username) {
-    return changesLogged("删除完毕", "DELETE FROM word_class WHERE username = (?)",
-                         [&](SQLite::Statement &s) { bindText(s, 1, username); });
+    return announce(store_.changesLogged("删除完毕", "DELETE FROM word_class WHERE username = (?)",
+                                         [&](SQLite::Statement &s) { bindText(s, 1, username); }));
 }
 
 bool ClassStore::setLabel(const QString &sign, const QString &newLabel) {
-    return changesLogged("修改数据class_update", "UPDATE word_class SET label = (?) WHERE sign = (?)",
-                         [&](SQLite::Statement &s) {
-                             bindText(s, 1, newLabel);
-                             bindText(s, 2, sign);
-                         });
+    return announce(store_.changesLogged("修改数据class_update",
+                                         "UPDATE word_class SET label = (?) WHERE sign = (?)",
+                                         [&](SQLite::Statement &s) {
+                                             bindText(s, 1, newLabel);
+                                             bindText(s, 2, sign);
+                                         }));
 }
 
 bool ClassStore::setPosition(const QString &sign, qint64 newPosition) {
-    return changesLogged("修改数据class_upcount", "UPDATE word_class SET position = (?) WHERE sign = (?)",
-                         [&](SQLite::Statement &s) {
-                             s.bind(1, int64_t(newPosition));
-                             bindText(s, 2, sign);
-                         });
+    return announce(store_.changesLogged("修改数据class_upcount",
+                                         "UPDATE word_class SET position = (?) WHERE sign = (?)",
+                                         [&](SQLite::Statement &s) {
+                                             s.bind(1, int64_t(newPosition));
+                                             bindText(s, 2, sign);
+                                         }));
+}
+
+bool ClassStore::swapPositions(const QString &sign1, const QString &sign2) {
+    const std::optional<PhraseClass> a = getData(sign1);
+    const std::optional<PhraseClass> b = getData(sign2);
+    if (!a || !b)
+        return false;
+    {
+        const QSignalBlocker quiet(this); // one notice for both rows
+        setPosition(sign1, b->position);
+        setPosition(sign2, a->position);
+    }
+    Q_EMIT changed();
+    return true;
+}
+
+void ClassStore::removeSigns(const QString &signOrAll) {
+    {
+        const QSignalBlocker quiet(this); // one notice for all of them
+        for (const QString &sign : signOrAll.split(QLatin1Char('|'), Qt::SkipEmptyParts))
+            remove(sign);
+    }
+    Q_EMIT changed();
 }
 
 QList<PhraseClass> ClassStore::getAll(const QString &username) {
@@ -54,7 +95,7 @@ QList<PhraseClass> ClassStore::getAll(const QString &username) {
 }
 
 qint64 ClassStore::getMaxPosition(const QString &username) {
-    return nextPosition("SELECT max(position) FROM word_class WHERE username = (?)", username);
+    return store_.nextPosition("SELECT max(position) FROM word_class WHERE username = (?)", username);
 }
 
 std::optional<PhraseClass> ClassStore::getData(const QString &sign) {
@@ -74,29 +115,19 @@ QList<PhraseClass> ClassStore::getLikeAll(const QString &keyText, const QString 
 }
 
 bool ClassStore::replaceAll(const QString &username, const QList<PhraseClass> &rows) {
-    return replaceAllOf("word_class", username, insertSql, 4, rows.size(),
-                        [&](SQLite::Statement &insert, qsizetype i) {
-                            bindText(insert, 1, rows[i].sign);
-                            bindText(insert, 2, rows[i].label);
-                            insert.bind(3, int64_t(rows[i].position));
-                        });
+    return announce(store_.replaceAllOf("word_class", username, insertSql, 4, rows.size(),
+                                        [&](SQLite::Statement &insert, qsizetype i) {
+                                            bindText(insert, 1, rows[i].sign);
+                                            bindText(insert, 2, rows[i].label);
+                                            insert.bind(3, int64_t(rows[i].position));
+                                        }));
 }
 
 PhraseClass ClassStore::fromRow(const SQLite::Statement &row) {
-    return PhraseClass(row.getColumn(0).getInt64(), textAt(row, 1), textAt(row, 2),
-                       row.getColumn(3).getInt64(), textAt(row, 4));
+    return PhraseClass(row.getColumn(0).getInt64(), LocalStore::textAt(row, 1), LocalStore::textAt(row, 2),
+                       row.getColumn(3).getInt64(), LocalStore::textAt(row, 4));
 }
 
 QList<PhraseClass> ClassStore::query(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
-    return rowsOf(sql, bind, &fromRow);
-}
-
-ClassStore &ClassStore::shared() {
-    static ClassStore shared;
-    return shared;
-}
-
-void ClassStore::notifyChanged() {
-    if (listener)
-        listener->onChange();
+    return store_.rowsOf<PhraseClass>(sql, bind, &fromRow);
 }

@@ -1,21 +1,23 @@
 #pragma once
 
 #include "model/phraseclass.h"
-#include "store/classchangelistener.h"
-#include "store/localstore.h"
 
 #include <QList>
+#include <QObject>
 #include <QString>
+#include <functional>
 #include <optional>
 
-class ClassStore : public LocalStore {
+class LocalStore;
+namespace SQLite {
+class Statement;
+}
+
+// The class table of the session's database. Every change made through it emits changed().
+class ClassStore : public QObject {
+    Q_OBJECT
 public:
-    // The one store object the application shares; lists and the synchronisation write through it.
-    static ClassStore &shared();
-    // Told after every change the application makes to the table. A view that sets itself here
-    // must clear the slot before it goes away.
-    static inline ClassChangeListener *listener = nullptr;
-    static void notifyChanged();
+    explicit ClassStore(LocalStore &store, QObject *parent = nullptr);
 
     bool create(const QString &sign, const QString &label, qint64 position, const QString &username);
     // `delete` is a keyword; remove is the nearest legal name.
@@ -24,6 +26,10 @@ public:
     bool deleteAll(const QString &username);
     bool setLabel(const QString &sign, const QString &newLabel);
     bool setPosition(const QString &sign, qint64 newPosition);
+    // Exchanges the positions of two classes; nothing changes unless both exist.
+    bool swapPositions(const QString &sign1, const QString &sign2);
+    // Deletes one sign or each of "a|b|".
+    void removeSigns(const QString &signOrAll);
     QList<PhraseClass> getAll(const QString &username);
     qint64 getMaxPosition(const QString &username);
     std::optional<PhraseClass> getData(const QString &sign);
@@ -33,7 +39,14 @@ public:
     // nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<PhraseClass> &rows);
 
+Q_SIGNALS:
+    // Rows were written or removed through this store.
+    void changed();
+
 private:
     static PhraseClass fromRow(const SQLite::Statement &row);
-    static QList<PhraseClass> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    QList<PhraseClass> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    bool announce(bool ok);
+
+    LocalStore &store_;
 };

@@ -1,9 +1,10 @@
 #include "store/localpath.h"
 
+#include "model/logging.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
-#include <iostream>
 
 QString LocalPath::home() {
     const QByteArray overridden = qgetenv("QUILLORA_HOME");
@@ -38,8 +39,6 @@ void LocalPath::initDirs() {
 void LocalPath::createDir(const QString &dirPath) {
     if (QFileInfo(dirPath).isDir())
         return;
-    if (QDir().mkpath(dirPath))
-        std::cout << "Succes to create folder" << std::endl;
-    else
-        std::cout << "Error to create folder" << std::endl;
+    if (!QDir().mkpath(dirPath))
+        qCWarning(lcStore, "cannot create the folder %s", qUtf8Printable(dirPath));
 }

@@ -1,20 +1,13 @@
 #include "store/localstore.h"
 
+#include "model/logging.h"
 #include "store/likematch.h"
 #include "store/localpath.h"
 
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Transaction.h>
-#include <iostream>
-
-std::optional<SQLite::Database> LocalStore::dbConnection;
 
 namespace {
-
-QString &openErrorText() {
-    static QString text;
-    return text;
-}
 
 // Tuning that leaves every result unchanged:
 // - WAL lets a write commit with one append instead of rewriting a rollback journal, and readers
@@ -34,67 +27,32 @@ void tune(SQLite::Database &db) {
     installLike(db.getHandle());
 }
 
-void createTable(const char *sql) {
-    try {
-        LocalStore::connection()->exec(sql);
-        std::cout << "创建表 TABLE_LAMP 成功" << std::endl;
-    } catch (const std::exception &e) {
-        std::cout << "创建表失败：" << e.what() << std::endl;
-    }
-}
-
 } // namespace
 
-LocalStore::LocalStore() {
-    if (!dbConnection)
-        open();
-}
+LocalStore::LocalStore(QString path) : path_(std::move(path)) {}
 
-void LocalStore::open() {
-    const QString path = databasePath();
-    try {
-        dbConnection.emplace(path.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-        // opening is lazy: read the schema now so that a file that is not a database is reported here
-        dbConnection->execAndGet("SELECT count(*) FROM sqlite_master");
-        tune(*dbConnection);
-    } catch (const std::exception &e) {
-        dbConnection.reset();
-        const QString error = QStringLiteral("无法打开数据库 %1：%2").arg(path, QString::fromUtf8(e.what()));
-        if (error != openErrorText()) // a retry that fails the same way says nothing new
-            std::cout << error.toStdString() << std::endl;
-        openErrorText() = error;
-        return;
-    }
-    openErrorText().clear();
-    createClassTable();
-    createPhraseTable();
-}
-
-SQLite::Database *LocalStore::connection() {
-    // A store object made before the data folders existed opens the database on its next use.
-    if (!dbConnection)
-        open();
-    return dbConnection ? &*dbConnection : nullptr;
-}
-
-QString LocalStore::openError() {
-    return openErrorText();
-}
-
-QString LocalStore::databasePath() {
+QString LocalStore::defaultPath() {
     return LocalPath::sqliteDir() + QStringLiteral("/database.sqlite3");
 }
 
-void LocalStore::createClassTable() {
+Result<void> LocalStore::open() {
+    try {
+        db_.emplace(path_.toStdString(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        // opening is lazy: read the schema now so that a file that is not a database is reported here
+        db_->execAndGet("SELECT count(*) FROM sqlite_master");
+        tune(*db_);
+    } catch (const std::exception &e) {
+        db_.reset();
+        const QString error = QStringLiteral("无法打开数据库 %1：%2").arg(path_, QString::fromUtf8(e.what()));
+        qCWarning(lcStore, "%s", qUtf8Printable(error));
+        return Result<void>::failure(error);
+    }
     createTable("CREATE TABLE IF NOT EXISTS \"word_class\" ("
                 "\"id\" INTEGER PRIMARY KEY NOT NULL, "
                 "\"sign\" TEXT NOT NULL, "
                 "\"label\" TEXT NOT NULL, "
                 "\"position\" INTEGER NOT NULL, "
                 "\"username\" TEXT NOT NULL)");
-}
-
-void LocalStore::createPhraseTable() {
     createTable("CREATE TABLE IF NOT EXISTS \"Word_list\" ("
                 "\"id\" INTEGER PRIMARY KEY NOT NULL, "
                 "\"parentSign\" TEXT NOT NULL, "
@@ -105,6 +63,15 @@ void LocalStore::createPhraseTable() {
                 "\"jsonValue\" TEXT NOT NULL, "
                 "\"position\" INTEGER NOT NULL, "
                 "\"username\" TEXT NOT NULL)");
+    return Result<void>::success();
+}
+
+void LocalStore::createTable(const char *sql) {
+    try {
+        db_->exec(sql);
+    } catch (const std::exception &e) {
+        qCWarning(lcStore, "cannot create a table: %s", e.what());
+    }
 }
 
 int LocalStore::changes(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
@@ -116,7 +83,7 @@ int LocalStore::changes(const char *sql, const std::function<void(SQLite::Statem
         bind(statement);
         return statement.exec();
     } catch (const std::exception &e) {
-        std::cout << "执行失败：" << e.what() << std::endl;
+        qCWarning(lcStore, "statement failed: %s", e.what());
         return 0;
     }
 }
@@ -124,7 +91,7 @@ int LocalStore::changes(const char *sql, const std::function<void(SQLite::Statem
 bool LocalStore::changesLogged(const char *what, const char *sql,
                                const std::function<void(SQLite::Statement &)> &bind) {
     const int n = changes(sql, bind);
-    std::cout << what << " 影响 " << n << " 行" << std::endl;
+    qCDebug(lcStore, "%s: %d rows", what, n);
     return n > 0;
 }
 
@@ -132,18 +99,18 @@ bool LocalStore::insertOne(const char *sql, const QString &sign,
                            const std::function<void(SQLite::Statement &)> &bind) {
     SQLite::Database *db = connection();
     if (!db) {
-        std::cout << "插入失败" << std::endl;
+        qCWarning(lcStore, "insert failed: no database");
         return false;
     }
     try {
         SQLite::Statement insert(*db, sql);
         bind(insert);
         insert.exec();
-        std::cout << "插入成功：" << db->getLastInsertRowid() << " sign = " << sign.toStdString()
-                  << std::endl;
+        qCDebug(lcStore, "inserted row %lld, sign %s", qlonglong(db->getLastInsertRowid()),
+                qUtf8Printable(sign));
         return true;
     } catch (const std::exception &e) {
-        std::cout << "插入失败：" << e.what() << std::endl;
+        qCWarning(lcStore, "insert failed: %s", e.what());
         return false;
     }
 }
@@ -153,7 +120,7 @@ bool LocalStore::replaceAllOf(const char *table, const QString &username, const 
                               const std::function<void(SQLite::Statement &, qsizetype)> &bindRow) {
     SQLite::Database *db = connection();
     if (!db) {
-        std::cout << "插入失败" << std::endl;
+        qCWarning(lcStore, "writing %s failed: no database", table);
         return false;
     }
     try {
@@ -169,11 +136,10 @@ bool LocalStore::replaceAllOf(const char *table, const QString &username, const 
             insert.reset();
         }
         transaction.commit();
-        std::cout << "批量写入 " << table << " 成功：" << count << " 行 username = " << username.toStdString()
-                  << std::endl;
+        qCDebug(lcStore, "wrote %lld rows of %s for %s", qlonglong(count), table, qUtf8Printable(username));
         return true;
     } catch (const std::exception &e) {
-        std::cout << "批量写入 " << table << " 失败：" << e.what() << std::endl;
+        qCWarning(lcStore, "writing %s failed: %s", table, e.what());
         return false;
     }
 }
@@ -195,7 +161,7 @@ qint64 LocalStore::nextPosition(const char *sql, const QString &key) {
 }
 
 void LocalStore::logQueryFailure(const std::exception &e) {
-    std::cout << "查询失败：" << e.what() << std::endl;
+    qCWarning(lcStore, "query failed: %s", e.what());
 }
 
 void LocalStore::bindText(SQLite::Statement &statement, int index, const QString &value) {

@@ -1,9 +1,10 @@
 #include "store/phrasestore.h"
 
 #include "model/contentformat.h"
-#include "store/phrasesearchindex.h"
+#include "store/localstore.h"
 
 #include <QSet>
+#include <QSignalBlocker>
 
 #define WORD_LIST_COLUMNS                                                                                    \
     "SELECT id, parentSign, sign, label, jsonValue, texts, images, position, username FROM word_list "
@@ -15,92 +16,103 @@ const char *const insertSql = "INSERT INTO Word_list (parentSign, sign, label, j
 
 } // namespace
 
+PhraseStore::PhraseStore(LocalStore &store, QObject *parent)
+    : QObject(parent), store_(store), index_(store) {}
+
+bool PhraseStore::announce(bool ok) {
+    if (ok)
+        Q_EMIT changed();
+    return ok;
+}
+
 bool PhraseStore::create(const QString &parentSign, const QString &sign, const QString &label,
                          const QString &jsonValue, qint64 position, const QString &username) {
-    return insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
+    return announce(store_.insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
         bindRow(insert, parentSign, sign, label, jsonValue, position);
-        bindText(insert, 8, username);
-    });
+        LocalStore::bindText(insert, 8, username);
+    }));
 }
 
 bool PhraseStore::remove(const QString &sign) {
-    return changesLogged("删除完毕", "DELETE FROM word_list WHERE sign = (?)",
-                         [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+    return announce(store_.changesLogged("删除完毕", "DELETE FROM word_list WHERE sign = (?)",
+                                         [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, sign); }));
 }
 
 bool PhraseStore::deleteAll(const QString &username) {
-    return changesLogged("删除完毕", "DELETE FROM word_list WHERE username = (?)",
-                         [&](SQLite::Statement &s) { bindText(s, 1, username); });
+    return announce(
+        store_.changesLogged("删除完毕", "DELETE FROM word_list WHERE username = (?)",
+                             [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, username); }));
 }
 
 bool PhraseStore::setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
                            const QString &newJsonValue) {
-    return changesLogged(
+    return announce(store_.changesLogged(
         "修改数据List",
         "UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
         "(?) WHERE sign = (?)",
         [&](SQLite::Statement &s) {
-            bindText(s, 1, newParentSign);
-            bindText(s, 2, newLabel);
-            bindText(s, 3, newJsonValue);
+            LocalStore::bindText(s, 1, newParentSign);
+            LocalStore::bindText(s, 2, newLabel);
+            LocalStore::bindText(s, 3, newJsonValue);
             const DerivedColumns derived = jsonStringToColumns(newJsonValue);
-            bindText(s, 4, derived.texts);
-            bindText(s, 5, derived.images);
-            bindText(s, 6, sign);
-        });
+            LocalStore::bindText(s, 4, derived.texts);
+            LocalStore::bindText(s, 5, derived.images);
+            LocalStore::bindText(s, 6, sign);
+        }));
 }
 
 bool PhraseStore::setPosition(const QString &sign, qint64 newPosition) {
-    return changesLogged("修改数据class_upcount", "UPDATE word_list SET position = (?) WHERE sign = (?)",
-                         [&](SQLite::Statement &s) {
-                             s.bind(1, int64_t(newPosition));
-                             bindText(s, 2, sign);
-                         });
+    return announce(store_.changesLogged("修改数据class_upcount",
+                                         "UPDATE word_list SET position = (?) WHERE sign = (?)",
+                                         [&](SQLite::Statement &s) {
+                                             s.bind(1, int64_t(newPosition));
+                                             LocalStore::bindText(s, 2, sign);
+                                         }));
 }
 
 QList<Phrase> PhraseStore::getAll(const QString &parentSign, const QString &username) {
     // id breaks ties between equal positions so the order is stable
     return query(WORD_LIST_COLUMNS "WHERE username = ? AND parentSign = ? ORDER BY position ASC, id ASC",
                  [&](SQLite::Statement &s) {
-                     bindText(s, 1, username);
-                     bindText(s, 2, parentSign);
+                     LocalStore::bindText(s, 1, username);
+                     LocalStore::bindText(s, 2, parentSign);
                  });
 }
 
 QList<qint64> PhraseStore::getAllIds(const QString &parentSign, const QString &username) {
-    return rowsOf<qint64>(
+    return store_.rowsOf<qint64>(
         "SELECT id FROM word_list WHERE username = ? AND parentSign = ? ORDER BY position ASC, id ASC",
         [&](SQLite::Statement &s) {
-            bindText(s, 1, username);
-            bindText(s, 2, parentSign);
+            LocalStore::bindText(s, 1, username);
+            LocalStore::bindText(s, 2, parentSign);
         },
         [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
 }
 
 QString PhraseStore::getAllCount(const QString &username) {
     return countOf("select count(id) from word_list where username = (?)",
-                   [&](SQLite::Statement &s) { bindText(s, 1, username); });
+                   [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, username); });
 }
 
 QString PhraseStore::getCount(const QString &username, const QString &parentSign) {
     return countOf("select count(id) from word_list where username = (?) and parentSign = (?)",
                    [&](SQLite::Statement &s) {
-                       bindText(s, 1, username);
-                       bindText(s, 2, parentSign);
+                       LocalStore::bindText(s, 1, username);
+                       LocalStore::bindText(s, 2, parentSign);
                    });
 }
 
 QStringList PhraseStore::allPictureNames(const QString &username) {
     QStringList names;
     QSet<QString> seen; // the same equality test as a search of names, without its quadratic cost
-    SQLite::Database *db = connection();
+    SQLite::Database *db = store_.connection();
     if (!db)
         return names;
     try {
         SQLite::Statement select(*db, "SELECT images FROM word_list WHERE username = ?");
-        bindText(select, 1, username);
+        LocalStore::bindText(select, 1, username);
         while (select.executeStep()) {
-            const QString images = textAt(select, 0);
+            const QString images = LocalStore::textAt(select, 0);
             for (const QStringView piece : QStringView(images).split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
                 // names of two characters or fewer are never real picture names
                 if (piece.size() <= 2)
@@ -113,7 +125,7 @@ QStringList PhraseStore::allPictureNames(const QString &username) {
             }
         }
     } catch (const std::exception &e) {
-        logQueryFailure(e);
+        LocalStore::logQueryFailure(e);
         names.clear();
     }
     return names;
@@ -121,7 +133,7 @@ QStringList PhraseStore::allPictureNames(const QString &username) {
 
 std::optional<Phrase> PhraseStore::getData(const QString &sign) {
     const QList<Phrase> rows = query(WORD_LIST_COLUMNS "WHERE sign = ? LIMIT 1",
-                                     [&](SQLite::Statement &s) { bindText(s, 1, sign); });
+                                     [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, sign); });
     if (rows.isEmpty())
         return std::nullopt;
     return rows.first();
@@ -131,8 +143,8 @@ QList<Phrase> PhraseStore::getLikeAll(const QString &keyText, const QString &use
     // "%" and "_" in the key stay wildcards: the pattern is not escaped
     return query(WORD_LIST_COLUMNS "WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
                  [&](SQLite::Statement &s) {
-                     bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
-                     bindText(s, 2, username);
+                     LocalStore::bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
+                     LocalStore::bindText(s, 2, username);
                  });
 }
 
@@ -145,61 +157,61 @@ std::optional<Phrase> PhraseStore::getById(qint64 id) {
 }
 
 QList<qint64> PhraseStore::searchIds(const QString &keyText, const QString &username) {
-    if (std::optional<QList<qint64>> ids = PhraseSearchIndex::search(keyText, username))
+    if (std::optional<QList<qint64>> ids = index_.search(keyText, username))
         return *ids;
-    return rowsOf<qint64>(
+    return store_.rowsOf<qint64>(
         "SELECT id FROM word_list WHERE username = ?2 AND (label LIKE ?1 OR texts LIKE ?1)",
         [&](SQLite::Statement &s) {
-            bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
-            bindText(s, 2, username);
+            LocalStore::bindText(s, 1, QLatin1Char('%') + keyText + QLatin1Char('%'));
+            LocalStore::bindText(s, 2, username);
         },
         [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
 }
 
 qint64 PhraseStore::getMaxPosition(const QString &parentSign) {
-    return nextPosition("SELECT max(position) FROM word_list WHERE parentSign = (?)", parentSign);
+    return store_.nextPosition("SELECT max(position) FROM word_list WHERE parentSign = (?)", parentSign);
 }
 
 bool PhraseStore::replaceAll(const QString &username, const QList<Phrase> &rows) {
-    return replaceAllOf("word_list", username, insertSql, 8, rows.size(),
-                        [&](SQLite::Statement &insert, qsizetype i) {
-                            const Phrase &row = rows[i];
-                            bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.position);
-                        });
+    return announce(store_.replaceAllOf(
+        "word_list", username, insertSql, 8, rows.size(), [&](SQLite::Statement &insert, qsizetype i) {
+            const Phrase &row = rows[i];
+            bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.position);
+        }));
 }
 
 void PhraseStore::bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
                           const QString &label, const QString &jsonValue, qint64 position) {
-    bindText(insert, 1, parentSign);
-    bindText(insert, 2, sign);
-    bindText(insert, 3, label);
+    LocalStore::bindText(insert, 1, parentSign);
+    LocalStore::bindText(insert, 2, sign);
+    LocalStore::bindText(insert, 3, label);
     const DerivedColumns derived = jsonStringToColumns(jsonValue);
-    bindText(insert, 4, jsonValue);
-    bindText(insert, 5, derived.texts);
-    bindText(insert, 6, derived.images);
+    LocalStore::bindText(insert, 4, jsonValue);
+    LocalStore::bindText(insert, 5, derived.texts);
+    LocalStore::bindText(insert, 6, derived.images);
     insert.bind(7, int64_t(position));
 }
 
 Phrase PhraseStore::fromRow(const SQLite::Statement &row) {
     Phrase d;
     d.id = row.getColumn(0).getInt64();
-    d.parentSign = textAt(row, 1);
-    d.sign = textAt(row, 2);
-    d.label = textAt(row, 3);
-    d.jsonValue = textAt(row, 4);
-    d.texts = textAt(row, 5);
-    d.images = textAt(row, 6);
+    d.parentSign = LocalStore::textAt(row, 1);
+    d.sign = LocalStore::textAt(row, 2);
+    d.label = LocalStore::textAt(row, 3);
+    d.jsonValue = LocalStore::textAt(row, 4);
+    d.texts = LocalStore::textAt(row, 5);
+    d.images = LocalStore::textAt(row, 6);
     d.position = row.getColumn(7).getInt64();
-    d.username = textAt(row, 8);
+    d.username = LocalStore::textAt(row, 8);
     return d;
 }
 
 QList<Phrase> PhraseStore::query(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
-    return rowsOf(sql, bind, &fromRow);
+    return store_.rowsOf<Phrase>(sql, bind, &fromRow);
 }
 
 QString PhraseStore::countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind) {
-    SQLite::Database *db = connection();
+    SQLite::Database *db = store_.connection();
     if (!db)
         return QStringLiteral("---");
     try {
@@ -209,17 +221,30 @@ QString PhraseStore::countOf(const char *sql, const std::function<void(SQLite::S
             return QStringLiteral("---");
         return QString::number(count.getColumn(0).getInt64());
     } catch (const std::exception &e) {
-        logQueryFailure(e);
+        LocalStore::logQueryFailure(e);
         return QStringLiteral("---");
     }
 }
 
-PhraseStore &PhraseStore::shared() {
-    static PhraseStore shared;
-    return shared;
+bool PhraseStore::swapPositions(const QString &sign1, const QString &sign2) {
+    const std::optional<Phrase> a = getData(sign1);
+    const std::optional<Phrase> b = getData(sign2);
+    if (!a || !b)
+        return false;
+    {
+        const QSignalBlocker quiet(this); // one notice for both rows
+        setPosition(sign1, b->position);
+        setPosition(sign2, a->position);
+    }
+    Q_EMIT changed();
+    return true;
 }
 
-void PhraseStore::notifyChanged() {
-    if (listener)
-        listener->onDataChange();
+void PhraseStore::removeSigns(const QString &signOrAll) {
+    {
+        const QSignalBlocker quiet(this); // one notice for all of them
+        for (const QString &sign : signOrAll.split(QLatin1Char('|'), Qt::SkipEmptyParts))
+            remove(sign);
+    }
+    Q_EMIT changed();
 }

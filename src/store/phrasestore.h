@@ -1,22 +1,25 @@
 #pragma once
 
 #include "model/phrase.h"
-#include "store/localstore.h"
-#include "store/phrasechangelistener.h"
+#include "store/phrasesearchindex.h"
 
 #include <QList>
+#include <QObject>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <optional>
 
-class PhraseStore : public LocalStore {
+class LocalStore;
+namespace SQLite {
+class Statement;
+}
+
+// The phrase table of the session's database. Every change made through it emits changed().
+class PhraseStore : public QObject {
+    Q_OBJECT
 public:
-    // The one store object the application shares; lists and the synchronisation write through it.
-    static PhraseStore &shared();
-    // Told after every change the application makes to the table. A view that sets itself here
-    // must clear the slot before it goes away.
-    static inline PhraseChangeListener *listener = nullptr;
-    static void notifyChanged();
+    explicit PhraseStore(LocalStore &store, QObject *parent = nullptr);
 
     bool create(const QString &parentSign, const QString &sign, const QString &label,
                 const QString &jsonValue, qint64 position, const QString &username);
@@ -26,6 +29,10 @@ public:
     bool setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
                   const QString &newJsonValue);
     bool setPosition(const QString &sign, qint64 newPosition);
+    // Exchanges the positions of two phrases; nothing changes unless both exist.
+    bool swapPositions(const QString &sign1, const QString &sign2);
+    // Deletes one sign or each of "a|b|".
+    void removeSigns(const QString &signOrAll);
     QList<Phrase> getAll(const QString &parentSign, const QString &username);
     // The ids of getAll's rows, in the same order.
     QList<qint64> getAllIds(const QString &parentSign, const QString &username);
@@ -43,11 +50,22 @@ public:
     // from jsonValue), in one transaction: all or nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<Phrase> &rows);
 
+    PhraseSearchIndex &searchIndex() { return index_; }
+
+Q_SIGNALS:
+    // Rows were written or removed through this store.
+    void changed();
+
 private:
     static Phrase fromRow(const SQLite::Statement &row);
     // Columns 1-7 of the insert statement.
     static void bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
                         const QString &label, const QString &jsonValue, qint64 position);
-    static QList<Phrase> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
-    static QString countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    QList<Phrase> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    QString countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
+    // Emits changed() when ok; returns ok.
+    bool announce(bool ok);
+
+    LocalStore &store_;
+    PhraseSearchIndex index_;
 };

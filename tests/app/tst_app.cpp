@@ -4,8 +4,8 @@
 #include "app/signinview.h"
 #include "app/webpageopener.h"
 #include "app/webviewmodule.h"
+#include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
-#include "cloud/serviceapi.h"
 #include "desktop/windowactivation.h"
 #include "editor/pictureuploaddialog.h"
 #include "library/classcell.h"
@@ -19,11 +19,11 @@
 #include "library/phraseoperations.h"
 #include "library/phraserowdelegate.h"
 #include "library/searchresultlist.h"
-#include "model/app.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
+#include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
 #include "ui/messagebox.h"
@@ -88,7 +88,10 @@ int gateChild(int argc, char **argv) {
     });
     if (qEnvironmentVariableIsSet("QUILLORA_TEST_DB_CHILD")) {
         // The home view over a database that cannot be opened: a box, then an empty library.
-        HomeView home;
+        Settings settings;
+        CloudClient cloud(settings);
+        Session session(settings, cloud, QStringLiteral("someone"));
+        HomeView home(session.library(), session.storeOpened());
         QTimer::singleShot(1000, &app, [&home] {
             std::cout << "classes=" << home.libraryPanel->classList->dataSource.size() << std::endl;
             QCoreApplication::exit(0);
@@ -165,7 +168,7 @@ class TestApp : public QObject {
                               20000);
         // One synchronisation runs at a time: let this one end before another sign-in starts its own.
         if (home)
-            (void)QTest::qWaitFor([] { return !LibrarySync::isCloud(); }, 30000);
+            (void)QTest::qWaitFor([home] { return home->libraryPanel->loadingBar->isHidden(); }, 30000);
         return home;
     }
 
@@ -322,7 +325,10 @@ private Q_SLOTS:
         responder.on("/api/word/image/imageNameExist", never);
         qputenv("QUILLORA_SERVICE_URL", responder.baseUrl().toUtf8());
         {
-            PictureUploadDialog dialog(R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])", {});
+            Settings settings;
+            CloudClient client(settings);
+            PictureUploadDialog dialog(client, R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])",
+                                       {});
             dialog.show();
             QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/image/imageNameExist").size(), 1,
                                       20000);
@@ -374,9 +380,9 @@ private Q_SLOTS:
 
         HomeView *home = signIn(window, login, "alice", "secret-1", true);
         QVERIFY(home);
-        QCOMPARE(App::userInfo().username, QString("alice"));
-        QCOMPARE(AppSettings::getString("password"), QString("secret-1"));
-        QVERIFY(AppSettings::getBool("pwd_check"));
+        QCOMPARE(windowApp->session()->username(), QString("alice"));
+        QCOMPARE(Settings().password(), QString("secret-1"));
+        QVERIFY(Settings().rememberPassword());
         windowApp.reset();
 
         // The next start fills the form.
@@ -388,9 +394,9 @@ private Q_SLOTS:
 
         // Signing in without the box forgets the password but keeps the name.
         QVERIFY(signIn(again, login, "alice", "secret-1", false));
-        QCOMPARE(AppSettings::getString("password"), QString());
-        QVERIFY(!AppSettings::getBool("pwd_check"));
-        QCOMPARE(AppSettings::getString("username"), QString("alice"));
+        QCOMPARE(Settings().password(), QString());
+        QVERIFY(!Settings().rememberPassword());
+        QCOMPARE(Settings().username(), QString("alice"));
         againApp.reset();
         const auto thirdApp = openLogin(&login);
         QVERIFY(login->usernameText->text().isEmpty());
@@ -404,8 +410,10 @@ private Q_SLOTS:
         QString error;
         WebPageOpener *opener = WebViewModule::opener(&error);
         QVERIFY2(opener, qPrintable(error));
-        QCOMPARE(ServiceApi::registerUrl(), cloud_.baseUrl() + "/#/mobile_register");
-        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(ServiceApi::registerUrl()), nullptr));
+        Settings settings;
+        const QString registerUrl = CloudClient(settings).registerUrl();
+        QCOMPARE(registerUrl, cloud_.baseUrl() + "/#/mobile_register");
+        std::unique_ptr<QDialog> web(opener->createWindow(QUrl(registerUrl), nullptr));
         QVERIFY(web->isModal());
         QSignalSpy loaded(web.get(), SIGNAL(loadFinished(bool)));
         web->show();
@@ -429,7 +437,7 @@ private Q_SLOTS:
         auto windowApp = openLogin(&login);
         MainWindow *window = windowApp->window();
         QVERIFY(signIn(window, login, "bob", "bob-pass-1", false));
-        QCOMPARE(App::userInfo().username, QString("bob"));
+        QCOMPARE(windowApp->session()->username(), QString("bob"));
     }
 
     // Each link opens its page in a modal window over the sign-in window.
@@ -505,7 +513,8 @@ private Q_SLOTS:
             boxes.append(r);
             return answer;
         });
-        const QUrl page(ServiceApi::resetUrl());
+        Settings settings;
+        const QUrl page(CloudClient(settings).resetUrl());
         for (const QString &module : {missing, broken}) {
             qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
             QString error;
@@ -669,7 +678,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(signsOf(shownPhrases(phrases)),
                                   (QList<QString>{before[0], before[2], before[1]}), 20000);
         QCOMPARE(phrases->selectedRows, QList<int>{1});
-        QCOMPARE(signsOf(PhraseStore::shared().getAll(phrases->shownClassSign.value(), "demo")),
+        QCOMPARE(signsOf(app_->session()->phraseStore().getAll(phrases->shownClassSign.value(), "demo")),
                  (QList<QString>{before[0], before[2], before[1]}));
     }
 
@@ -731,10 +740,10 @@ private Q_SLOTS:
     // Enter, the send button sends with it (press and release on it), a right press selects the row.
     void resultRowGestures() {
         QList<qint64> ids;
-        for (const Phrase &p : PhraseStore::shared().getLikeAll(QString(), "demo"))
+        for (const Phrase &p : app_->session()->phraseStore().getLikeAll(QString(), "demo"))
             ids << p.id;
         QVERIFY(ids.size() >= 3);
-        PhraseListView view(PhraseRowDelegate::Layout::TwoLines);
+        PhraseListView view(app_->session()->phraseStore(), PhraseRowDelegate::Layout::TwoLines);
         view.resize(300, 400);
         view.phraseModel()->setIds(ids, "您");
         view.show();
@@ -846,15 +855,15 @@ private Q_SLOTS:
         phrases->setSelection({0, 1, 2});
         phrases->menuActionTriggered(phrases->deleteAction);
         QTRY_VERIFY_WITH_TIMEOUT(phrases->count() == 0, 20000);
-        QVERIFY(PhraseStore::shared().getAll(classSign, "demo").isEmpty());
+        QVERIFY(app_->session()->phraseStore().getAll(classSign, "demo").isEmpty());
         QCOMPARE(home_->libraryPanel->labelTextView->text(),
                  home_->libraryPanel->classList->dataSource[0].label + "(0)");
         // The service agrees: a fresh synchronisation brings back nothing for that class.
         home_->libraryPanel->cloudButtonClick();
         QTRY_VERIFY_WITH_TIMEOUT(home_->libraryPanel->loadingBar->isHidden(), 20000);
         QTest::qWait(300);
-        QVERIFY(PhraseStore::shared().getAll(classSign, "demo").isEmpty());
-        QCOMPARE(PhraseStore::shared().getLikeAll("退换", "demo").size(), 1);
+        QVERIFY(app_->session()->phraseStore().getAll(classSign, "demo").isEmpty());
+        QCOMPARE(app_->session()->phraseStore().getLikeAll("退换", "demo").size(), 1);
     }
 
     void cleanupTestCase() {

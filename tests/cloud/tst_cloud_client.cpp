@@ -1,23 +1,17 @@
 // The cloud client against a scripted responder: the replies a correct service never sends, the
 // transport's cookie and form rules, and the pure pieces (cipher, picture names, version gate).
-#include "cloud/accountapi.h"
-#include "cloud/classapi.h"
-#include "cloud/httptransport.h"
+#include "cloud/cloudclient.h"
 #include "cloud/imageutil.h"
 #include "cloud/librarysync.h"
-#include "cloud/phraseapi.h"
-#include "cloud/pictureapi.h"
 #include "cloud/rc4cipher.h"
-#include "cloud/serviceapi.h"
 #include "cloud/sessionheartbeat.h"
 #include "cloud/versiongate.h"
-#include "library/classoperations.h"
-#include "library/phraseoperations.h"
-#include "model/app.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "store/appfileutil.h"
-#include "store/conversions.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 
 #include "scriptedresponder.h"
 #include "testenv.h"
@@ -29,10 +23,10 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTest>
 #include <QTimer>
-#include <iostream>
 #include <optional>
 
 namespace {
@@ -54,20 +48,23 @@ QString deadUrl() {
     return QStringLiteral("http://127.0.0.1:%1").arg(port);
 }
 
-class CountingSyncListener : public LibrarySyncListener {
-public:
-    int starts = 0;
-    int stops = 0;
-    void onSyncStart() override { ++starts; }
-    void onSyncStop() override { ++stops; }
-};
-
 } // namespace
 
 class tst_cloud_client : public QObject {
     Q_OBJECT
 
     ScriptedResponder responder;
+    Settings settings_;
+    CloudClient client_{settings_};
+
+    // A JSON request through the client's own path, for what every call shares.
+    template <typename T, typename Call> std::optional<Result<T>> await(Call call) {
+        std::optional<Result<T>> got;
+        call([&](const Result<T> &r) { got = r; });
+        if (!QTest::qWaitFor([&] { return got.has_value(); }, 30000))
+            return std::nullopt;
+        return got;
+    }
 
     void pointAt(const QString &url) { qputenv("QUILLORA_SERVICE_URL", url.toUtf8()); }
 
@@ -80,9 +77,9 @@ private Q_SLOTS:
     void init() {
         responder.clear();
         pointAt(responder.baseUrl());
-        App::setting().setCookie(QString());
-        App::userInfo().username = QStringLiteral("123");
-        HttpTransport::setTransferTimeout(60000);
+        settings_.setCookie(QString());
+        client_.setUsername(QStringLiteral("123"));
+        client_.setTransferTimeout(60000);
     }
 
     void rc4MatchesKnownVectors_data() {
@@ -108,10 +105,10 @@ private Q_SLOTS:
     }
 
     void passwordTravelsEncipheredAndEncoded() {
-        QCOMPARE(AccountApi::encipherPassword(QStringLiteral("secret")), QStringLiteral("Wcj1EPHL"));
-        QCOMPARE(AccountApi::encipherPassword(QStringLiteral("密码pass+/=")),
+        QCOMPARE(CloudClient::encipherPassword(QStringLiteral("secret")), QStringLiteral("Wcj1EPHL"));
+        QCOMPARE(CloudClient::encipherPassword(QStringLiteral("密码pass+/=")),
                  QStringLiteral("zwIQhTQ+YWPIv+N2Sw=="));
-        QCOMPARE(AccountApi::encipherPassword(QString()), QString());
+        QCOMPARE(CloudClient::encipherPassword(QString()), QString());
     }
 
     void pictureNamesComeFromBytes() {
@@ -135,163 +132,160 @@ private Q_SLOTS:
             QCOMPARE(ImageUtil::fileNameOf(data), QStringLiteral(".jpg"));
     }
 
+    // The keys and texts of the file stay as they were; the cookie is read from "cookies" and
+    // written to "m_cookie", so it does not survive a restart.
     void settingsKeepTheirKeysAndTexts() {
-        AppSettings::setBool(QStringLiteral("pwd_check"), true);
-        QCOMPARE(AppSettings::getString(QStringLiteral("pwd_check")), QStringLiteral("true"));
-        QVERIFY(AppSettings::getBool(QStringLiteral("pwd_check")));
-        AppSettings::setBool(QStringLiteral("pwd_check"), false);
-        QCOMPARE(AppSettings::getString(QStringLiteral("pwd_check")), QStringLiteral("false"));
-        QVERIFY(!AppSettings::getBool(QStringLiteral("pwd_check"), true));
-
-        QVERIFY(!AppSettings::getBool(QStringLiteral("never_set")));
-        QVERIFY(AppSettings::getBool(QStringLiteral("never_set"), true));
-
-        AppSettings writer;
+        Settings writer;
+        QSignalSpy changed(&writer, &Settings::changed);
+        writer.setRememberPassword(true);
         writer.setUsername(QStringLiteral("alice"));
-        writer.setPassword(QStringLiteral("pw"));
         writer.setCookie(QStringLiteral("sid=1;"));
-        AppSettings reader;
-        QCOMPARE(reader.username, QStringLiteral("alice"));
-        QCOMPARE(reader.password, QStringLiteral("pw"));
-        // The cookie is written to "m_cookie" but read from "cookies": it does not come back.
-        QCOMPARE(AppSettings::getString(QStringLiteral("m_cookie")), QStringLiteral("sid=1;"));
-        QCOMPARE(reader.cookie, QString());
-        AppSettings::setString(QStringLiteral("cookies"), QStringLiteral("old=1;"));
-        QCOMPARE(AppSettings().cookie, QStringLiteral("old=1;"));
-        AppSettings::setString(QStringLiteral("cookies"), QString());
+        QCOMPARE(changed.first().first().toString(), QStringLiteral("pwd_check"));
+        QSettings file(Settings::defaultFileName(), QSettings::IniFormat);
+        QCOMPARE(file.value(QStringLiteral("pwd_check")).toString(), QStringLiteral("true"));
+        QCOMPARE(file.value(QStringLiteral("m_cookie")).toString(), QStringLiteral("sid=1;"));
+        QVERIFY(Settings().rememberPassword());
+        QCOMPARE(Settings().username(), QStringLiteral("alice"));
+        QCOMPARE(Settings().cookie(), QString());
+        file.setValue(QStringLiteral("cookies"), QStringLiteral("old=1;"));
+        file.sync();
+        QCOMPARE(Settings().cookie(), QStringLiteral("old=1;"));
+        file.setValue(QStringLiteral("cookies"), QString());
+        writer.setRememberPassword(false);
+        QVERIFY(!Settings().rememberPassword());
+    }
+
+    // A file left under the old name is moved to the new one on first use, keys and all.
+    void settingsMoveFromTheOldFile() {
+        QFile::remove(Settings::defaultFileName());
+        {
+            QSettings old(Settings::oldFileName(), QSettings::IniFormat);
+            old.setValue(QStringLiteral("username"), QStringLiteral("moved"));
+        }
+        QCOMPARE(Settings().username(), QStringLiteral("moved"));
+        QVERIFY(!QFile::exists(Settings::oldFileName()));
     }
 
     void serviceAddressPrefersEnvironmentThenSetting() {
         qunsetenv("QUILLORA_SERVICE_URL");
-        QCOMPARE(AppSettings::serviceUrl(), QStringLiteral(QUILLORA_DEFAULT_SERVICE_URL));
-        AppSettings::setString(QStringLiteral("serviceUrl"), QStringLiteral("https://cloud.example.org/"));
-        QCOMPARE(ServiceApi::appendUrl(QStringLiteral("/api/x")),
-                 QStringLiteral("https://cloud.example.org/api/x"));
-        QCOMPARE(ServiceApi::registerUrl(), QStringLiteral("https://cloud.example.org/#/mobile_register"));
-        QCOMPARE(ServiceApi::resetUrl(), QStringLiteral("https://cloud.example.org/#/mobile_reset"));
-        QVERIFY(VersionGate::updateMessage().endsWith(QStringLiteral(" 网址 https://cloud.example.org")));
+        QCOMPARE(settings_.serviceUrl(), QStringLiteral(QUILLORA_DEFAULT_SERVICE_URL));
+        QSettings(Settings::defaultFileName(), QSettings::IniFormat)
+            .setValue(QStringLiteral("serviceUrl"), QStringLiteral("https://cloud.example.org/"));
+        QCOMPARE(client_.url(QStringLiteral("/api/x")), QStringLiteral("https://cloud.example.org/api/x"));
+        QCOMPARE(client_.registerUrl(), QStringLiteral("https://cloud.example.org/#/mobile_register"));
+        QCOMPARE(client_.resetUrl(), QStringLiteral("https://cloud.example.org/#/mobile_reset"));
+        QVERIFY(VersionGate::updateMessage(client_.webAddress())
+                    .endsWith(QStringLiteral(" 网址 https://cloud.example.org")));
         pointAt(QStringLiteral("http://10.1.2.3:9"));
-        QCOMPARE(ServiceApi::appendUrl(QStringLiteral("/a")), QStringLiteral("http://10.1.2.3:9/a"));
-        AppSettings::setString(QStringLiteral("serviceUrl"), QString());
+        QCOMPARE(client_.url(QStringLiteral("/a")), QStringLiteral("http://10.1.2.3:9/a"));
+        QSettings(Settings::defaultFileName(), QSettings::IniFormat)
+            .setValue(QStringLiteral("serviceUrl"), QString());
     }
 
     void cookiesMergeByTheirOwnRules() {
-        AppSettings s;
-        s.setCookie(QString());
-        s.saveCookie(QStringLiteral("sid=abc; Path=/; HttpOnly"));
+        Settings &s = settings_;
+        s.mergeCookie(QStringLiteral("sid=abc; Path=/; HttpOnly"));
         // Attributes are kept as cookies, blank included; the flag without "=" is dropped.
-        QCOMPARE(s.cookie, QStringLiteral(" Path=/;sid=abc;"));
-        QCOMPARE(AppSettings::getString(QStringLiteral("m_cookie")), s.cookie);
+        QCOMPARE(s.cookie(), QStringLiteral(" Path=/;sid=abc;"));
 
         // A later value wins; "a=b=c" keeps a=b; "e=" and "=x" have no pair and are skipped.
-        s.saveCookie(QStringLiteral("sid=new;a=b=c;e=;=x"));
-        QCOMPARE(s.cookie, QStringLiteral(" Path=/;a=b;sid=new;"));
+        s.mergeCookie(QStringLiteral("sid=new;a=b=c;e=;=x"));
+        QCOMPARE(s.cookie(), QStringLiteral(" Path=/;a=b;sid=new;"));
 
-        const QString before = s.cookie;
-        s.saveCookie(QString());
-        QCOMPARE(s.cookie, before);
+        const QString before = s.cookie();
+        s.mergeCookie(QString());
+        QCOMPARE(s.cookie(), before);
     }
 
     void formCarriesUserAndSurvivesReservedCharacters() {
-        responder.on("/echo", ScriptedResponder::json(R"({"state":1})"));
-        App::userInfo().username = QStringLiteral("signed-in");
-        std::optional<JsonReply> got;
-        const QString awkward = QStringLiteral("a+b/c=d&e f%20g=");
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/echo")),
-                                  {{QStringLiteral("username"), QStringLiteral("someone-else")},
-                                   {QStringLiteral("password"), awkward},
-                                   {QStringLiteral("名"), QStringLiteral("值")}},
-                                  [&](const JsonReply &r) { got = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(got.has_value(), 20000);
-        QVERIFY(got->isSuccess());
-        const ScriptedResponder::Request req = responder.requestsTo("/echo").value(0);
+        responder.on("/api/word/class/upLabel", ScriptedResponder::json(R"({"state":1})"));
+        client_.setUsername(QStringLiteral("signed-in"));
+        const QString awkward = QStringLiteral("a+b/c=d&e f%20g=名");
+        const auto got = await<void>([&](auto done) {
+            client_.renameClass(QStringLiteral("s"), awkward, QStringLiteral("db"), done);
+        });
+        QVERIFY(got && got->isOk());
+        const ScriptedResponder::Request req = responder.requestsTo("/api/word/class/upLabel").value(0);
         QCOMPARE(req.method, QByteArray("POST"));
         QVERIFY(req.header("Content-Type").startsWith("application/x-www-form-urlencoded"));
         const QMap<QString, QString> form = req.form();
-        QCOMPARE(form.value(QStringLiteral("password")), awkward);
+        QCOMPARE(form.value(QStringLiteral("newLabel")), awkward);
         QCOMPARE(form.value(QStringLiteral("username")), QStringLiteral("signed-in"));
-        QCOMPARE(form.value(QStringLiteral("名")), QStringLiteral("值"));
+        QCOMPARE(form.value(QStringLiteral("dbname")), QStringLiteral("db"));
         // An empty cookie sends no header at all.
         QVERIFY(!req.hasHeader("Cookie"));
     }
 
     void setCookieIsMergedAndSentBack() {
-        responder.on("/login", ScriptedResponder::json(R"({"state":1})",
-                                                       {{"Set-Cookie", "sid=abc; Path=/; HttpOnly"}}));
-        responder.on("/plain", ScriptedResponder::json(R"({"state":1})"));
-        int replies = 0;
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/login")), {},
-                                  [&](const JsonReply &) { ++replies; });
-        QTRY_COMPARE_WITH_TIMEOUT(replies, 1, 20000);
-        QCOMPARE(App::setting().cookie, QStringLiteral(" Path=/;sid=abc;"));
+        responder.on("/api/osx/login",
+                     ScriptedResponder::json(R"({"state":1,"username":"u"})",
+                                             {{"Set-Cookie", "sid=abc; Path=/; HttpOnly"}}));
+        responder.on("/api/word/class/del", ScriptedResponder::json(R"({"state":1})"));
+        const auto remove = [&] {
+            return await<void>(
+                [&](auto done) { client_.removeClass(QStringLiteral("s"), QStringLiteral("db"), done); });
+        };
+        QVERIFY(await<QString>(
+            [&](auto done) { client_.signIn(QStringLiteral("u"), QStringLiteral("p"), done); }));
+        QCOMPARE(settings_.cookie(), QStringLiteral(" Path=/;sid=abc;"));
 
         // No Set-Cookie: the cookie stays, and goes out exactly as stored; Qt's own jar adds nothing.
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/plain")), {},
-                                  [&](const JsonReply &) { ++replies; });
-        QTRY_COMPARE_WITH_TIMEOUT(replies, 2, 20000);
-        QCOMPARE(App::setting().cookie, QStringLiteral(" Path=/;sid=abc;"));
+        QVERIFY(remove());
+        QCOMPARE(settings_.cookie(), QStringLiteral(" Path=/;sid=abc;"));
         // (A leading blank of a header value is not part of it in HTTP.)
-        QCOMPARE(responder.requestsTo("/plain").value(0).header("Cookie"), QByteArray("Path=/;sid=abc;"));
+        QCOMPARE(responder.requestsTo("/api/word/class/del").value(0).header("Cookie"),
+                 QByteArray("Path=/;sid=abc;"));
 
         // Once our cookie is emptied nothing is sent, even though the service had set one.
-        App::setting().setCookie(QString());
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/plain")), {},
-                                  [&](const JsonReply &) { ++replies; });
-        QTRY_COMPARE_WITH_TIMEOUT(replies, 3, 20000);
-        QVERIFY(!responder.requestsTo("/plain").value(1).hasHeader("Cookie"));
+        settings_.setCookie(QString());
+        QVERIFY(remove());
+        QVERIFY(!responder.requestsTo("/api/word/class/del").value(1).hasHeader("Cookie"));
     }
 
     void bodiesThatAreNotJsonFailWhateverTheStatus() {
-        responder.on("/html",
+        responder.on("/api/word/class/create",
                      ScriptedResponder::Reply{200, "<html>oops</html>", {{"Set-Cookie", "bad=1"}}, false});
-        responder.on("/err", ScriptedResponder::Reply{500, R"({"state":0,"msg":"boom"})", {}, false});
-        responder.on("/scalar", ScriptedResponder::json("42"));
-        std::optional<JsonReply> html, err, scalar;
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/html")), {},
-                                  [&](const JsonReply &r) { html = r; });
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/err")), {},
-                                  [&](const JsonReply &r) { err = r; });
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/scalar")), {},
-                                  [&](const JsonReply &r) { scalar = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(html && err && scalar, 20000);
-        QVERIFY(!html->isSuccess());
-        QCOMPARE(html->text(), QStringLiteral("网络连接失败:"));
-        QVERIFY(!App::setting().cookie.contains(QLatin1String("bad")));
-        // Any status counts as an answer; a JSON fragment is still JSON.
-        QVERIFY(err->isSuccess());
-        QCOMPARE(err->json()[QLatin1String("msg")].toString(), QStringLiteral("boom"));
-        QVERIFY(scalar->isSuccess());
-        QCOMPARE(scalar->json().toInt(), 42);
-
-        // The text request hands over whatever came.
-        std::optional<TextReply> text;
-        HttpTransport::postString(ServiceApi::appendUrl(QStringLiteral("/html")), {},
-                                  [&](const TextReply &r) { text = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(text.has_value(), 20000);
-        QVERIFY(text->isSuccess());
-        QCOMPARE(text->text(), QStringLiteral("<html>oops</html>"));
+        responder.on("/api/word/class/del",
+                     ScriptedResponder::Reply{500, R"({"state":0,"msg":"boom"})", {}, false});
+        responder.on("/api/util/osx/getVersionForm", ScriptedResponder::json("42"));
+        responder.on("/api/word/list/getAll", ScriptedResponder::json("[1,2,3]"));
+        const auto html = await<QString>([&](auto done) {
+            client_.createClass(QStringLiteral("l"), QStringLiteral("0"), QStringLiteral("db"), done);
+        });
+        QVERIFY(html && !*html);
+        QCOMPARE(html->error(), QStringLiteral("网络连接失败:"));
+        QVERIFY(!settings_.cookie().contains(QLatin1String("bad")));
+        // Any status counts as an answer.
+        const auto err = await<void>(
+            [&](auto done) { client_.removeClass(QStringLiteral("s"), QStringLiteral("db"), done); });
+        QVERIFY(err && !*err);
+        QCOMPARE(err->error(), QStringLiteral("boom"));
+        // A JSON fragment is still JSON.
+        std::optional<std::optional<QJsonValue>> scalar;
+        client_.checkVersion([&](const std::optional<QJsonValue> &r) { scalar = r; });
+        QTRY_VERIFY_WITH_TIMEOUT(scalar.has_value(), 20000);
+        QCOMPARE(scalar->value_or(QJsonValue()).toInt(), 42);
+        // A phrase list that is not an object is an error, not a silence that would stall a sync.
+        const auto phrases =
+            await<QList<Phrase>>([&](auto done) { client_.fetchPhrases(QStringLiteral("db"), done); });
+        QVERIFY(phrases && !*phrases);
+        QVERIFY(!phrases->error().isEmpty());
     }
 
     void unreachableAndSilentServicesEndInFailure() {
-        std::optional<JsonReply> refused;
-        std::optional<CallResult> info;
         pointAt(deadUrl());
-        HttpTransport::postJsonRe(ServiceApi::appendUrl(QStringLiteral("/x")), {},
-                                  [&](const JsonReply &r) { refused = r; });
-        AccountApi::getUserInfo([&](const CallResult &r) { info = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(refused && info, 20000);
-        QCOMPARE(refused->text(), QStringLiteral("网络连接失败:"));
-        QCOMPARE(info->msg(), QStringLiteral("-2"));
+        const auto refused = await<QString>(
+            [&](auto done) { client_.signIn(QStringLiteral("u"), QStringLiteral("p"), done); });
+        QVERIFY(refused && !*refused);
+        QCOMPARE(refused->error(), QStringLiteral("网络连接失败:"));
 
         pointAt(responder.baseUrl());
-        responder.on("/silent", ScriptedResponder::Reply{200, {}, {}, true});
-        HttpTransport::setTransferTimeout(1500);
-        std::optional<TextReply> silent;
-        HttpTransport::postString(ServiceApi::appendUrl(QStringLiteral("/silent")), {},
-                                  [&](const TextReply &r) { silent = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(silent.has_value(), 30000);
-        QVERIFY(!silent->isSuccess());
-        QCOMPARE(silent->text(), QStringLiteral("网络连接失败:"));
+        responder.on("/api/word/list/getAll", ScriptedResponder::Reply{200, {}, {}, true});
+        client_.setTransferTimeout(1500);
+        const auto silent =
+            await<QList<Phrase>>([&](auto done) { client_.fetchPhrases(QStringLiteral("db"), done); });
+        QVERIFY(silent && !*silent);
+        QCOMPARE(silent->error(), QStringLiteral("网络连接失败:"));
     }
 
     void repliesWithoutStateAreFailures() {
@@ -299,20 +293,20 @@ private Q_SLOTS:
         responder.on("/api/osx/login", ScriptedResponder::json(R"({"username":"x"})"));
         responder.on("/api/word/list/upValue", ScriptedResponder::json(R"({"state":1})"));
         // Signing in empties only the stored cookie; the shared one still goes out with the request.
-        App::setting().setCookie(QStringLiteral("old=1;"));
-        std::optional<CreateResult> created;
-        std::optional<LoginResult> login;
-        std::optional<CallResult> updated;
-        ClassApi::create(QStringLiteral("l"), QStringLiteral("0"), QStringLiteral("db"),
-                         [&](const CreateResult &r) { created = r; });
-        AccountApi::login(QStringLiteral("u"), QStringLiteral("p"), [&](const LoginResult &r) { login = r; });
-        PhraseApi::updateClass(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
-                               QStringLiteral("[]"), QStringLiteral("db"),
-                               [&](const CallResult &r) { updated = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(created && login && updated, 20000);
-        QVERIFY(!created->isSuccess());
-        QCOMPARE(created->msg(), QStringLiteral("no state"));
-        QVERIFY(!login->isOk());
+        settings_.setCookie(QStringLiteral("old=1;"));
+        const auto created = await<QString>([&](auto done) {
+            client_.createClass(QStringLiteral("l"), QStringLiteral("0"), QStringLiteral("db"), done);
+        });
+        const auto login = await<QString>(
+            [&](auto done) { client_.signIn(QStringLiteral("u"), QStringLiteral("p"), done); });
+        const auto updated = await<void>([&](auto done) {
+            client_.updatePhrase(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
+                                 QStringLiteral("[]"), QStringLiteral("db"), done);
+        });
+        QVERIFY(created && login && updated);
+        QVERIFY(!*created);
+        QCOMPARE(created->error(), QStringLiteral("no state"));
+        QVERIFY(!*login);
         QVERIFY(updated->isOk());
         const QMap<QString, QString> form = responder.requestsTo("/api/word/list/upValue").value(0).form();
         QCOMPARE(form.value(QStringLiteral("newParentSign")), QStringLiteral("p"));
@@ -321,27 +315,9 @@ private Q_SLOTS:
         // The login form: the plural key, the enciphered password, and the former user's name.
         const QMap<QString, QString> lf = responder.requestsTo("/api/osx/login").value(0).form();
         QCOMPARE(lf.value(QStringLiteral("usernames")), QStringLiteral("u"));
-        QCOMPARE(lf.value(QStringLiteral("password")), AccountApi::encipherPassword(QStringLiteral("p")));
+        QCOMPARE(lf.value(QStringLiteral("password")), CloudClient::encipherPassword(QStringLiteral("p")));
         QCOMPARE(lf.value(QStringLiteral("username")), QStringLiteral("123"));
         QCOMPARE(responder.requestsTo("/api/osx/login").value(0).header("Cookie"), QByteArray("old=1;"));
-    }
-
-    void touristIsReportedTwice() {
-        QList<bool> calls;
-        responder.on("/api/ios/getIsTourist", ScriptedResponder::json(R"({"state":1,"re":1})"));
-        ServiceApi::isTourist([&](bool t) { calls.append(t); });
-        QTRY_COMPARE_WITH_TIMEOUT(calls.size(), 2, 20000);
-        QCOMPARE(calls, (QList<bool>{true, false}));
-
-        calls.clear();
-        responder.on("/api/ios/getIsTourist", ScriptedResponder::json(R"({"state":1,"re":0})"));
-        ServiceApi::isTourist([&](bool t) { calls.append(t); });
-        QTRY_COMPARE_WITH_TIMEOUT(calls.size(), 1, 20000);
-        QTest::qWait(300);
-        QCOMPARE(calls, QList<bool>{false});
-        QCOMPARE(
-            responder.requestsTo("/api/ios/getIsTourist").value(0).form().value(QStringLiteral("version")),
-            QStringLiteral("1"));
     }
 
     void versionGateJudgesTheReply() {
@@ -356,29 +332,26 @@ private Q_SLOTS:
             QJsonDocument::fromJson("{\"version\":2,\"url\":\"https://dl.example.org/q\"}").object());
         QCOMPARE(update.kind(), VersionGate::Kind::UpdateRequired);
         QCOMPARE(update.url(), QUrl(QStringLiteral("https://dl.example.org/q")));
+        // An address that is not one is told as a failure, not acted on.
+        const VersionGate bad =
+            VersionGate::judge(QJsonDocument::fromJson(R"({"version":2,"url":"not an address"})").object());
+        QCOMPARE(bad.kind(), VersionGate::Kind::NetworkFailure);
+        QVERIFY(bad.error().contains(QStringLiteral("not an address")));
 
         // End to end: the reply reaches the gate as it came.
         responder.on("/api/util/osx/getVersionForm", ScriptedResponder::json(R"({"version":1})"));
         std::optional<std::optional<QJsonValue>> reply;
-        ServiceApi::getVersionCheck([&](const std::optional<QJsonValue> &r) { reply = r; });
+        client_.checkVersion([&](const std::optional<QJsonValue> &r) { reply = r; });
         QTRY_VERIFY_WITH_TIMEOUT(reply.has_value(), 20000);
         QCOMPARE(VersionGate::judge(*reply).kind(), VersionGate::Kind::Ready);
     }
 
-    void phraseFetchIgnoresTextThatIsNotAnObject() {
-        responder.on("/api/word/list/getAll", ScriptedResponder::json("[1,2,3]"));
-        int calls = 0;
-        PhraseApi::getAll1(QStringLiteral("db"), [&](const PhraseListResult &) { ++calls; });
-        QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/list/getAll").size(), 1, 20000);
-        QTest::qWait(1000);
-        QCOMPARE(calls, 0);
-
+    void phraseFetchTakesAnEmptyList() {
         responder.on("/api/word/list/getAll", ScriptedResponder::json(R"({"state":1,"data":[]})"));
-        std::optional<PhraseListResult> empty;
-        PhraseApi::getAll1(QStringLiteral("db"), [&](const PhraseListResult &r) { empty = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(empty.has_value(), 20000);
-        QVERIFY(empty->isSuccess());
-        QVERIFY(empty->data().isEmpty());
+        const auto empty =
+            await<QList<Phrase>>([&](auto done) { client_.fetchPhrases(QStringLiteral("db"), done); });
+        QVERIFY(empty && empty->isOk());
+        QVERIFY(empty->value().isEmpty());
     }
 
     void classFetchReadsEveryField() {
@@ -386,84 +359,66 @@ private Q_SLOTS:
             "/api/word/class/getAll",
             ScriptedResponder::json(R"({"state":1,"data":[{"id":7,"sign":"S","label":"L","position":2,)"
                                     R"("username":"u"},{"sign":"T"}]})"));
-        std::optional<ClassListResult> got;
-        ClassApi::getAll(QStringLiteral("db"), [&](const ClassListResult &r) { got = r; });
-        QTRY_VERIFY_WITH_TIMEOUT(got.has_value(), 20000);
-        QVERIFY(got->isSuccess());
-        QCOMPARE(got->data().size(), 2);
-        QCOMPARE(got->data().at(0),
+        const auto got =
+            await<QList<PhraseClass>>([&](auto done) { client_.fetchClasses(QStringLiteral("db"), done); });
+        QVERIFY(got && got->isOk());
+        QCOMPARE(got->value().size(), 2);
+        QCOMPARE(got->value().at(0),
                  PhraseClass(7, QStringLiteral("S"), QStringLiteral("L"), 2, QStringLiteral("u")));
-        QCOMPARE(got->data().at(1), PhraseClass(0, QStringLiteral("T")));
+        QCOMPARE(got->value().at(1), PhraseClass(0, QStringLiteral("T")));
     }
 
-    void emptyClassListEndsTheProgram() {
-        ScriptedResponder child;
-        QVERIFY(child.listen());
-        child.on("/api/word/class/getAll", ScriptedResponder::json(R"({"state":1,"data":[]})"));
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QUILLORA_SERVICE_URL"), child.baseUrl());
-        p.setProcessEnvironment(env);
-        p.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--child"), QStringLiteral("class-list")});
-        QVERIFY(p.waitForStarted(20000));
-        QTRY_COMPARE_WITH_TIMEOUT(p.state(), QProcess::NotRunning, 60000);
-        QCOMPARE(p.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(p.exitCode(), 1);
-        QVERIFY(!p.readAllStandardError().trimmed().isEmpty());
-        QVERIFY(!p.readAllStandardOutput().contains("handler called"));
+    // A library without a single class is refused: the sync asks for the end and keeps the store.
+    void emptyClassListIsRefused() {
+        responder.on("/api/word/class/getAll", ScriptedResponder::json(R"({"state":1,"data":[]})"));
+        LocalStore db;
+        QVERIFY(db.open());
+        PhraseStore phrases(db);
+        ClassStore classes(db);
+        QVERIFY(classes.create(QStringLiteral("K"), QStringLiteral("kept"), 0, QStringLiteral("empty-user")));
+        LibrarySync sync(client_, classes, phrases, QStringLiteral("empty-user"));
+        QSignalSpy refused(&sync, &LibrarySync::libraryRefused);
+        sync.syncAll();
+        QTRY_COMPARE_WITH_TIMEOUT(refused.count(), 1, 20000);
+        QVERIFY(!refused.first().first().toString().isEmpty());
+        QCOMPARE(classes.getAll(QStringLiteral("empty-user")).size(), 1);
+        QVERIFY(responder.requestsTo("/api/word/list/getAll").isEmpty());
     }
 
-    void revokedHeartbeatEndsTheProcess() {
-        ScriptedResponder child;
-        QVERIFY(child.listen());
-        child.on("/api/user/SyncCheckOSX", ScriptedResponder::json(R"({"state":-1})"));
-        QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("QUILLORA_SERVICE_URL"), child.baseUrl());
-        p.setProcessEnvironment(env);
-        p.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--child"), QStringLiteral("heartbeat")});
-        QVERIFY(p.waitForStarted(20000));
-        QTRY_COMPARE_WITH_TIMEOUT(p.state(), QProcess::NotRunning, 60000);
-        QCOMPARE(p.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(p.exitCode(), 1);
-        QCOMPARE(child.requestsTo("/api/user/SyncCheckOSX").size(), 1);
-    }
-
-    void heartbeatChecksOnceAtStartAndOnlyLogsOtherStates() {
-        responder.on("/api/user/SyncCheckOSX", ScriptedResponder::json(R"({"msg":"no state"})"));
-        SessionHeartbeat::start();
-        SessionHeartbeat::start();
-        QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/user/SyncCheckOSX").size(), 1, 20000);
-        QTest::qWait(500);
+    // One check at start whatever the calls; only state -1 means the sign-in was revoked.
+    void heartbeatReportsOnlyARevokedSession() {
+        responder.on("/api/user/SyncCheckOSX", ScriptedResponder::json(R"({"state":-1})"));
+        SessionHeartbeat heartbeat(client_);
+        QSignalSpy revoked(&heartbeat, &SessionHeartbeat::revoked);
+        heartbeat.start();
+        heartbeat.start();
+        QTRY_COMPARE_WITH_TIMEOUT(revoked.count(), 1, 20000);
         QCOMPARE(responder.requestsTo("/api/user/SyncCheckOSX").size(), 1);
         QCOMPARE(
             responder.requestsTo("/api/user/SyncCheckOSX").value(0).form().value(QStringLiteral("version")),
             QStringLiteral("1"));
-        for (const char *json : {R"({"state":0})", R"({"state":1})", R"({"state":-2})"})
-            SessionHeartbeat::handleReply(QJsonDocument::fromJson(json).object());
-        SessionHeartbeat::handleReply(std::nullopt);
+        for (const char *json : {R"({"state":0})", R"({"state":1})", R"({"msg":"no state"})"})
+            heartbeat.handleReply(QJsonDocument::fromJson(json).object());
+        heartbeat.handleReply(std::nullopt);
+        QCOMPARE(revoked.count(), 1);
     }
 
     void picturesTravelByNameAndWithoutCookie() {
-        App::setting().setCookie(QStringLiteral("sid=1;"));
-        App::userInfo().username = QStringLiteral("pic-user");
+        settings_.setCookie(QStringLiteral("sid=1;"));
+        client_.setUsername(QStringLiteral("pic-user"));
         const QString name = QStringLiteral("ab.png");
         const QByteArray path = "/api/resource/word/getImage64/" + name.toUtf8().toBase64();
         responder.on(path, ScriptedResponder::json(R"({"state":1,"base64":"AAEC"})"));
         responder.on("/api/word/image/imageNameExist", ScriptedResponder::json(R"({"state":0})"));
-        std::optional<PictureDownloadResult> down, missing;
+        std::optional<Result<QString>> down, missing;
         std::optional<bool> known;
-        PictureApi::downloadPicture(name, [&](const PictureDownloadResult &r) { down = r; });
-        PictureApi::downloadPicture(QStringLiteral("other.png"),
-                                    [&](const PictureDownloadResult &r) { missing = r; });
-        PictureApi::exist(name, [&](bool k) { known = k; });
+        client_.downloadPicture(name, [&](const Result<QString> &r) { down = r; });
+        client_.downloadPicture(QStringLiteral("other.png"), [&](const Result<QString> &r) { missing = r; });
+        client_.pictureExists(name, [&](bool k) { known = k; });
         QTRY_VERIFY_WITH_TIMEOUT(down && missing && known, 20000);
-        QVERIFY(down->isSuccess());
-        QCOMPARE(down->imageBase64data(), QStringLiteral("AAEC"));
-        QVERIFY(!missing->isSuccess());
-        QCOMPARE(missing->errMsg(), QString());
+        QVERIFY(down->isOk());
+        QCOMPARE(down->value(), QStringLiteral("AAEC"));
+        QVERIFY(!*missing);
         QCOMPARE(*known, false);
         const ScriptedResponder::Request get = responder.requestsTo(path).value(0);
         QCOMPARE(get.method, QByteArray("GET"));
@@ -476,22 +431,22 @@ private Q_SLOTS:
     }
 
     void uploadSendsThreePartsAndReportsTheServiceMessage() {
-        App::userInfo().username = QStringLiteral("up-user");
-        App::setting().setCookie(QStringLiteral("sid=1;"));
+        client_.setUsername(QStringLiteral("up-user"));
+        settings_.setCookie(QStringLiteral("sid=1;"));
         // A GIF on disk still travels as "image/png".
         const QByteArray gif("GIF89a-not-really-a-picture");
         const QString name = ImageUtil::fileNameOf(gif);
         QVERIFY(AppFileUtil::saveImage(gif, name));
         responder.on("/api/word/image/uploadImage",
                      ScriptedResponder::json(R"({"state":0,"msg":"图片过大"})", {{"Set-Cookie", "up=2"}}));
-        std::optional<OperationResult> refused;
+        std::optional<Result<void>> refused;
         QList<int> progress;
-        PictureApi::upload(
-            name, [&](const OperationResult &r) { refused = r; }, [&](int p) { progress.append(p); });
+        client_.uploadPicture(
+            name, [&](const Result<void> &r) { refused = r; }, [&](int p) { progress.append(p); });
         QTRY_VERIFY_WITH_TIMEOUT(refused.has_value(), 20000);
-        QVERIFY(refused->isError());
-        QCOMPARE(refused->msg(), QStringLiteral("图片过大"));
-        QCOMPARE(App::setting().cookie, QStringLiteral("sid=1;up=2;"));
+        QVERIFY(!*refused);
+        QCOMPARE(refused->error(), QStringLiteral("图片过大"));
+        QCOMPARE(settings_.cookie(), QStringLiteral("sid=1;up=2;"));
         QVERIFY(!progress.isEmpty());
         QCOMPARE(progress.last(), 100);
 
@@ -513,16 +468,15 @@ private Q_SLOTS:
 
         // No answer at all: the transport's text after the fixed prefix, the cookie untouched.
         pointAt(deadUrl());
-        std::optional<OperationResult> failed;
-        PictureApi::upload(name, [&](const OperationResult &r) { failed = r; }, {});
+        std::optional<Result<void>> failed;
+        client_.uploadPicture(name, [&](const Result<void> &r) { failed = r; }, {});
         QTRY_VERIFY_WITH_TIMEOUT(failed.has_value(), 20000);
-        QVERIFY(failed->msg().startsWith(QStringLiteral("上传失败:")));
-        QVERIFY(failed->msg().size() > QStringLiteral("上传失败:").size());
-        QCOMPARE(App::setting().cookie, QStringLiteral("sid=1;up=2;"));
+        QVERIFY(failed->error().startsWith(QStringLiteral("上传失败:")));
+        QVERIFY(failed->error().size() > QStringLiteral("上传失败:").size());
+        QCOMPARE(settings_.cookie(), QStringLiteral("sid=1;up=2;"));
     }
 
     void synchronisationSkipsNamesThatAreNotPlainFiles() {
-        App::userInfo().username = QStringLiteral("sync-user");
         responder.on(
             "/api/word/class/getAll",
             ScriptedResponder::json(R"({"state":1,"data":[{"id":1,"sign":"C1","label":"c","position":0,)"
@@ -540,14 +494,14 @@ private Q_SLOTS:
                                         .toJson(QJsonDocument::Compact)));
         responder.on("/api/resource/word/getImage64/" + QByteArray("good.png").toBase64(),
                      ScriptedResponder::json(R"({"state":1,"base64":"iVBORw=="})"));
-        CountingSyncListener d;
-        LibrarySync::listener = &d;
+        LocalStore db;
+        QVERIFY(db.open());
+        PhraseStore phrases(db);
+        ClassStore classes(db);
+        LibrarySync sync(client_, classes, phrases, QStringLiteral("sync-user"));
         bool done = false;
-        LibrarySync::cloudAll([&]() { done = true; });
+        sync.syncAll([&]() { done = true; });
         QTRY_VERIFY_WITH_TIMEOUT(done, 30000);
-        LibrarySync::listener = nullptr;
-        QCOMPARE(d.starts, 1);
-        QCOMPARE(d.stops, 1);
         QCOMPARE(AppFileUtil::readImage(QStringLiteral("good.png")).value_or(QByteArray()),
                  QByteArray::fromBase64("iVBORw=="));
         QVERIFY(!QFile::exists(LocalPath::home() + QStringLiteral("/appData/evil.png")));
@@ -555,60 +509,41 @@ private Q_SLOTS:
         for (const auto &r : responder.requests())
             pictureRequests += r.path.startsWith("/api/resource/word/getImage64/");
         QCOMPARE(pictureRequests, 1);
-        QCOMPARE(PhraseStore::shared().getData(QStringLiteral("P1")).value_or(Phrase()).parentSign,
-                 QStringLiteral("C1"));
+        QCOMPARE(phrases.getData(QStringLiteral("P1")).value_or(Phrase()).parentSign, QStringLiteral("C1"));
     }
 
     void synchronisationWithoutNetworkKeepsTheLibraryAndEnds() {
-        App::userInfo().username = QStringLiteral("offline-user");
-        QVERIFY(ClassStore::shared().create(QStringLiteral("K"), QStringLiteral("kept"), 0,
-                                            QStringLiteral("offline-user")));
-        QVERIFY(PhraseStore::shared().create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
-                                             QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
+        LocalStore db;
+        QVERIFY(db.open());
+        PhraseStore phrases(db);
+        ClassStore classes(db);
+        QVERIFY(
+            classes.create(QStringLiteral("K"), QStringLiteral("kept"), 0, QStringLiteral("offline-user")));
+        QVERIFY(phrases.create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
+                               QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
         pointAt(deadUrl());
-        CountingSyncListener d;
-        LibrarySync::listener = &d;
+        LibrarySync sync(client_, classes, phrases, QStringLiteral("offline-user"));
+        QSignalSpy started(&sync, &LibrarySync::syncStarted);
+        QSignalSpy finished(&sync, &LibrarySync::syncFinished);
         bool first = false, second = false;
-        LibrarySync::cloudAll([&]() { first = true; });
-        QVERIFY(LibrarySync::isCloud());
+        sync.syncAll([&]() { first = true; });
+        QVERIFY(sync.isRunning());
         // A second request while one runs only gets its own action, at once.
-        LibrarySync::cloudAll([&]() { second = true; });
+        sync.syncAll([&]() { second = true; });
         QVERIFY(second);
         QVERIFY(!first);
         QTRY_VERIFY_WITH_TIMEOUT(first, 30000);
-        LibrarySync::listener = nullptr;
-        QVERIFY(!LibrarySync::isCloud());
-        QCOMPARE(d.starts, 1);
-        QCOMPARE(d.stops, 1);
-        QCOMPARE(ClassStore::shared().getAll(QStringLiteral("offline-user")).size(), 1);
-        QVERIFY(PhraseStore::shared().getData(QStringLiteral("W")).has_value());
+        QVERIFY(!sync.isRunning());
+        QCOMPARE(started.count(), 1);
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(classes.getAll(QStringLiteral("offline-user")).size(), 1);
+        QVERIFY(phrases.getData(QStringLiteral("W")).has_value());
     }
 };
-
-namespace {
-
-int runChild(const QString &scenario) {
-    QTimer::singleShot(45000, []() { std::_Exit(3); });
-    if (scenario == QLatin1String("class-list")) {
-        ClassApi::getAll(QStringLiteral("db"), [](const ClassListResult &) {
-            std::cout << "handler called" << std::endl;
-            std::_Exit(0);
-        });
-    } else if (scenario == QLatin1String("heartbeat")) {
-        SessionHeartbeat::start();
-    } else {
-        return 2;
-    }
-    return QCoreApplication::exec();
-}
-
-} // namespace
 
 int main(int argc, char **argv) {
     TestEnv env;
     QCoreApplication app(argc, argv);
-    if (argc >= 3 && QLatin1String(argv[1]) == QLatin1String("--child"))
-        return runChild(QString::fromLocal8Bit(argv[2]));
     tst_cloud_client test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,6 +1,4 @@
-#include "cloud/accountapi.h"
-#include "cloud/phraseapi.h"
-#include "cloud/pictureapi.h"
+#include "cloud/cloudclient.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -10,10 +8,12 @@
 #include "editor/pictureuploaddialog.h"
 #include "library/classoperations.h"
 #include "library/phraseoperations.h"
-#include "model/app.h"
-#include "model/appsettings.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 #include "ui/messagebox.h"
 
 #include "cloudservice.h"
@@ -42,22 +42,29 @@ class TestEditorDialogs : public QObject {
     Q_OBJECT
 
     CloudService service;
+    Settings settings_;
+    CloudClient client_{settings_};
+    LocalStore db_;
+    PhraseStore phrases_{db_};
+    ClassStore classes_{db_};
+    PhraseOperations phraseOperations_{phrases_, client_, user};
+    ClassOperations classOperations_{classes_, client_, user};
 
     bool signIn() {
-        std::optional<LoginResult> result;
-        AccountApi::login(user, password, [&](const LoginResult &r) { result = r; });
+        std::optional<Result<QString>> result;
+        client_.signIn(user, password, [&](const Result<QString> &r) { result = r; });
         if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isOk())
             return false;
-        App::userInfo().username = result->username();
+        client_.setUsername(result->value());
         return true;
     }
 
     QString makeClass(const QString &label) {
-        std::optional<OperationResult> result;
-        ClassOperations::create(label, user, [&](const OperationResult &r) { result = r; });
-        if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isSuccess())
+        std::optional<Result<void>> result;
+        classOperations_.create(label, [&](const Result<void> &r) { result = r; });
+        if (!QTest::qWaitFor([&] { return result.has_value(); }, 20000) || !result->isOk())
             return {};
-        for (const PhraseClass &c : ClassStore::shared().getAll(user))
+        for (const PhraseClass &c : classes_.getAll(user))
             if (c.label == label)
                 return c.sign;
         return {};
@@ -74,7 +81,8 @@ private Q_SLOTS:
         QVERIFY(service.addUser(user, password));
         qputenv("QUILLORA_SERVICE_URL", service.baseUrl().toUtf8());
         LocalPath::initDirs();
-        App::userInfo().username = user;
+        QVERIFY(db_.open());
+        client_.setUsername(user);
         MessageBox::setAnswerProvider([](const MessageBox::Request &) { return true; });
     }
 
@@ -82,8 +90,8 @@ private Q_SLOTS:
 
     void failedUploadKeepsTheDialogOpenAndCreatesNothing() {
         // Not signed in yet: the service refuses the picture.
-        AppSettings().setCookie(QString());
-        CreatePhraseDialog dialog(QStringLiteral("any-class"), user);
+        settings_.setCookie(QString());
+        CreatePhraseDialog dialog(phraseOperations_, QStringLiteral("any-class"));
         dialog.labelViewBox->setText(QStringLiteral("带图短语"));
         dialog.textView->insertString(QStringLiteral("看图："));
         dialog.textView->insertImage(picture(30, 30, Qt::red));
@@ -98,7 +106,7 @@ private Q_SLOTS:
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
         QVERIFY(dialog.saveButton->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(!dialog.uploadDialog(), 5000);
-        QVERIFY(PhraseStore::shared().getAll(QStringLiteral("any-class"), user).isEmpty());
+        QVERIFY(phrases_.getAll(QStringLiteral("any-class"), user).isEmpty());
         QCOMPARE(dialog.labelViewBox->text(), QStringLiteral("带图短语")); // nothing the user wrote is lost
         QCOMPARE(dialog.textView->getValue().size(), 2);
     }
@@ -110,13 +118,13 @@ private Q_SLOTS:
 
         const QByteArray png = picture(400, 300, Qt::darkBlue);
         const QByteArray jpg = picture(60, 40, Qt::darkGreen, "JPG");
-        CreatePhraseDialog dialog(classSign, user);
+        CreatePhraseDialog dialog(phraseOperations_, classSign);
         dialog.labelViewBox->setText(QStringLiteral("欢迎语"));
         dialog.textView->insertString(QStringLiteral("您好 "));
         dialog.textView->insertImage(png);
         dialog.textView->insertImage(jpg);
         dialog.textView->insertImage(png);
-        dialog.onItemClick(QStringLiteral("😊"));
+        dialog.insertEmoji(QStringLiteral("😊"));
         const QString json = dialog.jsonValue();
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
@@ -126,32 +134,31 @@ private Q_SLOTS:
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
         QVERIFY(MessageBox::shown().isEmpty());
 
-        const QList<Phrase> local = PhraseStore::shared().getAll(classSign, user);
+        const QList<Phrase> local = phrases_.getAll(classSign, user);
         QCOMPARE(local.size(), 1);
         QCOMPARE(local[0].label, QStringLiteral("欢迎语"));
         QCOMPARE(local[0].jsonValue, json);
 
         // The service has the phrase and both pictures, byte for byte.
-        std::optional<PhraseListResult> remote;
-        PhraseApi::getAll1(user, [&](const PhraseListResult &r) { remote = r; });
+        std::optional<Result<QList<Phrase>>> remote;
+        client_.fetchPhrases(user, [&](const Result<QList<Phrase>> &r) { remote = r; });
         QTRY_VERIFY_WITH_TIMEOUT(remote.has_value(), 20000);
-        QVERIFY(remote->isSuccess());
-        QCOMPARE(remote->data().size(), 1);
-        QCOMPARE(remote->data()[0].sign, local[0].sign);
-        QCOMPARE(remote->data()[0].jsonValue, json);
+        QVERIFY(remote->isOk());
+        QCOMPARE(remote->value().size(), 1);
+        QCOMPARE(remote->value()[0].sign, local[0].sign);
+        QCOMPARE(remote->value()[0].jsonValue, json);
         for (const auto &[bytes, ext] : {std::pair{png, ".png"}, std::pair{jpg, ".jpg"}}) {
-            std::optional<PictureDownloadResult> down;
-            PictureApi::downloadPicture(contentName(bytes, ext),
-                                        [&](const PictureDownloadResult &r) { down = r; });
+            std::optional<Result<QString>> down;
+            client_.downloadPicture(contentName(bytes, ext), [&](const Result<QString> &r) { down = r; });
             QTRY_VERIFY_WITH_TIMEOUT(down.has_value(), 20000);
-            QVERIFY(down->isSuccess());
-            QCOMPARE(QByteArray::fromBase64(down->imageBase64data().toLatin1()), bytes);
+            QVERIFY(down->isOk());
+            QCOMPARE(QByteArray::fromBase64(down->value().toLatin1()), bytes);
         }
     }
 
     void refusedCreateStaysOpenWithoutAMessage() {
         QVERIFY(signIn());
-        CreatePhraseDialog dialog(QStringLiteral("no-such-class"), user);
+        CreatePhraseDialog dialog(phraseOperations_, QStringLiteral("no-such-class"));
         dialog.textView->insertString(QStringLiteral("孤儿短语"));
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
@@ -159,7 +166,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(dialog.saveButton->isEnabled(), 30000);
         QVERIFY(dialog.isVisible());
         QVERIFY(MessageBox::shown().isEmpty());
-        QVERIFY(PhraseStore::shared().getAll(QStringLiteral("no-such-class"), user).isEmpty());
+        QVERIFY(phrases_.getAll(QStringLiteral("no-such-class"), user).isEmpty());
     }
 
     void editMovesThePhraseToTheChosenClass() {
@@ -167,19 +174,19 @@ private Q_SLOTS:
         const QString first = makeClass(QStringLiteral("物流"));
         const QString second = makeClass(QStringLiteral("售后"));
         QVERIFY(!first.isEmpty() && !second.isEmpty());
-        CreatePhraseDialog create(first, user);
+        CreatePhraseDialog create(phraseOperations_, first);
         create.labelViewBox->setText(QStringLiteral("发货"));
         create.textView->insertString(QStringLiteral("已发货"));
         create.textView->insertImage(picture(20, 20, Qt::yellow));
         create.show();
         clickSave(create);
         QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 30000);
-        const Phrase phrase = PhraseStore::shared().getAll(first, user).value(0);
+        const Phrase phrase = phrases_.getAll(first, user).value(0);
         QVERIFY(!phrase.sign.isEmpty());
 
-        EditPhraseDialog edit(phrase);
+        EditPhraseDialog edit(phraseOperations_, classes_.getAll(user), phrase);
         // The pop-up lists every class in library order, with the phrase's own class chosen.
-        const QList<PhraseClass> all = ClassStore::shared().getAll(user);
+        const QList<PhraseClass> all = classes_.getAll(user);
         QCOMPARE(edit.ItemButton->count(), all.size());
         for (int i = 0; i < all.size(); ++i)
             QCOMPARE(edit.ItemButton->itemText(i), all[i].label);
@@ -196,7 +203,7 @@ private Q_SLOTS:
         clickSave(edit);
         QTRY_VERIFY_WITH_TIMEOUT(!edit.isVisible(), 30000);
         QCOMPARE(edit.result(), int(QDialog::Accepted));
-        const std::optional<Phrase> moved = PhraseStore::shared().getData(phrase.sign);
+        const std::optional<Phrase> moved = phrases_.getData(phrase.sign);
         QVERIFY(moved);
         QCOMPARE(moved->parentSign, second);
         QCOMPARE(moved->label, QStringLiteral("发货通知"));
@@ -205,7 +212,7 @@ private Q_SLOTS:
 
     void classDialogCreatesAndRenames() {
         QVERIFY(signIn());
-        ClassDialog create;
+        ClassDialog create(classOperations_);
         QCOMPARE(create.label->text(), QString());
         create.label->setText(QStringLiteral("售前咨询"));
         create.show();
@@ -213,22 +220,21 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!create.isVisible(), 20000);
         QCOMPARE(create.result(), int(QDialog::Accepted));
         std::optional<PhraseClass> made;
-        for (const PhraseClass &c : ClassStore::shared().getAll(user))
+        for (const PhraseClass &c : classes_.getAll(user))
             if (c.label == QStringLiteral("售前咨询"))
                 made = c;
         QVERIFY(made);
 
-        ClassDialog rename(made);
+        ClassDialog rename(classOperations_, made);
         QCOMPARE(rename.label->text(), QStringLiteral("售前咨询"));
         rename.label->setText(QStringLiteral("售前"));
         rename.show();
         QTest::mouseClick(rename.saveButton, Qt::LeftButton);
         QVERIFY(!rename.isVisible()); // closes at once; the rename follows in the background
-        QTRY_COMPARE_WITH_TIMEOUT(ClassStore::shared().getData(made->sign)->label, QStringLiteral("售前"),
-                                  20000);
+        QTRY_COMPARE_WITH_TIMEOUT(classes_.getData(made->sign)->label, QStringLiteral("售前"), 20000);
 
         // A name the service refuses keeps the dialog open, silently.
-        ClassDialog tooLong;
+        ClassDialog tooLong(classOperations_);
         tooLong.label->setText(QString(300, QChar(u'长')));
         tooLong.show();
         QTest::mouseClick(tooLong.saveButton, Qt::LeftButton);
@@ -249,7 +255,7 @@ private Q_SLOTS:
             QVERIFY(f.open(QIODevice::WriteOnly));
             f.write(bytes);
         }
-        CreatePhraseDialog dialog(QStringLiteral("c"), user);
+        CreatePhraseDialog dialog(phraseOperations_, QStringLiteral("c"));
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         dialog.insertImageFile(notPicture);
@@ -284,7 +290,7 @@ private Q_SLOTS:
         QFile f(file);
         QVERIFY(f.open(QIODevice::WriteOnly) && f.write(png) == png.size());
         f.close();
-        CreatePhraseDialog dialog(QStringLiteral("c"), user);
+        CreatePhraseDialog dialog(phraseOperations_, QStringLiteral("c"));
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         PhraseEditor *edit = dialog.textView;
@@ -318,18 +324,18 @@ private Q_SLOTS:
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
-        PictureUploadDialog dialog(json, {});
+        PictureUploadDialog dialog(client_, json, {});
         QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
         QCOMPARE(dialog.progressbar->minimum(), 0);
         QCOMPARE(dialog.progressbar->maximum(), 100);
 
         // Nothing to upload: it reports success and closes by itself.
-        std::optional<OperationResult> outcome;
-        PictureUploadDialog empty(QStringLiteral(R"([{"type":1,"value":"x"}])"),
-                                  [&](const OperationResult &r) { outcome = r; });
+        std::optional<Result<void>> outcome;
+        PictureUploadDialog empty(client_, QStringLiteral(R"([{"type":1,"value":"x"}])"),
+                                  [&](const Result<void> &r) { outcome = r; });
         empty.show();
         QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);
-        QVERIFY(outcome->isSuccess());
+        QVERIFY(outcome->isOk());
         QVERIFY(!empty.isVisible());
     }
 };

@@ -1,6 +1,5 @@
 #include "app/session.h"
-#include "cloud/accountapi.h"
-#include "cloud/classapi.h"
+#include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
 #include "desktop/windowactivation.h"
 #include "library/classcell.h"
@@ -10,7 +9,7 @@
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
 #include "library/phraselistview.h"
-#include "model/app.h"
+#include "model/settings.h"
 #include "send/targetwindowtracker.h"
 #include "store/classstore.h"
 #include "ui/elidedlabel.h"
@@ -62,6 +61,8 @@ class TestHomeList : public QObject {
     CloudService cloud_;
     QTemporaryDir systemData_;
     FramedWindow *window_ = nullptr;
+    Settings settings_;
+    CloudClient client_{settings_};
     std::unique_ptr<Session> session_;
     HomeView *home_ = nullptr;
 
@@ -83,9 +84,9 @@ class TestHomeList : public QObject {
         return !rect.isEmpty() && strip->viewport()->rect().contains(rect);
     }
 
-    static bool waitForCall(const std::function<void(CallHandler)> &call) {
-        std::optional<CallResult> result;
-        call([&](const CallResult &r) { result = r; });
+    static bool waitForCall(const std::function<void(CloudClient::Handler<void>)> &call) {
+        std::optional<Result<void>> result;
+        call([&](const Result<void> &r) { result = r; });
         return QTest::qWaitFor([&] { return result.has_value(); }, 20000) && result->isOk();
     }
 
@@ -119,19 +120,19 @@ private Q_SLOTS:
         // Desktop entries come only from the test's own folders.
         qputenv("XDG_DATA_DIRS", systemData_.path().toLocal8Bit());
 
-        std::optional<LoginResult> login;
-        AccountApi::login(user, QStringLiteral("demo123456"), [&](const LoginResult &r) { login = r; });
+        std::optional<Result<QString>> login;
+        client_.signIn(user, QStringLiteral("demo123456"), [&](const Result<QString> &r) { login = r; });
         QTRY_VERIFY_WITH_TIMEOUT(login.has_value(), 20000);
         QVERIFY(login->isOk());
 
-        session_ = std::make_unique<Session>(login->username());
+        session_ = std::make_unique<Session>(settings_, client_, login->value());
         window_ = new FramedWindow;
-        home_ = new HomeView;
+        home_ = new HomeView(session_->library(), session_->storeOpened());
         window_->setContentView(home_);
         window_->show();
         QVERIFY(QTest::qWaitForWindowExposed(window_, 20000));
         session_->start(*home_);
-        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(!session_->librarySync().isRunning(), 30000);
         QTRY_COMPARE_WITH_TIMEOUT(classes()->dataSource.size(), 3, 20000);
         QTRY_COMPARE_WITH_TIMEOUT(phrases()->count(), 3, 20000);
     }
@@ -144,19 +145,20 @@ private Q_SLOTS:
         phrases()->setSelection({1});
         QCOMPARE(label(), classes()->dataSource[0].label + "(3)");
 
-        ClassOperations::setLabel(sign, QStringLiteral("常用回复"), user);
+        session_->library().classOperations.setLabel(sign, QStringLiteral("常用回复"));
         QTRY_COMPARE_WITH_TIMEOUT(classes()->dataSource[0].label, QStringLiteral("常用回复"), 20000);
         QCOMPARE(label(), QStringLiteral("常用回复(3)"));
         QCOMPARE(classes()->cellAt(0)->label->text(), QStringLiteral("常用回复"));
         QCOMPARE(phrases()->selectedRows, QList<int>{1});
 
         // Renamed on the service by another device: the next synchronisation brings the name.
-        QVERIFY(
-            waitForCall([&](CallHandler done) { ClassApi::upLabel(sign, "问候语", user, std::move(done)); }));
-        QCOMPARE(ClassStore::shared().getData(sign)->label, QStringLiteral("常用回复"));
+        QVERIFY(waitForCall([&](CloudClient::Handler<void> done) {
+            client_.renameClass(sign, "问候语", user, std::move(done));
+        }));
+        QCOMPARE(session_->classStore().getData(sign)->label, QStringLiteral("常用回复"));
         home_->libraryPanel->cloudButtonClick();
         QTRY_COMPARE_WITH_TIMEOUT(label(), QStringLiteral("问候语(3)"), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!session_->librarySync().isRunning(), 20000);
         QCOMPARE(label(), QStringLiteral("问候语(3)"));
     }
 
@@ -197,10 +199,10 @@ private Q_SLOTS:
         const QStringList made{"退货与换货政策说明", "物流配送与时效查询", "发票开具与报销问题",
                                "会员积分与优惠活动"};
         for (const QString &name : made) {
-            std::optional<OperationResult> result;
-            ClassOperations::create(name, user, [&](const OperationResult &r) { result = r; });
+            std::optional<Result<void>> result;
+            session_->library().classOperations.create(name, [&](const Result<void> &r) { result = r; });
             QTRY_VERIFY_WITH_TIMEOUT(result.has_value(), 20000);
-            QVERIFY(result->isSuccess());
+            QVERIFY(result->isOk());
             const int row = int(classes()->dataSource.size()) - 1;
             QCOMPARE(classes()->dataSource[row].label, name);
             QVERIFY2(classInView(row), qPrintable(name));

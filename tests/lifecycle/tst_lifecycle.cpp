@@ -1,9 +1,6 @@
-#include "cloud/accountapi.h"
-#include "cloud/classapi.h"
+#include "cloud/cloudclient.h"
 #include "cloud/imageutil.h"
-#include "cloud/phraseapi.h"
-#include "cloud/pictureapi.h"
-#include "model/app.h"
+#include "model/settings.h"
 #include "store/appfileutil.h"
 #include "store/localpath.h"
 
@@ -274,14 +271,16 @@ class TestLifecycle : public QObject {
         if (!cloud_.addUser("pics", "secret-1"))
             return false;
         qputenv("QUILLORA_SERVICE_URL", cloud_.baseUrl().toUtf8());
+        Settings settings;
+        CloudClient client(settings);
         std::optional<bool> signedIn;
-        AccountApi::login("pics", "secret-1", [&](const LoginResult &r) { signedIn = r.isOk(); });
+        client.signIn("pics", "secret-1", [&](const Result<QString> &r) { signedIn = r.isOk(); });
         if (!QTest::qWaitFor([&] { return signedIn.has_value(); }, waitMs) || !*signedIn)
             return false;
-        App::userInfo().username = "pics";
-        std::optional<CreateResult> cls;
-        ClassApi::create("图片", "0", "pics", [&](const CreateResult &r) { cls = r; });
-        if (!QTest::qWaitFor([&] { return cls.has_value(); }, waitMs) || !cls->isSuccess())
+        client.setUsername("pics");
+        std::optional<Result<QString>> cls;
+        client.createClass("图片", "0", "pics", [&](const Result<QString> &r) { cls = r; });
+        if (!QTest::qWaitFor([&] { return cls.has_value(); }, waitMs) || !*cls)
             return false;
         LocalPath::initDirs();
         QJsonArray content;
@@ -296,17 +295,16 @@ class TestLifecycle : public QObject {
             const QString name = ImageUtil::fileNameOf(png);
             if (!AppFileUtil::saveImage(png, name))
                 return false;
-            PictureApi::upload(name, [&](const OperationResult &r) { uploaded += r.isSuccess() ? 1 : 1000; },
-                               {});
+            client.uploadPicture(name, [&](const Result<void> &r) { uploaded += r.isOk() ? 1 : 1000; }, {});
             content.append(QJsonObject{{"type", 2}, {"value", name}});
         }
         if (!QTest::qWaitFor([&] { return uploaded >= pictureCount; }, waitMs) || uploaded != pictureCount)
             return false;
-        std::optional<CreateResult> phrase;
-        PhraseApi::create(cls->sign(), "很多图片",
-                          QString::fromUtf8(QJsonDocument(content).toJson(QJsonDocument::Compact)), "0",
-                          "pics", [&](const CreateResult &r) { phrase = r; });
-        return QTest::qWaitFor([&] { return phrase.has_value(); }, waitMs) && phrase->isSuccess();
+        std::optional<Result<QString>> phrase;
+        client.createPhrase(cls->value(), "很多图片",
+                            QString::fromUtf8(QJsonDocument(content).toJson(QJsonDocument::Compact)), "0",
+                            "pics", [&](const Result<QString> &r) { phrase = r; });
+        return QTest::qWaitFor([&] { return phrase.has_value(); }, waitMs) && phrase->isOk();
     }
 
 private Q_SLOTS:

@@ -1,6 +1,5 @@
 #include "testenv.h"
 
-#include "model/app.h"
 #include "model/contentformat.h"
 #include "model/phrase.h"
 #include "model/phraseclass.h"
@@ -133,13 +132,9 @@ private Q_SLOTS:
                  QStringLiteral("x.png|"));
     }
 
-    void stringOperations() {
+    void whitespaceIsRemovedForTheOneLineView() {
         QCOMPARE(removeWhitespace(QStringLiteral("a \n\r \r\nb")), QStringLiteral("ab"));
         QCOMPARE(removeWhitespace(QStringLiteral("a\tb")), QStringLiteral("a\tb"));
-        QCOMPARE(split(QStringLiteral("|a||b|"), QStringLiteral("|")), QStringList({"", "a", "", "b", ""}));
-        QCOMPARE(split(QStringLiteral("a--b"), QStringLiteral("--")), QStringList({"a", "b"}));
-        QCOMPARE(replace(QStringLiteral("a.b.c"), QStringLiteral("."), QStringLiteral("::")),
-                 QStringLiteral("a::b::c"));
     }
 
     void phraseFromJson() {
@@ -184,12 +179,6 @@ private Q_SLOTS:
 
         QVERIFY(!PhraseListReply::fromText("[]"));
         QVERIFY(!PhraseListReply::fromText("<html>"));
-    }
-
-    void ownerBeforeSignIn() {
-        QCOMPARE(App::userInfo().username, QStringLiteral("123"));
-        QCOMPARE(App::version, 1);
-        QCOMPARE(PhraseClass(), PhraseClass(0, QString(), QString(), 0, QString()));
     }
 };
 

@@ -1,5 +1,5 @@
 #include "desktop/x11/quickbarshortcuts.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "quickbar/quickbar.h"
 #include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
@@ -47,6 +47,7 @@ class TestQuickBar : public QObject {
     Q_OBJECT
 
     PasteTargetProcess target_;
+    Settings settings_;
     QuickBar *bar_ = nullptr;
     QWidget *home_ = nullptr;
     // What the home window shows; absent while no class is loaded.
@@ -79,7 +80,7 @@ private Q_SLOTS:
         home_->setWindowTitle(QStringLiteral("home"));
         home_->resize(300, 400);
 
-        bar_ = new QuickBar;
+        bar_ = new QuickBar(settings_);
         bar_->setListSource(
             [this](int row) -> std::optional<Phrase> {
                 if (!shown_ || row >= shown_->size())
@@ -228,7 +229,7 @@ private Q_SLOTS:
         pressWith({XK_Control_L, XK_Shift_L}, XK_F1);
         QVERIFY(!bar_->setShortcutModifiers(QStringLiteral("Ctrl+Hyper")));
         QVERIFY(!bar_->setShortcutModifiers(QStringLiteral("Ctrl+Alt")));
-        AppSettings::setString(QuickBar::shortcutsKey, QStringLiteral("Ctrl+Shift"));
+        settings_.setQuickBarShortcuts(QStringLiteral("Ctrl+Shift"));
         QVERIFY(bar_->applyShortcutSetting());
         pressWith({XK_Control_L, XK_Shift_L}, XK_F3);
         QTRY_COMPARE_WITH_TIMEOUT(pasted().size(), before + 1, 10000);
@@ -236,7 +237,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(enters(), entersBefore + 1, 10000);
         settle();
         // Switched off again, the keys reach the chat program as before.
-        AppSettings::setString(QuickBar::shortcutsKey, QString());
+        settings_.setQuickBarShortcuts(QString());
         QVERIFY(bar_->applyShortcutSetting());
         pressWith({XK_Control_L, XK_Shift_L}, XK_F1);
         QTest::qWait(1500);
@@ -258,15 +259,15 @@ private Q_SLOTS:
         QTRY_COMPARE(bar_->pos(), start + QPoint(-150, -200));
         QCOMPARE(activeWindow(), target_.window());
         // The next bar, after a restart, comes up there.
-        QTRY_VERIFY(!AppSettings::getString(QuickBar::positionKey).isEmpty());
+        QTRY_VERIFY(!settings_.quickBarPosition().isEmpty());
         {
-            QuickBar next;
+            QuickBar next(settings_);
             next.present();
             QCOMPARE(next.pos(), bar_->pos());
         }
         // Unless that place is no longer on any screen.
-        AppSettings::setString(QuickBar::positionKey, QStringLiteral("5000,40"));
-        QuickBar next;
+        settings_.setQuickBarPosition(QStringLiteral("5000,40"));
+        QuickBar next(settings_);
         next.present();
         QCOMPARE(next.pos(), start);
     }

@@ -5,7 +5,6 @@
 #include "cloud/librarysync.h"
 #include "library/homeview.h"
 #include "library/phraselist.h"
-#include "model/app.h"
 #include "model/contentformat.h"
 #include "quickbar/quickbar.h"
 #include "quickbar/quickbarslot.h"
@@ -70,7 +69,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT((home_ = qobject_cast<HomeView *>(
                                       qobject_cast<MainWindow *>(window())->contentView())) != nullptr,
                                  60000);
-        QTRY_VERIFY_WITH_TIMEOUT(!LibrarySync::isCloud(), 60000);
+        QTRY_VERIFY_WITH_TIMEOUT(!delegate_.session()->librarySync().isRunning(), 60000);
         QTRY_COMPARE_WITH_TIMEOUT(home_->phraseList()->count(), 3, 30000);
         bar_ = delegate_.session()->quickBar();
         QVERIFY(bar_);

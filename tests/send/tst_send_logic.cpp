@@ -1,6 +1,6 @@
 #include "desktop/x11/x11backend.h"
-#include "model/appsettings.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
 #include "recordingbackend.h"
 #include "send/clipboardutil.h"
 #include "send/pastekeys.h"
@@ -271,14 +271,12 @@ private Q_SLOTS:
         QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Adaptive)),
                  QStringLiteral("activate 0,focus 150,left 0,focus 100,offer 0,paste 0"));
 
-        const QString key = QLatin1String(SendPlan::pauseModeKey);
-        QCOMPARE(key, QStringLiteral("sendPauseMode"));
         for (const auto &[value, mode] : {std::pair{QStringLiteral("fixed"), Mode::Fixed},
                                           {QStringLiteral(" Fixed "), Mode::Fixed},
                                           {QStringLiteral("adaptive"), Mode::Adaptive},
                                           {QStringLiteral("fixe"), Mode::Adaptive},
                                           {QString(), Mode::Adaptive}}) {
-            AppSettings::setString(key, value);
+            Settings().setSendPauseMode(value);
             QCOMPARE(SendPlan::configuredPauseMode(), mode);
             QCOMPARE(SendPlan::make(text, chat, true).pauseMode, mode);
             QCOMPARE(SendPlan::make(text, chat, true).steps[1].kind,
@@ -303,7 +301,7 @@ private Q_SLOTS:
         QFETCH(QString, mode);
         QFETCH(int, focusDelayMs);
         QFETCH(int, readDelayMs);
-        AppSettings::setString(QLatin1String(SendPlan::pauseModeKey), mode);
+        Settings().setSendPauseMode(mode);
         target(chatPid);
         // The first send into a window learns how it pastes; the second one relies on it.
         for (int round = 0; round < 2; ++round) {
@@ -319,7 +317,7 @@ private Q_SLOTS:
             QVERIFY(reports_.isEmpty());
             target(chatPid);
         }
-        AppSettings::setString(QLatin1String(SendPlan::pauseModeKey), QString());
+        Settings().setSendPauseMode(QString());
     }
 
     // Another program takes the clipboard between the piece going on it and the paste: nothing is
@@ -380,17 +378,17 @@ private Q_SLOTS:
         const auto xterm = PasteKeys::forProgram(QStringLiteral("XTerm"));
         QCOMPARE(xterm.stroke, (DesktopBackend::Stroke{Key::Insert, false, true}));
         QVERIFY(xterm.primary);
-        AppSettings::setString(QStringLiteral("pasteKeys/XTerm"), QStringLiteral("Ctrl+Shift+V"));
-        AppSettings::setString(QStringLiteral("pasteKeys/Chat"), QStringLiteral("shift+insert"));
-        AppSettings::setString(QStringLiteral("pasteKeys/kitty"), QStringLiteral("alt+v"));
+        Settings().setPasteKeys(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V"));
+        Settings().setPasteKeys(QStringLiteral("Chat"), QStringLiteral("shift+insert"));
+        Settings().setPasteKeys(QStringLiteral("kitty"), QStringLiteral("alt+v"));
         QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm")).stroke,
                  (DesktopBackend::Stroke{Key::V, true, true}));
         QVERIFY(!PasteKeys::forProgram(QStringLiteral("XTerm")).primary);
         QVERIFY(PasteKeys::forProgram(QStringLiteral("Chat")).primary);
         QCOMPARE(PasteKeys::forProgram(QStringLiteral("kitty")).stroke,
                  (DesktopBackend::Stroke{Key::V, true, true}));
-        for (const char *key : {"pasteKeys/XTerm", "pasteKeys/Chat", "pasteKeys/kitty"})
-            AppSettings::setString(QString::fromLatin1(key), QString());
+        for (const char *program : {"XTerm", "Chat", "kitty"})
+            Settings().setPasteKeys(QString::fromLatin1(program), QString());
     }
 
     // The first paste into a window waits out a long silence; from what the window did then, a

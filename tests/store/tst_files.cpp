@@ -1,4 +1,3 @@
-#include "coutcapture.h"
 #include "testenv.h"
 
 #include "store/appfileutil.h"
@@ -41,26 +40,21 @@ private Q_SLOTS:
         QCOMPARE(LocalPath::tempDir(), env_.home() + QStringLiteral("/appData/temp"));
         QVERIFY(!QFileInfo::exists(LocalPath::imageDir()));
 
-        CoutCapture out;
         LocalPath::initDirs();
-        QCOMPARE(out.text(), QStringLiteral("Succes to create folder\n").repeated(3));
         QVERIFY(QFileInfo(LocalPath::imageDir()).isDir());
         QVERIFY(QFileInfo(LocalPath::sqliteDir()).isDir());
         QVERIFY(QFileInfo(LocalPath::tempDir()).isDir());
-        out.clear();
-        LocalPath::initDirs();
-        QCOMPARE(out.text(), QString());
 
+        // A file in the way: no folder, and nothing else touched.
         QFile blocker(env_.home() + QStringLiteral("/file"));
         QVERIFY(blocker.open(QIODevice::WriteOnly));
         blocker.close();
         LocalPath::createDir(env_.home() + QStringLiteral("/file/sub"));
-        QCOMPARE(out.text(), QStringLiteral("Error to create folder\n"));
+        QVERIFY(QFileInfo(blocker.fileName()).isFile());
         QVERIFY(blocker.remove());
     }
 
     void images() {
-        CoutCapture out;
         const QByteArray png("\x89PNG\r\n\x1a\n\x00 data", 14);
         QVERIFY(!AppFileUtil::exist(QStringLiteral("a.png")));
         QVERIFY(AppFileUtil::saveImage(png, QStringLiteral("a.png")));
@@ -70,10 +64,7 @@ private Q_SLOTS:
         QCOMPARE(*AppFileUtil::readImage(QStringLiteral("a.png")), QByteArray("short"));
         QVERIFY(AppFileUtil::saveImage({}, QStringLiteral("empty.png")));
         QCOMPARE(*AppFileUtil::readImage(QStringLiteral("empty.png")), QByteArray());
-        QCOMPARE(out.text(), QString());
-
         QVERIFY(!AppFileUtil::readImage(QStringLiteral("missing.png")));
-        QCOMPARE(out.text(), QStringLiteral("ERROR XC9900EFF 读取图片文件失败\n"));
     }
 
     void refusedNames_data() {
@@ -90,11 +81,8 @@ private Q_SLOTS:
     void refusedNames() {
         QFETCH(QString, name);
         const QStringList before = allFiles();
-        CoutCapture out;
         QVERIFY(!AppFileUtil::saveImage("x", name));
-        QVERIFY(out.text().contains(QStringLiteral("ERROR XD8V9DFF 存储图片文件失败 \n")));
         QVERIFY(!AppFileUtil::readImage(name));
-        QVERIFY(out.text().contains(QStringLiteral("ERROR XC9900EFF 读取图片文件失败\n")));
         QVERIFY(!AppFileUtil::exist(name));
         QCOMPARE(allFiles(), before);
         QVERIFY(!QFileInfo::exists(QStringLiteral("/tmp/escape.png")));
@@ -111,12 +99,7 @@ private Q_SLOTS:
 
     void saveFailureIsReported() {
         QVERIFY(QDir(LocalPath::imageDir()).removeRecursively());
-        CoutCapture out;
         QVERIFY(!AppFileUtil::saveImage("x", QStringLiteral("b.png")));
-        const QStringList lines = out.text().split(QLatin1Char('\n'));
-        QCOMPARE(lines.size(), 3); // the message, the reason, and the end of the last line
-        QCOMPARE(lines.at(0), QStringLiteral("ERROR XD8V9DFF 存储图片文件失败 "));
-        QVERIFY(!lines.at(1).isEmpty());
         QVERIFY(!AppFileUtil::exist(QStringLiteral("b.png")));
     }
 };

@@ -1,7 +1,7 @@
 #include "desktop/desktopbackend.h"
 #include "desktop/gnome/gnomebackend.h"
 #include "desktop/windowactivation.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "phrasejson.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
@@ -131,7 +131,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(standin_.canReadLine(), 20000);
         QCOMPARE(standin_.readLine().trimmed(), QByteArray("ready"));
 
-        AppSettings::setString(QLatin1String(GnomeBackend::restoreTokenKey), QString());
+        Settings().setRestoreToken(QString());
         DesktopBackend::setInstance(std::make_unique<GnomeBackend>());
         QVERIFY(backend().available());
         QTRY_VERIFY_WITH_TIMEOUT(backend().canType(), 10000);
@@ -139,8 +139,7 @@ private Q_SLOTS:
         QCOMPARE(lines().filter(QStringLiteral("select-devices")),
                  QStringList{QStringLiteral("select-devices types=1 persist=2 token=-")});
         QCOMPARE(lines().count(QStringLiteral("consent")), 1);
-        QCOMPARE(AppSettings::getString(QLatin1String(GnomeBackend::restoreTokenKey)),
-                 QStringLiteral("token1"));
+        QCOMPARE(Settings().restoreToken(), QStringLiteral("token1"));
     }
 
     void cleanupTestCase() {
@@ -251,7 +250,7 @@ private Q_SLOTS:
     // the new token it gives replaces the used one.
     void restoreTokenReused() {
         const qsizetype before = lines().size();
-        const QString saved = AppSettings::getString(QLatin1String(GnomeBackend::restoreTokenKey));
+        const QString saved = Settings().restoreToken();
         QVERIFY(!saved.isEmpty());
         {
             GnomeBackend again;
@@ -261,7 +260,7 @@ private Q_SLOTS:
         QCOMPARE(got.filter(QStringLiteral("select-devices")),
                  QStringList{QStringLiteral("select-devices types=1 persist=2 token=") + saved});
         QCOMPARE(got.count(QStringLiteral("consent")), 0);
-        const QString next = AppSettings::getString(QLatin1String(GnomeBackend::restoreTokenKey));
+        const QString next = Settings().restoreToken();
         QVERIFY(!next.isEmpty() && next != saved);
 
         // A third start with the newest token asks nothing either.
@@ -277,7 +276,7 @@ private Q_SLOTS:
     // The user cancels the permission dialog: one plain sentence, no key ever, the rest works.
     void refusalSaidOnceAndNothingTyped() {
         tell(QStringLiteral("refuse"));
-        AppSettings::setString(QLatin1String(GnomeBackend::restoreTokenKey), QString());
+        Settings().setRestoreToken(QString());
         StandardOutput output;
         GnomeBackend refused;
         QVERIFY(refused.available());
@@ -295,7 +294,7 @@ private Q_SLOTS:
         QVERIFY(!refused.keyStroke(DesktopBackend::Key::Enter, false));
         QCOMPARE(keysAndPastes(before), QStringList{});
         QCOMPARE(output.soFar().count(QStringLiteral("此桌面不允许模拟按键：")), 1);
-        QVERIFY(AppSettings::getString(QLatin1String(GnomeBackend::restoreTokenKey)).isEmpty());
+        QVERIFY(Settings().restoreToken().isEmpty());
         tell(QStringLiteral("focus %1").arg(ownId));
     }
 

@@ -2,7 +2,7 @@
 #include "desktop/gnome/gnomebackend.h"
 #include "desktop/windowactivation.h"
 #include "gnomeshellsession.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 #include "mutterkeyboard.h"
 #include "phrasejson.h"
 #include "quickbar/quickbar.h"
@@ -143,7 +143,7 @@ private Q_SLOTS:
 
         // The back-end asks the portal for keys; the portal's dialog is answered from the keyboard:
         // Enter turns on "allow remote interaction", Alt+S is its Share button.
-        AppSettings::setString(QLatin1String(GnomeBackend::restoreTokenKey), QString());
+        Settings().setRestoreToken(QString());
         auto *backend = dynamic_cast<GnomeBackend *>(&DesktopBackend::instance());
         QVERIFY2(backend && backend->available(),
                  "the GNOME back-end was not chosen or the extension is off");
@@ -215,7 +215,8 @@ private Q_SLOTS:
     // and a window placed at the right edge, as the home window docks, gets the strip it asked for.
     void ownWindowsKeepTheirPlaceAndLeaveTheFocus() {
         bringForward(QStringLiteral("chat.gnome"));
-        QuickBar bar;
+        Settings settings;
+        QuickBar bar(settings);
         bar.present();
         QVERIFY(QTest::qWaitForWindowExposed(&bar, 20000));
         QTest::qWait(500);

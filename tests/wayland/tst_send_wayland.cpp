@@ -4,6 +4,7 @@
 #include "desktop/wayland/virtualkeymap.h"
 #include "desktop/wayland/waylandbackend.h"
 #include "desktop/windowactivation.h"
+#include "model/settings.h"
 #include "phrasejson.h"
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
@@ -436,7 +437,8 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
         QTRY_COMPARE_WITH_TIMEOUT(sway_.focusedAppId(), t.appId, 10000);
-        QuickBar bar;
+        Settings settings;
+        QuickBar bar(settings);
         bar.present();
         QVERIFY(QTest::qWaitForWindowExposed(&bar, 20000));
         const QRect asked = bar.geometry();

@@ -5,7 +5,7 @@
 #include "desktop/gnome/shellwindows.h"
 #include "desktop/wayland/applicationicon.h"
 #include "desktop/x11/x11backend.h"
-#include "model/appsettings.h"
+#include "model/settings.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -138,9 +138,8 @@ GnomeBackend::GnomeBackend() : d(std::make_unique<Impl>()) {
     d->extension = front.has_value();
     if (!d->extension)
         return;
-    d->portal = new RemoteDesktopPortal(
-        d->connection, AppSettings::getString(QLatin1String(restoreTokenKey)),
-        [](const QString &token) { AppSettings::setString(QLatin1String(restoreTokenKey), token); });
+    d->portal = new RemoteDesktopPortal(d->connection, Settings().restoreToken(),
+                                        [](const QString &token) { Settings().setRestoreToken(token); });
     d->shell->moveToThread(&d->thread);
     d->portal->moveToThread(&d->thread);
     d->shell->watch(front->window);

@@ -20,8 +20,6 @@
 class GnomeBackend : public DesktopBackend {
 public:
     static constexpr const char *extensionUuid = "quillora@org.quillora.Quillora";
-    // The settings key of the portal's restore token.
-    static constexpr const char *restoreTokenKey = "remoteDesktopRestoreToken";
     // How long a stroke waits for the portal session that is still being set up.
     static constexpr int portalWaitMs = 5000;
     // How long a paste waits for the shell to take up a new clipboard content.

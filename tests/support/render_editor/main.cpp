@@ -1,6 +1,7 @@
 // Shows each dialog of the phrase editor on a private X display and saves what it looks like.
 // Usage: render_editor <output folder>
 
+#include "cloud/cloudclient.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -8,9 +9,13 @@
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
 #include "library/classoperations.h"
-#include "model/app.h"
+#include "library/phraseoperations.h"
 #include "model/contentformat.h"
+#include "model/settings.h"
+#include "store/classstore.h"
 #include "store/localpath.h"
+#include "store/localstore.h"
+#include "store/phrasestore.h"
 #include "ui/messagebox.h"
 
 #include "testenv.h"
@@ -94,10 +99,20 @@ int main(int argc, char **argv) {
     outDir = QDir(QString::fromLocal8Bit(argv[1])).absolutePath();
     QDir().mkpath(outDir);
     LocalPath::initDirs();
-    App::userInfo().username = QStringLiteral("agent01");
+    const QString user = QStringLiteral("agent01");
+    LocalStore db;
+    if (const Result<void> opened = db.open(); !opened) {
+        std::cerr << qPrintable(opened.error()) << std::endl;
+        return 1;
+    }
+    PhraseStore phrases(db);
+    ClassStore classes(db);
+    Settings settings;
+    CloudClient cloud(settings);
+    PhraseOperations phraseOperations(phrases, cloud, user);
+    ClassOperations classOperations(classes, cloud, user);
     for (const auto &[sign, label] : {std::pair{"c1", "常用问候"}, {"c2", "物流查询"}, {"c3", "售后服务"}})
-        ClassStore::shared().create(QString::fromUtf8(sign), QString::fromUtf8(label), 0,
-                                    App::userInfo().username);
+        classes.create(QString::fromUtf8(sign), QString::fromUtf8(label), 0, user);
 
     const QByteArray card = orderCard(420, 240, QColor(0x3b, 0x82, 0xf6), QColor(0x1e, 0x3a, 0x8a),
                                       QStringLiteral("订单 #20261122"));
@@ -106,7 +121,7 @@ int main(int argc, char **argv) {
     int failures = 0;
 
     {
-        CreatePhraseDialog dialog(QStringLiteral("c1"), App::userInfo().username);
+        CreatePhraseDialog dialog(phraseOperations, QStringLiteral("c1"));
         dialog.labelViewBox->setText(QStringLiteral("订单确认"));
         dialog.textView->insertString(QStringLiteral("您好，您的订单已确认，详情如下 😊\n"));
         dialog.textView->insertImage(card);
@@ -149,19 +164,19 @@ int main(int argc, char **argv) {
         scratch.insertString(
             QStringLiteral("\n物流单号稍后同步，有问题随时联系我们 ❤️"));
         phrase.jsonValue = toJsonValue(scratch.getValue());
-        EditPhraseDialog dialog(phrase);
+        EditPhraseDialog dialog(phraseOperations, classes.getAll(user), phrase);
         showAndWait(&dialog);
         failures += !save(&dialog, QStringLiteral("editor-edit-phrase.png"));
     }
     {
-        ClassDialog dialog;
+        ClassDialog dialog(classOperations);
         dialog.label->setText(QStringLiteral("售前咨询"));
         showAndWait(&dialog);
         failures += !save(&dialog, QStringLiteral("editor-class.png"));
     }
     {
         // Rendered without being shown: showing starts the uploads.
-        PictureUploadDialog dialog(QStringLiteral("[]"), {});
+        PictureUploadDialog dialog(cloud, QStringLiteral("[]"), {});
         dialog.label->setText(QStringLiteral("正在上传图片 3f2a9c…e81b.png"));
         dialog.progressbar->setValue(64);
         dialog.adjustSize();
