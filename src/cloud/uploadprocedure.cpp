@@ -4,8 +4,8 @@
 #include "model/contentformat.h"
 #include "model/logging.h"
 
-#include <QCoreApplication>
 #include <QPointer>
+#include <QTimer>
 #include <optional>
 
 UploadProcedure::UploadProcedure(CloudClient &client, const QString &jsonValue, QObject *parent)
@@ -26,14 +26,7 @@ void UploadProcedure::uploadNext() {
         const Result<void> result =
             firstFailure_ ? Result<void>::failure(*firstFailure_) : Result<void>::success();
         // Always after start() has returned, as when the last reply came in.
-        QPointer<UploadProcedure> self(this);
-        QMetaObject::invokeMethod(
-            this,
-            [self, result]() {
-                if (self)
-                    Q_EMIT self->finished(result);
-            },
-            Qt::QueuedConnection);
+        QTimer::singleShot(0, this, [this, result]() { Q_EMIT finished(result); });
         return;
     }
     const QString name = filenameArr_.at(next_++);
