@@ -1,11 +1,16 @@
 #include "send/x11/x11backend.h"
 
 #include "send/x11/x11frontwatcher.h"
+#include "send/x11/x11keymap.h"
 
+#include <QDeadlineTimer>
 #include <QHash>
 #include <algorithm>
+#include <chrono>
 #include <iostream>
 #include <mutex>
+#include <poll.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -34,6 +39,11 @@ struct Property {
 
 enum class Read { Ok, Missing, Gone };
 
+// How long a program may take to show it has read a stroke typed on a spare key.
+constexpr int pingWaitMs = 2000;
+// The same for a program that does not answer pings: nothing tells, so the key stays mapped a while.
+constexpr int unansweredGraceMs = 300;
+
 } // namespace
 
 struct X11Backend::Impl {
@@ -42,15 +52,17 @@ struct X11Backend::Impl {
     XdoPtr xdo;
     Window root = 0;
     bool xtest = false;
-    KeyCode keyV = 0, keyEnter = 0, keyLeft = 0, keyInsert = 0, keyControl = 0, keyShift = 0;
+    // The layout in force, read again whenever the server says it changed. Declared after the
+    // display, which it uses to put a spare key back when it goes.
+    std::unique_ptr<X11Keymap> keymap;
+    long pings = 0;
     qint32 ownPid = 0;
     unsigned long resourceMask = 0;
     QHash<quint32, QString> typeNames;
     // A connection and a thread of its own, from the first watchFront on.
     std::unique_ptr<X11FrontWatcher> frontWatcher;
-    std::vector<KeyCode> modifierKeys;
     Atom activeWindowAtom = 0, clientList = 0, supported = 0, wmPid = 0, wmName = 0, wmIcon = 0, gtkAppId = 0,
-         kdeDesktopFile = 0;
+         kdeDesktopFile = 0, wmProtocols = 0, wmPing = 0;
 
     Atom atom(const char *name) { return XInternAtom(display.get(), name, False); }
 
@@ -100,26 +112,127 @@ struct X11Backend::Impl {
     }
 
     bool modifiersHeld() {
-        char keys[32];
-        XQueryKeymap(display.get(), keys);
-        for (KeyCode code : modifierKeys)
-            if (keys[code / 8] & (1 << (code % 8)))
-                return true;
-        return false;
+        keymap->update();
+        return keymap->modifierHeld();
     }
 
-    KeyCode code(Key key) const {
+    static KeySym symbol(Key key) {
         switch (key) {
         case Key::V:
-            return keyV;
+            return XK_v;
         case Key::Enter:
-            return keyEnter;
+            return XK_KP_Enter;
         case Key::Left:
-            return keyLeft;
+            return XK_Left;
         case Key::Insert:
-            return keyInsert;
+            return XK_Insert;
         }
-        return 0;
+        return NoSymbol;
+    }
+
+    // The key codes of a stroke in the layout in force; keymap->update() comes first.
+    struct Keys {
+        KeyCode key = 0, control = 0, shift = 0;
+        bool spare = false;
+    };
+
+    // A symbol that no group of the layout has goes on a spare key, as its users would map it;
+    // putBack() unmaps it.
+    std::optional<Keys> keysFor(const Stroke &stroke) {
+        Keys keys;
+        if (stroke.control && (keys.control = keymap->modifierKey(ControlMapIndex, XK_Control_L)) == 0)
+            return std::nullopt;
+        if (stroke.shift && (keys.shift = keymap->modifierKey(ShiftMapIndex, XK_Shift_L)) == 0)
+            return std::nullopt;
+        const KeySym sym = symbol(stroke.key);
+        keys.key = keymap->code(sym);
+        if (keys.key == 0) {
+            keys.key = keymap->mapSpare(sym);
+            keys.spare = true;
+        }
+        if (keys.key == 0)
+            return std::nullopt;
+        return keys;
+    }
+
+    void press(const Keys &keys) {
+        Display *dpy = display.get();
+        std::vector<KeyCode> held;
+        if (keys.control)
+            held.push_back(keys.control);
+        if (keys.shift)
+            held.push_back(keys.shift);
+        for (KeyCode k : held)
+            XTestFakeKeyEvent(dpy, k, True, CurrentTime);
+        XTestFakeKeyEvent(dpy, keys.key, True, CurrentTime);
+        XTestFakeKeyEvent(dpy, keys.key, False, CurrentTime);
+        for (auto k = held.rbegin(); k != held.rend(); ++k)
+            XTestFakeKeyEvent(dpy, *k, False, CurrentTime);
+        XSync(dpy, False);
+    }
+
+    // A program reads key symbols through its own copy of the keymap, fetched when it handles the
+    // change notice, which can be after our keys arrived: the spare key stays mapped until the
+    // program has handled the stroke. Events reach a program in order, so its answer to a ping sent
+    // after the keys shows that. Called without the server grab, which would keep it from answering.
+    void putBack(const Keys &keys, Window client) {
+        if (!keys.spare)
+            return;
+        Property pid;
+        // This program's windows would answer on the thread that may be the caller.
+        const bool own = client != 0 && read(client, wmPid, 1, pid) == Read::Ok && pid.format == 32 &&
+                         pid.count == 1 &&
+                         qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
+        if (client != 0 && !own && !(takesPings(client) && pingAnswered(client)))
+            std::this_thread::sleep_for(std::chrono::milliseconds(unansweredGraceMs));
+        keymap->restoreSpare();
+        XSync(display.get(), False);
+    }
+
+    bool takesPings(Window client) {
+        Atom *protocols = nullptr;
+        int count = 0;
+        if (!XGetWMProtocols(display.get(), client, &protocols, &count))
+            return false;
+        XPtr<Atom> owned(protocols);
+        return std::find(protocols, protocols + count, wmPing) != protocols + count;
+    }
+
+    // On a connection of its own, which may wait while other threads use the back-end's.
+    bool pingAnswered(Window client) {
+        DisplayPtr probe(XOpenDisplay(DisplayString(display.get())));
+        if (!probe)
+            return false;
+        Display *p = probe.get();
+        // Programs answer to the root window, where the window manager listens.
+        XSelectInput(p, DefaultRootWindow(p), SubstructureNotifyMask);
+        const long stamp = ++pings;
+        XEvent ping{};
+        ping.xclient.type = ClientMessage;
+        ping.xclient.window = client;
+        ping.xclient.message_type = wmProtocols;
+        ping.xclient.format = 32;
+        ping.xclient.data.l[0] = long(wmPing);
+        ping.xclient.data.l[1] = stamp;
+        ping.xclient.data.l[2] = long(client);
+        XSendEvent(p, client, False, NoEventMask, &ping);
+        XFlush(p);
+        const QDeadlineTimer deadline(pingWaitMs);
+        for (;;) {
+            while (XPending(p) > 0) {
+                XEvent e;
+                XNextEvent(p, &e);
+                if (e.type == ClientMessage && e.xclient.message_type == wmProtocols &&
+                    Atom(e.xclient.data.l[0]) == wmPing && e.xclient.data.l[1] == stamp &&
+                    Window(e.xclient.data.l[2]) == client)
+                    return true;
+            }
+            const qint64 left = deadline.remainingTime();
+            if (left == 0)
+                return false;
+            pollfd fd{ConnectionNumber(p), POLLIN, 0};
+            poll(&fd, 1, int(left));
+        }
     }
 
     // A window the desktop counts as a program's window: listed by the window manager, or
@@ -135,25 +248,17 @@ struct X11Backend::Impl {
     }
 
     // Focus is usually on the client window itself; some programs put it on a child. Window
-    // managers park it on windows of their own between two clients: that is nobody's.
-    Focus focus(Window target) {
+    // managers park it on windows of their own between two clients: that is nobody's (0). The
+    // target counts as a program's window even when the desktop does not list it.
+    Window focusedClient(Window target) {
         Display *dpy = display.get();
-        XWindowAttributes attrs;
-        if (!XGetWindowAttributes(dpy, target, &attrs))
-            return Focus::Gone;
         Window focused = 0;
         int revert = 0;
         XGetInputFocus(dpy, &focused, &revert);
         const std::vector<unsigned long> clients = cardinals(root, clientList, 65536);
         for (Window w = focused; w != 0 && w != PointerRoot && w != root;) {
-            if (w == target)
-                return Focus::Target;
-            if (isClient(w, clients)) {
-                Property pid;
-                const bool own = read(w, wmPid, 1, pid) == Read::Ok && pid.format == 32 && pid.count == 1 &&
-                                 qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
-                return own ? Focus::Own : Focus::Elsewhere;
-            }
+            if (w == target || isClient(w, clients))
+                return w;
             Window rootRet = 0, parent = 0, *children = nullptr;
             unsigned int n = 0;
             if (!XQueryTree(dpy, w, &rootRet, &parent, &children, &n))
@@ -161,7 +266,22 @@ struct X11Backend::Impl {
             XPtr<Window> owned(children);
             w = parent;
         }
-        return Focus::Nowhere;
+        return 0;
+    }
+
+    Focus focus(Window target) {
+        XWindowAttributes attrs;
+        if (!XGetWindowAttributes(display.get(), target, &attrs))
+            return Focus::Gone;
+        const Window w = focusedClient(target);
+        if (w == 0)
+            return Focus::Nowhere;
+        if (w == target)
+            return Focus::Target;
+        Property pid;
+        const bool own = read(w, wmPid, 1, pid) == Read::Ok && pid.format == 32 && pid.count == 1 &&
+                         qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
+        return own ? Focus::Own : Focus::Elsewhere;
     }
 
     bool wmSupportsActivation() {
@@ -248,23 +368,13 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->root = DefaultRootWindow(dpy);
     int eventBase = 0, errorBase = 0, major = 0, minor = 0;
     d->xtest = XTestQueryExtension(dpy, &eventBase, &errorBase, &major, &minor);
-    d->keyV = XKeysymToKeycode(dpy, XK_v);
-    d->keyEnter = XKeysymToKeycode(dpy, XK_KP_Enter);
-    d->keyLeft = XKeysymToKeycode(dpy, XK_Left);
-    d->keyInsert = XKeysymToKeycode(dpy, XK_Insert);
-    d->keyControl = XKeysymToKeycode(dpy, XK_Control_L);
-    d->keyShift = XKeysymToKeycode(dpy, XK_Shift_L);
+    d->keymap = std::make_unique<X11Keymap>(dpy);
     d->ownPid = qint32(getpid());
     // Xlib keeps the connection's resource mask to itself; the same server tells it to xcb.
     xcb_connection_t *probe = xcb_connect(DisplayString(dpy), nullptr);
     if (!xcb_connection_has_error(probe))
         d->resourceMask = xcb_get_setup(probe)->resource_id_mask;
     xcb_disconnect(probe);
-    if (ModifierKeymapPtr map{XGetModifierMapping(dpy)}) {
-        for (int i = 0; i < 8 * map->max_keypermod; ++i)
-            if (map->modifiermap[i] != 0)
-                d->modifierKeys.push_back(map->modifiermap[i]);
-    }
     d->activeWindowAtom = d->atom("_NET_ACTIVE_WINDOW");
     d->clientList = d->atom("_NET_CLIENT_LIST");
     d->supported = d->atom("_NET_SUPPORTED");
@@ -273,14 +383,18 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->wmIcon = d->atom("_NET_WM_ICON");
     d->gtkAppId = d->atom("_GTK_APPLICATION_ID");
     d->kdeDesktopFile = d->atom("_KDE_NET_WM_DESKTOP_FILE");
+    d->wmProtocols = d->atom("WM_PROTOCOLS");
+    d->wmPing = d->atom("_NET_WM_PING");
     if (!d->xdo || !d->xtest)
         std::cout << "X display without XTest: phrases cannot be sent into other programs" << std::endl;
+    else if (!d->keymap->valid())
+        std::cout << "X display without XKB: phrases cannot be sent into other programs" << std::endl;
 }
 
 X11Backend::~X11Backend() = default;
 
 bool X11Backend::available() const {
-    return d->display && d->xdo && d->xtest;
+    return d->display && d->xdo && d->xtest && d->keymap->valid();
 }
 
 std::optional<RunningApplication> X11Backend::activeApplication() {
@@ -380,18 +494,13 @@ bool X11Backend::modifiersHeld() {
 bool X11Backend::keyStroke(Key key, bool control) {
     if (!available())
         return false;
-    const KeyCode code = d->code(key);
-    if (code == 0 || (control && d->keyControl == 0))
-        return false;
     std::lock_guard lock(d->mutex);
-    Display *dpy = d->display.get();
-    if (control)
-        XTestFakeKeyEvent(dpy, d->keyControl, True, CurrentTime);
-    XTestFakeKeyEvent(dpy, code, True, CurrentTime);
-    XTestFakeKeyEvent(dpy, code, False, CurrentTime);
-    if (control)
-        XTestFakeKeyEvent(dpy, d->keyControl, False, CurrentTime);
-    XSync(dpy, False);
+    d->keymap->update();
+    const auto keys = d->keysFor({key, control, false});
+    if (!keys)
+        return false;
+    d->press(*keys);
+    d->putBack(*keys, d->focusedClient(0));
     return true;
 }
 
@@ -405,35 +514,26 @@ DesktopBackend::Focus X11Backend::focus(quint64 window) {
 DesktopBackend::StrokeResult X11Backend::strokeInto(quint64 window, Stroke stroke) {
     if (!available() || window == 0)
         return StrokeResult::Failed;
-    const KeyCode code = d->code(stroke.key);
-    if (code == 0 || (stroke.control && d->keyControl == 0) || (stroke.shift && d->keyShift == 0))
-        return StrokeResult::Failed;
     std::lock_guard lock(d->mutex);
     Display *dpy = d->display.get();
-    // With the server grabbed no other client (the window manager included) can move the focus
-    // between the check and the keys; the fake events are processed before the grab ends.
+    // With the server grabbed no other client (the window manager included) can move the focus or
+    // change the layout between the check and the keys; the fake events are processed before the
+    // grab ends.
     XGrabServer(dpy);
     StrokeResult result = StrokeResult::Typed;
+    std::optional<Impl::Keys> keys;
     if (d->modifiersHeld())
         result = StrokeResult::ModifiersHeld;
     else if (d->focus(Window(window)) != Focus::Target)
         result = StrokeResult::NotFocused;
-    if (result == StrokeResult::Typed) {
-        std::vector<KeyCode> held;
-        if (stroke.control)
-            held.push_back(d->keyControl);
-        if (stroke.shift)
-            held.push_back(d->keyShift);
-        for (KeyCode k : held)
-            XTestFakeKeyEvent(dpy, k, True, CurrentTime);
-        XTestFakeKeyEvent(dpy, code, True, CurrentTime);
-        XTestFakeKeyEvent(dpy, code, False, CurrentTime);
-        for (auto k = held.rbegin(); k != held.rend(); ++k)
-            XTestFakeKeyEvent(dpy, *k, False, CurrentTime);
-        XSync(dpy, False);
-    }
+    else if (!(keys = d->keysFor(stroke)))
+        result = StrokeResult::Failed;
+    else
+        d->press(*keys);
     XUngrabServer(dpy);
     XSync(dpy, False);
+    if (keys)
+        d->putBack(*keys, Window(window));
     return result;
 }
 

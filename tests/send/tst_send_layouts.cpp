@@ -1,0 +1,226 @@
+// Sending into real programs under a private Xvfb with openbox while the keyboard layout changes
+// under the running process: a layout without the paste keys where US has them, a layout
+// without any Latin group, two groups with either active, the group switched between two sends.
+#include "phrasejson.h"
+#include "send/phrasesender.h"
+#include "send/targetwindowtracker.h"
+#include "send/windowactivation.h"
+#include "sendtesting.h"
+#include "store/localpath.h"
+#include "xvfbsession.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QWidget>
+#include <QtTest>
+
+#include <X11/XKBlib.h>
+#include <X11/Xlib.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+
+namespace {
+
+std::optional<RunningApplication> windowTitled(const QString &title) {
+    for (const RunningApplication &app : WindowActivation::runningApplications())
+        if (app.localizedName.contains(title))
+            return app;
+    return std::nullopt;
+}
+
+QByteArray fileText(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// Locks the group, then names what the key of US "v" (evdev <AB04>) types in the group in force.
+QString lockGroup(int group) {
+    Display *display = XOpenDisplay(nullptr);
+    XkbLockGroup(display, XkbUseCoreKbd, unsigned(group));
+    XkbStateRec state{};
+    XkbGetState(display, XkbUseCoreKbd, &state);
+    const char *name = XKeysymToString(XkbKeycodeToKeysym(display, 55, state.group, 0));
+    XCloseDisplay(display);
+    return QString::fromLatin1(name ? name : "");
+}
+
+// The layout in force, as setxkbmap arguments.
+QStringList layoutInForce() {
+    QProcess query;
+    query.start(QStringLiteral("setxkbmap"), {QStringLiteral("-query")});
+    query.waitForFinished();
+    QStringList args;
+    for (const QString &line : QString::fromLatin1(query.readAllStandardOutput()).split(QLatin1Char('\n'))) {
+        const QString value = line.section(QLatin1Char(':'), 1).trimmed();
+        if (line.startsWith(QLatin1String("layout:")))
+            args << QStringLiteral("-layout") << value;
+        else if (line.startsWith(QLatin1String("variant:")))
+            args << QStringLiteral("-variant") << value;
+    }
+    return args;
+}
+
+// The test's own Ctrl+key, typed on US; the layout in force comes back once done() holds, as
+// a program reads the key through the keymap it holds when it handles the key.
+void pressWithControlOnUs(KeySym key, const std::function<bool()> &done) {
+    Display *display = XOpenDisplay(nullptr);
+    XkbStateRec state{};
+    XkbGetState(display, XkbUseCoreKbd, &state);
+    XCloseDisplay(display);
+    const QStringList before = layoutInForce();
+    QProcess::execute(QStringLiteral("setxkbmap"), {QStringLiteral("us")});
+    display = XOpenDisplay(nullptr);
+    const KeyCode control = XKeysymToKeycode(display, XK_Control_L), code = XKeysymToKeycode(display, key);
+    XTestFakeKeyEvent(display, control, True, CurrentTime);
+    XTestFakeKeyEvent(display, code, True, CurrentTime);
+    XTestFakeKeyEvent(display, code, False, CurrentTime);
+    XTestFakeKeyEvent(display, control, False, CurrentTime);
+    XSync(display, False);
+    [[maybe_unused]] const bool finished = QTest::qWaitFor(done, 10000);
+    QProcess::execute(QStringLiteral("setxkbmap"), before);
+    XkbLockGroup(display, XkbUseCoreKbd, state.group);
+    XCloseDisplay(display);
+}
+
+} // namespace
+
+class SendLayoutsTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir dir_;
+    QWidget own_;
+    QStringList reports_;
+    std::unique_ptr<QProcess> editor_, terminal_;
+    QByteArray editorText_, terminalText_;
+
+    std::unique_ptr<QProcess> start(const QString &name, const QStringList &args) {
+        const QString program = QStandardPaths::findExecutable(name);
+        if (program.isEmpty())
+            return nullptr;
+        auto process = std::make_unique<QProcess>();
+        process->start(program, args);
+        return process;
+    }
+
+    // The window becomes the target, then the agent clicks into this program.
+    void makeTargetThenFocusOwn(const QString &title) {
+        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
+        const RunningApplication window = *windowTitled(title);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
+                                     TargetWindowTracker::lastTarget()->window == window.window,
+                                 10000);
+        own_.activateWindow();
+        QTRY_VERIFY_WITH_TIMEOUT(own_.isActiveWindow(), 10000);
+        QTest::qWait(4 * TargetWindowTracker::periodMs);
+        reports_.clear();
+    }
+
+    // The layout set while the programs run, and the phrase sent with it.
+    void switchLayoutThenSend(const QString &title, QByteArray &landed) {
+        QFETCH(QStringList, setxkbmap);
+        QFETCH(int, group);
+        QFETCH(QString, symbolOnV);
+        makeTargetThenFocusOwn(title);
+        if (!setxkbmap.isEmpty())
+            QCOMPARE(QProcess::execute(QStringLiteral("setxkbmap"), setxkbmap), 0);
+        QCOMPARE(lockGroup(group), symbolOnV);
+        const QString line = QStringLiteral("Reply on ") + QString::fromLatin1(QTest::currentDataTag());
+        QVERIFY(SendTesting::sendAndSettle(PhraseJson::phrase({PhraseJson::text(line)}), true));
+        QCOMPARE(reports_, QStringList());
+        landed += line.toUtf8() + '\n';
+    }
+
+    static void stop(std::unique_ptr<QProcess> &process) {
+        if (!process)
+            return;
+        process->terminate();
+        if (!process->waitForFinished(5000))
+            process->kill();
+        process->waitForFinished(2000);
+        process.reset();
+    }
+
+    static void layoutRows() {
+        QTest::addColumn<QStringList>("setxkbmap");
+        QTest::addColumn<int>("group");
+        QTest::addColumn<QString>("symbolOnV");
+        const auto layout = [](const char *name) { return QStringList{QStringLiteral("-layout"), name}; };
+        QTest::newRow("us") << layout("us") << 0 << QStringLiteral("v");
+        QTest::newRow("us dvorak") << (layout("us") << QStringLiteral("-variant") << QStringLiteral("dvorak"))
+                                   << 0 << QStringLiteral("k");
+        QTest::newRow("us after dvorak") << layout("us") << 0 << QStringLiteral("v");
+        QTest::newRow("ru alone") << layout("ru") << 0 << QStringLiteral("Cyrillic_em");
+        QTest::newRow("us after ru") << layout("us") << 0 << QStringLiteral("v");
+        QTest::newRow("ru,us with ru active") << layout("ru,us") << 0 << QStringLiteral("Cyrillic_em");
+        QTest::newRow("us,ru with us active") << layout("us,ru") << 0 << QStringLiteral("v");
+        QTest::newRow("us,ru switched to ru") << QStringList() << 1 << QStringLiteral("Cyrillic_em");
+        QTest::newRow("us,ru switched back") << QStringList() << 0 << QStringLiteral("v");
+        QTest::newRow("de") << layout("de") << 0 << QStringLiteral("v");
+        QTest::newRow("fr") << layout("fr") << 0 << QStringLiteral("v");
+        QTest::newRow("dvorak,ru with ru active")
+            << (layout("us,ru") << QStringLiteral("-variant") << QStringLiteral("dvorak,")) << 1
+            << QStringLiteral("Cyrillic_em");
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(dir_.isValid());
+        LocalPath::initDirs();
+        PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
+        own_.setWindowTitle(QStringLiteral("own window"));
+        own_.resize(300, 60);
+        own_.move(700, 600);
+        own_.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&own_, 60000));
+        TargetWindowTracker::start();
+    }
+
+    void cleanupTestCase() {
+        stop(editor_);
+        stop(terminal_);
+    }
+
+    // GTK takes Ctrl+V by the symbol of the active group, the Latin group's key in a non-Latin one.
+    void mousepadEditor_data() { layoutRows(); }
+
+    void mousepadEditor() {
+        const QString doc = dir_.filePath(QStringLiteral("replies.txt"));
+        if (!editor_) {
+            QFile(doc).open(QIODevice::WriteOnly);
+            editor_ = start(QStringLiteral("mousepad"), {QStringLiteral("--disable-server"), doc});
+            QVERIFY2(editor_, "mousepad is missing: run scripts/setup");
+        }
+        switchLayoutThenSend(QStringLiteral("replies.txt"), editorText_);
+        if (QTest::currentTestFailed())
+            return;
+        // Saved with the editor's own keys, read back from the file.
+        pressWithControlOnUs(XK_s, [&] { return fileText(doc) == editorText_; });
+        QCOMPARE(fileText(doc), editorText_);
+    }
+
+    // xterm pastes with Shift+Insert, which every layout keeps in place.
+    void xtermTerminal_data() { layoutRows(); }
+
+    void xtermTerminal() {
+        const QString out = dir_.filePath(QStringLiteral("typed.txt"));
+        if (!terminal_) {
+            terminal_ = start(QStringLiteral("xterm"),
+                              {QStringLiteral("-title"), QStringLiteral("Terminal"), QStringLiteral("-e"),
+                               QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+                               QStringLiteral("stty -echo; cat > '%1'").arg(out)});
+            QVERIFY2(terminal_, "xterm is missing: run scripts/setup");
+        }
+        switchLayoutThenSend(QStringLiteral("Terminal"), terminalText_);
+        if (QTest::currentTestFailed())
+            return;
+        QTRY_COMPARE_WITH_TIMEOUT(fileText(out), terminalText_, 10000);
+    }
+};
+
+QUILLORA_X11_TEST_MAIN(SendLayoutsTest)
+#include "tst_send_layouts.moc"
