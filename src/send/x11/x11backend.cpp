@@ -39,7 +39,7 @@ struct Property {
 
 enum class Read { Ok, Missing, Gone };
 
-// How long a program may take to show it has read a stroke typed on a spare key.
+// How long a program may take to show it has read a stroke typed on a lent key.
 constexpr int pingWaitMs = 2000;
 // The same for a program that does not answer pings: nothing tells, so the key stays mapped a while.
 constexpr int unansweredGraceMs = 300;
@@ -53,7 +53,7 @@ struct X11Backend::Impl {
     Window root = 0;
     bool xtest = false;
     // The layout in force, read again whenever the server says it changed. Declared after the
-    // display, which it uses to put a spare key back when it goes.
+    // display, which it uses to put a lent key back when it goes.
     std::unique_ptr<X11Keymap> keymap;
     long pings = 0;
     qint32 ownPid = 0;
@@ -133,11 +133,11 @@ struct X11Backend::Impl {
     // The key codes of a stroke in the layout in force; keymap->update() comes first.
     struct Keys {
         KeyCode key = 0, control = 0, shift = 0;
-        bool spare = false;
+        bool lent = false;
     };
 
-    // A symbol that no group of the layout has goes on a spare key, as its users would map it;
-    // putBack() unmaps it.
+    // A symbol that no group of the layout has is lent to a key for the stroke; putBack() takes it
+    // back.
     std::optional<Keys> keysFor(const Stroke &stroke) {
         Keys keys;
         if (stroke.control && (keys.control = keymap->modifierKey(ControlMapIndex, XK_Control_L)) == 0)
@@ -147,8 +147,8 @@ struct X11Backend::Impl {
         const KeySym sym = symbol(stroke.key);
         keys.key = keymap->code(sym);
         if (keys.key == 0) {
-            keys.key = keymap->mapSpare(sym);
-            keys.spare = true;
+            keys.key = keymap->mapMissing(sym);
+            keys.lent = true;
         }
         if (keys.key == 0)
             return std::nullopt;
@@ -172,11 +172,11 @@ struct X11Backend::Impl {
     }
 
     // A program reads key symbols through its own copy of the keymap, fetched when it handles the
-    // change notice, which can be after our keys arrived: the spare key stays mapped until the
-    // program has handled the stroke. Events reach a program in order, so its answer to a ping sent
+    // change notice, which can be after our keys arrived: the lent symbol stays until the program
+    // has handled the stroke. Events reach a program in order, so its answer to a ping sent
     // after the keys shows that. Called without the server grab, which would keep it from answering.
     void putBack(const Keys &keys, Window client) {
-        if (!keys.spare)
+        if (!keys.lent)
             return;
         Property pid;
         // This program's windows would answer on the thread that may be the caller.
@@ -185,7 +185,7 @@ struct X11Backend::Impl {
                          qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
         if (client != 0 && !own && !(takesPings(client) && pingAnswered(client)))
             std::this_thread::sleep_for(std::chrono::milliseconds(unansweredGraceMs));
-        keymap->restoreSpare();
+        keymap->restoreMissing();
         XSync(display.get(), False);
     }
 

@@ -1,5 +1,6 @@
 #include "send/x11/x11keymap.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -22,6 +23,10 @@ struct StateUnref {
     void operator()(xkb_state *state) const { xkb_state_unref(state); }
 };
 using StatePtr = std::unique_ptr<xkb_state, StateUnref>;
+struct DescFree {
+    void operator()(XkbDescPtr desc) const { XkbFreeKeyboard(desc, 0, True); }
+};
+using DescPtr = std::unique_ptr<XkbDescRec, DescFree>;
 
 } // namespace
 
@@ -36,8 +41,12 @@ struct X11Keymap::Impl {
     xkb_layout_index_t group = 0;
     // The keys of each of the eight modifiers, as the server's modifier map lists them.
     std::array<std::vector<KeyCode>, 8> modifiers;
-    KeyCode spare = 0;
-    std::vector<KeySym> spareBefore;
+    // US, where a symbol missing from the layout in force lies on the keyboard.
+    std::unique_ptr<xkb_keymap, KeymapUnref> us;
+    bool usRead = false;
+    // The key lent a symbol for a stroke, and the map before.
+    KeyCode lent = 0;
+    DescPtr before;
 
     void reload() {
         stale = false;
@@ -86,6 +95,39 @@ struct X11Keymap::Impl {
         return best;
     }
 
+    // The key that types sym on a US keyboard, found by its name (keyboards number keys differently).
+    KeyCode usKey(xkb_keysym_t sym) {
+        if (!usRead) {
+            usRead = true;
+            xkb_context *names = xkb_context_new(XKB_CONTEXT_NO_ENVIRONMENT_NAMES);
+            const xkb_rule_names usNames{nullptr, nullptr, "us", nullptr, nullptr};
+            if (names)
+                us.reset(xkb_keymap_new_from_names(names, &usNames, XKB_KEYMAP_COMPILE_NO_FLAGS));
+            xkb_context_unref(names);
+        }
+        if (!us)
+            return 0;
+        for (xkb_keycode_t key = xkb_keymap_min_keycode(us.get()); key <= xkb_keymap_max_keycode(us.get());
+             ++key) {
+            const xkb_keysym_t *syms = nullptr;
+            if (xkb_keymap_key_get_syms_by_level(us.get(), key, 0, 0, &syms) == 1 && syms[0] == sym) {
+                const xkb_keycode_t here =
+                    xkb_keymap_key_by_name(keymap.get(), xkb_keymap_key_get_name(us.get(), key));
+                return here != XKB_KEYCODE_INVALID && here <= 255 ? KeyCode(here) : 0;
+            }
+        }
+        return 0;
+    }
+
+    // A code no key uses, from the top: the low ones are those keyboards send.
+    KeyCode spareKey() const {
+        for (xkb_keycode_t key = std::min<xkb_keycode_t>(xkb_keymap_max_keycode(keymap.get()), 255);
+             key >= std::max<xkb_keycode_t>(xkb_keymap_min_keycode(keymap.get()), 8); --key)
+            if (xkb_keymap_num_layouts_for_key(keymap.get(), key) == 0 && !isModifier(KeyCode(key)))
+                return KeyCode(key);
+        return 0;
+    }
+
     bool isModifier(KeyCode code) const {
         for (const auto &keys : modifiers)
             for (KeyCode k : keys)
@@ -116,8 +158,8 @@ X11Keymap::X11Keymap(_XDisplay *display) : d(std::make_unique<Impl>()) {
 }
 
 X11Keymap::~X11Keymap() {
-    if (d->spare) {
-        restoreSpare();
+    if (d->lent) {
+        restoreMissing();
         XSync(d->display, False);
     }
 }
@@ -179,39 +221,61 @@ bool X11Keymap::modifierHeld() const {
     return false;
 }
 
-uint8_t X11Keymap::mapSpare(uint32_t sym) {
-    if (d->spare)
-        restoreSpare();
+uint8_t X11Keymap::mapMissing(uint32_t sym) {
+    restoreMissing();
     if (!d->keymap)
         return 0;
-    int min = 0, max = 0;
-    XDisplayKeycodes(d->display, &min, &max);
-    // From the top: the low codes are the ones keyboards send.
-    for (int code = max; code >= min; --code) {
-        if (xkb_keymap_num_layouts_for_key(d->keymap.get(), xkb_keycode_t(code)) != 0 ||
-            d->isModifier(KeyCode(code)))
-            continue;
-        int width = 0;
-        const XPtr<KeySym> before{XGetKeyboardMapping(d->display, KeyCode(code), 1, &width)};
-        if (!before)
-            continue;
-        d->spareBefore.assign(before.get(), before.get() + width);
-        if (d->spareBefore.empty())
-            d->spareBefore.push_back(NoSymbol);
-        KeySym pair[2] = {0, 0};
-        XConvertCase(sym, &pair[0], &pair[1]);
-        XChangeKeyboardMapping(d->display, code, 2, pair, 1);
-        d->spare = KeyCode(code);
-        return d->spare;
+    KeyCode key = d->usKey(sym);
+    if (key == 0 || d->isModifier(key))
+        key = d->spareKey();
+    if (key == 0)
+        return 0;
+    constexpr unsigned parts = XkbKeyTypesMask | XkbKeySymsMask | XkbKeyActionsMask;
+    DescPtr before{XkbGetMap(d->display, parts, XkbUseCoreKbd)},
+        lent{XkbGetMap(d->display, parts, XkbUseCoreKbd)};
+    if (!before || !lent)
+        return 0;
+    const int groups = XkbKeyNumGroups(lent.get(), key);
+    if (groups >= XkbNumKbdGroups)
+        return 0;
+    KeySym lower = 0, upper = 0;
+    XConvertCase(sym, &lower, &upper);
+    int types[XkbNumKbdGroups] = {};
+    for (int g = 0; g < groups; ++g)
+        types[g] = XkbKeyKeyTypeIndex(lent.get(), key, g);
+    types[groups] = lower == upper ? XkbOneLevelIndex : XkbAlphabeticIndex;
+    XkbMapChangesRec changes{};
+    if (XkbChangeTypesOfKey(lent.get(), key, groups + 1, XkbGroup1Mask << groups, types, &changes) != Success)
+        return 0;
+    KeySym *syms = XkbKeySymsPtr(lent.get(), key) + groups * XkbKeyGroupsWidth(lent.get(), key);
+    syms[0] = lower;
+    if (lower != upper)
+        syms[1] = upper;
+    changes.changed |= XkbKeySymsMask;
+    changes.first_key_sym = key;
+    changes.num_key_syms = 1;
+    if (XkbKeyHasActions(lent.get(), key)) {
+        changes.changed |= XkbKeyActionsMask;
+        changes.first_key_act = key;
+        changes.num_key_acts = 1;
     }
-    return 0;
+    if (!XkbChangeMap(d->display, lent.get(), &changes))
+        return 0;
+    d->lent = key;
+    d->before = std::move(before);
+    return key;
 }
 
-void X11Keymap::restoreSpare() {
-    if (!d->spare)
+void X11Keymap::restoreMissing() {
+    if (!d->lent)
         return;
-    XChangeKeyboardMapping(d->display, d->spare, int(d->spareBefore.size()), d->spareBefore.data(), 1);
-    d->spare = 0;
-    d->spareBefore.clear();
+    // The key's groups, types, symbols and actions as they were, from the map read before.
+    XkbMapChangesRec changes{};
+    changes.changed = XkbKeySymsMask | XkbKeyActionsMask;
+    changes.first_key_sym = changes.first_key_act = d->lent;
+    changes.num_key_syms = changes.num_key_acts = 1;
+    XkbChangeMap(d->display, d->before.get(), &changes);
+    d->lent = 0;
+    d->before.reset();
     d->stale = true;
 }

@@ -13,7 +13,7 @@ class X11Keymap {
 public:
     // Selects the change notices on display, which the keymap uses but does not own.
     explicit X11Keymap(_XDisplay *display);
-    // Puts a spare key still mapped back as it was.
+    // Puts a key still lent back as it was.
     ~X11Keymap();
     X11Keymap(const X11Keymap &) = delete;
     X11Keymap &operator=(const X11Keymap &) = delete;
@@ -35,11 +35,14 @@ public:
     // Whether a key that holds any modifier is down.
     bool modifierHeld() const;
 
-    // Maps sym on a key code that no key uses, for a symbol that no group has; 0 when none is free.
-    // The key stays mapped until restoreSpare().
-    uint8_t mapSpare(uint32_t sym);
-    // Puts the spare key back as it was.
-    void restoreSpare();
+    // For a symbol that no group has: lends it to the key that types it on a US keyboard, in a group
+    // of its own after the key's groups, which is where its users press it (the key that types a
+    // Cyrillic letter in the active group: toolkits take the Latin symbol from another group of the
+    // same key, or the key's place). A code no key uses when that key is missing or a modifier.
+    // Returns the key, 0 when none could be lent; it keeps the symbol until restoreMissing().
+    uint8_t mapMissing(uint32_t sym);
+    // Puts the lent key back as it was.
+    void restoreMissing();
 
 private:
     struct Impl;
