@@ -41,7 +41,7 @@ enum class Read { Ok, Missing, Gone };
 
 // How long a program may take to show it has read a stroke typed on a lent key.
 constexpr int pingWaitMs = 2000;
-// The same for a program that does not answer pings: nothing tells, so the key stays mapped a while.
+// The same for a program that does not answer pings: nothing tells, so the key stays lent a while.
 constexpr int unansweredGraceMs = 300;
 
 } // namespace

@@ -128,6 +128,45 @@ struct X11Keymap::Impl {
         return 0;
     }
 
+    // Gives the key a group of its own after its groups, with sym in it.
+    bool lend(KeyCode key, KeySym sym) {
+        constexpr unsigned parts = XkbKeyTypesMask | XkbKeySymsMask | XkbKeyActionsMask;
+        DescPtr was{XkbGetMap(display, parts, XkbUseCoreKbd)},
+            lending{XkbGetMap(display, parts, XkbUseCoreKbd)};
+        if (!was || !lending)
+            return false;
+        XkbDescPtr desc = lending.get();
+        const int groups = XkbKeyNumGroups(desc, key);
+        if (groups >= XkbNumKbdGroups)
+            return false;
+        KeySym lower = 0, upper = 0;
+        XConvertCase(sym, &lower, &upper);
+        int types[XkbNumKbdGroups] = {};
+        for (int g = 0; g < groups; ++g)
+            types[g] = XkbKeyKeyTypeIndex(desc, key, g);
+        types[groups] = lower == upper ? XkbOneLevelIndex : XkbAlphabeticIndex;
+        XkbMapChangesRec changes{};
+        if (XkbChangeTypesOfKey(desc, key, groups + 1, XkbGroup1Mask << groups, types, &changes) != Success)
+            return false;
+        KeySym *syms = XkbKeySymsPtr(desc, key) + groups * XkbKeyGroupsWidth(desc, key);
+        syms[0] = lower;
+        if (lower != upper)
+            syms[1] = upper;
+        changes.changed |= XkbKeySymsMask;
+        changes.first_key_sym = key;
+        changes.num_key_syms = 1;
+        if (XkbKeyHasActions(desc, key)) {
+            changes.changed |= XkbKeyActionsMask;
+            changes.first_key_act = key;
+            changes.num_key_acts = 1;
+        }
+        if (!XkbChangeMap(display, desc, &changes))
+            return false;
+        lent = key;
+        before = std::move(was);
+        return true;
+    }
+
     bool isModifier(KeyCode code) const {
         for (const auto &keys : modifiers)
             for (KeyCode k : keys)
@@ -225,45 +264,11 @@ uint8_t X11Keymap::mapMissing(uint32_t sym) {
     restoreMissing();
     if (!d->keymap)
         return 0;
-    KeyCode key = d->usKey(sym);
-    if (key == 0 || d->isModifier(key))
-        key = d->spareKey();
-    if (key == 0)
-        return 0;
-    constexpr unsigned parts = XkbKeyTypesMask | XkbKeySymsMask | XkbKeyActionsMask;
-    DescPtr before{XkbGetMap(d->display, parts, XkbUseCoreKbd)},
-        lent{XkbGetMap(d->display, parts, XkbUseCoreKbd)};
-    if (!before || !lent)
-        return 0;
-    const int groups = XkbKeyNumGroups(lent.get(), key);
-    if (groups >= XkbNumKbdGroups)
-        return 0;
-    KeySym lower = 0, upper = 0;
-    XConvertCase(sym, &lower, &upper);
-    int types[XkbNumKbdGroups] = {};
-    for (int g = 0; g < groups; ++g)
-        types[g] = XkbKeyKeyTypeIndex(lent.get(), key, g);
-    types[groups] = lower == upper ? XkbOneLevelIndex : XkbAlphabeticIndex;
-    XkbMapChangesRec changes{};
-    if (XkbChangeTypesOfKey(lent.get(), key, groups + 1, XkbGroup1Mask << groups, types, &changes) != Success)
-        return 0;
-    KeySym *syms = XkbKeySymsPtr(lent.get(), key) + groups * XkbKeyGroupsWidth(lent.get(), key);
-    syms[0] = lower;
-    if (lower != upper)
-        syms[1] = upper;
-    changes.changed |= XkbKeySymsMask;
-    changes.first_key_sym = key;
-    changes.num_key_syms = 1;
-    if (XkbKeyHasActions(lent.get(), key)) {
-        changes.changed |= XkbKeyActionsMask;
-        changes.first_key_act = key;
-        changes.num_key_acts = 1;
-    }
-    if (!XkbChangeMap(d->display, lent.get(), &changes))
-        return 0;
-    d->lent = key;
-    d->before = std::move(before);
-    return key;
+    if (const KeyCode key = d->usKey(sym); key != 0 && !d->isModifier(key) && d->lend(key, sym))
+        return key;
+    if (const KeyCode key = d->spareKey(); key != 0 && d->lend(key, sym))
+        return key;
+    return 0;
 }
 
 void X11Keymap::restoreMissing() {
