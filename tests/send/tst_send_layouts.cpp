@@ -73,6 +73,18 @@ QStringList layoutInForce() {
     return args;
 }
 
+// The test's own keys, typed on US.
+void typeOnUs(const QList<KeySym> &keys) {
+    QProcess::execute(QStringLiteral("setxkbmap"), {QStringLiteral("us")});
+    Display *display = XOpenDisplay(nullptr);
+    for (KeySym key : keys) {
+        XTestFakeKeyEvent(display, XKeysymToKeycode(display, key), True, CurrentTime);
+        XTestFakeKeyEvent(display, XKeysymToKeycode(display, key), False, CurrentTime);
+    }
+    XSync(display, False);
+    XCloseDisplay(display);
+}
+
 // The test's own Ctrl+key, typed on US; the layout in force comes back once done() holds, as
 // a program reads the key through the keymap it holds when it handles the key.
 void pressWithControlOnUs(KeySym key, const std::function<bool()> &done) {
@@ -104,16 +116,19 @@ private:
     QTemporaryDir dir_;
     QWidget own_;
     QStringList reports_;
-    std::unique_ptr<QProcess> editor_, terminal_, browser_;
-    QByteArray editorText_, terminalText_, browserText_;
+    std::unique_ptr<QProcess> editor_, terminal_, browser_, ibus_, ibusEditor_;
+    QByteArray editorText_, terminalText_, browserText_, ibusText_;
     QTemporaryDir profile_;
     ChatPageServer chat_;
 
-    std::unique_ptr<QProcess> start(const QString &name, const QStringList &args) {
+    std::unique_ptr<QProcess>
+    start(const QString &name, const QStringList &args,
+          const QProcessEnvironment &env = QProcessEnvironment::systemEnvironment()) {
         const QString program = QStandardPaths::findExecutable(name);
         if (program.isEmpty())
             return nullptr;
         auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(env);
         process->start(program, args);
         return process;
     }
@@ -204,6 +219,8 @@ private Q_SLOTS:
         stop(editor_);
         stop(terminal_);
         stop(browser_);
+        stop(ibusEditor_);
+        stop(ibus_);
     }
 
     // GTK takes Ctrl+V by the symbol of the active group, the Latin group's key in a non-Latin one.
@@ -245,6 +262,54 @@ private Q_SLOTS:
             return;
         QTRY_COMPARE_WITH_TIMEOUT(chat_.sent().join(QLatin1Char('\n')) + QLatin1Char('\n'),
                                   QString::fromUtf8(browserText_), 10000);
+    }
+
+    // IBus with a Chinese engine between the keys and a GTK program: it sees every key first, on its
+    // own bus, and hands back those it does not take.
+    void mousepadWithIbus_data() { layoutRows(); }
+
+    void mousepadWithIbus() {
+        const QString doc = dir_.filePath(QStringLiteral("ibus.txt"));
+        if (!ibus_) {
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
+            env.insert(QStringLiteral("IBUS_ADDRESS"),
+                       QStringLiteral("unix:path=") + dir_.filePath(QStringLiteral("ibus")));
+            // The engine reads its settings through a config component.
+            ibus_ = start(QStringLiteral("ibus-daemon"),
+                          {QStringLiteral("--panel=disable"), QStringLiteral("--emoji-extension=disable"),
+                           QStringLiteral("--config=/usr/libexec/ibus-memconf"),
+                           QStringLiteral("--address=") + env.value(QStringLiteral("IBUS_ADDRESS"))},
+                          env);
+            QVERIFY2(ibus_, "ibus-daemon is missing: run scripts/setup");
+            const auto ibus = [&env](const QStringList &args) {
+                QProcess cli;
+                cli.setProcessEnvironment(env);
+                cli.start(QStringLiteral("ibus"), args);
+                cli.waitForFinished(20000);
+                return cli.readAllStandardOutput().trimmed();
+            };
+            QTRY_VERIFY_WITH_TIMEOUT((ibus({QStringLiteral("engine"), QStringLiteral("libpinyin")}),
+                                      ibus({QStringLiteral("engine")}) == "libpinyin"),
+                                     60000);
+            QFile(doc).open(QIODevice::WriteOnly);
+            env.insert(QStringLiteral("GTK_IM_MODULE"), QStringLiteral("ibus"));
+            ibusEditor_ = start(QStringLiteral("mousepad"), {QStringLiteral("--disable-server"), doc}, env);
+            QVERIFY2(ibusEditor_, "mousepad is missing: run scripts/setup");
+            // The engine is in the way: "ni" and space type the Chinese for it.
+            QTRY_VERIFY_WITH_TIMEOUT(windowTitled(QStringLiteral("ibus.txt")).has_value(), 60000);
+            const RunningApplication window = *windowTitled(QStringLiteral("ibus.txt"));
+            QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
+            ibusText_ = QString::fromUtf8("你").toUtf8();
+            typeOnUs({XK_n, XK_i, XK_space});
+            pressWithControlOnUs(XK_s, [&] { return fileText(doc) == ibusText_; });
+            QCOMPARE(fileText(doc), ibusText_);
+        }
+        switchLayoutThenSend(QStringLiteral("ibus.txt"), ibusText_);
+        if (QTest::currentTestFailed())
+            return;
+        pressWithControlOnUs(XK_s, [&] { return fileText(doc) == ibusText_; });
+        QCOMPARE(fileText(doc), ibusText_);
     }
 
     // xterm pastes with Shift+Insert, which every layout keeps in place.

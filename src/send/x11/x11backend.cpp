@@ -3,13 +3,12 @@
 #include "send/x11/x11frontwatcher.h"
 #include "send/x11/x11keymap.h"
 
-#include <QDeadlineTimer>
 #include <QHash>
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <iostream>
 #include <mutex>
-#include <poll.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -39,10 +38,9 @@ struct Property {
 
 enum class Read { Ok, Missing, Gone };
 
-// How long a program may take to show it has read a stroke typed on a lent key.
-constexpr int pingWaitMs = 2000;
-// The same for a program that does not answer pings: nothing tells, so the key stays lent a while.
-constexpr int unansweredGraceMs = 300;
+// How long a key lent for the last stroke of a send stays lent: the program reads the stroke
+// through its own copy of the keymap, when it gets to it.
+constexpr std::chrono::milliseconds lendHold{2000};
 
 } // namespace
 
@@ -55,14 +53,18 @@ struct X11Backend::Impl {
     // The layout in force, read again whenever the server says it changed. Declared after the
     // display, which it uses to put a lent key back when it goes.
     std::unique_ptr<X11Keymap> keymap;
-    long pings = 0;
+    // Takes a lent key back once lendHold has passed without another stroke; from the first lend on.
+    std::thread returner;
+    std::condition_variable returnWake;
+    std::optional<std::chrono::steady_clock::time_point> returnAt;
+    bool closing = false;
     qint32 ownPid = 0;
     unsigned long resourceMask = 0;
     QHash<quint32, QString> typeNames;
     // A connection and a thread of its own, from the first watchFront on.
     std::unique_ptr<X11FrontWatcher> frontWatcher;
     Atom activeWindowAtom = 0, clientList = 0, supported = 0, wmPid = 0, wmName = 0, wmIcon = 0, gtkAppId = 0,
-         kdeDesktopFile = 0, wmProtocols = 0, wmPing = 0;
+         kdeDesktopFile = 0;
 
     Atom atom(const char *name) { return XInternAtom(display.get(), name, False); }
 
@@ -136,8 +138,8 @@ struct X11Backend::Impl {
         bool lent = false;
     };
 
-    // A symbol that no group of the layout has is lent to a key for the stroke; putBack() takes it
-    // back.
+    // A symbol that no group of the layout has is lent to a key for the stroke; takeBack() returns
+    // it.
     std::optional<Keys> keysFor(const Stroke &stroke) {
         Keys keys;
         if (stroke.control && (keys.control = keymap->modifierKey(ControlMapIndex, XK_Control_L)) == 0)
@@ -171,67 +173,33 @@ struct X11Backend::Impl {
         XSync(dpy, False);
     }
 
-    // A program reads key symbols through its own copy of the keymap, fetched when it handles the
-    // change notice, which can be after our keys arrived: the lent symbol stays until the program
-    // has handled the stroke. Events reach a program in order, so its answer to a ping sent
-    // after the keys shows that. Called without the server grab, which would keep it from answering.
-    void putBack(const Keys &keys, Window client) {
-        if (!keys.lent)
+    // A program reads key symbols through its own copy of the keymap, fetched when it gets to the
+    // change notice, and with an input method in between only once that has handed the key back:
+    // the key stays lent until the next stroke (the send types it once the target has taken this
+    // one) or lendHold, whichever comes first. Called with the mutex held.
+    void lendOut() {
+        returnAt = std::chrono::steady_clock::now() + lendHold;
+        if (!returner.joinable())
+            returner = std::thread([this] { returnLoop(); });
+        returnWake.notify_all();
+    }
+
+    void takeBack() {
+        if (!returnAt)
             return;
-        Property pid;
-        // This program's windows would answer on the thread that may be the caller.
-        const bool own = client != 0 && read(client, wmPid, 1, pid) == Read::Ok && pid.format == 32 &&
-                         pid.count == 1 &&
-                         qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
-        if (client != 0 && !own && !(takesPings(client) && pingAnswered(client)))
-            std::this_thread::sleep_for(std::chrono::milliseconds(unansweredGraceMs));
+        returnAt.reset();
         keymap->restoreMissing();
         XSync(display.get(), False);
     }
 
-    bool takesPings(Window client) {
-        Atom *protocols = nullptr;
-        int count = 0;
-        if (!XGetWMProtocols(display.get(), client, &protocols, &count))
-            return false;
-        XPtr<Atom> owned(protocols);
-        return std::find(protocols, protocols + count, wmPing) != protocols + count;
-    }
-
-    // On a connection of its own, which may wait while other threads use the back-end's.
-    bool pingAnswered(Window client) {
-        DisplayPtr probe(XOpenDisplay(DisplayString(display.get())));
-        if (!probe)
-            return false;
-        Display *p = probe.get();
-        // Programs answer to the root window, where the window manager listens.
-        XSelectInput(p, DefaultRootWindow(p), SubstructureNotifyMask);
-        const long stamp = ++pings;
-        XEvent ping{};
-        ping.xclient.type = ClientMessage;
-        ping.xclient.window = client;
-        ping.xclient.message_type = wmProtocols;
-        ping.xclient.format = 32;
-        ping.xclient.data.l[0] = long(wmPing);
-        ping.xclient.data.l[1] = stamp;
-        ping.xclient.data.l[2] = long(client);
-        XSendEvent(p, client, False, NoEventMask, &ping);
-        XFlush(p);
-        const QDeadlineTimer deadline(pingWaitMs);
-        for (;;) {
-            while (XPending(p) > 0) {
-                XEvent e;
-                XNextEvent(p, &e);
-                if (e.type == ClientMessage && e.xclient.message_type == wmProtocols &&
-                    Atom(e.xclient.data.l[0]) == wmPing && e.xclient.data.l[1] == stamp &&
-                    Window(e.xclient.data.l[2]) == client)
-                    return true;
-            }
-            const qint64 left = deadline.remainingTime();
-            if (left == 0)
-                return false;
-            pollfd fd{ConnectionNumber(p), POLLIN, 0};
-            poll(&fd, 1, int(left));
+    void returnLoop() {
+        std::unique_lock lock(mutex);
+        while (!closing) {
+            if (!returnAt)
+                returnWake.wait(lock);
+            else if (returnWake.wait_until(lock, *returnAt) == std::cv_status::timeout && returnAt &&
+                     std::chrono::steady_clock::now() >= *returnAt)
+                takeBack();
         }
     }
 
@@ -248,17 +216,25 @@ struct X11Backend::Impl {
     }
 
     // Focus is usually on the client window itself; some programs put it on a child. Window
-    // managers park it on windows of their own between two clients: that is nobody's (0). The
-    // target counts as a program's window even when the desktop does not list it.
-    Window focusedClient(Window target) {
+    // managers park it on windows of their own between two clients: that is nobody's.
+    Focus focus(Window target) {
         Display *dpy = display.get();
+        XWindowAttributes attrs;
+        if (!XGetWindowAttributes(dpy, target, &attrs))
+            return Focus::Gone;
         Window focused = 0;
         int revert = 0;
         XGetInputFocus(dpy, &focused, &revert);
         const std::vector<unsigned long> clients = cardinals(root, clientList, 65536);
         for (Window w = focused; w != 0 && w != PointerRoot && w != root;) {
-            if (w == target || isClient(w, clients))
-                return w;
+            if (w == target)
+                return Focus::Target;
+            if (isClient(w, clients)) {
+                Property pid;
+                const bool own = read(w, wmPid, 1, pid) == Read::Ok && pid.format == 32 && pid.count == 1 &&
+                                 qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
+                return own ? Focus::Own : Focus::Elsewhere;
+            }
             Window rootRet = 0, parent = 0, *children = nullptr;
             unsigned int n = 0;
             if (!XQueryTree(dpy, w, &rootRet, &parent, &children, &n))
@@ -266,22 +242,7 @@ struct X11Backend::Impl {
             XPtr<Window> owned(children);
             w = parent;
         }
-        return 0;
-    }
-
-    Focus focus(Window target) {
-        XWindowAttributes attrs;
-        if (!XGetWindowAttributes(display.get(), target, &attrs))
-            return Focus::Gone;
-        const Window w = focusedClient(target);
-        if (w == 0)
-            return Focus::Nowhere;
-        if (w == target)
-            return Focus::Target;
-        Property pid;
-        const bool own = read(w, wmPid, 1, pid) == Read::Ok && pid.format == 32 && pid.count == 1 &&
-                         qint32(*reinterpret_cast<const unsigned long *>(pid.data.get())) == ownPid;
-        return own ? Focus::Own : Focus::Elsewhere;
+        return Focus::Nowhere;
     }
 
     bool wmSupportsActivation() {
@@ -383,15 +344,23 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->wmIcon = d->atom("_NET_WM_ICON");
     d->gtkAppId = d->atom("_GTK_APPLICATION_ID");
     d->kdeDesktopFile = d->atom("_KDE_NET_WM_DESKTOP_FILE");
-    d->wmProtocols = d->atom("WM_PROTOCOLS");
-    d->wmPing = d->atom("_NET_WM_PING");
     if (!d->xdo || !d->xtest)
         std::cout << "X display without XTest: phrases cannot be sent into other programs" << std::endl;
     else if (!d->keymap->valid())
         std::cout << "X display without XKB: phrases cannot be sent into other programs" << std::endl;
 }
 
-X11Backend::~X11Backend() = default;
+X11Backend::~X11Backend() {
+    if (d->returner.joinable()) {
+        {
+            std::lock_guard lock(d->mutex);
+            d->closing = true;
+        }
+        d->returnWake.notify_all();
+        d->returner.join();
+    }
+    // The keymap takes a key still lent back as it goes.
+}
 
 bool X11Backend::available() const {
     return d->display && d->xdo && d->xtest && d->keymap->valid();
@@ -495,12 +464,14 @@ bool X11Backend::keyStroke(Key key, bool control) {
     if (!available())
         return false;
     std::lock_guard lock(d->mutex);
+    d->takeBack();
     d->keymap->update();
     const auto keys = d->keysFor({key, control, false});
     if (!keys)
         return false;
     d->press(*keys);
-    d->putBack(*keys, d->focusedClient(0));
+    if (keys->lent)
+        d->lendOut();
     return true;
 }
 
@@ -520,6 +491,7 @@ DesktopBackend::StrokeResult X11Backend::strokeInto(quint64 window, Stroke strok
     // change the layout between the check and the keys; the fake events are processed before the
     // grab ends.
     XGrabServer(dpy);
+    d->takeBack();
     StrokeResult result = StrokeResult::Typed;
     std::optional<Impl::Keys> keys;
     if (d->modifiersHeld())
@@ -532,8 +504,8 @@ DesktopBackend::StrokeResult X11Backend::strokeInto(quint64 window, Stroke strok
         d->press(*keys);
     XUngrabServer(dpy);
     XSync(dpy, False);
-    if (keys)
-        d->putBack(*keys, Window(window));
+    if (keys && keys->lent)
+        d->lendOut();
     return result;
 }
 
