@@ -135,6 +135,21 @@ private:
         return process;
     }
 
+    // The editor of the file it returns, started once.
+    QString startEditor() {
+        const QString doc = dir_.filePath(QStringLiteral("replies.txt"));
+        if (!editor_ && QFile(doc).open(QIODevice::WriteOnly))
+            editor_ = start(QStringLiteral("mousepad"), {QStringLiteral("--disable-server"), doc});
+        return doc;
+    }
+
+    // The test's own keys go to the window.
+    void focusWindow(const QString &title) {
+        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
+        const RunningApplication window = *windowTitled(title);
+        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
+    }
+
     // The window becomes the target, then the agent clicks into this program.
     void makeTargetThenFocusOwn(const QString &title) {
         QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
@@ -229,24 +244,21 @@ private Q_SLOTS:
     void mousepadEditor_data() { layoutRows(); }
 
     void mousepadEditor() {
-        const QString doc = dir_.filePath(QStringLiteral("replies.txt"));
-        if (!editor_) {
-            QFile(doc).open(QIODevice::WriteOnly);
-            editor_ = start(QStringLiteral("mousepad"), {QStringLiteral("--disable-server"), doc});
-            QVERIFY2(editor_, "mousepad is missing: run scripts/setup");
-        }
+        const QString doc = startEditor();
+        QVERIFY2(editor_, "mousepad is missing: run scripts/setup");
         switchLayoutThenSend(QStringLiteral("replies.txt"), editorText_);
         if (QTest::currentTestFailed())
             return;
         // Saved with the editor's own keys, read back from the file.
+        focusWindow(QStringLiteral("replies.txt"));
         pressWithControlOnUs(XK_s, [&] { return fileText(doc) == editorText_; });
         QCOMPARE(fileText(doc), editorText_);
     }
 
     // A send that ends with a paste on a lent key: nothing comes after to take it back.
     void lentKeyAfterTheLastPaste() {
-        QVERIFY2(editor_, "runs after mousepadEditor");
-        const QString doc = dir_.filePath(QStringLiteral("replies.txt"));
+        const QString doc = startEditor();
+        QVERIFY2(editor_, "mousepad is missing: run scripts/setup");
         QCOMPARE(QProcess::execute(QStringLiteral("setxkbmap"), {QStringLiteral("ru")}), 0);
         QCOMPARE(lockGroup(0), QStringLiteral("Cyrillic_em"));
         const QByteArray keymap = keymapText();
@@ -256,6 +268,7 @@ private Q_SLOTS:
         QCOMPARE(reports_, QStringList());
         QTRY_COMPARE_WITH_TIMEOUT(keymapText(), keymap, 20000);
         editorText_ += "last";
+        focusWindow(QStringLiteral("replies.txt"));
         pressWithControlOnUs(XK_s, [&] { return fileText(doc) == editorText_; });
         QCOMPARE(fileText(doc), editorText_);
     }
@@ -316,9 +329,7 @@ private Q_SLOTS:
             ibusEditor_ = start(QStringLiteral("mousepad"), {QStringLiteral("--disable-server"), doc}, env);
             QVERIFY2(ibusEditor_, "mousepad is missing: run scripts/setup");
             // The engine is in the way: "ni" and space type the Chinese for it.
-            QTRY_VERIFY_WITH_TIMEOUT(windowTitled(QStringLiteral("ibus.txt")).has_value(), 60000);
-            const RunningApplication window = *windowTitled(QStringLiteral("ibus.txt"));
-            QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
+            focusWindow(QStringLiteral("ibus.txt"));
             ibusText_ = QString::fromUtf8("你").toUtf8();
             typeOnUs({XK_n, XK_i, XK_space});
             pressWithControlOnUs(XK_s, [&] { return fileText(doc) == ibusText_; });
@@ -327,6 +338,7 @@ private Q_SLOTS:
         switchLayoutThenSend(QStringLiteral("ibus.txt"), ibusText_);
         if (QTest::currentTestFailed())
             return;
+        focusWindow(QStringLiteral("ibus.txt"));
         pressWithControlOnUs(XK_s, [&] { return fileText(doc) == ibusText_; });
         QCOMPARE(fileText(doc), ibusText_);
     }
