@@ -487,11 +487,14 @@ DesktopBackend::StrokeResult X11Backend::strokeInto(quint64 window, Stroke strok
         return StrokeResult::Failed;
     std::lock_guard lock(d->mutex);
     Display *dpy = d->display.get();
+    // A keymap read again is read before the grab, which holds every other program up meanwhile;
+    // under it only the notices since then are looked at.
+    d->takeBack();
+    d->keymap->update();
     // With the server grabbed no other client (the window manager included) can move the focus or
     // change the layout between the check and the keys; the fake events are processed before the
     // grab ends.
     XGrabServer(dpy);
-    d->takeBack();
     StrokeResult result = StrokeResult::Typed;
     std::optional<Impl::Keys> keys;
     if (d->modifiersHeld())
