@@ -1,11 +1,15 @@
 #include "desktop/x11/x11backend.h"
 
 #include "desktop/x11/x11frontwatcher.h"
+#include "desktop/x11/x11keymap.h"
 
 #include <QHash>
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -34,6 +38,10 @@ struct Property {
 
 enum class Read { Ok, Missing, Gone };
 
+// How long a key lent for the last stroke of a send stays lent: the program reads the stroke
+// through its own copy of the keymap, when it gets to it.
+constexpr std::chrono::milliseconds lendHold{2000};
+
 } // namespace
 
 struct X11Backend::Impl {
@@ -42,13 +50,19 @@ struct X11Backend::Impl {
     XdoPtr xdo;
     Window root = 0;
     bool xtest = false;
-    KeyCode keyV = 0, keyEnter = 0, keyLeft = 0, keyInsert = 0, keyControl = 0, keyShift = 0;
+    // The layout in force, read again whenever the server says it changed. Declared after the
+    // display, which it uses to put a lent key back when it goes.
+    std::unique_ptr<X11Keymap> keymap;
+    // Takes a lent key back once lendHold has passed without another stroke; from the first lend on.
+    std::thread returner;
+    std::condition_variable returnWake;
+    std::optional<std::chrono::steady_clock::time_point> returnAt;
+    bool closing = false;
     qint32 ownPid = 0;
     unsigned long resourceMask = 0;
     QHash<quint32, QString> typeNames;
     // A connection and a thread of its own, from the first watchFront on.
     std::unique_ptr<X11FrontWatcher> frontWatcher;
-    std::vector<KeyCode> modifierKeys;
     Atom activeWindowAtom = 0, clientList = 0, supported = 0, wmPid = 0, wmName = 0, wmIcon = 0, gtkAppId = 0,
          kdeDesktopFile = 0;
 
@@ -100,26 +114,93 @@ struct X11Backend::Impl {
     }
 
     bool modifiersHeld() {
-        char keys[32];
-        XQueryKeymap(display.get(), keys);
-        for (KeyCode code : modifierKeys)
-            if (keys[code / 8] & (1 << (code % 8)))
-                return true;
-        return false;
+        keymap->update();
+        return keymap->modifierHeld();
     }
 
-    KeyCode code(Key key) const {
+    static KeySym symbol(Key key) {
         switch (key) {
         case Key::V:
-            return keyV;
+            return XK_v;
         case Key::Enter:
-            return keyEnter;
+            return XK_KP_Enter;
         case Key::Left:
-            return keyLeft;
+            return XK_Left;
         case Key::Insert:
-            return keyInsert;
+            return XK_Insert;
         }
-        return 0;
+        return NoSymbol;
+    }
+
+    // The key codes of a stroke in the layout in force; keymap->update() comes first.
+    struct Keys {
+        KeyCode key = 0, control = 0, shift = 0;
+        bool lent = false;
+    };
+
+    // A symbol that no group of the layout has is lent to a key for the stroke; takeBack() returns
+    // it.
+    std::optional<Keys> keysFor(const Stroke &stroke) {
+        Keys keys;
+        if (stroke.control && (keys.control = keymap->modifierKey(ControlMapIndex, XK_Control_L)) == 0)
+            return std::nullopt;
+        if (stroke.shift && (keys.shift = keymap->modifierKey(ShiftMapIndex, XK_Shift_L)) == 0)
+            return std::nullopt;
+        const KeySym sym = symbol(stroke.key);
+        keys.key = keymap->code(sym);
+        if (keys.key == 0) {
+            keys.key = keymap->mapMissing(sym);
+            keys.lent = true;
+        }
+        if (keys.key == 0)
+            return std::nullopt;
+        return keys;
+    }
+
+    void press(const Keys &keys) {
+        Display *dpy = display.get();
+        std::vector<KeyCode> held;
+        if (keys.control)
+            held.push_back(keys.control);
+        if (keys.shift)
+            held.push_back(keys.shift);
+        for (KeyCode k : held)
+            XTestFakeKeyEvent(dpy, k, True, CurrentTime);
+        XTestFakeKeyEvent(dpy, keys.key, True, CurrentTime);
+        XTestFakeKeyEvent(dpy, keys.key, False, CurrentTime);
+        for (auto k = held.rbegin(); k != held.rend(); ++k)
+            XTestFakeKeyEvent(dpy, *k, False, CurrentTime);
+        XSync(dpy, False);
+    }
+
+    // A program reads key symbols through its own copy of the keymap, fetched when it gets to the
+    // change notice, and with an input method in between only once that has handed the key back:
+    // the key stays lent until the next stroke (the send types it once the target has taken this
+    // one) or lendHold, whichever comes first. Called with the mutex held.
+    void lendOut() {
+        returnAt = std::chrono::steady_clock::now() + lendHold;
+        if (!returner.joinable())
+            returner = std::thread([this] { returnLoop(); });
+        returnWake.notify_all();
+    }
+
+    void takeBack() {
+        if (!returnAt)
+            return;
+        returnAt.reset();
+        keymap->restoreMissing();
+        XSync(display.get(), False);
+    }
+
+    void returnLoop() {
+        std::unique_lock lock(mutex);
+        while (!closing) {
+            if (!returnAt)
+                returnWake.wait(lock);
+            else if (returnWake.wait_until(lock, *returnAt) == std::cv_status::timeout && returnAt &&
+                     std::chrono::steady_clock::now() >= *returnAt)
+                takeBack();
+        }
     }
 
     // A window the desktop counts as a program's window: listed by the window manager, or
@@ -248,23 +329,13 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->root = DefaultRootWindow(dpy);
     int eventBase = 0, errorBase = 0, major = 0, minor = 0;
     d->xtest = XTestQueryExtension(dpy, &eventBase, &errorBase, &major, &minor);
-    d->keyV = XKeysymToKeycode(dpy, XK_v);
-    d->keyEnter = XKeysymToKeycode(dpy, XK_KP_Enter);
-    d->keyLeft = XKeysymToKeycode(dpy, XK_Left);
-    d->keyInsert = XKeysymToKeycode(dpy, XK_Insert);
-    d->keyControl = XKeysymToKeycode(dpy, XK_Control_L);
-    d->keyShift = XKeysymToKeycode(dpy, XK_Shift_L);
+    d->keymap = std::make_unique<X11Keymap>(dpy);
     d->ownPid = qint32(getpid());
     // Xlib keeps the connection's resource mask to itself; the same server tells it to xcb.
     xcb_connection_t *probe = xcb_connect(DisplayString(dpy), nullptr);
     if (!xcb_connection_has_error(probe))
         d->resourceMask = xcb_get_setup(probe)->resource_id_mask;
     xcb_disconnect(probe);
-    if (ModifierKeymapPtr map{XGetModifierMapping(dpy)}) {
-        for (int i = 0; i < 8 * map->max_keypermod; ++i)
-            if (map->modifiermap[i] != 0)
-                d->modifierKeys.push_back(map->modifiermap[i]);
-    }
     d->activeWindowAtom = d->atom("_NET_ACTIVE_WINDOW");
     d->clientList = d->atom("_NET_CLIENT_LIST");
     d->supported = d->atom("_NET_SUPPORTED");
@@ -275,12 +346,24 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->kdeDesktopFile = d->atom("_KDE_NET_WM_DESKTOP_FILE");
     if (!d->xdo || !d->xtest)
         std::cout << "X display without XTest: phrases cannot be sent into other programs" << std::endl;
+    else if (!d->keymap->valid())
+        std::cout << "X display without XKB: phrases cannot be sent into other programs" << std::endl;
 }
 
-X11Backend::~X11Backend() = default;
+X11Backend::~X11Backend() {
+    if (d->returner.joinable()) {
+        {
+            std::lock_guard lock(d->mutex);
+            d->closing = true;
+        }
+        d->returnWake.notify_all();
+        d->returner.join();
+    }
+    // The keymap takes a key still lent back as it goes.
+}
 
 bool X11Backend::available() const {
-    return d->display && d->xdo && d->xtest;
+    return d->display && d->xdo && d->xtest && d->keymap->valid();
 }
 
 std::optional<RunningApplication> X11Backend::activeApplication() {
@@ -380,18 +463,15 @@ bool X11Backend::modifiersHeld() {
 bool X11Backend::keyStroke(Key key, bool control) {
     if (!available())
         return false;
-    const KeyCode code = d->code(key);
-    if (code == 0 || (control && d->keyControl == 0))
-        return false;
     std::lock_guard lock(d->mutex);
-    Display *dpy = d->display.get();
-    if (control)
-        XTestFakeKeyEvent(dpy, d->keyControl, True, CurrentTime);
-    XTestFakeKeyEvent(dpy, code, True, CurrentTime);
-    XTestFakeKeyEvent(dpy, code, False, CurrentTime);
-    if (control)
-        XTestFakeKeyEvent(dpy, d->keyControl, False, CurrentTime);
-    XSync(dpy, False);
+    d->takeBack();
+    d->keymap->update();
+    const auto keys = d->keysFor({key, control, false});
+    if (!keys)
+        return false;
+    d->press(*keys);
+    if (keys->lent)
+        d->lendOut();
     return true;
 }
 
@@ -405,35 +485,30 @@ DesktopBackend::Focus X11Backend::focus(quint64 window) {
 DesktopBackend::StrokeResult X11Backend::strokeInto(quint64 window, Stroke stroke) {
     if (!available() || window == 0)
         return StrokeResult::Failed;
-    const KeyCode code = d->code(stroke.key);
-    if (code == 0 || (stroke.control && d->keyControl == 0) || (stroke.shift && d->keyShift == 0))
-        return StrokeResult::Failed;
     std::lock_guard lock(d->mutex);
     Display *dpy = d->display.get();
-    // With the server grabbed no other client (the window manager included) can move the focus
-    // between the check and the keys; the fake events are processed before the grab ends.
+    // A keymap read again is read before the grab, which holds every other program up meanwhile;
+    // under it only the notices since then are looked at.
+    d->takeBack();
+    d->keymap->update();
+    // With the server grabbed no other client (the window manager included) can move the focus or
+    // change the layout between the check and the keys; the fake events are processed before the
+    // grab ends.
     XGrabServer(dpy);
     StrokeResult result = StrokeResult::Typed;
+    std::optional<Impl::Keys> keys;
     if (d->modifiersHeld())
         result = StrokeResult::ModifiersHeld;
     else if (d->focus(Window(window)) != Focus::Target)
         result = StrokeResult::NotFocused;
-    if (result == StrokeResult::Typed) {
-        std::vector<KeyCode> held;
-        if (stroke.control)
-            held.push_back(d->keyControl);
-        if (stroke.shift)
-            held.push_back(d->keyShift);
-        for (KeyCode k : held)
-            XTestFakeKeyEvent(dpy, k, True, CurrentTime);
-        XTestFakeKeyEvent(dpy, code, True, CurrentTime);
-        XTestFakeKeyEvent(dpy, code, False, CurrentTime);
-        for (auto k = held.rbegin(); k != held.rend(); ++k)
-            XTestFakeKeyEvent(dpy, *k, False, CurrentTime);
-        XSync(dpy, False);
-    }
+    else if (!(keys = d->keysFor(stroke)))
+        result = StrokeResult::Failed;
+    else
+        d->press(*keys);
     XUngrabServer(dpy);
     XSync(dpy, False);
+    if (keys && keys->lent)
+        d->lendOut();
     return result;
 }
 
