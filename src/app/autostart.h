@@ -5,12 +5,11 @@
 #include <QString>
 
 // Starting at login: an XDG autostart entry, $XDG_CONFIG_HOME/autostart/quillora.desktop.
-class Autostart {
-public:
-    Autostart() = delete;
+namespace Autostart {
 
-    static QString entryPath();
-    static bool isEnabled();
-    // Writes the entry (starting this executable) or removes it.
-    static Result<void> setEnabled(bool enabled);
-};
+QString entryPath();
+bool isEnabled();
+// Writes the entry (starting this executable) or removes it.
+Result<void> setEnabled(bool enabled);
+
+} // namespace Autostart

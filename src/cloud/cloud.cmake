@@ -1,6 +1,8 @@
 target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/cloudclient.cpp ${CMAKE_CURRENT_LIST_DIR}/cloudclient.h
   ${CMAKE_CURRENT_LIST_DIR}/httpform.cpp ${CMAKE_CURRENT_LIST_DIR}/httpform.h
+  ${CMAKE_CURRENT_LIST_DIR}/classoperations.cpp ${CMAKE_CURRENT_LIST_DIR}/classoperations.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraseoperations.cpp ${CMAKE_CURRENT_LIST_DIR}/phraseoperations.h
   ${CMAKE_CURRENT_LIST_DIR}/librarysync.cpp ${CMAKE_CURRENT_LIST_DIR}/librarysync.h
   ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.cpp ${CMAKE_CURRENT_LIST_DIR}/sessionheartbeat.h
   ${CMAKE_CURRENT_LIST_DIR}/imageutil.cpp ${CMAKE_CURRENT_LIST_DIR}/imageutil.h

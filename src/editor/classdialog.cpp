@@ -1,6 +1,6 @@
 #include "editor/classdialog.h"
 
-#include "library/classoperations.h"
+#include "cloud/classoperations.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

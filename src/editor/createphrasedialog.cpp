@@ -1,7 +1,7 @@
 #include "editor/createphrasedialog.h"
 
 #include "editor/phraseeditor.h"
-#include "library/phraseoperations.h"
+#include "cloud/phraseoperations.h"
 
 #include <QLineEdit>
 #include <QPointer>

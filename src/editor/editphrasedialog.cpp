@@ -1,7 +1,7 @@
 #include "editor/editphrasedialog.h"
 
 #include "editor/phraseeditor.h"
-#include "library/phraseoperations.h"
+#include "cloud/phraseoperations.h"
 
 #include <QComboBox>
 #include <QFormLayout>

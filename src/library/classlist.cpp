@@ -1,7 +1,7 @@
 #include "library/classlist.h"
 
 #include "library/classcell.h"
-#include "library/classoperations.h"
+#include "cloud/classoperations.h"
 #include "library/librarycontext.h"
 #include "library/listselection.h"
 #include "model/logging.h"

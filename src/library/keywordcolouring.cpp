@@ -65,15 +65,19 @@ qsizetype KeywordColouring::characterCount(const QString &text) {
     return count;
 }
 
-void KeywordColouring::colourKeyword(AttributedString &target, const QString &keyString,
-                                     const QColor &keyColor, bool isLineThrough) {
-    const qsizetype characters = characterCount(target.text);
-    for (const auto &[location, length] : rangesOf(target.text, keyString)) {
+namespace {
+
+void colourKeyword(AttributedString &target, const QString &keyString, const QColor &keyColor,
+                   bool isLineThrough) {
+    const qsizetype characters = KeywordColouring::characterCount(target.text);
+    for (const auto &[location, length] : KeywordColouring::rangesOf(target.text, keyString)) {
         // An occurrence that ends at the very end of the text stays plain, on purpose.
         if (location + length < characters)
             target.runs.append({location, length, keyColor, isLineThrough});
     }
 }
+
+} // namespace
 
 AttributedString KeywordColouring::setKeyColor(const QString &text, const QString &keyString,
                                                const QColor &keyColor, bool isLineThrough) {

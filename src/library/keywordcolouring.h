@@ -25,25 +25,20 @@ struct AttributedString {
 };
 
 // Text colouring of keyword occurrences (the string extension of the search results).
-class KeywordColouring {
-public:
-    KeywordColouring() = delete;
+namespace KeywordColouring {
 
-    // Every occurrence of key is coloured, except one that ends exactly at the end of the text: the
-    // range must end strictly before the text's character count. Search is case-sensitive.
-    static AttributedString setKeyColor(const QString &text, const QString &keyString, const QColor &keyColor,
-                                        bool isLineThrough = false);
-    static AttributedString setKeyColorAll(const QString &text, const QStringList &keyStrings,
-                                           const QColor &keyColor, bool isLineThrough = false);
-    static AttributedString setKeyColorAll(const QString &text, const QStringList &keyStrings,
-                                           const QList<QColor> &keyColors, bool isLineThrough = false);
+// Every occurrence of key is coloured, except one that ends exactly at the end of the text: the
+// range must end strictly before the text's character count. Search is case-sensitive.
+AttributedString setKeyColor(const QString &text, const QString &keyString, const QColor &keyColor,
+                             bool isLineThrough = false);
+AttributedString setKeyColorAll(const QString &text, const QStringList &keyStrings, const QColor &keyColor,
+                                bool isLineThrough = false);
+AttributedString setKeyColorAll(const QString &text, const QStringList &keyStrings,
+                                const QList<QColor> &keyColors, bool isLineThrough = false);
 
-    // Non-overlapping ranges (location, length) of key in text, in order.
-    static QList<QPair<qsizetype, qsizetype>> rangesOf(const QString &text, const QString &key);
-    // User-perceived characters (a surrogate pair or a base with its marks is one).
-    static qsizetype characterCount(const QString &text);
+// Non-overlapping ranges (location, length) of key in text, in order.
+QList<QPair<qsizetype, qsizetype>> rangesOf(const QString &text, const QString &key);
+// User-perceived characters (a surrogate pair or a base with its marks is one).
+qsizetype characterCount(const QString &text);
 
-private:
-    static void colourKeyword(AttributedString &target, const QString &keyString, const QColor &keyColor,
-                              bool isLineThrough);
-};
+} // namespace KeywordColouring

@@ -4,7 +4,7 @@
 #include "library/listselection.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
-#include "library/phraseoperations.h"
+#include "cloud/phraseoperations.h"
 #include "send/phrasesender.h"
 #include "store/phrasestore.h"
 

@@ -6,6 +6,7 @@
 #include "app/webviewmodule.h"
 #include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
+#include "cloud/phraseoperations.h"
 #include "desktop/windowactivation.h"
 #include "editor/pictureuploaddialog.h"
 #include "library/classcell.h"
@@ -16,7 +17,6 @@
 #include "library/phraseidmodel.h"
 #include "library/phraselist.h"
 #include "library/phraselistview.h"
-#include "library/phraseoperations.h"
 #include "library/phraserowdelegate.h"
 #include "library/searchresultlist.h"
 #include "model/settings.h"
@@ -208,7 +208,7 @@ private Q_SLOTS:
     }
 
     void keywordColouring() {
-        using C = KeywordColouring;
+        namespace C = KeywordColouring;
         const QColor green(87, 159, 43);
         auto ranges = C::rangesOf("xabyab", "ab");
         QCOMPARE(ranges.size(), 2);

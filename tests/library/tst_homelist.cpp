@@ -4,7 +4,7 @@
 #include "desktop/windowactivation.h"
 #include "library/classcell.h"
 #include "library/classlist.h"
-#include "library/classoperations.h"
+#include "cloud/classoperations.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"

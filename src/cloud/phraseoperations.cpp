@@ -1,4 +1,4 @@
-#include "library/phraseoperations.h"
+#include "cloud/phraseoperations.h"
 
 #include "cloud/cloudclient.h"
 #include "store/phrasestore.h"

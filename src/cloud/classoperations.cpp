@@ -1,4 +1,4 @@
-#include "library/classoperations.h"
+#include "cloud/classoperations.h"
 
 #include "cloud/cloudclient.h"
 #include "model/logging.h"
