@@ -4,10 +4,10 @@
 #include "desktop/swaycommand.h"
 #include "desktop/wayland/waylandbackend.h"
 #include "desktop/x11/x11backend.h"
+#include "model/logging.h"
 
 #include <QGuiApplication>
 #include <QTimer>
-#include <iostream>
 
 namespace {
 
@@ -31,7 +31,7 @@ void askSwayToPlace(quint64 x11Window, const QRect &geometry, int attemptsLeft) 
                                [=] { askSwayToPlace(x11Window, geometry, attemptsLeft - 1); });
             return;
         }
-        std::cout << "sway did not place the window: " << error.toStdString() << std::endl;
+        qCInfo(lcDesktop, "sway did not place the window: %s", qUtf8Printable(error));
     });
 }
 
@@ -53,17 +53,18 @@ std::unique_ptr<DesktopBackend> DesktopSession::createBackend() {
         auto gnome = std::make_unique<GnomeBackend>();
         if (gnome->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty())
             return gnome;
-        std::cout << "GNOME Shell 扩展未启用：只能向 XWayland 窗口发送。启用方法：gnome-extensions enable "
-                  << GnomeBackend::extensionUuid << "，然后注销并重新登录" << std::endl;
+        qCInfo(lcDesktop,
+               "GNOME Shell 扩展未启用：只能向 XWayland 窗口发送。启用方法：gnome-extensions enable "
+               "%s，然后注销并重新登录",
+               GnomeBackend::extensionUuid);
     } else if (detect(environment) == Kind::Wayland) {
         auto wayland = std::make_unique<WaylandBackend>();
         if (wayland->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty()) {
             wayland->sayWhatIsMissing();
             return wayland;
         }
-        std::cout << "Wayland compositor without window management for other programs: "
-                     "only XWayland windows can receive phrases"
-                  << std::endl;
+        qCInfo(lcDesktop, "Wayland compositor without window management for other programs: "
+                          "only XWayland windows can receive phrases");
     }
     return std::make_unique<X11Backend>();
 }

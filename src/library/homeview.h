@@ -1,9 +1,14 @@
 #pragma once
 
+#include "desktop/applicationnames.h"
+
 #include <QPointer>
 #include <QWidget>
 
+class DesktopBackend;
+class PhraseSender;
 class QLabel;
+class TargetWindowTracker;
 class QLineEdit;
 class QToolButton;
 class ElidedLabel;
@@ -31,7 +36,9 @@ public:
     void showView();
     void moveWindowToRight();
     // Shows the target window's name and icon from now on, following each change.
-    void followTarget();
+    void followTarget(TargetWindowTracker &tracker, DesktopBackend &desktop);
+    // The lists' sends go to sender, and what it reports shows under the target.
+    void sendThrough(PhraseSender &sender);
     void searchTextChanged();
 
     // For the quick bar: the phrase list (its phraseAt and selectRow) and the search field.
@@ -56,6 +63,9 @@ private:
     // Shows the target's name, and its icon when asked or when the target is another window.
     void refreshTarget(bool rereadIcon);
 
-    bool targetShown_ = false;
+    QLabel *sendStatus_ = nullptr;
+    TargetWindowTracker *tracker_ = nullptr;
+    DesktopBackend *desktop_ = nullptr;
+    ApplicationNames applicationNames_;
     quint64 iconWindow_ = 0;
 };

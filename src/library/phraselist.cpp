@@ -5,7 +5,6 @@
 #include "library/phraselistview.h"
 #include "library/phraseoperations.h"
 #include "model/app.h"
-#include "send/phrasesender.h"
 
 #include <QMenu>
 #include <QVBoxLayout>
@@ -136,7 +135,7 @@ void PhraseList::rightPressed(int row, const QPoint &globalPos) {
 
 void PhraseList::send(int row, bool pressEnter) {
     if (const std::optional<Phrase> phrase = phraseAt(row))
-        PhraseSender::send(phrase->jsonValue, pressEnter);
+        Q_EMIT sendRequested(*phrase, pressEnter);
 }
 
 void PhraseList::onDataChange() {

@@ -3,7 +3,6 @@
 #include "library/listselection.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
-#include "send/phrasesender.h"
 
 #include <QItemSelectionModel>
 #include <QLabel>
@@ -72,5 +71,5 @@ void SearchResultList::send(int row, bool pressEnter) {
         return;
     if (!pressEnter)
         std::cout << "------WWWW>>>>>" << std::endl;
-    PhraseSender::send(phrase->jsonValue, pressEnter);
+    Q_EMIT sendRequested(*phrase, pressEnter);
 }

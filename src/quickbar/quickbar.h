@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 
+class PhraseSender;
 class QuickBarSlot;
 class QToolButton;
 class QuickBarShortcuts;
@@ -28,7 +29,8 @@ public:
     // Makes row n the selection of that list.
     using RowSelector = std::function<void(int)>;
 
-    explicit QuickBar(QWidget *parent = nullptr);
+    // A tap sends through sender.
+    explicit QuickBar(PhraseSender &sender, QWidget *parent = nullptr);
     ~QuickBar() override;
 
     void setListSource(ListSource list, RowSelector select);
@@ -36,7 +38,7 @@ public:
     void setHomeWindow(QWidget *window);
     void setSearchField(QWidget *field);
     // Global shortcuts: the modifiers ("Ctrl+Shift", "Super", "None" for bare keys) with F1 .. F12.
-    // An empty text turns them off. False, with the reason on standard output, when not all are set.
+    // An empty text turns them off. False, with the reason logged, when not all are set.
     bool setShortcutModifiers(const QString &modifiers);
     // The settings key that holds those modifiers; absent or empty, the default, means no shortcuts.
     static inline const QString shortcutsKey = QStringLiteral("quickBarShortcuts");
@@ -54,9 +56,9 @@ public Q_SLOTS:
     // Shows the bar above other windows without taking the keyboard focus.
     void present();
     // The pointer is over slot n: select phrase n of the shown list, if there is one.
-    void didHighlightItemAt(int index);
+    void slotHovered(int index);
     // Slot n was tapped: send phrase n of the shown list with Enter, if there is one.
-    void didSelectItemAt(int index);
+    void slotTapped(int index);
     // The search button: the home window in front and active, typing into its search field.
     void searchClicked();
 
@@ -75,6 +77,7 @@ private:
     std::optional<Phrase> phraseAt(int index) const;
     void placeOnScreen();
 
+    PhraseSender &sender_;
     QList<QuickBarSlot *> items_;
     QToolButton *search_ = nullptr;
     QToolButton *close_ = nullptr;

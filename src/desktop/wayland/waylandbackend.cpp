@@ -62,6 +62,10 @@ struct WaylandBackend::Impl {
         uint32_t name = 0, version = 0;
     };
 
+    explicit Impl(ClipboardRequests &requests) : clipboardRequests(requests) {}
+
+    // The back-end's journal: each read of a piece we serve is recorded there.
+    ClipboardRequests &clipboardRequests;
     wl_display *display = nullptr;
     wl_registry *registry = nullptr;
     wl_seat *seat = nullptr;
@@ -187,8 +191,7 @@ struct WaylandBackend::Impl {
             return cached.app;
         cached.app.reset();
         for (const RunningApplication &app : xwayland->runningApplications())
-            if (app.processIdentifier == ownPid && app.localizedName == w.title &&
-                (!app.bundleIdentifier || *app.bundleIdentifier == w.appId))
+            if (app.pid == ownPid && app.title == w.title && (!app.appId || *app.appId == w.appId))
                 cached.app = app;
         cached.known = true;
         return cached.app;
@@ -210,9 +213,9 @@ struct WaylandBackend::Impl {
         RunningApplication app;
         app.window = w.id;
         if (!w.appId.isEmpty())
-            app.bundleIdentifier = w.appId;
-        app.localizedName = w.title.isEmpty() ? w.appId : w.title;
-        app.processIdentifier = w.pid;
+            app.appId = w.appId;
+        app.title = w.title.isEmpty() ? w.appId : w.title;
+        app.pid = w.pid;
         return app;
     }
 
@@ -254,7 +257,7 @@ struct WaylandBackend::Impl {
             close(fd);
             return;
         }
-        ClipboardRequests::record(0, self->typeNumber(type));
+        self->clipboardRequests.record(0, self->typeNumber(type));
         for (const auto &[name, bytes] : self->piece) {
             if (name == type) {
                 serve(fd, bytes);
@@ -435,7 +438,7 @@ void WaylandBackend::sayWhatIsMissing() const {
         std::cout << "此桌面不允许模拟按键：" << d->whyNoKeys.toStdString() << std::endl;
 }
 
-WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>()) {
+WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>(clipboardRequests())) {
     d->connect();
     if (!d->connected)
         return;

@@ -211,27 +211,27 @@ struct X11Backend::Impl {
         if (r == Read::Gone)
             return std::nullopt;
         if (r == Read::Ok && pid.format == 32 && pid.count == 1)
-            app.processIdentifier = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
+            app.pid = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
 
         // What a window is does not change while it lives; the tracker asks on every change, so only
         // the title is read again. The pid guards against an id reused by a later window.
         auto cached = identities.constFind(w);
-        if (cached == identities.constEnd() || cached->pid != app.processIdentifier) {
+        if (cached == identities.constEnd() || cached->pid != app.pid) {
             if (identities.size() > 256)
                 identities.clear();
-            cached = identities.insert(w, identity(w, app.processIdentifier));
+            cached = identities.insert(w, identity(w, app.pid));
         }
-        app.bundleIdentifier = cached->bundleIdentifier;
+        app.appId = cached->bundleIdentifier;
         const QString &className = cached->className;
 
         // Older programs (xterm) name their windows only in WM_NAME, a Latin-1 string.
         if (auto name = text(w, wmName); name && !name->isEmpty())
-            app.localizedName = *name;
+            app.title = *name;
         else if (Property old; read(w, XA_WM_NAME, 4096, old) == Read::Ok && old.format == 8 && old.count > 0)
-            app.localizedName =
+            app.title =
                 QString::fromLatin1(reinterpret_cast<const char *>(old.data.get()), qsizetype(old.count));
         else
-            app.localizedName = className;
+            app.title = className;
         return app;
     }
 };
