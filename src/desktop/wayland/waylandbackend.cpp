@@ -8,12 +8,12 @@
 #include "desktop/wayland/virtualkeyboardinput.h"
 #include "desktop/wayland/wlrwindowlist.h"
 #include "desktop/x11/x11backend.h"
+#include "model/logging.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <csignal>
 #include <cstring>
-#include <iostream>
 #include <map>
 #include <mutex>
 #include <poll.h>
@@ -116,7 +116,7 @@ struct WaylandBackend::Impl {
 
     void lost() {
         if (connected)
-            std::cout << "the Wayland connection was lost: phrases cannot be sent any more" << std::endl;
+            qCInfo(lcDesktop, "the Wayland connection was lost: phrases cannot be sent any more");
         connected = false;
     }
 
@@ -339,7 +339,7 @@ struct WaylandBackend::Impl {
     void connect() {
         display = wl_display_connect(nullptr);
         if (!display) {
-            std::cout << "no Wayland display: phrases cannot be sent into other programs" << std::endl;
+            qCInfo(lcDesktop, "no Wayland display: phrases cannot be sent into other programs");
             return;
         }
         connected = true;
@@ -428,14 +428,13 @@ void WaylandBackend::sayWhatIsMissing() const {
         return;
     // In the words the agent sees in the log.
     if (!d->windowList)
-        std::cout << "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
-                     "org_kde_plasma_window_management）"
-                  << std::endl;
+        qCInfo(lcDesktop,
+               "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
+               "org_kde_plasma_window_management）");
     if (!d->dataDevice)
-        std::cout << "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）"
-                  << std::endl;
+        qCInfo(lcDesktop, "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）");
     if (!d->typing)
-        std::cout << "此桌面不允许模拟按键：" << d->whyNoKeys.toStdString() << std::endl;
+        qCInfo(lcDesktop, "此桌面不允许模拟按键：%s", qUtf8Printable(d->whyNoKeys));
 }
 
 WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>(clipboardRequests())) {
