@@ -6,16 +6,18 @@
 #include "desktop/x11/x11backend.h"
 #include "model/logging.h"
 
+#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QTimer>
 
 namespace {
 
-// sway learns of a window a moment after it is shown: until then no window matches.
-constexpr int placeAttempts = 20;
+// sway learns of a window a moment after it is shown, through XWayland: until then no window
+// matches. On a busy machine that moment can last seconds, and a window left to sway stays tiled.
+constexpr int placeWithinMs = 15000;
 constexpr int placeRetryMs = 50;
 
-void askSwayToPlace(quint64 x11Window, const QRect &geometry, int attemptsLeft) {
+void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer deadline) {
     const QString command =
         QStringLiteral("[id=%1] floating enable, resize set %2 px %3 px, move absolute position %4 px %5 px")
             .arg(x11Window)
@@ -26,9 +28,8 @@ void askSwayToPlace(quint64 x11Window, const QRect &geometry, int attemptsLeft) 
     SwayCommand::run(command, [=](const QString &error) {
         if (error.isEmpty())
             return;
-        if (attemptsLeft > 1 && error.contains(QLatin1String("No matching"))) {
-            QTimer::singleShot(placeRetryMs, qApp,
-                               [=] { askSwayToPlace(x11Window, geometry, attemptsLeft - 1); });
+        if (!deadline.hasExpired() && error.contains(QLatin1String("No matching"))) {
+            QTimer::singleShot(placeRetryMs, qApp, [=] { askSwayToPlace(x11Window, geometry, deadline); });
             return;
         }
         qCInfo(lcDesktop, "sway did not place the window: %s", qUtf8Printable(error));
@@ -80,5 +81,5 @@ void DesktopSession::prepareOwnWindows() {
 void DesktopSession::placeOwnWindow(quint64 x11Window, const QRect &geometry) {
     // Only our windows through XWayland have an X11 id sway knows.
     if (SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb"))
-        askSwayToPlace(x11Window, geometry, placeAttempts);
+        askSwayToPlace(x11Window, geometry, QDeadlineTimer(placeWithinMs));
 }

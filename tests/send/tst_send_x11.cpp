@@ -139,10 +139,9 @@ private:
         send_->clearReports();
     }
 
-    // The log lines after `before`, once the send is over.
-    QStringList sendAndRead(const Target &t, const QString &json, bool isEnter, qsizetype before = 0) {
-        sendAndSettle(json, isEnter);
-        return t.lines().mid(before);
+    // What the target logged for this send, once count lines are in.
+    QStringList sendAndRead(const Target &t, const QString &json, bool isEnter, qsizetype count) {
+        return send_->sendAndRead(json, isEnter, t.log, count);
     }
 
     QString textPictureText() const {
@@ -171,6 +170,18 @@ private:
     void sendAndSettle(const QString &json, bool isEnter) {
         QVERIFY(send_->sendAndSettle(json, isEnter));
         QTest::qWait(300);
+    }
+
+    // After focus moved behind the window manager's back, the window it has active gets the focus
+    // again: otherwise activating the window that was left focused changes nothing the manager
+    // sees, and it never announces it.
+    void handFocusBackToTheWindowManager() {
+        const auto active = send_->desktop().activeApplication();
+        Display *display = XOpenDisplay(nullptr);
+        if (active && display)
+            XSetInputFocus(display, Window(active->window), RevertToParent, CurrentTime);
+        if (display)
+            XCloseDisplay(display);
     }
 
     static QString clipboardText() { return QGuiApplication::clipboard()->text(); }
@@ -239,19 +250,20 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 1, 10000);
-        QVERIFY2(t.lines()[0].startsWith(QStringLiteral("paste types=")), qPrintable(t.lines()[0]));
-        QVERIFY2(t.lines()[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(t.lines()[0]));
-        QVERIFY(t.lines()[0].contains(QStringLiteral("text/plain")));
-        QVERIFY(!t.lines()[0].contains(QStringLiteral("image/png")));
+        QStringList got =
+            sendAndRead(t, PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false, 1);
+        QCOMPARE(got.size(), 1);
+        QVERIFY2(got[0].startsWith(QStringLiteral("paste types=")), qPrintable(got[0]));
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(got[0]));
+        QVERIFY(got[0].contains(QStringLiteral("text/plain")));
+        QVERIFY(!got[0].contains(QStringLiteral("image/png")));
 
         focusOwn();
         QCOMPARE(targetPid(), t.pid);
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 3, 10000);
-        QVERIFY2(t.lines()[1].endsWith(QStringLiteral(" text=second")), qPrintable(t.lines()[1]));
-        QCOMPARE(t.lines()[2], QStringLiteral("enter keypad"));
+        got = sendAndRead(t, PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true, 2);
+        QCOMPARE(got.size(), 2);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=second")), qPrintable(got[0]));
+        QCOMPARE(got[1], QStringLiteral("enter keypad"));
         QVERIFY(ownField_->text().isEmpty());
     }
 
@@ -259,19 +271,12 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        const qsizetype before = t.lines().size();
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
-                                          PhraseJson::picture(QStringLiteral("pic.png")),
-                                          PhraseJson::text(QStringLiteral("after"))}),
-                      true);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
-        const QStringList got = t.lines().mid(before);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got[0]));
-        QVERIFY2(got[1].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())), qPrintable(got[1]));
+        const QStringList got = sendAndRead(t, textPictureText(), true, 4);
+        verifyTextPictureTextEnter(got);
+        if (QTest::currentTestFailed())
+            return;
         QVERIFY(got[1].contains(QStringLiteral("image/png")));
         QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
-        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got[2]));
-        QCOMPARE(got[3], QStringLiteral("enter keypad"));
         // The earlier clipboard content is gone; the last piece stays.
         QCOMPARE(clipboardText(), QStringLiteral("after"));
         QVERIFY(ownField_->text().isEmpty());
@@ -282,15 +287,12 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        const qsizetype before = t.lines().size();
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("a")),
-                                          PhraseJson::picture(QStringLiteral("missing.png")),
-                                          PhraseJson::picture(QStringLiteral("photo.jpg")),
-                                          PhraseJson::text(QStringLiteral("b"))}),
-                      false);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
-        QTest::qWait(300);
-        const QStringList got = t.lines().mid(before);
+        const QStringList got = sendAndRead(
+            t,
+            PhraseJson::phrase(
+                {PhraseJson::text(QStringLiteral("a")), PhraseJson::picture(QStringLiteral("missing.png")),
+                 PhraseJson::picture(QStringLiteral("photo.jpg")), PhraseJson::text(QStringLiteral("b"))}),
+            false, 3);
         QCOMPARE(got.size(), 3);
         QVERIFY2(got[0].endsWith(QStringLiteral(" text=a")), qPrintable(got[0]));
         QVERIFY2(got[1].endsWith(QStringLiteral(" image=9x4 bytes=%1").arg(jpeg_.size())),
@@ -423,7 +425,7 @@ private Q_SLOTS:
         Target &t =
             startTarget({QStringLiteral("--terminal"), QStringLiteral("--class"), QStringLiteral("XTerm")});
         makeTargetThenFocusOwn(t);
-        const QStringList got = sendAndRead(t, textPictureText(), true);
+        const QStringList got = sendAndRead(t, textPictureText(), true, 3);
         QCOMPARE(got.size(), 3);
         QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
         QVERIFY2(got[1].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
@@ -435,7 +437,7 @@ private Q_SLOTS:
     void textOnlyTargetGetsTheText() {
         Target &t = startTarget({QStringLiteral("--text-only")});
         makeTargetThenFocusOwn(t);
-        const QStringList got = sendAndRead(t, textPictureText(), true);
+        const QStringList got = sendAndRead(t, textPictureText(), true, 4);
         QCOMPARE(got.size(), 4);
         QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
         QVERIFY2(got[1].startsWith(QStringLiteral("paste nothing")), qPrintable(got.join(QLatin1Char('|'))));
@@ -491,9 +493,7 @@ private Q_SLOTS:
             startTarget({QStringLiteral("--no-pid"), QStringLiteral("--title"), QStringLiteral("No pid")});
         makeWindowTargetThenFocusOwn(QStringLiteral("No pid"));
         QCOMPARE(send_->tracker().lastTarget()->pid, -1);
-        sendAndSettle(textPictureText(), true);
-        QTRY_COMPARE(t.lines().size(), 4);
-        verifyTextPictureTextEnter(t.lines());
+        verifyTextPictureTextEnter(sendAndRead(t, textPictureText(), true, 4));
     }
 
     // A modifier held past the wait drops the whole send: no Enter on its own.
@@ -543,6 +543,7 @@ private Q_SLOTS:
             });
             EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000);
             jumper.join();
+            handFocusBackToTheWindowManager();
             QVERIFY(!send_->sender().isRunning());
             QTest::qWait(200);
             const QStringList got = t.lines().mid(before);
@@ -660,9 +661,12 @@ private Q_SLOTS:
         setWindowProperty(survivor, "_NET_WM_NAME", "UTF8_STRING", 8, title.constData(), int(title.size()));
         QTRY_COMPARE_WITH_TIMEOUT(send_->tracker().lastTarget()->title, QString::fromUtf8(title), 10000);
         QCOMPARE(log.changes, QList{TargetWindowTracker::Change::Name});
-        // The window manager's own word again: it moves the focus, and says so.
-        const RunningApplication renamed = *applicationOf(t.pid);
-        QTRY_VERIFY_WITH_TIMEOUT(activated(renamed), 30000);
+        // The window manager's own word again: it moves the focus to another window, and says so.
+        // Not to the survivor: after the announcements written behind its back, the manager may take
+        // the survivor for focused already and have nothing to announce.
+        const RunningApplication other = *applicationOf(targets_[0]->pid);
+        QTRY_VERIFY_WITH_TIMEOUT(activated(other), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), other.window, 10000);
         focusOwn();
     }
 

@@ -90,6 +90,20 @@ bool SendTesting::settle() {
     return EventLoopWait::until([&delivered] { return delivered; }, timeoutMs);
 }
 
+QStringList SendTesting::sendAndRead(const QString &json, bool isEnter,
+                                     const std::function<QStringList()> &read, qsizetype count) {
+    const qsizetype before = read().size();
+    if (!sendAndSettle(json, isEnter))
+        return {};
+    EventLoopWait::until([&] { return read().size() >= before + count; }, 10000);
+    return read().mid(before);
+}
+
+QStringList SendTesting::sendAndRead(const QString &json, bool isEnter, const QString &log, qsizetype count) {
+    return sendAndRead(
+        json, isEnter, [&log] { return logLines(log); }, count);
+}
+
 QStringList SendTesting::logLines(const QString &path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))

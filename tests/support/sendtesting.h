@@ -10,6 +10,7 @@
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -52,6 +53,13 @@ public:
     // took more than 20 s.
     bool sendAndSettle(const QString &json, bool isEnter);
     bool settle();
+    // Sends, then reads what arrived: the lines read() gives beyond those it gave before the send,
+    // once there are at least count of them (at most 10 s after the send is over). Fewer lines
+    // when fewer came.
+    QStringList sendAndRead(const QString &json, bool isEnter, const std::function<QStringList()> &read,
+                            qsizetype count);
+    // The same for a paste target's log.
+    QStringList sendAndRead(const QString &json, bool isEnter, const QString &log, qsizetype count);
 
     // The lines a paste target (tests/support/pastetarget) logged so far; none before it starts.
     static QStringList logLines(const QString &path);
