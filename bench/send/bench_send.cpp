@@ -6,13 +6,12 @@
 // with --sway a headless sway and a native Wayland pastetarget; prints its figures (medians) on
 // standard output.
 #include "chatpageserver.h"
-#include "desktop/windowactivation.h"
 #include "eventloopwait.h"
 #include "model/contentformat.h"
 #include "model/settings.h"
 #include "send/phrasesender.h"
 #include "send/sendplan.h"
-#include "send/targetwindowtracker.h"
+#include "sendtesting.h"
 #include "store/localpath.h"
 #include "waylandsession.h"
 #include "xvfbsession.h"
@@ -129,14 +128,14 @@ void printArrival(const char *where, const char *phrase, SendPlan::PauseMode mod
 
 // Sends into the paste target: one warm-up send (a window's first paste waits for a long silence
 // to learn how it pastes), then `rounds` measured ones.
-Arrival pasteTargetArrival(const QString &log, const QString &json, int linesPerSend) {
+Arrival pasteTargetArrival(SendTesting &send, const QString &log, const QString &json, int linesPerSend) {
     Arrival a;
     for (int i = -1; i < rounds; ++i) {
         const qsizetype before = logLines(log).size();
         const qint64 start = nowUs();
-        PhraseSender::send(json, true);
+        send.sender().send(json, true);
         if (!waitFor([&] { return logLines(log).size() >= before + linesPerSend; }, 20000) ||
-            !waitFor([] { return !PhraseSender::runs(); }, 20000))
+            !waitFor([&send] { return !send.sender().isRunning(); }, 20000))
             return a;
         const QStringList lines = logLines(log).mid(before);
         const auto at = [&](const QString &line) {
@@ -153,14 +152,15 @@ Arrival pasteTargetArrival(const QString &log, const QString &json, int linesPer
 }
 
 // The same into the Chromium chat page; the page stamps each change of its box itself.
-Arrival chromiumArrival(const ChatPageServer &chat, const QString &json, const QString &expected) {
+Arrival chromiumArrival(SendTesting &send, const ChatPageServer &chat, const QString &json,
+                        const QString &expected) {
     Arrival a;
     for (int i = -1; i < rounds; ++i) {
         const qsizetype sentBefore = chat.sent().size(), changesBefore = chat.changes().size();
         const qint64 start = nowUs();
         const double startWall = wallMs();
-        PhraseSender::send(json, true);
-        if (!waitFor([&] { return chat.sent().size() > sentBefore && !PhraseSender::runs(); }, 20000) ||
+        send.sender().send(json, true);
+        if (!waitFor([&] { return chat.sent().size() > sentBefore && !send.sender().isRunning(); }, 20000) ||
             chat.sent().constLast() != expected) {
             waitFor([&] { return chat.changes().size() > changesBefore; }, 1000);
             QStringList seen;
@@ -191,7 +191,7 @@ Arrival chromiumArrival(const ChatPageServer &chat, const QString &json, const Q
 }
 
 // Chromium with the chat page, brought forward and made the target; empty when it did not come up.
-std::unique_ptr<QProcess> startChromium(const ChatPageServer &chat, int pageHandlerMs,
+std::unique_ptr<QProcess> startChromium(SendTesting &send, const ChatPageServer &chat, int pageHandlerMs,
                                         QTemporaryDir &profile) {
     const QString chromium = QStandardPaths::findExecutable(QStringLiteral("chromium"));
     if (chromium.isEmpty())
@@ -205,19 +205,14 @@ std::unique_ptr<QProcess> startChromium(const ChatPageServer &chat, int pageHand
     std::optional<RunningApplication> window;
     const bool up = waitFor(
         [&] {
-            for (const RunningApplication &a : WindowActivation::runningApplications())
-                if (a.localizedName.startsWith(QStringLiteral("Chat")))
+            for (const RunningApplication &a : send.applications())
+                if (a.title.startsWith(QStringLiteral("Chat")))
                     window = a;
             return chat.ready() && window.has_value();
         },
         60000);
-    if (up && waitFor([&] { return WindowActivation::activate(*window) && window->isActive(); }, 10000) &&
-        waitFor(
-            [&] {
-                const auto target = TargetWindowTracker::lastTarget();
-                return target && target->window == window->window;
-            },
-            10000))
+    if (up && waitFor([&] { return send.activate(*window) && send.isActive(*window); }, 10000) &&
+        waitFor([&] { return send.targetWindow() == window->window; }, 10000))
         return browser;
     std::printf("  Chromium page: did not come up\n");
     browser->terminate();
@@ -244,6 +239,7 @@ int main(int argc, char **argv) {
         return 1;
     }
     QGuiApplication app(argc, argv);
+    SendTesting send;
 
     LocalPath::initDirs();
     QByteArray png;
@@ -273,21 +269,20 @@ int main(int argc, char **argv) {
     std::optional<RunningApplication> window;
     waitFor(
         [&] {
-            for (const RunningApplication &a : WindowActivation::runningApplications())
-                if (onSway ? a.bundleIdentifier == appId : a.processIdentifier == pid)
+            for (const RunningApplication &a : send.applications())
+                if (onSway ? a.appId == appId : a.pid == pid)
                     window = a;
             return window.has_value();
         },
         30000);
-    if (!window ||
-        !waitFor([&] { return WindowActivation::activate(*window) && window->isActive(); }, 10000)) {
+    if (!window || !waitFor([&] { return send.activate(*window) && send.isActive(*window); }, 10000)) {
         std::printf("the paste target did not come up\n");
         return 1;
     }
 
     const double idleOff = idleCpuShare();
-    TargetWindowTracker::start();
-    waitFor([&] { return TargetWindowTracker::lastTarget().has_value(); }, 10000);
+    send.tracker().start();
+    waitFor([&] { return send.tracker().lastTarget().has_value(); }, 10000);
     const double idleOn = idleCpuShare();
 
     const QString oneText =
@@ -305,9 +300,9 @@ int main(int argc, char **argv) {
     bool lost = false;
     for (const Mode mode : modes) {
         setMode(mode);
-        const Arrival text = pasteTargetArrival(log, oneText, 2);
+        const Arrival text = pasteTargetArrival(send, log, oneText, 2);
         printArrival(where, "one text", mode, text, pausesOf(oneText, *window, mode));
-        const Arrival pieces = pasteTargetArrival(log, textPictureText, 4);
+        const Arrival pieces = pasteTargetArrival(send, log, textPictureText, 4);
         printArrival(where, "text-picture-text", mode, pieces, pausesOf(textPictureText, *window, mode));
         lost = lost || !text.complete() || !pieces.complete();
     }
@@ -318,16 +313,16 @@ int main(int argc, char **argv) {
         QTemporaryDir profile;
         if (!chat.start())
             return 1;
-        auto browser = startChromium(chat, 0, profile);
+        auto browser = startChromium(send, chat, 0, profile);
         lost = lost || !browser;
         for (const Mode mode :
              browser ? std::vector<Mode>{Mode::Adaptive, Mode::Fixed} : std::vector<Mode>{}) {
             setMode(mode);
-            const Arrival text =
-                chromiumArrival(chat, oneText, QStringLiteral("Thank you for waiting, it ships today."));
+            const Arrival text = chromiumArrival(send, chat, oneText,
+                                                 QStringLiteral("Thank you for waiting, it ships today."));
             printArrival("Chromium page", "one text", mode, text, pausesOf(oneText, *window, mode));
-            const Arrival pieces =
-                chromiumArrival(chat, textPictureText, QStringLiteral("Here it is:[img]Anything else?"));
+            const Arrival pieces = chromiumArrival(send, chat, textPictureText,
+                                                   QStringLiteral("Here it is:[img]Anything else?"));
             printArrival("Chromium page", "text-picture-text", mode, pieces,
                          pausesOf(textPictureText, *window, mode));
             lost = lost || !text.complete() || !pieces.complete();
@@ -340,13 +335,13 @@ int main(int argc, char **argv) {
         QTemporaryDir slowProfile;
         if (!slowChat.start())
             return 1;
-        auto slow = startChromium(slowChat, handlerMs, slowProfile);
+        auto slow = startChromium(send, slowChat, handlerMs, slowProfile);
         lost = lost || !slow;
         std::printf("Chromium page whose paste handler takes %d ms, text-picture-text:\n", handlerMs);
         for (const Mode mode : slow ? std::vector<Mode>{Mode::Adaptive, Mode::Fixed} : std::vector<Mode>{}) {
             setMode(mode);
-            const Arrival pieces =
-                chromiumArrival(slowChat, textPictureText, QStringLiteral("Here it is:[img]Anything else?"));
+            const Arrival pieces = chromiumArrival(send, slowChat, textPictureText,
+                                                   QStringLiteral("Here it is:[img]Anything else?"));
             printArrival("Chromium page", "text-picture-text", mode, pieces,
                          pausesOf(textPictureText, *window, mode));
             lost = lost || !pieces.complete();

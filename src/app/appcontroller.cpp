@@ -8,7 +8,6 @@
 #include "cloud/cloudclient.h"
 #include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
-#include "desktop/runningapplication.h"
 #include "library/homeview.h"
 #include "model/logging.h"
 #include "model/settings.h"
@@ -105,21 +104,26 @@ void AppController::toggleFromTray() {
     }
 }
 
-bool AppController::isActiveOnDesktop(QWidget *window) {
+bool AppController::isActiveOnDesktop(QWidget *window) const {
     if (!window->isVisible())
         return false;
-    if (!DesktopBackend::instance().available())
+    // Before sign-in there is no desktop back-end yet.
+    if (!session_ || !session_->desktop().available())
         return window->isActiveWindow();
-    RunningApplication self;
-    self.window = window->winId();
+    DesktopBackend &desktop = session_->desktop();
+    const quint64 own = window->winId();
+    const auto isActive = [&desktop, own] {
+        const auto active = desktop.activeApplication();
+        return active && active->window == own;
+    };
     // When Qt has just heard of the focus, the window manager may not have recorded it yet: a moment
     // for the two to agree.
     for (int i = 0; i < 10 && window->isActiveWindow(); ++i) {
-        if (self.isActive())
+        if (isActive())
             return true;
         QThread::msleep(10);
     }
-    return self.isActive();
+    return isActive();
 }
 
 void AppController::reopen(bool hasVisibleWindows) {
@@ -174,8 +178,14 @@ void AppController::quit(int status) {
     QCoreApplication::exit(status);
 }
 
-void AppController::shutDown() {
+bool AppController::shutDown() {
+    if (session_ && !session_->stopSending()) {
+        // A send thread still uses the session's objects: they stay until the process ends.
+        (void)session_.release();
+        return false;
+    }
     // The home view refers to the session's stores: it goes first.
     window_.reset();
     session_.reset();
+    return true;
 }

@@ -41,8 +41,9 @@ public:
     void handleRequest(const QByteArray &request);
     // Ends the event loop whatever the windows say (a busy dialog refuses to close).
     void quit(int status = 0);
-    // Ends the session before the application object goes away.
-    void shutDown();
+    // Ends the session before the application object goes away. False when a send is stuck inside
+    // the desktop: the session is then left to the end of the process, which must come at once.
+    bool shutDown();
 
 Q_SIGNALS:
     // A user signed in: the session runs and the home view shows its library.
@@ -54,7 +55,7 @@ private:
     void lastWindowClosed();
     // Whether the window is the desktop's active window. Qt's own answer is not used: while the tray
     // menu is open it counts the menu's parent window as active, whichever window has the focus.
-    static bool isActiveOnDesktop(QWidget *window);
+    bool isActiveOnDesktop(QWidget *window) const;
 
     // Needed before anyone signs in: the sign-in view reads and writes both.
     std::unique_ptr<Settings> settings_;

@@ -130,10 +130,10 @@ int main(int argc, char **argv) {
     if (!shot.isEmpty())
         unattended(controller, shot);
     const int status = app.exec();
-    controller.shutDown();
+    const bool stopped = controller.shutDown();
     // Nothing in flight may keep the program alive: the local store is a mirror that the next start
     // replaces, so work still running is cut short rather than waited for.
-    if (!QThreadPool::globalInstance()->waitForDone(quitGraceMs)) {
+    if (!stopped || !QThreadPool::globalInstance()->waitForDone(quitGraceMs)) {
         qCInfo(lcApp, "quitting while work is still running");
         std::fflush(nullptr);
         std::_Exit(status);

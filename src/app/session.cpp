@@ -4,11 +4,14 @@
 #include "cloud/librarysync.h"
 #include "cloud/sessionheartbeat.h"
 #include "cloud/classoperations.h"
+#include "desktop/desktopbackend.h"
+#include "desktop/desktopsession.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
 #include "cloud/phraseoperations.h"
 #include "quickbar/quickbar.h"
+#include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 #include "store/classstore.h"
 #include "store/localpath.h"
@@ -35,7 +38,9 @@ Session::Session(Settings &settings, CloudClient &cloud, const QString &username
       sync_(std::make_unique<LibrarySync>(cloud_, *classes_, *phrases_, username_)),
       heartbeat_(std::make_unique<SessionHeartbeat>(cloud_)),
       library_(std::make_unique<LibraryContext>(
-          LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})) {
+          LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})),
+      desktop_(DesktopSession::createBackend()), tracker_(std::make_unique<TargetWindowTracker>(*desktop_)),
+      sender_(std::make_unique<PhraseSender>(*desktop_, *tracker_)) {
     cloud_.setUsername(username_);
     connect(heartbeat_.get(), &SessionHeartbeat::revoked, this,
             [this] { Q_EMIT endRequested(1, QString()); });
@@ -51,7 +56,7 @@ void Session::start(HomeView &home) {
     started_ = true;
 
     // Its slots stand for the phrase list of the home view, looked up at each gesture.
-    quickBar_ = std::make_unique<QuickBar>(settings_);
+    quickBar_ = std::make_unique<QuickBar>(settings_, *sender_);
     QPointer<PhraseList> list = home.phraseList();
     quickBar_->setListSource([list](int row) { return list ? list->phraseAt(row) : std::nullopt; },
                              [list](int row) {
@@ -63,10 +68,15 @@ void Session::start(HomeView &home) {
     quickBar_->applyShortcutSetting();
 
     sync_->syncAll();
-    TargetWindowTracker::start();
-    home.followTarget();
+    tracker_->start();
+    home.followTarget(*tracker_, *desktop_);
+    home.sendThrough(*sender_);
     heartbeat_->start();
     Q_EMIT started();
+}
+
+bool Session::stopSending() {
+    return sender_->stop();
 }
 
 void Session::toggleQuickBar() {

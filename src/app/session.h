@@ -20,10 +20,15 @@ class QuickBar;
 class SessionHeartbeat;
 class Settings;
 
+class DesktopBackend;
+class PhraseSender;
+class TargetWindowTracker;
+
 // Everything that lives while one user is signed in: the database and its stores, the operations
-// that change the library, its synchronisation, the heartbeat, the window tracker and the quick bar.
-// The application object makes one at sign-in and destroys it at sign-out or quit; nothing here
-// outlives it, and every part gets what it needs from here through its constructor.
+// that change the library, its synchronisation, the heartbeat, the desktop back-end, the window
+// tracker, the sender and the quick bar. The application object makes one at sign-in and destroys
+// it at sign-out or quit; nothing here outlives it, and every part gets what it needs from here
+// through its constructor.
 class Session : public QObject {
     Q_OBJECT
 public:
@@ -42,6 +47,9 @@ public:
     Settings &settings() { return settings_; }
     CloudClient &cloud() { return cloud_; }
     QuickBar *quickBar() const { return quickBar_.get(); }
+    DesktopBackend &desktop() const { return *desktop_; }
+    TargetWindowTracker &tracker() const { return *tracker_; }
+    PhraseSender &sender() const { return *sender_; }
 
     // Starts the services of the signed-in user for the home view that shows them: the quick bar
     // over its phrase list, the synchronisation, the target tracker, the heartbeat.
@@ -50,6 +58,9 @@ public:
 
     // Shows the quick bar when hidden, hides it when shown.
     void toggleQuickBar();
+    // Stops a send in progress, waiting a moment for it. False when it is stuck inside the
+    // desktop: then the session must not be destroyed before the process ends.
+    bool stopSending();
 
 Q_SIGNALS:
     // Every service has been started.
@@ -70,6 +81,10 @@ private:
     std::unique_ptr<LibrarySync> sync_;
     std::unique_ptr<SessionHeartbeat> heartbeat_;
     std::unique_ptr<LibraryContext> library_;
+    // Declared in the order they depend on each other: destroyed the other way round.
+    std::unique_ptr<DesktopBackend> desktop_;
+    std::unique_ptr<TargetWindowTracker> tracker_;
+    std::unique_ptr<PhraseSender> sender_;
     std::unique_ptr<QuickBar> quickBar_;
     bool started_ = false;
 };

@@ -1,10 +1,10 @@
 #include "desktop/applicationnames.h"
 
+#include "desktop/desktopentry.h"
+
 #include <QDirIterator>
-#include <QFile>
 #include <QMap>
 #include <QStandardPaths>
-#include <QStringDecoder>
 
 namespace {
 
@@ -26,111 +26,8 @@ QMap<QString, QString> desktopFiles() {
     return files;
 }
 
-} // namespace
-
-// Other groups (actions) are skipped.
-QHash<QString, QString> ApplicationNames::desktopEntry(const QString &path) {
-    QHash<QString, QString> keys;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return keys;
-    QStringDecoder utf8(QStringDecoder::Utf8);
-    const QString text = utf8.decode(file.read(1 << 20));
-    if (utf8.hasError())
-        return keys;
-    bool inEntry = false;
-    for (QStringView line : QStringView(text).split(u'\n')) {
-        line = line.trimmed();
-        if (line.isEmpty() || line.startsWith(u'#'))
-            continue;
-        if (line.startsWith(u'[')) {
-            inEntry = line == u"[Desktop Entry]";
-            continue;
-        }
-        const qsizetype eq = line.indexOf(u'=');
-        if (!inEntry || eq <= 0)
-            continue;
-        const QString key = line.left(eq).trimmed().toString();
-        if (keys.contains(key))
-            continue; // the first of duplicate keys counts
-        QString value;
-        const QStringView raw = line.mid(eq + 1).trimmed();
-        for (qsizetype i = 0; i < raw.size(); ++i) {
-            if (raw[i] != u'\\' || i + 1 == raw.size()) {
-                value += raw[i];
-                continue;
-            }
-            const QChar c = raw[++i];
-            value += c == u's'   ? QChar(u' ')
-                     : c == u'n' ? QChar(u'\n')
-                     : c == u't' ? QChar(u'\t')
-                     : c == u'r' ? QChar(u'\r')
-                                 : c;
-        }
-        keys.insert(key, value);
-    }
-    return keys;
-}
-
-QHash<QString, QString> &ApplicationNames::cache() {
-    static QHash<QString, QString> names;
-    return names;
-}
-
-QString ApplicationNames::entryName(const QString &applicationId) {
-    if (applicationId.isEmpty())
-        return {};
-    auto found = cache().constFind(applicationId);
-    if (found == cache().constEnd())
-        found = cache().insert(applicationId, findEntryName(applicationId));
-    return *found;
-}
-
-QString ApplicationNames::displayName(const RunningApplication &application) {
-    if (!application.bundleIdentifier || application.bundleIdentifier->isEmpty())
-        return application.localizedName;
-    const QString name = entryName(*application.bundleIdentifier);
-    return name.isEmpty() ? *application.bundleIdentifier : name;
-}
-
-QString ApplicationNames::findEntryName(const QString &applicationId) {
-    const QMap<QString, QString> files = desktopFiles();
-    // The entry of that id; else one whose StartupWMClass is it; else an id that differs only in case;
-    // else, for a class such as "Mousepad", a reverse-domain id ending in it ("org.xfce.mousepad").
-    if (const QString name = nameInFile(files.value(applicationId)); !name.isEmpty())
-        return name;
-    QString byClass, byCaseless, byLastPart;
-    for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
-        const QString &id = it.key();
-        QString *match = nullptr;
-        if (byClass.isEmpty() &&
-            desktopEntry(it.value()).value(QStringLiteral("StartupWMClass")) == applicationId)
-            match = &byClass;
-        else if (byCaseless.isEmpty() && id.compare(applicationId, Qt::CaseInsensitive) == 0)
-            match = &byCaseless;
-        else if (byLastPart.isEmpty() &&
-                 id.section(u'.', -1).compare(applicationId, Qt::CaseInsensitive) == 0)
-            match = &byLastPart;
-        if (match)
-            *match = nameInFile(it.value());
-    }
-    return !byClass.isEmpty() ? byClass : !byCaseless.isEmpty() ? byCaseless : byLastPart;
-}
-
-QString ApplicationNames::nameInFile(const QString &path) {
-    if (path.isEmpty())
-        return {};
-    const QHash<QString, QString> keys = desktopEntry(path);
-    if (keys.value(QStringLiteral("Type")) != QLatin1String("Application") ||
-        keys.value(QStringLiteral("Hidden")) == QLatin1String("true"))
-        return {};
-    for (const QString &language : languages())
-        if (const QString name = keys.value(QStringLiteral("Name[%1]").arg(language)); !name.isEmpty())
-            return name;
-    return keys.value(QStringLiteral("Name"));
-}
-
-QStringList ApplicationNames::languages() {
+// Locale names to try in order for Name[...] (for zh_CN.UTF-8: zh_CN, zh), from the environment.
+QStringList languages() {
     // LANGUAGE lists preferences; the message locale is LC_ALL, else LC_MESSAGES, else LANG.
     QStringList locales = qEnvironmentVariable("LANGUAGE").split(u':', Qt::SkipEmptyParts);
     for (const char *variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -159,4 +56,61 @@ QStringList ApplicationNames::languages() {
                 result.append(t);
     }
     return result;
+}
+
+// The Name of a desktop entry file in the user's language; empty when the file is not an
+// application entry or is marked deleted (Hidden).
+QString nameInFile(const QString &path) {
+    if (path.isEmpty())
+        return {};
+    const QHash<QString, QString> keys = DesktopEntry::read(path);
+    if (keys.value(QStringLiteral("Type")) != QLatin1String("Application") ||
+        keys.value(QStringLiteral("Hidden")) == QLatin1String("true"))
+        return {};
+    for (const QString &language : languages())
+        if (const QString name = keys.value(QStringLiteral("Name[%1]").arg(language)); !name.isEmpty())
+            return name;
+    return keys.value(QStringLiteral("Name"));
+}
+
+QString findEntryName(const QString &applicationId) {
+    const QMap<QString, QString> files = desktopFiles();
+    // The entry of that id; else one whose StartupWMClass is it; else an id that differs only in case;
+    // else, for a class such as "Mousepad", a reverse-domain id ending in it ("org.xfce.mousepad").
+    if (const QString name = nameInFile(files.value(applicationId)); !name.isEmpty())
+        return name;
+    QString byClass, byCaseless, byLastPart;
+    for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
+        const QString &id = it.key();
+        QString *match = nullptr;
+        if (byClass.isEmpty() &&
+            DesktopEntry::read(it.value()).value(QStringLiteral("StartupWMClass")) == applicationId)
+            match = &byClass;
+        else if (byCaseless.isEmpty() && id.compare(applicationId, Qt::CaseInsensitive) == 0)
+            match = &byCaseless;
+        else if (byLastPart.isEmpty() &&
+                 id.section(u'.', -1).compare(applicationId, Qt::CaseInsensitive) == 0)
+            match = &byLastPart;
+        if (match)
+            *match = nameInFile(it.value());
+    }
+    return !byClass.isEmpty() ? byClass : !byCaseless.isEmpty() ? byCaseless : byLastPart;
+}
+
+} // namespace
+
+QString ApplicationNames::entryName(const QString &applicationId) {
+    if (applicationId.isEmpty())
+        return {};
+    auto found = cache_.constFind(applicationId);
+    if (found == cache_.constEnd())
+        found = cache_.insert(applicationId, findEntryName(applicationId));
+    return *found;
+}
+
+QString ApplicationNames::displayName(const RunningApplication &application) {
+    if (!application.appId || application.appId->isEmpty())
+        return application.title;
+    const QString name = entryName(*application.appId);
+    return name.isEmpty() ? *application.appId : name;
 }

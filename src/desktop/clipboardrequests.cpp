@@ -4,30 +4,29 @@
 
 #include <QGuiApplication>
 #include <chrono>
-#include <mutex>
 
-namespace {
+ClipboardRequests::ClipboardRequests() = default;
 
-std::mutex journalMutex;
-QList<ClipboardRequests::Request> journal;
-
-} // namespace
-
-void ClipboardRequests::record(quint64 requestor, quint32 type) {
-    std::lock_guard lock(journalMutex);
-    // A bound for a program that asks without end; a paste asks a few dozen times at most.
-    if (journal.size() < 4096)
-        journal.append({nowMs(), requestor, type});
+ClipboardRequests::~ClipboardRequests() {
+    if (filter_ && QCoreApplication::instance())
+        QCoreApplication::instance()->removeNativeEventFilter(filter_.get());
 }
 
-QList<ClipboardRequests::Request> ClipboardRequests::all() {
-    std::lock_guard lock(journalMutex);
-    return journal;
+void ClipboardRequests::record(quint64 requestor, quint32 type) {
+    std::lock_guard lock(mutex_);
+    // A bound for a program that asks without end; a paste asks a few dozen times at most.
+    if (journal_.size() < 4096)
+        journal_.append({nowMs(), requestor, type});
+}
+
+QList<ClipboardRequests::Request> ClipboardRequests::all() const {
+    std::lock_guard lock(mutex_);
+    return journal_;
 }
 
 void ClipboardRequests::clear() {
-    std::lock_guard lock(journalMutex);
-    journal.clear();
+    std::lock_guard lock(mutex_);
+    journal_.clear();
 }
 
 qint64 ClipboardRequests::nowMs() {
@@ -35,10 +34,9 @@ qint64 ClipboardRequests::nowMs() {
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-void ClipboardRequests::watch() {
-    static bool watching = false;
-    if (watching || QGuiApplication::platformName() != QLatin1String("xcb"))
+void ClipboardRequests::watchX11Selections() {
+    if (filter_ || QGuiApplication::platformName() != QLatin1String("xcb"))
         return;
-    watching = true;
-    SelectionRequestFilter::install();
+    filter_ = std::make_unique<SelectionRequestFilter>(*this);
+    QCoreApplication::instance()->installNativeEventFilter(filter_.get());
 }

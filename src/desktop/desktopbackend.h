@@ -1,17 +1,19 @@
 #pragma once
 
+#include "desktop/clipboardrequests.h"
 #include "desktop/runningapplication.h"
 
 #include <QByteArray>
+#include <QImage>
 #include <QList>
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <optional>
 
 // What the send layer needs of the desktop: which application is in front, the running ones,
 // bringing one forward, the keyboard focus and synthesised key strokes. One implementation per
-// windowing system; every operation may be called from any thread.
+// windowing system; every operation may be called from any thread. The session owns the one of
+// the program and hands it to whatever needs the desktop.
 class DesktopBackend {
 public:
     enum class Key { V, Enter, Left, Insert };
@@ -66,7 +68,7 @@ public:
     // back-end serves the pieces itself. False: the toolkit's clipboard is used.
     virtual bool servesClipboard() const { return false; }
     // One piece under each of its data types, on the PRIMARY selection too when asked; true once
-    // the back-end owns the clipboard with it. Each read is recorded in ClipboardRequests.
+    // the back-end owns the clipboard with it. Each read is recorded in clipboardRequests().
     virtual bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData, bool alsoPrimary);
     // Whether the clipboard still holds the piece given last to setClipboard (no other program
     // has taken it since), confirmed by the desktop.
@@ -84,9 +86,9 @@ public:
     // the caller has to ask now and then.
     virtual bool watchFront(std::function<void(FrontChange)> listener);
 
-    // The back-end of this process, chosen from the session unless another was installed.
-    static DesktopBackend &instance();
-    // Replaces the back-end (another windowing system, or a recording one in tests). Call before
-    // the first send and before the tracker starts.
-    static void setInstance(std::unique_ptr<DesktopBackend> backend);
+    // Who read the clipboard this program offers, on this desktop.
+    ClipboardRequests &clipboardRequests() { return clipboardRequests_; }
+
+private:
+    ClipboardRequests clipboardRequests_;
 };

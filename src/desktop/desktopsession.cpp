@@ -4,18 +4,20 @@
 #include "desktop/swaycommand.h"
 #include "desktop/wayland/waylandbackend.h"
 #include "desktop/x11/x11backend.h"
+#include "model/logging.h"
 
+#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QTimer>
-#include <iostream>
 
 namespace {
 
-// sway learns of a window a moment after it is shown: until then no window matches.
-constexpr int placeAttempts = 20;
+// sway learns of a window a moment after it is shown, through XWayland: until then no window
+// matches. On a busy machine that moment can last seconds, and a window left to sway stays tiled.
+constexpr int placeWithinMs = 15000;
 constexpr int placeRetryMs = 50;
 
-void askSwayToPlace(quint64 x11Window, const QRect &geometry, int attemptsLeft) {
+void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer deadline) {
     const QString command =
         QStringLiteral("[id=%1] floating enable, resize set %2 px %3 px, move absolute position %4 px %5 px")
             .arg(x11Window)
@@ -26,12 +28,11 @@ void askSwayToPlace(quint64 x11Window, const QRect &geometry, int attemptsLeft) 
     SwayCommand::run(command, [=](const QString &error) {
         if (error.isEmpty())
             return;
-        if (attemptsLeft > 1 && error.contains(QLatin1String("No matching"))) {
-            QTimer::singleShot(placeRetryMs, qApp,
-                               [=] { askSwayToPlace(x11Window, geometry, attemptsLeft - 1); });
+        if (!deadline.hasExpired() && error.contains(QLatin1String("No matching"))) {
+            QTimer::singleShot(placeRetryMs, qApp, [=] { askSwayToPlace(x11Window, geometry, deadline); });
             return;
         }
-        std::cout << "sway did not place the window: " << error.toStdString() << std::endl;
+        qCInfo(lcDesktop, "sway did not place the window: %s", qUtf8Printable(error));
     });
 }
 
@@ -53,17 +54,18 @@ std::unique_ptr<DesktopBackend> DesktopSession::createBackend() {
         auto gnome = std::make_unique<GnomeBackend>();
         if (gnome->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty())
             return gnome;
-        std::cout << "GNOME Shell 扩展未启用：只能向 XWayland 窗口发送。启用方法：gnome-extensions enable "
-                  << GnomeBackend::extensionUuid << "，然后注销并重新登录" << std::endl;
+        qCInfo(lcDesktop,
+               "GNOME Shell 扩展未启用：只能向 XWayland 窗口发送。启用方法：gnome-extensions enable "
+               "%s，然后注销并重新登录",
+               GnomeBackend::extensionUuid);
     } else if (detect(environment) == Kind::Wayland) {
         auto wayland = std::make_unique<WaylandBackend>();
         if (wayland->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty()) {
             wayland->sayWhatIsMissing();
             return wayland;
         }
-        std::cout << "Wayland compositor without window management for other programs: "
-                     "only XWayland windows can receive phrases"
-                  << std::endl;
+        qCInfo(lcDesktop, "Wayland compositor without window management for other programs: "
+                          "only XWayland windows can receive phrases");
     }
     return std::make_unique<X11Backend>();
 }
@@ -79,5 +81,5 @@ void DesktopSession::prepareOwnWindows() {
 void DesktopSession::placeOwnWindow(quint64 x11Window, const QRect &geometry) {
     // Only our windows through XWayland have an X11 id sway knows.
     if (SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb"))
-        askSwayToPlace(x11Window, geometry, placeAttempts);
+        askSwayToPlace(x11Window, geometry, QDeadlineTimer(placeWithinMs));
 }

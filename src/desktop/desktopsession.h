@@ -7,22 +7,21 @@
 class DesktopBackend;
 
 // Which windowing system the desktop session runs, and the back-end for it.
-class DesktopSession {
-public:
-    DesktopSession() = delete;
+namespace DesktopSession {
 
-    enum class Kind { X11, Wayland };
+enum class Kind { X11, Wayland };
 
-    static Kind detect(const QProcessEnvironment &environment);
-    // On GNOME's Wayland session the GNOME back-end when its Shell extension answers; in another
-    // Wayland session the Wayland back-end when the compositor offers what it needs; else the X11
-    // one (which in a Wayland session reaches XWayland windows only).
-    static std::unique_ptr<DesktopBackend> createBackend();
-    // In a Wayland session with XWayland, this program's own windows go through XWayland: there
-    // the home window can dock at the screen edge and the quick bar can stay out of the keyboard
-    // focus. Call before the application object exists.
-    static void prepareOwnWindows();
-    // Where the window manager overrides where our window wants to be (sway tiles it, or centres it
-    // when floating), asks it to put the window there; elsewhere the window's own geometry does.
-    static void placeOwnWindow(quint64 x11Window, const QRect &geometry);
-};
+Kind detect(const QProcessEnvironment &environment);
+// On GNOME's Wayland session the GNOME back-end when its Shell extension answers; in another
+// Wayland session the Wayland back-end when the compositor offers what it needs; else the X11
+// one (which in a Wayland session reaches XWayland windows only).
+std::unique_ptr<DesktopBackend> createBackend();
+// In a Wayland session with XWayland, this program's own windows go through XWayland: there
+// the home window can dock at the screen edge and the quick bar can stay out of the keyboard
+// focus. Call before the application object exists.
+void prepareOwnWindows();
+// Where the window manager overrides where our window wants to be (sway tiles it, or centres it
+// when floating), asks it to put the window there; elsewhere the window's own geometry does.
+void placeOwnWindow(quint64 x11Window, const QRect &geometry);
+
+} // namespace DesktopSession

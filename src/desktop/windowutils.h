@@ -2,11 +2,10 @@
 
 class QWindow;
 
-// Window placement helpers.
-class WindowUtils {
-public:
-    WindowUtils() = delete;
+// Window placement.
+namespace WindowUtils {
 
-    // After 0.1 s, centres the window on the primary screen (a widget passes its windowHandle()).
-    static void moveToCenter(QWindow *window);
-};
+// After 0.1 s, centres the window on the primary screen (a widget passes its windowHandle()).
+void moveToCenter(QWindow *window);
+
+} // namespace WindowUtils

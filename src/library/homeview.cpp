@@ -1,6 +1,6 @@
 #include "library/homeview.h"
 
-#include "desktop/applicationnames.h"
+#include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
 #include "library/classlist.h"
 #include "library/librarycontext.h"
@@ -70,22 +70,11 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
     targetRow->addWidget(quickBarButton);
     layout->addWidget(target);
     // What became of a send that did not go out whole: a line under the target, never a dialog.
-    auto *sendStatus = new QLabel(this);
-    sendStatus->setStyleSheet("color:#c0392b;");
-    sendStatus->setWordWrap(true);
-    sendStatus->hide();
-    layout->addWidget(sendStatus);
-    QPointer<QLabel> status = sendStatus;
-    PhraseSender::setReporter([status](const QString &message) {
-        if (!status)
-            return;
-        status->setText(message);
-        status->show();
-        QTimer::singleShot(sendStatusMs, status, [status, message] {
-            if (status && status->text() == message)
-                status->hide();
-        });
-    });
+    sendStatus_ = new QLabel(this);
+    sendStatus_->setStyleSheet("color:#c0392b;");
+    sendStatus_->setWordWrap(true);
+    sendStatus_->hide();
+    layout->addWidget(sendStatus_);
 
     searchTextView = new QLineEdit(this);
     searchTextView->setPlaceholderText(QString::fromUtf8("搜索全部短语"));
@@ -164,20 +153,41 @@ void HomeView::moveWindowToRight() {
     });
 }
 
-void HomeView::followTarget() {
-    if (targetShown_)
+void HomeView::followTarget(TargetWindowTracker &tracker, DesktopBackend &desktop) {
+    if (tracker_)
         return;
-    targetShown_ = true;
+    tracker_ = &tracker;
+    desktop_ = &desktop;
     // Refreshed when the tracker reports a change, never on a clock: nothing runs while the
     // desktop is still.
-    TargetWindowTracker::addListener(this, [this](TargetWindowTracker::Change change) {
+    connect(&tracker, &TargetWindowTracker::changed, this, [this](TargetWindowTracker::Change change) {
         refreshTarget(change == TargetWindowTracker::Change::Icon);
     });
+    connect(&tracker, &QObject::destroyed, this, [this] { tracker_ = nullptr; });
     refreshTarget(false);
 }
 
+void HomeView::sendThrough(PhraseSender &sender) {
+    const auto send = [&sender](const Phrase &phrase, bool pressEnter) {
+        sender.send(phrase.jsonValue, pressEnter);
+    };
+    connect(libraryPanel->phraseList, &PhraseList::sendRequested, &sender, send);
+    connect(searchResults, &SearchResultList::sendRequested, &sender, send);
+    connect(&sender, &PhraseSender::reported, this, [this](const QString &message) {
+        sendStatus_->setText(message);
+        sendStatus_->show();
+        QPointer<QLabel> status = sendStatus_;
+        QTimer::singleShot(sendStatusMs, status, [status, message] {
+            if (status && status->text() == message)
+                status->hide();
+        });
+    });
+}
+
 void HomeView::refreshTarget(bool rereadIcon) {
-    const auto app = TargetWindowTracker::lastTarget();
+    if (!tracker_)
+        return;
+    const auto app = tracker_->lastTarget();
     if (!app) {
         targetIcon->clear();
         targetName->setText(QString());
@@ -187,7 +197,7 @@ void HomeView::refreshTarget(bool rereadIcon) {
     // Reading an icon is a round trip to the X server; only a new window or a new icon needs it.
     if (app->window != iconWindow_ || rereadIcon) {
         iconWindow_ = app->window;
-        const QImage icon = app->icon();
+        const QImage icon = desktop_->icon(app->window);
         if (icon.isNull())
             targetIcon->clear();
         else
@@ -195,7 +205,7 @@ void HomeView::refreshTarget(bool rereadIcon) {
                 targetIcon->size() * devicePixelRatio(), Qt::KeepAspectRatio, Qt::SmoothTransformation)));
     }
     // The program's name as the application menu gives it, not the title of its window.
-    const QString name = ApplicationNames::displayName(*app);
+    const QString name = applicationNames_.displayName(*app);
     if (targetName->text() != name)
         targetName->setText(name);
 }

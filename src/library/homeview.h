@@ -1,11 +1,15 @@
 #pragma once
 
+#include "desktop/applicationnames.h"
 #include "model/result.h"
 
 #include <QPointer>
 #include <QWidget>
 
+class DesktopBackend;
+class PhraseSender;
 class QLabel;
+class TargetWindowTracker;
 class QLineEdit;
 class QToolButton;
 class ElidedLabel;
@@ -35,7 +39,9 @@ public:
     void showView();
     void moveWindowToRight();
     // Shows the target window's name and icon from now on, following each change.
-    void followTarget();
+    void followTarget(TargetWindowTracker &tracker, DesktopBackend &desktop);
+    // The lists' sends go to sender, and what it reports shows under the target.
+    void sendThrough(PhraseSender &sender);
     void searchTextChanged();
 
     // For the quick bar: the phrase list (its phraseAt and selectRow) and the search field.
@@ -61,6 +67,9 @@ private:
     void refreshTarget(bool rereadIcon);
 
     LibraryContext &library_;
-    bool targetShown_ = false;
+    QLabel *sendStatus_ = nullptr;
+    TargetWindowTracker *tracker_ = nullptr;
+    DesktopBackend *desktop_ = nullptr;
+    ApplicationNames applicationNames_;
     quint64 iconWindow_ = 0;
 };

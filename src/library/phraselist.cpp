@@ -5,7 +5,6 @@
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
 #include "cloud/phraseoperations.h"
-#include "send/phrasesender.h"
 #include "store/phrasestore.h"
 
 #include <QMenu>
@@ -132,7 +131,7 @@ void PhraseList::rightPressed(int row, const QPoint &globalPos) {
 
 void PhraseList::send(int row, bool pressEnter) {
     if (const std::optional<Phrase> phrase = phraseAt(row))
-        PhraseSender::send(phrase->jsonValue, pressEnter);
+        Q_EMIT sendRequested(*phrase, pressEnter);
 }
 
 void PhraseList::menuActionTriggered(QAction *action) {

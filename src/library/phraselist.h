@@ -61,6 +61,8 @@ Q_SIGNALS:
     // 添加短语 in the shown class, or 编辑短语; the application opens the dialog.
     void createPhraseRequested(const QString &classSign);
     void editPhraseRequested(const Phrase &phrase);
+    // A double click or the row's send button: the home view hands it to the sender.
+    void sendRequested(const Phrase &phrase, bool pressEnter);
 
 private:
     void selectionChanged();

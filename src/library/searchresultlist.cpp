@@ -3,7 +3,6 @@
 #include "library/listselection.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
-#include "send/phrasesender.h"
 
 #include <QItemSelectionModel>
 #include <QLabel>
@@ -69,5 +68,5 @@ void SearchResultList::send(int row, bool pressEnter) {
     const std::optional<Phrase> phrase = phraseAt(row);
     if (!phrase)
         return;
-    PhraseSender::send(phrase->jsonValue, pressEnter);
+    Q_EMIT sendRequested(*phrase, pressEnter);
 }

@@ -27,6 +27,10 @@ public:
     std::optional<Phrase> phraseAt(int row) const;
     void setSelection(const QList<int> &rows);
 
+Q_SIGNALS:
+    // A double click or the row's send button: the home view hands it to the sender.
+    void sendRequested(const Phrase &phrase, bool pressEnter);
+
 private:
     void selectionChanged();
     void send(int row, bool pressEnter);

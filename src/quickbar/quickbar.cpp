@@ -4,6 +4,7 @@
 #include "desktop/x11/quickbarshortcuts.h"
 #include "model/contentformat.h"
 #include "model/settings.h"
+#include "model/logging.h"
 #include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
 
@@ -14,7 +15,6 @@
 #include <QPainterPath>
 #include <QScreen>
 #include <QToolButton>
-#include <iostream>
 
 #include <X11/Xlib.h>
 
@@ -122,10 +122,10 @@ void askForDockLikeState(WId window) {
 
 } // namespace
 
-QuickBar::QuickBar(Settings &settings, QWidget *parent)
+QuickBar::QuickBar(Settings &settings, PhraseSender &sender, QWidget *parent)
     : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                           Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
-      settings_(settings) {
+      settings_(settings), sender_(sender) {
     setAttribute(Qt::WA_ShowWithoutActivating);
     // The bar is never the active window, and tooltips are otherwise only shown in that one.
     setAttribute(Qt::WA_AlwaysShowToolTips);
@@ -149,8 +149,8 @@ QuickBar::QuickBar(Settings &settings, QWidget *parent)
 
     for (int i = 0; i < numberOfItems; ++i) {
         auto *item = new QuickBarSlot(i, QStringLiteral("F%1").arg(i + 1), this);
-        connect(item, &QuickBarSlot::highlighted, this, &QuickBar::didHighlightItemAt);
-        connect(item, &QuickBarSlot::clicked, this, &QuickBar::didSelectItemAt);
+        connect(item, &QuickBarSlot::highlighted, this, &QuickBar::slotHovered);
+        connect(item, &QuickBarSlot::clicked, this, &QuickBar::slotTapped);
         items_.append(item);
         row->addWidget(item);
     }
@@ -199,7 +199,7 @@ bool QuickBar::setShortcutModifiers(const QString &modifiers) {
     }
     if (!keys_) {
         keys_ = new QuickBarShortcuts(this);
-        connect(keys_, &QuickBarShortcuts::pressed, this, &QuickBar::didSelectItemAt);
+        connect(keys_, &QuickBarShortcuts::pressed, this, &QuickBar::slotTapped);
     }
     return keys_->setModifiers(modifiers);
 }
@@ -255,7 +255,7 @@ std::optional<Phrase> QuickBar::phraseAt(int index) const {
     return list_(index);
 }
 
-void QuickBar::didHighlightItemAt(int index) {
+void QuickBar::slotHovered(int index) {
     const std::optional<Phrase> word = phraseAt(index);
     if (QuickBarSlot *slot = item(index))
         slot->setToolTip(word ? preview(*word) : QString());
@@ -266,7 +266,7 @@ void QuickBar::didHighlightItemAt(int index) {
     Q_EMIT highlighted(index);
 }
 
-void QuickBar::didSelectItemAt(int index) {
+void QuickBar::slotTapped(int index) {
     const std::optional<Phrase> word = phraseAt(index);
     // Cleared whatever happens, so the same slot can be tapped again.
     for (QuickBarSlot *slot : std::as_const(items_))
@@ -285,8 +285,8 @@ void QuickBar::didSelectItemAt(int index) {
         homeWindow_->raise();
         homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, quiet);
     }
-    std::cout << "send " << word->jsonValue.toStdString() << std::endl;
-    PhraseSender::send(word->jsonValue, true);
+    qCInfo(lcQuickBar, "send %s", qUtf8Printable(word->jsonValue));
+    sender_.send(word->jsonValue, true);
     Q_EMIT tapped(index);
 }
 

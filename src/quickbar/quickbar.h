@@ -8,8 +8,8 @@
 #include <functional>
 #include <optional>
 
+class PhraseSender;
 class Settings;
-
 class QuickBarSlot;
 class QToolButton;
 class QuickBarShortcuts;
@@ -30,7 +30,8 @@ public:
     // Makes row n the selection of that list.
     using RowSelector = std::function<void(int)>;
 
-    explicit QuickBar(Settings &settings, QWidget *parent = nullptr);
+    // A tap sends through sender.
+    QuickBar(Settings &settings, PhraseSender &sender, QWidget *parent = nullptr);
     ~QuickBar() override;
 
     void setListSource(ListSource list, RowSelector select);
@@ -38,7 +39,7 @@ public:
     void setHomeWindow(QWidget *window);
     void setSearchField(QWidget *field);
     // Global shortcuts: the modifiers ("Ctrl+Shift", "Super", "None" for bare keys) with F1 .. F12.
-    // An empty text turns them off. False, with the reason on standard output, when not all are set.
+    // An empty text turns them off. False, with the reason logged, when not all are set.
     bool setShortcutModifiers(const QString &modifiers);
     // The modifiers of the settings; absent or empty, the default, means no shortcuts.
     bool applyShortcutSetting();
@@ -53,9 +54,9 @@ public Q_SLOTS:
     // Shows the bar above other windows without taking the keyboard focus.
     void present();
     // The pointer is over slot n: select phrase n of the shown list, if there is one.
-    void didHighlightItemAt(int index);
+    void slotHovered(int index);
     // Slot n was tapped: send phrase n of the shown list with Enter, if there is one.
-    void didSelectItemAt(int index);
+    void slotTapped(int index);
     // The search button: the home window in front and active, typing into its search field.
     void searchClicked();
 
@@ -75,6 +76,7 @@ private:
     void placeOnScreen();
 
     Settings &settings_;
+    PhraseSender &sender_;
     QList<QuickBarSlot *> items_;
     QToolButton *search_ = nullptr;
     QToolButton *close_ = nullptr;

@@ -1,6 +1,5 @@
 #include "send/clipboardutil.h"
 
-#include "desktop/clipboardrequests.h"
 #include "desktop/desktopbackend.h"
 
 #include <QClipboard>
@@ -14,9 +13,6 @@
 namespace {
 
 const QString pngType = QStringLiteral("image/png");
-
-// What put() set last, compared by address only, on the GUI thread.
-const QMimeData *lastPut[2] = {nullptr, nullptr};
 
 // A call handed to the GUI thread. The caller may give up waiting; the GUI thread then skips it.
 template <typename Result> struct GuiCall {
@@ -55,27 +51,27 @@ template <typename F> auto onGuiThread(F work) -> decltype(work()) {
     return call->result;
 }
 
-bool put(QMimeData *data, bool alsoPrimary) {
-    ClipboardRequests::watch();
+} // namespace
+
+bool ClipboardUtil::put(QMimeData *data, bool alsoPrimary) {
+    desktop_.clipboardRequests().watchX11Selections();
     QClipboard *clipboard = QGuiApplication::clipboard();
     if (alsoPrimary && clipboard->supportsSelection()) {
         auto *copy = new QMimeData;
         for (const QString &format : data->formats())
             copy->setData(format, data->data(format));
         clipboard->setMimeData(copy, QClipboard::Selection);
-        lastPut[QClipboard::Selection] = copy;
+        lastPut_[QClipboard::Selection] = copy;
     }
     clipboard->clear();
     clipboard->setMimeData(data);
-    lastPut[QClipboard::Clipboard] = data;
+    lastPut_[QClipboard::Clipboard] = data;
     // The clipboard hands back our own data only while we own it (on X11, the selection).
     return clipboard->mimeData() == data;
 }
 
-} // namespace
-
 bool ClipboardUtil::setText(const QString &value, bool alsoPrimary) {
-    DesktopBackend &backend = DesktopBackend::instance();
+    DesktopBackend &backend = desktop_;
     if (backend.servesClipboard()) {
         // The names toolkits and XWayland programs ask for text by.
         const QByteArray utf8 = value.toUtf8();
@@ -86,7 +82,7 @@ bool ClipboardUtil::setText(const QString &value, bool alsoPrimary) {
                                      {"STRING", utf8}},
                                     alsoPrimary);
     }
-    return onGuiThread([value, alsoPrimary] {
+    return onGuiThread([this, value, alsoPrimary] {
         auto *data = new QMimeData;
         data->setText(value);
         return put(data, alsoPrimary);
@@ -94,10 +90,10 @@ bool ClipboardUtil::setText(const QString &value, bool alsoPrimary) {
 }
 
 bool ClipboardUtil::setImage(const QByteArray &bytes, bool alsoPrimary) {
-    DesktopBackend &backend = DesktopBackend::instance();
+    DesktopBackend &backend = desktop_;
     if (backend.servesClipboard())
         return backend.setClipboard({{pngType.toLatin1(), bytes}}, alsoPrimary);
-    return onGuiThread([bytes, alsoPrimary] {
+    return onGuiThread([this, bytes, alsoPrimary] {
         auto *data = new QMimeData;
         data->setData(pngType, bytes);
         return put(data, alsoPrimary);
@@ -105,33 +101,17 @@ bool ClipboardUtil::setImage(const QByteArray &bytes, bool alsoPrimary) {
 }
 
 bool ClipboardUtil::ownsClipboard(bool alsoPrimary) {
-    DesktopBackend &backend = DesktopBackend::instance();
+    DesktopBackend &backend = desktop_;
     if (backend.servesClipboard())
         return backend.ownsClipboard();
-    return onGuiThread([alsoPrimary] {
+    return onGuiThread([this, alsoPrimary] {
         // On X11 mimeData() asks the server who owns the selection: our own data comes back only
         // while we do.
         QClipboard *clipboard = QGuiApplication::clipboard();
-        const auto holds = [clipboard](QClipboard::Mode mode) {
-            return lastPut[mode] && clipboard->mimeData(mode) == lastPut[mode];
+        const auto holds = [this, clipboard](QClipboard::Mode mode) {
+            return lastPut_[mode] && clipboard->mimeData(mode) == lastPut_[mode];
         };
         return holds(QClipboard::Clipboard) &&
                (!alsoPrimary || !clipboard->supportsSelection() || holds(QClipboard::Selection));
     });
-}
-
-std::optional<QByteArray> ClipboardUtil::getImageData() {
-    return onGuiThread([]() -> std::optional<QByteArray> {
-        const QMimeData *data = QGuiApplication::clipboard()->mimeData();
-        if (!data || !data->hasFormat(pngType))
-            return std::nullopt;
-        return data->data(pngType);
-    });
-}
-
-std::optional<QString> ClipboardUtil::getImageBase64() {
-    const auto bytes = getImageData();
-    if (!bytes)
-        return std::nullopt;
-    return QString::fromLatin1(bytes->toBase64());
 }

@@ -1,6 +1,5 @@
 #include "send/keystrokes.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
 
@@ -9,25 +8,10 @@ namespace {
 using Focus = DesktopBackend::Focus;
 using Reason = DeliveryResult::Reason;
 
-void post(DesktopBackend::Key key, bool control) {
-    if (auto *app = QCoreApplication::instance())
-        QMetaObject::invokeMethod(
-            app, [key, control] { DesktopBackend::instance().keyStroke(key, control); },
-            Qt::QueuedConnection);
-}
-
 } // namespace
 
-void KeyStrokes::enter() {
-    post(DesktopBackend::Key::Enter, false);
-}
-
-void KeyStrokes::paste() {
-    post(DesktopBackend::Key::V, true);
-}
-
 std::optional<Reason> KeyStrokes::bringForward(const RunningApplication &target) {
-    DesktopBackend &backend = DesktopBackend::instance();
+    DesktopBackend &backend = desktop_;
     switch (backend.focus(target.window)) {
     case Focus::Target:
         return std::nullopt;
@@ -55,7 +39,7 @@ std::optional<Reason> KeyStrokes::bringForward(const RunningApplication &target)
 }
 
 std::optional<Reason> KeyStrokes::typeInto(const RunningApplication &target, DesktopBackend::Stroke stroke) {
-    DesktopBackend &backend = DesktopBackend::instance();
+    DesktopBackend &backend = desktop_;
     QDeadlineTimer modifiers(modifierWaitMs);
     bool broughtBack = false;
     for (;;) {

@@ -2,36 +2,15 @@
 
 #include "desktop/clipboardrequests.h"
 #include "desktop/desktopbackend.h"
-#include "send/clipboardutil.h"
-#include "send/keystrokes.h"
+#include "model/logging.h"
 
-#include <QHash>
 #include <QThread>
-#include <iostream>
-#include <mutex>
 
 namespace {
 
 using Reason = DeliveryResult::Reason;
 using Kind = SendPlan::Step::Kind;
 using Focus = DesktopBackend::Focus;
-
-// What each window did with its last piece of each kind (text, picture: Chromium reads them
-// differently). A window id is given again to a later program's window, so the process belongs to
-// the key.
-struct WindowKey {
-    quint64 window = 0;
-    qint32 pid = -1;
-    bool picture = false;
-    bool operator==(const WindowKey &) const = default;
-};
-
-size_t qHash(const WindowKey &key, size_t seed = 0) {
-    return qHashMulti(seed, key.window, key.pid, key.picture);
-}
-
-std::mutex patternMutex;
-QHash<WindowKey, PasteLanding::Pattern> patterns;
 
 // QUILLORA_SEND_TRACE=1: each piece's requests and verdict on standard output, to see how a
 // program reads the clipboard.
@@ -49,26 +28,33 @@ void trace(const SendPlan::Piece &piece, const QList<PasteLanding::Request> &own
     for (const PasteLanding::Request &r : own)
         line +=
             QStringLiteral(" %1%2").arg(r.atMs - strokeMs).arg(r.ownType ? QStringLiteral("*") : QString());
-    std::cout << line.toStdString() << std::endl;
+    qCInfo(lcSend, "%s", qUtf8Printable(line));
 }
 
-WindowKey keyOf(const RunningApplication &target, bool picture) {
-    return {target.window, target.processIdentifier, picture};
-}
-
-PasteLanding::Pattern patternOf(const WindowKey &key) {
-    std::lock_guard lock(patternMutex);
-    return patterns.value(key);
-}
-
-void remember(const WindowKey &key, const PasteLanding::Pattern &pattern) {
-    std::lock_guard lock(patternMutex);
-    if (patterns.size() > 256)
-        patterns.clear();
-    patterns.insert(key, pattern);
+PhraseDelivery::WindowKey keyOf(const RunningApplication &target, bool picture) {
+    return {target.window, target.pid, picture};
 }
 
 } // namespace
+
+size_t qHash(const PhraseDelivery::WindowKey &key, size_t seed) {
+    return qHashMulti(seed, key.window, key.pid, key.picture);
+}
+
+PhraseDelivery::PhraseDelivery(DesktopBackend &desktop)
+    : desktop_(desktop), clipboard_(desktop), keys_(desktop) {}
+
+PasteLanding::Pattern PhraseDelivery::patternOf(const WindowKey &key) const {
+    std::lock_guard lock(patternMutex_);
+    return patterns_.value(key);
+}
+
+void PhraseDelivery::remember(const WindowKey &key, const PasteLanding::Pattern &pattern) {
+    std::lock_guard lock(patternMutex_);
+    if (patterns_.size() > 256)
+        patterns_.clear();
+    patterns_.insert(key, pattern);
+}
 
 bool PhraseDelivery::carriesPiece(const QString &typeName, bool picture) {
     if (picture)
@@ -81,7 +67,7 @@ bool PhraseDelivery::carriesPiece(const QString &typeName, bool picture) {
 std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const SendPlan::Piece &piece,
                                                      qint64 beforeMs, int holdMs,
                                                      const std::atomic<bool> &cancel, bool *declined) {
-    DesktopBackend &backend = DesktopBackend::instance();
+    DesktopBackend &backend = desktop_;
     const qint64 strokeMs = ClipboardRequests::nowMs();
     const quint64 window = plan.target.window;
     const PasteLanding::Pattern pattern = patternOf(keyOf(plan.target, piece.picture));
@@ -89,7 +75,7 @@ std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const
         // Only the target's own requests count: a window manager or clipboard manager reads every
         // new clipboard content whether anything is pasted or not.
         QList<PasteLanding::Request> own;
-        for (const ClipboardRequests::Request &r : ClipboardRequests::all())
+        for (const ClipboardRequests::Request &r : backend.clipboardRequests().all())
             if (r.atMs >= beforeMs && backend.sameClient(r.requestor, window))
                 own.append({r.atMs, carriesPiece(backend.typeName(r.type), piece.picture)});
         const qint64 now = ClipboardRequests::nowMs();
@@ -147,7 +133,7 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
         std::optional<Reason> failed;
         switch (step.kind) {
         case Kind::Activate:
-            failed = KeyStrokes::bringForward(plan.target);
+            failed = keys_.bringForward(plan.target);
             break;
         case Kind::Pause:
             QThread::msleep(ulong(step.ms));
@@ -156,7 +142,7 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
             // The focus confirmed by the desktop: keys typed from then on reach the target, after
             // whatever it was told before. Not there in time: the next stroke checks again, brings
             // the target back or stops the send.
-            DesktopBackend &backend = DesktopBackend::instance();
+            DesktopBackend &backend = desktop_;
             const quint64 window = plan.target.window;
             awaitUntil(
                 [&backend, window] {
@@ -168,25 +154,25 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
         }
         case Kind::AwaitClipboard: {
             const bool primary = plan.paste.primary;
-            if (!awaitUntil([primary] { return ClipboardUtil::ownsClipboard(primary); }, step.ms, cancel))
+            if (!awaitUntil([this, primary] { return clipboard_.ownsClipboard(primary); }, step.ms, cancel))
                 failed = cancel ? Reason::Quitting : Reason::ClipboardBusy;
             break;
         }
         case Kind::Offer: {
             const SendPlan::Piece &piece = plan.pieces[step.piece];
-            ClipboardRequests::clear();
-            const bool written = piece.picture ? ClipboardUtil::setImage(piece.bytes, plan.paste.primary)
-                                               : ClipboardUtil::setText(piece.text, plan.paste.primary);
+            desktop_.clipboardRequests().clear();
+            const bool written = piece.picture ? clipboard_.setImage(piece.bytes, plan.paste.primary)
+                                               : clipboard_.setText(piece.text, plan.paste.primary);
             if (!written)
                 failed = Reason::ClipboardBusy;
             break;
         }
         case Kind::Paste: {
-            DesktopBackend::instance().awaitClipboardTaken(cancel);
+            desktop_.awaitClipboardTaken(cancel);
             // Requests from before the stroke are not the paste: GTK programs, for one, look at
             // every new clipboard content to enable their paste button.
             const qint64 beforeMs = ClipboardRequests::nowMs();
-            failed = KeyStrokes::typeInto(plan.target, plan.paste.stroke);
+            failed = keys_.typeInto(plan.target, plan.paste.stroke);
             bool declined = false;
             if (!failed)
                 failed = waitForLanding(plan, plan.pieces[step.piece], beforeMs, step.ms, cancel, &declined);
@@ -194,10 +180,10 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
             break;
         }
         case Kind::Left:
-            failed = KeyStrokes::typeInto(plan.target, {DesktopBackend::Key::Left, false, false});
+            failed = keys_.typeInto(plan.target, {DesktopBackend::Key::Left, false, false});
             break;
         case Kind::Enter:
-            failed = KeyStrokes::typeInto(plan.target, {DesktopBackend::Key::Enter, false, false});
+            failed = keys_.typeInto(plan.target, {DesktopBackend::Key::Enter, false, false});
             break;
         }
         if (failed)

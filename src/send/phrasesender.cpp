@@ -1,101 +1,75 @@
 #include "send/phrasesender.h"
 
 #include "model/contentformat.h"
-#include "send/phrasedelivery.h"
+#include "model/logging.h"
 #include "send/sendplan.h"
 #include "send/targetwindowtracker.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
-#include <iostream>
-#include <thread>
 
-namespace {
+PhraseSender::PhraseSender(DesktopBackend &desktop, TargetWindowTracker &tracker, QObject *parent)
+    : QObject(parent), desktop_(desktop), tracker_(tracker), delivery_(desktop) {}
 
-std::atomic<bool> running{false};
-std::atomic<bool> sending{false};
-std::atomic<bool> quitting{false};
-std::function<void(const QString &)> reporter;
-
-void report(const DeliveryResult &result) {
-    if (!result.isDelivered())
-        std::cout << result.logLine().toStdString() << std::endl;
-    const QString message = result.message();
-    auto *app = QCoreApplication::instance();
-    if (message.isEmpty() || !app || quitting)
-        return;
-    QMetaObject::invokeMethod(
-        app,
-        [message] {
-            if (reporter)
-                reporter(message);
-        },
-        Qt::QueuedConnection);
+PhraseSender::~PhraseSender() {
+    stop();
 }
 
-constexpr int quitWaitMs = 600;
-
-// A send still running when the application object goes away stops at its next step and is waited
-// for, so that it never reaches a clipboard or an application object that no longer exists. One
-// blocked on the clipboard (which only the stopped GUI thread could serve) ends with the process, so
-// quitting takes under a second.
-void stopSending() {
-    quitting = true;
-    QDeadlineTimer deadline(quitWaitMs);
-    while (sending && !deadline.hasExpired())
+bool PhraseSender::stop(int waitMs) {
+    run_->cancel = true;
+    QDeadlineTimer deadline(waitMs);
+    while (run_->sending && !deadline.hasExpired())
         QThread::msleep(5);
-    if (sending) {
-        std::cout << "quitting while a send is still running" << std::endl;
-        std::fflush(nullptr);
-        std::_Exit(0);
+    if (run_->sending) {
+        qCInfo(lcSend, "quitting while a send is still running");
+        // One stuck inside the desktop cannot be joined; it ends with the process.
+        if (thread_.joinable())
+            thread_.detach();
+        return false;
     }
+    if (thread_.joinable())
+        thread_.join();
+    return true;
 }
 
-} // namespace
+void PhraseSender::report(const DeliveryResult &result) {
+    if (!result.isDelivered())
+        qCInfo(lcSend, "%s", qUtf8Printable(result.logLine()));
+    const QString message = result.message();
+    if (message.isEmpty())
+        return;
+    // From the send thread the signal is queued to the GUI thread's receivers.
+    Q_EMIT reported(message);
+}
 
 void PhraseSender::send(const QString &jsonValue, bool isEnter) {
-    if (running)
+    if (isRunning())
         return;
-    running = true;
-    // Left set on purpose: after content that does not parse, nothing more is sent.
+    // After content that does not parse, nothing more is sent.
     const auto items = parseContent(jsonValue);
-    if (!items)
+    if (!items) {
+        blocked_ = true;
         return;
+    }
     const QDeadlineTimer startBy(startWithinMs);
-    const auto target = TargetWindowTracker::lastTarget();
+    const auto target = tracker_.lastTarget();
     if (!target) {
         report(DeliveryResult::dropped(DeliveryResult::Reason::NoTarget));
-        running = false;
         return;
     }
     SendPlan plan = SendPlan::make(*items, *target, isEnter);
-    if (plan.steps.isEmpty()) {
-        running = false;
+    if (plan.steps.isEmpty())
         return;
-    }
-    static const bool hooked = [] {
-        qAddPostRoutine(stopSending);
-        return true;
-    }();
-    Q_UNUSED(hooked);
-    quitting = false;
-    sending = true;
+    // The previous send's thread has ended (it was no longer sending).
+    if (thread_.joinable())
+        thread_.join();
+    run_->cancel = false;
+    run_->sending = true;
     // A thread of its own: the global pool may be full of work that waits for the GUI thread.
-    std::thread([plan = std::move(plan), startBy] {
-        report(PhraseDelivery::run(plan, startBy, quitting));
-        running = false;
-        sending = false;
-    }).detach();
-}
-
-bool PhraseSender::runs() {
-    return running;
-}
-
-void PhraseSender::setReporter(std::function<void(const QString &)> callback) {
-    reporter = std::move(callback);
+    thread_ = std::thread([this, run = run_, plan = std::move(plan), startBy] {
+        const DeliveryResult result = delivery_.run(plan, startBy, run->cancel);
+        if (!run->cancel)
+            report(result);
+        run->sending = false;
+    });
 }

@@ -75,9 +75,9 @@ SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &ta
     SendPlan plan;
     plan.pauseMode = mode;
     plan.target = target;
-    plan.paste = PasteKeys::forProgram(target.bundleIdentifier);
+    plan.paste = PasteKeys::forProgram(target.appId);
     const auto text = getStringValue(items);
-    if (isSpecialTarget(target.bundleIdentifier)) {
+    if (isSpecialTarget(target.appId)) {
         // The Left and the paste reach the window through its one input queue, in order; what
         // each pause stood for is a window that has the keys, before the Left and after it.
         plan.addStep(Step::Kind::Activate);

@@ -7,7 +7,7 @@
 #include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
 #include "cloud/phraseoperations.h"
-#include "desktop/windowactivation.h"
+#include "desktop/desktopbackend.h"
 #include "editor/pictureuploaddialog.h"
 #include "library/classcell.h"
 #include "library/classlist.h"
@@ -795,15 +795,17 @@ private Q_SLOTS:
         target.start(PASTETARGET_BINARY, {"--log", log, "--class", "ChatWindow"});
         QVERIFY(target.waitForStarted(10000));
         const qint32 pid = qint32(target.processId());
-        auto applicationOf = [](qint32 p) -> std::optional<RunningApplication> {
-            for (const RunningApplication &a : WindowActivation::runningApplications())
-                if (a.processIdentifier == p)
+        Session &session = *app_->session();
+        DesktopBackend &desktop = session.desktop();
+        auto applicationOf = [&desktop](qint32 p) -> std::optional<RunningApplication> {
+            for (const RunningApplication &a : desktop.runningApplications())
+                if (a.pid == p)
                     return a;
             return std::nullopt;
         };
-        auto frontPid = [] {
-            const auto front = WindowActivation::getForeground();
-            return front ? front->processIdentifier : -1;
+        auto frontPid = [&desktop] {
+            const auto front = desktop.activeApplication();
+            return front ? front->pid : -1;
         };
         auto lines = [&log] {
             QFile file(log);
@@ -812,9 +814,8 @@ private Q_SLOTS:
             return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
         };
         QTRY_VERIFY_WITH_TIMEOUT(applicationOf(pid).has_value(), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*applicationOf(pid)) && frontPid() == pid, 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
-                                     TargetWindowTracker::lastTarget()->processIdentifier == pid,
+        QTRY_VERIFY_WITH_TIMEOUT(desktop.activate(*applicationOf(pid)) && frontPid() == pid, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(session.tracker().lastTarget() && session.tracker().lastTarget()->pid == pid,
                                  10000);
         // The home window shows where phrases go.
         // No desktop entry has that class: the class name, not the window's title.
@@ -822,9 +823,8 @@ private Q_SLOTS:
 
         // Back into the home window: the target stays the chat window.
         const qint32 own = qint32(QCoreApplication::applicationPid());
-        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && WindowActivation::activate(*applicationOf(own)) &&
-                                     frontPid() == own,
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            applicationOf(own) && desktop.activate(*applicationOf(own)) && frontPid() == own, 10000);
         PhraseList *phrases = home_->phraseList();
         QVERIFY(phrases->count() >= 2);
         const QString firstText = PhraseRowDelegate::previewOf(phrases->phraseAt(0)->jsonValue);
@@ -832,13 +832,12 @@ private Q_SLOTS:
         QTest::mouseClick(rows, Qt::LeftButton, {}, rowPoint(phrases->collectionView, 0));
         QTest::mouseClick(rows, Qt::LeftButton, {}, rowPoint(phrases->collectionView, 0));
         QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + firstText), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(!session.sender().isRunning(), 20000);
         QTest::qWait(300);
         QVERIFY(!lines().join('\n').contains("enter"));
 
-        QTRY_VERIFY_WITH_TIMEOUT(applicationOf(own) && WindowActivation::activate(*applicationOf(own)) &&
-                                     frontPid() == own,
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            applicationOf(own) && desktop.activate(*applicationOf(own)) && frontPid() == own, 10000);
         const QString secondText = PhraseRowDelegate::previewOf(phrases->phraseAt(1)->jsonValue);
         QTest::mouseClick(rows, Qt::LeftButton, {}, rowPoint(phrases->collectionView, 1, true));
         QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + secondText), 20000);

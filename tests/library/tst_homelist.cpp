@@ -1,7 +1,7 @@
 #include "app/session.h"
 #include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
-#include "desktop/windowactivation.h"
+#include "desktop/desktopbackend.h"
 #include "library/classcell.h"
 #include "library/classlist.h"
 #include "cloud/classoperations.h"
@@ -93,20 +93,21 @@ class TestHomeList : public QObject {
     // Brings the program's window to the front and waits until "发送到" has followed it.
     bool target(const QProcess &program) {
         const qint32 pid = qint32(program.processId());
-        auto window = [pid]() -> std::optional<RunningApplication> {
-            for (const RunningApplication &a : WindowActivation::runningApplications())
-                if (a.processIdentifier == pid)
+        DesktopBackend &desktop = session_->desktop();
+        auto window = [pid, &desktop]() -> std::optional<RunningApplication> {
+            for (const RunningApplication &a : desktop.runningApplications())
+                if (a.pid == pid)
                     return a;
             return std::nullopt;
         };
         return QTest::qWaitFor([&] { return window().has_value(); }, 20000) &&
                QTest::qWaitFor(
                    [&] {
-                       const auto last = TargetWindowTracker::lastTarget();
-                       if (last && last->processIdentifier == pid)
+                       const auto last = session_->tracker().lastTarget();
+                       if (last && last->pid == pid)
                            return true;
                        if (const auto w = window())
-                           WindowActivation::activate(*w);
+                           desktop.activate(*w);
                        return false;
                    },
                    20000);
@@ -285,7 +286,7 @@ private Q_SLOTS:
         std::vector<long> green{16, 16};
         green.resize(2 + 16 * 16, long(0xff00c000));
         Display *dpy = XOpenDisplay(nullptr);
-        XChangeProperty(dpy, Window(TargetWindowTracker::lastTarget()->window),
+        XChangeProperty(dpy, Window(session_->tracker().lastTarget()->window),
                         XInternAtom(dpy, "_NET_WM_ICON", False), XA_CARDINAL, 32, PropModeReplace,
                         reinterpret_cast<const unsigned char *>(green.data()), int(green.size()));
         XCloseDisplay(dpy);

@@ -2,8 +2,7 @@
 #include "model/settings.h"
 #include "quickbar/quickbar.h"
 #include "quickbar/quickbarslot.h"
-#include "send/phrasesender.h"
-#include "send/targetwindowtracker.h"
+#include "sendtesting.h"
 #include "xvfbsession.h"
 
 #include "desktop.h"
@@ -48,6 +47,7 @@ class TestQuickBar : public QObject {
 
     PasteTargetProcess target_;
     Settings settings_;
+    std::unique_ptr<SendTesting> send_;
     QuickBar *bar_ = nullptr;
     QWidget *home_ = nullptr;
     // What the home window shows; absent while no class is loaded.
@@ -62,7 +62,7 @@ class TestQuickBar : public QObject {
     QStringList pasted() const { return target_.pasted(); }
     int enters() const { return target_.enters(); }
     // Lets the previous send finish, so that the next one is not dropped as overlapping.
-    void settle() { QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 10000); }
+    void settle() { QVERIFY(send_->settle()); }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -71,16 +71,15 @@ private Q_SLOTS:
         // Beside the strip, so that the picture of the two tells the story.
         moveWindow(target_.window(), QRect(380, 470, 520, 120));
 
-        TargetWindowTracker::start();
-        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
-                                     TargetWindowTracker::lastTarget()->processIdentifier == target_.pid(),
-                                 10000);
+        send_ = std::make_unique<SendTesting>();
+        send_->tracker().start();
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetPid(), qint32(target_.pid()), 10000);
 
         home_ = new QWidget;
         home_->setWindowTitle(QStringLiteral("home"));
         home_->resize(300, 400);
 
-        bar_ = new QuickBar(settings_);
+        bar_ = new QuickBar(settings_, send_->sender());
         bar_->setListSource(
             [this](int row) -> std::optional<Phrase> {
                 if (!shown_ || row >= shown_->size())
@@ -173,7 +172,7 @@ private Q_SLOTS:
         click(centreOf(bar_->item(0)));
         QTest::qWait(1500);
         QCOMPARE(pasted().size(), before + 1);
-        QVERIFY(!PhraseSender::runs());
+        QVERIFY(!send_->sender().isRunning());
     }
 
     void hoverSelectsTheRowOfTheShownList() {
@@ -261,13 +260,13 @@ private Q_SLOTS:
         // The next bar, after a restart, comes up there.
         QTRY_VERIFY(!settings_.quickBarPosition().isEmpty());
         {
-            QuickBar next(settings_);
+            QuickBar next(settings_, send_->sender());
             next.present();
             QCOMPARE(next.pos(), bar_->pos());
         }
         // Unless that place is no longer on any screen.
         settings_.setQuickBarPosition(QStringLiteral("5000,40"));
-        QuickBar next(settings_);
+        QuickBar next(settings_, send_->sender());
         next.present();
         QCOMPARE(next.pos(), start);
     }

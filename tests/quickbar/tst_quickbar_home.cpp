@@ -78,9 +78,8 @@ private Q_SLOTS:
 
         // The agent goes back to the chat.
         QVERIFY(target_.activate());
-        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
-                                     TargetWindowTracker::lastTarget()->processIdentifier == target_.pid(),
-                                 10000);
+        const TargetWindowTracker &tracker = delegate_.session()->tracker();
+        QTRY_VERIFY_WITH_TIMEOUT(tracker.lastTarget() && tracker.lastTarget()->pid == target_.pid(), 10000);
     }
 
     void trayEntryPresentsTheBarAndTogglesTheWindow() {
@@ -133,7 +132,7 @@ private Q_SLOTS:
         // The home window came forward, the chat program kept the focus.
         QVERIFY(window()->isVisible());
         QTRY_COMPARE(activeWindow(), target_.window());
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!delegate_.session()->sender().isRunning(), 10000);
 
         const QByteArray shots = qgetenv("QUILLORA_SCREENSHOTS");
         if (!shots.isEmpty()) {

@@ -11,10 +11,10 @@
 
 RunningApplication RecordingBackend::app(qint32 pid, const QString &identifier) {
     RunningApplication a;
-    a.processIdentifier = pid;
+    a.pid = pid;
     a.window = quint64(pid) * 16;
-    a.bundleIdentifier = identifier;
-    a.localizedName = identifier;
+    a.appId = identifier;
+    a.title = identifier;
     return a;
 }
 
@@ -39,7 +39,7 @@ std::optional<RunningApplication> RecordingBackend::activeApplication() {
     std::lock_guard lock(mutex_);
     settleFocus();
     for (const RunningApplication &a : applications)
-        if (a.processIdentifier == activePid)
+        if (a.pid == activePid)
             return a;
     return std::nullopt;
 }
@@ -51,16 +51,16 @@ QList<RunningApplication> RecordingBackend::runningApplications() {
 
 bool RecordingBackend::activate(const RunningApplication &application) {
     std::lock_guard lock(mutex_);
-    journal_ << QStringLiteral("activate %1").arg(application.processIdentifier);
+    journal_ << QStringLiteral("activate %1").arg(application.pid);
     bool present = false;
     for (const RunningApplication &a : applications)
         present = present || a.window == application.window;
     if (present && ignoredActivations == 0 && focusDelayMs > 0) {
         activePid = -1;
-        pendingPid_ = application.processIdentifier;
+        pendingPid_ = application.pid;
         focusAt_ = QDateTime::currentMSecsSinceEpoch() + focusDelayMs;
     } else if (present && ignoredActivations == 0)
-        activePid = application.processIdentifier;
+        activePid = application.pid;
     else if (present && ignoredActivations > 0)
         --ignoredActivations;
     return present;
@@ -140,9 +140,9 @@ DesktopBackend::StrokeResult RecordingBackend::strokeInto(quint64 window, Stroke
                     data = QGuiApplication::clipboard()->mimeData(primary ? QClipboard::Selection
                                                                           : QClipboard::Clipboard);
                     const bool picture = data && data->hasFormat(QStringLiteral("image/png"));
-                    ClipboardRequests::record(window + 1, targetsType);
+                    clipboardRequests().record(window + 1, targetsType);
                     if (!picture || !textOnly)
-                        ClipboardRequests::record(window + 1, picture ? pngType : textType);
+                        clipboardRequests().record(window + 1, picture ? pngType : textType);
                     got = picture && textOnly ? QStringLiteral("paste nothing") : pasted(primary);
                 },
                 Qt::BlockingQueuedConnection);

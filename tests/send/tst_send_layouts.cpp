@@ -5,7 +5,6 @@
 #include "phrasejson.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
-#include "desktop/windowactivation.h"
 #include "sendtesting.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"
@@ -24,13 +23,6 @@
 #include <X11/keysym.h>
 
 namespace {
-
-std::optional<RunningApplication> windowTitled(const QString &title) {
-    for (const RunningApplication &app : WindowActivation::runningApplications())
-        if (app.localizedName.contains(title))
-            return app;
-    return std::nullopt;
-}
 
 QByteArray fileText(const QString &path) {
     QFile file(path);
@@ -117,7 +109,7 @@ class SendLayoutsTest : public QObject {
 private:
     QTemporaryDir dir_;
     QWidget own_;
-    QStringList reports_;
+    std::unique_ptr<SendTesting> send_;
     std::unique_ptr<QProcess> editor_, terminal_, browser_, ibus_, ibusEditor_;
     QByteArray editorText_, terminalText_, browserText_, ibusText_;
     QTemporaryDir profile_;
@@ -145,24 +137,22 @@ private:
 
     // The test's own keys go to the window.
     void focusWindow(const QString &title) {
-        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
-        const RunningApplication window = *windowTitled(title);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(send_->windowTitled(title).has_value(), 60000);
+        const RunningApplication window = *send_->windowTitled(title);
+        QTRY_VERIFY_WITH_TIMEOUT(send_->activate(window) && send_->isActive(window), 20000);
     }
 
     // The window becomes the target, then the agent clicks into this program.
     void makeTargetThenFocusOwn(const QString &title) {
-        QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
-        const RunningApplication window = *windowTitled(title);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
-                                     TargetWindowTracker::lastTarget()->window == window.window,
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(send_->windowTitled(title).has_value(), 60000);
+        const RunningApplication window = *send_->windowTitled(title);
+        QTRY_VERIFY_WITH_TIMEOUT(send_->activate(window) && send_->isActive(window), 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetWindow(), window.window, 10000);
         QTest::qWait(300);
         own_.activateWindow();
         QTRY_VERIFY_WITH_TIMEOUT(own_.isActiveWindow(), 10000);
         QTest::qWait(4 * TargetWindowTracker::periodMs);
-        reports_.clear();
+        send_->clearReports();
     }
 
     // The layout set while the programs run, and the phrase sent with it.
@@ -177,8 +167,8 @@ private:
         QVERIFY(keymap.contains("xkb_symbols"));
         makeTargetThenFocusOwn(title);
         const QString line = QStringLiteral("Reply on ") + QString::fromLatin1(QTest::currentDataTag());
-        QVERIFY(SendTesting::sendAndSettle(PhraseJson::phrase({PhraseJson::text(line)}), true));
-        QCOMPARE(reports_, QStringList());
+        QVERIFY(send_->sendAndSettle(PhraseJson::phrase({PhraseJson::text(line)}), true));
+        QCOMPARE(send_->reports(), QStringList());
         // A key lent a symbol for the stroke has it no longer.
         QCOMPARE(keymapText(), keymap);
         landed += line.toUtf8() + '\n';
@@ -223,13 +213,13 @@ private Q_SLOTS:
     void initTestCase() {
         QVERIFY(dir_.isValid());
         LocalPath::initDirs();
-        PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
+        send_ = std::make_unique<SendTesting>();
         own_.setWindowTitle(QStringLiteral("own window"));
         own_.resize(300, 60);
         own_.move(700, 600);
         own_.show();
         QVERIFY(QTest::qWaitForWindowExposed(&own_, 60000));
-        TargetWindowTracker::start();
+        send_->tracker().start();
     }
 
     void cleanupTestCase() {
@@ -263,9 +253,8 @@ private Q_SLOTS:
         QCOMPARE(lockGroup(0), QStringLiteral("Cyrillic_em"));
         const QByteArray keymap = keymapText();
         makeTargetThenFocusOwn(QStringLiteral("replies.txt"));
-        QVERIFY(SendTesting::sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("last"))}),
-                                           false));
-        QCOMPARE(reports_, QStringList());
+        QVERIFY(send_->sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("last"))}), false));
+        QCOMPARE(send_->reports(), QStringList());
         QTRY_COMPARE_WITH_TIMEOUT(keymapText(), keymap, 20000);
         editorText_ += "last";
         focusWindow(QStringLiteral("replies.txt"));

@@ -1,9 +1,7 @@
 // Sending on a bare X display without a window manager: no _NET_ACTIVE_WINDOW, no client list;
 // the back-end falls back to the focused window, the top-level windows and raise-and-focus.
-#include "desktop/windowactivation.h"
-#include "send/phrasesender.h"
-#include "send/targetwindowtracker.h"
 #include "sendtesting.h"
+#include "testenv.h"
 #include "xvfbsession.h"
 
 #include <QApplication>
@@ -13,27 +11,13 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-
-std::optional<RunningApplication> applicationOf(qint32 pid) {
-    for (const RunningApplication &app : WindowActivation::runningApplications())
-        if (app.processIdentifier == pid)
-            return app;
-    return std::nullopt;
-}
-
-qint32 frontPid() {
-    const auto front = WindowActivation::getForeground();
-    return front ? front->processIdentifier : -1;
-}
-
-} // namespace
-
 class SendNoWmTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void textArrivesWithoutWindowManager() {
+        SendTesting send;
+        const auto applicationOf = [&send](qint32 pid) { return send.applicationOf(pid); };
         QTemporaryDir dir;
         const QString log = dir.filePath(QStringLiteral("target.log"));
         QProcess target;
@@ -42,7 +26,7 @@ private Q_SLOTS:
                      {QStringLiteral("--log"), log, QStringLiteral("--class"), QStringLiteral("BareTarget")});
         const auto pid = qint32(target.processId());
         QTRY_VERIFY_WITH_TIMEOUT(applicationOf(pid).has_value(), 60000);
-        QCOMPARE(applicationOf(pid)->bundleIdentifier, std::optional<QString>(QStringLiteral("BareTarget")));
+        QCOMPARE(applicationOf(pid)->appId, std::optional<QString>(QStringLiteral("BareTarget")));
 
         QLineEdit own;
         own.show();
@@ -50,18 +34,14 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(applicationOf(qint32(QCoreApplication::applicationPid())).has_value(),
                                  10000);
 
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*applicationOf(pid)) && frontPid() == pid, 10000);
-        TargetWindowTracker::start();
-        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
-                                     TargetWindowTracker::lastTarget()->processIdentifier == pid,
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(send.activate(*applicationOf(pid)) && send.frontPid() == pid, 10000);
+        send.tracker().start();
+        QTRY_COMPARE_WITH_TIMEOUT(send.targetPid(), pid, 10000);
         const auto self = applicationOf(qint32(QCoreApplication::applicationPid()));
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(*self) && frontPid() == self->processIdentifier,
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(send.activate(*self) && send.frontPid() == self->pid, 10000);
         QTest::qWait(4 * TargetWindowTracker::periodMs);
 
-        PhraseSender::send(QStringLiteral("[{\"type\":1,\"value\":\"bare\"}]"), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(send.sendAndSettle(QStringLiteral("[{\"type\":1,\"value\":\"bare\"}]"), true));
         const auto lines = [&log] { return SendTesting::logLines(log); };
         QTRY_COMPARE_WITH_TIMEOUT(lines().size(), 2, 10000);
         QVERIFY2(lines()[0].endsWith(QStringLiteral(" text=bare")), qPrintable(lines()[0]));

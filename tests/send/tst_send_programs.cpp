@@ -2,11 +2,8 @@
 // chat-like page that posts what its box holds to this test over loopback, a GTK 3 text field
 // (zenity), the GTK text editor mousepad and xterm.
 #include "chatpageserver.h"
-#include "desktop/windowactivation.h"
 #include "eventloopwait.h"
 #include "phrasejson.h"
-#include "send/phrasesender.h"
-#include "send/targetwindowtracker.h"
 #include "sendtesting.h"
 #include "store/localpath.h"
 #include "xvfbsession.h"
@@ -24,13 +21,6 @@
 #include <X11/keysym.h>
 
 namespace {
-
-std::optional<RunningApplication> windowTitled(const QString &title) {
-    for (const RunningApplication &app : WindowActivation::runningApplications())
-        if (app.localizedName.contains(title))
-            return app;
-    return std::nullopt;
-}
 
 QByteArray fileText(const QString &path) {
     QFile file(path);
@@ -56,7 +46,15 @@ class SendProgramsTest : public QObject {
 private:
     QTemporaryDir dir_;
     QWidget own_;
-    QStringList reports_;
+    std::unique_ptr<SendTesting> send_;
+
+    // The first window whose title holds title.
+    std::optional<RunningApplication> windowTitled(const QString &title) const {
+        for (const RunningApplication &app : send_->applications())
+            if (app.title.contains(title))
+                return app;
+        return std::nullopt;
+    }
 
     // Starts a program and waits for its window.
     std::unique_ptr<QProcess> start(const QString &program, const QStringList &args) {
@@ -70,20 +68,16 @@ private:
     void makeTargetThenFocusOwn(const QString &title) {
         QTRY_VERIFY_WITH_TIMEOUT(windowTitled(title).has_value(), 60000);
         const RunningApplication window = *windowTitled(title);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::activate(window) && window.isActive(), 20000);
-        QTRY_VERIFY_WITH_TIMEOUT(TargetWindowTracker::lastTarget() &&
-                                     TargetWindowTracker::lastTarget()->window == window.window,
-                                 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(send_->activate(window) && send_->isActive(window), 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetWindow(), window.window, 10000);
         QTest::qWait(300);
         own_.activateWindow();
         QTRY_VERIFY_WITH_TIMEOUT(own_.isActiveWindow(), 10000);
         QTest::qWait(4 * TargetWindowTracker::periodMs);
-        reports_.clear();
+        send_->clearReports();
     }
 
-    void sendAndSettle(const QString &json, bool isEnter) {
-        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
-    }
+    void sendAndSettle(const QString &json, bool isEnter) { QVERIFY(send_->sendAndSettle(json, isEnter)); }
 
     static void stop(QProcess &process) {
         process.terminate();
@@ -97,13 +91,13 @@ private Q_SLOTS:
         QVERIFY(dir_.isValid());
         LocalPath::initDirs();
         QVERIFY(!SendTesting::writePicture().isEmpty());
-        PhraseSender::setReporter([this](const QString &message) { reports_ << message; });
+        send_ = std::make_unique<SendTesting>();
         own_.setWindowTitle(QStringLiteral("own window"));
         own_.resize(300, 60);
         own_.move(700, 600);
         own_.show();
         QVERIFY(QTest::qWaitForWindowExposed(&own_, 60000));
-        TargetWindowTracker::start();
+        send_->tracker().start();
     }
 
     // Chromium reads every paste twice, before and after the page's paste handler: every piece
@@ -138,7 +132,7 @@ private Q_SLOTS:
                           true);
             QTRY_COMPARE_WITH_TIMEOUT(chat.sent().size(), round + 1, 10000);
             QCOMPARE(chat.sent()[round], QStringLiteral("before[img]after"));
-            QVERIFY(reports_.isEmpty());
+            QVERIFY(send_->reports().isEmpty());
             makeTargetThenFocusOwn(QStringLiteral("Chat"));
         }
         QTest::qWait(500);
@@ -169,7 +163,7 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(QStringLiteral("reply.txt"));
         sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("Hello from Quillora 123"))}),
                       true);
-        QVERIFY(reports_.isEmpty());
+        QVERIFY(send_->reports().isEmpty());
         // Saved with the editor's own keys, read back from the file.
         QTest::qWait(300);
         pressWithControl(XK_s);
@@ -191,7 +185,7 @@ private Q_SLOTS:
                                           PhraseJson::text(QStringLiteral(" there"))}),
                       true);
         QTRY_COMPARE_WITH_TIMEOUT(fileText(out), QByteArray("echo hello there\n"), 10000);
-        QTRY_COMPARE(reports_, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
+        QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
         stop(*terminal);
     }
 };

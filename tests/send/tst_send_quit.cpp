@@ -1,6 +1,6 @@
+#include "model/logging.h"
 #include "recordingbackend.h"
-#include "send/phrasesender.h"
-#include "send/targetwindowtracker.h"
+#include "sendtesting.h"
 #include "store/localpath.h"
 #include "testenv.h"
 
@@ -12,12 +12,13 @@
 #include <QTimer>
 #include <QtTest>
 #include <atomic>
-#include <iostream>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 // Quitting in the middle of a send: the program always ends. A send that notices the quit stops
 // after the stroke in hand; one stuck inside the desktop (a stroke that never returns) cannot be
-// waited for, and the process ends without it.
+// waited for: stopping the sender says so at once, and the process ends without it, as main() does.
 
 namespace {
 
@@ -59,6 +60,7 @@ bool writePicture() {
 // The program under test: quits as soon as the first paste is typed (or, when stuck, is being typed),
 // then prints how many pastes reached the target once the application object is gone.
 int child(int argc, char **argv, bool stuck) {
+    qInstallMessageHandler(logging::printPlainLine);
     int pastes = -1;
     {
         QGuiApplication app(argc, argv);
@@ -72,20 +74,20 @@ int child(int argc, char **argv, bool stuck) {
         desk->applications = {RecordingBackend::app(own, QStringLiteral("quillora")),
                               RecordingBackend::app(chatPid, QStringLiteral("Chat"))};
         desk->activePid = chatPid;
-        DesktopBackend::setInstance(std::move(backend));
-        TargetWindowTracker::start();
+        SendTesting send(std::move(backend));
+        send.tracker().start();
 
         QTimer poll;
         QObject::connect(&poll, &QTimer::timeout, &app, [&] {
-            if (!PhraseSender::runs()) {
-                if (TargetWindowTracker::lastTarget()) {
+            if (!send.sender().isRunning()) {
+                if (send.tracker().lastTarget()) {
                     desk->activePid = own;
-                    PhraseSender::send(longPhrase(), true);
+                    send.sender().send(longPhrase(), true);
                 }
                 return;
             }
             if (stuck ? desk->stroking.load() : desk->pastes() >= 1) {
-                std::cout << "quitting mid-send" << std::endl;
+                qInfo("quitting mid-send");
                 app.quit();
             }
         });
@@ -93,9 +95,14 @@ int child(int argc, char **argv, bool stuck) {
         QTimer::singleShot(30000, &app, [&] { app.exit(3); });
         if (app.exec() != 0)
             return 3;
+        poll.stop();
+        if (!send.sender().stop()) {
+            std::fflush(nullptr);
+            std::_Exit(0);
+        }
         pastes = desk->pastes();
     }
-    std::cout << "pastes " << pastes << std::endl;
+    qInfo("pastes %d", pastes);
     return 0;
 }
 

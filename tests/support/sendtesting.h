@@ -1,27 +1,76 @@
 #pragma once
 
+#include "desktop/desktopbackend.h"
+#include "send/phrasesender.h"
+#include "send/targetwindowtracker.h"
+
 #include <QByteArray>
 #include <QColor>
+#include <QObject>
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <functional>
+#include <memory>
+#include <optional>
 
-// What the send tests do again and again: a picture for phrases, a send waited out, what a paste
-// target logged, where sends go now.
-class SendTesting {
+// What every desktop's send suite needs: a back-end with the tracker and sender over it, as the
+// session makes them, the windows on that desktop, a send waited out, what the sender reported
+// and what a paste target logged.
+class SendTesting : public QObject {
+    Q_OBJECT
 public:
-    SendTesting() = delete;
+    // Over the back-end this session would get.
+    SendTesting();
+    // Over the given one (a recording back-end, or one for a particular desktop).
+    explicit SendTesting(std::unique_ptr<DesktopBackend> desktop);
+    ~SendTesting() override;
+
+    DesktopBackend &desktop() const { return *desktop_; }
+    TargetWindowTracker &tracker() const { return *tracker_; }
+    PhraseSender &sender() const { return *sender_; }
+
+    // The windows on the desktop, and the first that fits.
+    QList<RunningApplication> applications() const;
+    std::optional<RunningApplication> applicationOf(qint32 pid) const;
+    std::optional<RunningApplication> applicationWithId(const QString &appId) const;
+    std::optional<RunningApplication> windowTitled(const QString &title) const;
+    // The process of the window in front; -1 when none is.
+    qint32 frontPid() const;
+    bool isActive(const RunningApplication &application) const;
+    // Asks the desktop to bring the window forward; true when the request was accepted.
+    bool activate(const RunningApplication &application) const;
+
+    // Where sends go now: the target's pid (-1), window (0) and app id (empty) when there is none.
+    qint32 targetPid() const;
+    quint64 targetWindow() const;
+    QString targetAppId() const;
+
+    // What the sender reported since the last clearReports().
+    const QStringList &reports() const { return reports_; }
+    void clearReports() { reports_.clear(); }
+    // Sends and waits until the send is over and the reports it queued are in; false when that
+    // took more than 20 s.
+    bool sendAndSettle(const QString &json, bool isEnter);
+    bool settle();
+    // Sends, then reads what arrived: the lines read() gives beyond those it gave before the send,
+    // once there are at least count of them (at most 10 s after the send is over). Fewer lines
+    // when fewer came.
+    QStringList sendAndRead(const QString &json, bool isEnter, const std::function<QStringList()> &read,
+                            qsizetype count);
+    // The same for a paste target's log.
+    QStringList sendAndRead(const QString &json, bool isEnter, const QString &log, qsizetype count);
 
     // The lines a paste target (tests/support/pastetarget) logged so far; none before it starts.
     static QStringList logLines(const QString &path);
-    // The app id of the window sends go to now; empty when there is none.
-    static QString targetAppId();
     // Writes a PNG of that size and colour into the picture folder; returns its bytes, empty when
     // it could not be written.
     static QByteArray writePicture(const QString &name = QStringLiteral("pic.png"), QSize size = {7, 5},
                                    QColor color = Qt::darkCyan);
-    // Sends and waits until the send is over and the strokes it posted to this thread are typed;
-    // false when that took more than 20 s.
-    static bool sendAndSettle(const QString &json, bool isEnter);
-    static bool settle();
+
+private:
+    std::unique_ptr<DesktopBackend> desktop_;
+    std::unique_ptr<TargetWindowTracker> tracker_;
+    std::unique_ptr<PhraseSender> sender_;
+    QStringList reports_;
 };

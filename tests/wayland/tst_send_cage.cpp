@@ -3,8 +3,6 @@
 #include "desktop/wayland/waylandbackend.h"
 #include "desktop/x11/x11backend.h"
 #include "phrasejson.h"
-#include "send/phrasesender.h"
-#include "send/targetwindowtracker.h"
 #include "sendtesting.h"
 #include "standardoutput.h"
 #include "store/localpath.h"
@@ -71,7 +69,7 @@ private Q_SLOTS:
                  qPrintable(said));
         // The fallback does not speak for the back-end it left behind.
         QVERIFY2(!said.contains(QStringLiteral("此桌面")), qPrintable(said));
-        DesktopBackend::setInstance(std::move(chosen));
+        SendTesting send(std::move(chosen));
 
         // cage gives the keyboard to the window that came last: the chat program.
         log_ = dir_.filePath(QStringLiteral("target.log"));
@@ -82,13 +80,11 @@ private Q_SLOTS:
         target_.start(QStringLiteral(PASTETARGET_BINARY),
                       {QStringLiteral("--log"), log_, QStringLiteral("--class"), QStringLiteral("ChatCage"),
                        QStringLiteral("--title"), QStringLiteral("Chat in cage")});
-        TargetWindowTracker::start();
-        QTRY_COMPARE_WITH_TIMEOUT(
-            TargetWindowTracker::lastTarget() ? TargetWindowTracker::lastTarget()->processIdentifier : 0,
-            qint32(target_.processId()), 60000);
+        send.tracker().start();
+        QTRY_COMPARE_WITH_TIMEOUT(send.targetPid(), qint32(target_.processId()), 60000);
 
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 cage"))}), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        QVERIFY(
+            send.sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 cage"))}), true));
         QTRY_COMPARE_WITH_TIMEOUT(lines().size(), 2, 10000);
         QVERIFY2(lines()[0].endsWith(QStringLiteral(" text=你好 cage")),
                  qPrintable(lines().join(QLatin1Char('|'))));

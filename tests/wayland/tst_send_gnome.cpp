@@ -1,6 +1,5 @@
 #include "desktop/desktopbackend.h"
 #include "desktop/gnome/gnomebackend.h"
-#include "desktop/windowactivation.h"
 #include "model/settings.h"
 #include "phrasejson.h"
 #include "send/phrasesender.h"
@@ -37,7 +36,7 @@ private:
     QString log_;
     QProcess standin_;
     QByteArray png_;
-    QStringList reports_;
+    std::unique_ptr<SendTesting> send_;
 
     QStringList lines() const { return SendTesting::logLines(log_); }
 
@@ -47,18 +46,16 @@ private:
         QTRY_VERIFY_WITH_TIMEOUT(lines().mid(before).contains(QStringLiteral("did ") + command), 10000);
     }
 
-    static GnomeBackend &backend() { return dynamic_cast<GnomeBackend &>(DesktopBackend::instance()); }
+    GnomeBackend &backend() const { return dynamic_cast<GnomeBackend &>(send_->desktop()); }
 
     // The user had the target in front, then clicked into this program.
     void targetThenOwn(quint64 id, const QString &appId) {
         tell(QStringLiteral("focus %1").arg(id));
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), appId, 10000);
         tell(QStringLiteral("focus %1").arg(ownId));
     }
 
-    void sendAndSettle(const QString &json, bool isEnter) {
-        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
-    }
+    void sendAndSettle(const QString &json, bool isEnter) { QVERIFY(send_->sendAndSettle(json, isEnter)); }
 
     // The key, paste and activation lines from `from` on. A key group (from the first key down to
     // the last key up) that no focus check came before since the previous group shows as UNCHECKED.
@@ -102,7 +99,6 @@ private Q_SLOTS:
         LocalPath::initDirs();
         png_ = SendTesting::writePicture();
         QVERIFY(!png_.isEmpty());
-        PhraseSender::setReporter([this](const QString &report) { reports_.append(report); });
 
         // A desktop entry naming its icon file, for the native window's icon.
         const QString data = qEnvironmentVariable("XDG_DATA_HOME");
@@ -132,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(standin_.readLine().trimmed(), QByteArray("ready"));
 
         Settings().setRestoreToken(QString());
-        DesktopBackend::setInstance(std::make_unique<GnomeBackend>());
+        send_ = std::make_unique<SendTesting>(std::make_unique<GnomeBackend>());
         QVERIFY(backend().available());
         QTRY_VERIFY_WITH_TIMEOUT(backend().canType(), 10000);
         // Asked once, for keys only, to be kept until the user revokes it.
@@ -143,7 +139,7 @@ private Q_SLOTS:
     }
 
     void cleanupTestCase() {
-        DesktopBackend::setInstance(nullptr);
+        send_.reset();
         standin_.closeWriteChannel();
         if (!standin_.waitForFinished(5000))
             standin_.kill();
@@ -161,37 +157,37 @@ private Q_SLOTS:
     // The windows as the extension lists them; "发送到" follows its focus signal, titles included,
     // and clicks into this program leave the target be.
     void frontWindowFollowsTheSignal() {
-        const auto apps = WindowActivation::runningApplications();
+        const auto apps = send_->applications();
         QCOMPARE(apps.size(), 3);
-        QCOMPARE(apps[0].bundleIdentifier, QStringLiteral("chat.alpha"));
-        QCOMPARE(apps[0].processIdentifier, 4001);
-        QCOMPARE(apps[0].localizedName, QStringLiteral("Chat alpha"));
+        QCOMPARE(apps[0].appId, QStringLiteral("chat.alpha"));
+        QCOMPARE(apps[0].pid, 4001);
+        QCOMPARE(apps[0].title, QStringLiteral("Chat alpha"));
         // Native windows' ids never meet X11 window ids.
         QVERIFY(apps[0].window > 0xffffffffu);
         QVERIFY(apps[0].window != apps[1].window);
-        const QImage icon = apps[0].icon();
+        const QImage icon = backend().icon(apps[0].window);
         QVERIFY(!icon.isNull());
         QCOMPARE(icon.pixelColor(24, 24), QColor(200, 30, 60));
-        QVERIFY(apps[1].icon().isNull());
+        QVERIFY(backend().icon(apps[1].window).isNull());
 
-        TargetWindowTracker::start();
+        send_->tracker().start();
         const qsizetype before = lines().size();
         tell(QStringLiteral("focus %1").arg(alphaId));
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.alpha"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), QStringLiteral("chat.alpha"), 10000);
         tell(QStringLiteral("focus %1").arg(ownId));
         tell(QStringLiteral("focus %1").arg(betaId));
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.beta"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), QStringLiteral("chat.beta"), 10000);
         tell(QStringLiteral("title %1 Chat beta — customer 2").arg(betaId));
-        QTRY_COMPARE_WITH_TIMEOUT(TargetWindowTracker::lastTarget()->localizedName,
+        QTRY_COMPARE_WITH_TIMEOUT(send_->tracker().lastTarget()->title,
                                   QStringLiteral("Chat beta — customer 2"), 10000);
         tell(QStringLiteral("focus %1").arg(ownId));
         QTest::qWait(200);
-        QCOMPARE(SendTesting::targetAppId(), QStringLiteral("chat.beta"));
+        QCOMPARE(send_->targetAppId(), QStringLiteral("chat.beta"));
         // Event-driven: the tracker never asked the shell for the focused window.
         QCOMPARE(lines().mid(before).count(QStringLiteral("focused?")), 0);
 
         // Activation goes through the extension.
-        QVERIFY(WindowActivation::activate(apps[0]));
+        QVERIFY(send_->activate(apps[0]));
         QVERIFY(lines().contains(QStringLiteral("activate %1").arg(alphaId)));
         QCOMPARE(backend().focus(apps[0].window), DesktopBackend::Focus::Target);
         QCOMPARE(backend().focus(apps[1].window), DesktopBackend::Focus::Elsewhere);
@@ -233,7 +229,7 @@ private Q_SLOTS:
         targetThenOwn(alphaId, QStringLiteral("chat.alpha"));
         tell(QStringLiteral("steal %1").arg(betaId));
         const qsizetype before = lines().size();
-        reports_.clear();
+        send_->clearReports();
         sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
                                           PhraseJson::picture(QStringLiteral("pic.png")),
                                           PhraseJson::text(QStringLiteral("two"))}),
@@ -241,8 +237,8 @@ private Q_SLOTS:
         const QStringList expected =
             QStringList{QStringLiteral("activate %1").arg(alphaId)} + pasted(QStringLiteral("text=one"));
         QCOMPARE(keysAndPastes(before), expected);
-        QTRY_COMPARE_WITH_TIMEOUT(reports_.size(), 1, 10000);
-        QVERIFY2(reports_[0].startsWith(QStringLiteral("未发送")), qPrintable(reports_[0]));
+        QTRY_COMPARE_WITH_TIMEOUT(send_->reports().size(), 1, 10000);
+        QVERIFY2(send_->reports()[0].startsWith(QStringLiteral("未发送")), qPrintable(send_->reports()[0]));
         tell(QStringLiteral("focus %1").arg(ownId));
     }
 

@@ -1,6 +1,5 @@
 #include "desktop/desktopbackend.h"
 #include "desktop/gnome/gnomebackend.h"
-#include "desktop/windowactivation.h"
 #include "gnomeshellsession.h"
 #include "model/settings.h"
 #include "mutterkeyboard.h"
@@ -54,6 +53,7 @@ class SendGnomeShellTest : public QObject {
     QTemporaryDir dir_;
     QList<QProcess *> readers_;
     MutterKeyboard keyboard_;
+    std::unique_ptr<SendTesting> send_;
 
     QStringList lines(const QString &log) const { return SendTesting::logLines(log); }
 
@@ -84,18 +84,16 @@ class SendGnomeShellTest : public QObject {
         return appId;
     }
 
-    static std::optional<RunningApplication> listed(const QString &appId) {
-        return WindowActivation::getBundleIdentifier(appId);
+    std::optional<RunningApplication> listed(const QString &appId) const {
+        return send_->applicationWithId(appId);
     }
 
     // The window comes forward through the extension and "发送到" follows it.
     void bringForward(const QString &appId) {
         QTRY_VERIFY_WITH_TIMEOUT(listed(appId), 30000);
         const RunningApplication app = *listed(appId);
-        QVERIFY(WindowActivation::activate(app));
-        QTRY_COMPARE_WITH_TIMEOUT(
-            TargetWindowTracker::lastTarget() ? TargetWindowTracker::lastTarget()->window : 0, app.window,
-            10000);
+        QVERIFY(send_->activate(app));
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetWindow(), app.window, 10000);
     }
 
     QString chat_, other_;
@@ -144,13 +142,14 @@ private Q_SLOTS:
         // The back-end asks the portal for keys; the portal's dialog is answered from the keyboard:
         // Enter turns on "allow remote interaction", Alt+S is its Share button.
         Settings().setRestoreToken(QString());
-        auto *backend = dynamic_cast<GnomeBackend *>(&DesktopBackend::instance());
+        send_ = std::make_unique<SendTesting>();
+        auto *backend = dynamic_cast<GnomeBackend *>(&send_->desktop());
         QVERIFY2(backend && backend->available(),
                  "the GNOME back-end was not chosen or the extension is off");
         // A new window does not always get the focus from the shell (it guards against windows
         // taking it): the user clicks into the dialog first.
         QTRY_VERIFY_WITH_TIMEOUT(listed(QStringLiteral("xdg-desktop-portal-gnome")), 30000);
-        QVERIFY(WindowActivation::activate(*listed(QStringLiteral("xdg-desktop-portal-gnome"))));
+        QVERIFY(send_->activate(*listed(QStringLiteral("xdg-desktop-portal-gnome"))));
         QTRY_COMPARE_WITH_TIMEOUT(frontAppId(), QStringLiteral("xdg-desktop-portal-gnome"), 10000);
         // Enter toggles the switch when the dialog has given it the focus, and the switch turns
         // on at the end of its animation: Share is pressed again and again for a while, and when
@@ -164,11 +163,11 @@ private Q_SLOTS:
             }
         }
         QVERIFY2(backend->canType(), "the portal's dialog did not give the keys");
-        TargetWindowTracker::start();
+        send_->tracker().start();
     }
 
     void cleanupTestCase() {
-        DesktopBackend::setInstance(nullptr);
+        send_.reset();
         keyboard_.close();
         for (QProcess *reader : readers_) {
             reader->terminate();
@@ -181,12 +180,11 @@ private Q_SLOTS:
     // the portal's keys and the shell's bridge from the X11 clipboard.
     void textThenEnter() {
         bringForward(QStringLiteral("chat.gnome"));
-        QCOMPARE(listed(QStringLiteral("chat.gnome"))->processIdentifier,
-                 qint32(readers_.at(1)->processId()));
-        QCOMPARE(listed(QStringLiteral("chat.gnome"))->localizedName, QStringLiteral("Chat GNOME"));
+        QCOMPARE(listed(QStringLiteral("chat.gnome"))->pid, qint32(readers_.at(1)->processId()));
+        QCOMPARE(listed(QStringLiteral("chat.gnome"))->title, QStringLiteral("Chat GNOME"));
         const qsizetype before = lines(chat_).filter(QStringLiteral("paste")).size();
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 GNOME"))}), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 30000);
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 GNOME"))}), true);
+        QVERIFY(send_->settle());
         const QStringList expected{QStringLiteral("paste text=你好 GNOME"), QStringLiteral("enter keypad")};
         QTRY_COMPARE_WITH_TIMEOUT(
             lines(chat_).filter(QRegularExpression(QStringLiteral("^(paste|enter)"))).mid(before), expected,
@@ -198,11 +196,11 @@ private Q_SLOTS:
         bringForward(QStringLiteral("chat.other"));
         bringForward(QStringLiteral("chat.gnome"));
         const qsizetype before = lines(chat_).size();
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
-                                               PhraseJson::picture(QStringLiteral("pic.png")),
-                                               PhraseJson::text(QStringLiteral("after"))}),
-                           true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 30000);
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("after"))}),
+                             true);
+        QVERIFY(send_->settle());
         const QStringList expected{QStringLiteral("paste text=before"), QStringLiteral("paste image=9x6"),
                                    QStringLiteral("paste text=after"), QStringLiteral("enter keypad")};
         QTRY_COMPARE_WITH_TIMEOUT(
@@ -216,7 +214,7 @@ private Q_SLOTS:
     void ownWindowsKeepTheirPlaceAndLeaveTheFocus() {
         bringForward(QStringLiteral("chat.gnome"));
         Settings settings;
-        QuickBar bar(settings);
+        QuickBar bar(settings, send_->sender());
         bar.present();
         QVERIFY(QTest::qWaitForWindowExposed(&bar, 20000));
         QTest::qWait(500);
@@ -246,8 +244,8 @@ private Q_SLOTS:
                      {QStringLiteral("--entry"), QStringLiteral("--title"), QStringLiteral("Zenity reply"),
                       QStringLiteral("--text"), QStringLiteral("reply")});
         bringForward(QStringLiteral("zenity"));
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("回复 zenity"))}), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 30000);
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("回复 zenity"))}), true);
+        QVERIFY(send_->settle());
         const bool finished = zenity.waitForFinished(20000);
         if (!finished)
             zenity.kill();

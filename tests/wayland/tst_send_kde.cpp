@@ -1,6 +1,5 @@
 #include "desktop/desktopbackend.h"
 #include "desktop/wayland/waylandbackend.h"
-#include "desktop/windowactivation.h"
 #include "phrasejson.h"
 #include "plasmastandin.h"
 #include "send/phrasesender.h"
@@ -14,8 +13,6 @@
 #include <QGuiApplication>
 #include <QtTest>
 
-namespace {} // namespace
-
 // The back-end on a KDE Plasma desktop, against a stand-in that plays KWin's side of the exchanges.
 class SendKdeTest : public QObject {
     Q_OBJECT
@@ -27,15 +24,16 @@ private:
     PlasmaStandIn &kwin_;
     QByteArray png_;
     int alpha_ = 0, beta_ = 0, own_ = 0;
+    std::unique_ptr<SendTesting> send_;
+    const qint32 ownPid_ = qint32(QCoreApplication::applicationPid());
 
     // The agent works in the chat window, then clicks into this program to pick a phrase.
     void targetThenOwn(int window, const QString &appId) {
         kwin_.activate(window);
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), appId, 10000);
         kwin_.activate(own_);
-        QTRY_COMPARE_WITH_TIMEOUT(WindowActivation::getForeground()->processIdentifier,
-                                  qint32(QCoreApplication::applicationPid()), 10000);
-        QCOMPARE(SendTesting::targetAppId(), appId);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->frontPid(), ownPid_, 10000);
+        QCOMPARE(send_->targetAppId(), appId);
     }
 
     // The lines that landed since before, once every paste has been read.
@@ -58,12 +56,13 @@ private Q_SLOTS:
         alpha_ = kwin_.addWindow(QStringLiteral("chat.alpha"), QStringLiteral("Chat alpha"), 4001);
         own_ = kwin_.addWindow(QStringLiteral("org.quillora.Quillora"), QStringLiteral("Quillora"),
                                quint32(QCoreApplication::applicationPid()));
+        send_ = std::make_unique<SendTesting>();
     }
 
     // KWin's own protocols are chosen: its window list names processes, its fake input types, after
     // authenticate and before any key.
     void kdeProtocolsChosen() {
-        auto *backend = dynamic_cast<WaylandBackend *>(&DesktopBackend::instance());
+        auto *backend = dynamic_cast<WaylandBackend *>(&send_->desktop());
         QVERIFY(backend);
         QVERIFY(backend->available());
         QCOMPARE(backend->windowProtocol(), QStringLiteral("org_kde_plasma_window_management"));
@@ -71,47 +70,42 @@ private Q_SLOTS:
         QVERIFY(backend->canType());
         QVERIFY(backend->servesClipboard());
         QVERIFY(kwin_.authentication().startsWith(QStringLiteral("Quillora: ")));
-        const auto alpha = WindowActivation::getBundleIdentifier(QStringLiteral("chat.alpha"));
+        const auto alpha = send_->applicationWithId(QStringLiteral("chat.alpha"));
         QVERIFY(alpha);
-        QCOMPARE(alpha->processIdentifier, 4001);
-        QCOMPARE(alpha->localizedName, QStringLiteral("Chat alpha"));
+        QCOMPARE(alpha->pid, 4001);
+        QCOMPARE(alpha->title, QStringLiteral("Chat alpha"));
     }
 
     // "发送到" follows the window KWin reports active, windows that appear later, title changes and
     // this program's own window (known by its process) leave it be; activation goes through KWin.
     void frontWindowFollowed() {
         beta_ = kwin_.addWindow(QStringLiteral("chat.beta"), QStringLiteral("Chat beta"), 4002);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getBundleIdentifier(QStringLiteral("chat.beta")), 10000);
-        TargetWindowTracker::start();
+        QTRY_VERIFY_WITH_TIMEOUT(send_->applicationWithId(QStringLiteral("chat.beta")), 10000);
+        send_->tracker().start();
         kwin_.activate(alpha_);
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.alpha"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), QStringLiteral("chat.alpha"), 10000);
         kwin_.activate(own_);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getForeground() &&
-                                     WindowActivation::getForeground()->processIdentifier ==
-                                         qint32(QCoreApplication::applicationPid()),
-                                 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->frontPid(), ownPid_, 10000);
         QTest::qWait(200);
-        QCOMPARE(SendTesting::targetAppId(), QStringLiteral("chat.alpha"));
+        QCOMPARE(send_->targetAppId(), QStringLiteral("chat.alpha"));
         kwin_.activate(beta_);
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.beta"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), QStringLiteral("chat.beta"), 10000);
         kwin_.setTitle(beta_, QStringLiteral("Chat beta (2)"));
-        QTRY_COMPARE_WITH_TIMEOUT(WindowActivation::getForeground()->localizedName,
+        QTRY_COMPARE_WITH_TIMEOUT(send_->desktop().activeApplication()->title,
                                   QStringLiteral("Chat beta (2)"), 10000);
 
-        QVERIFY(
-            WindowActivation::activate(*WindowActivation::getBundleIdentifier(QStringLiteral("chat.alpha"))));
+        QVERIFY(send_->activate(*send_->applicationWithId(QStringLiteral("chat.alpha"))));
         QCOMPARE(kwin_.activeAppId(), QStringLiteral("chat.alpha"));
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), QStringLiteral("chat.alpha"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), QStringLiteral("chat.alpha"), 10000);
 
         // A window that closes is no longer listed nor can be brought forward.
         const int gone = kwin_.addWindow(QStringLiteral("chat.gone"), QStringLiteral("Chat gone"), 4003);
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getBundleIdentifier(QStringLiteral("chat.gone")), 10000);
-        const RunningApplication closing =
-            *WindowActivation::getBundleIdentifier(QStringLiteral("chat.gone"));
+        QTRY_VERIFY_WITH_TIMEOUT(send_->applicationWithId(QStringLiteral("chat.gone")), 10000);
+        const RunningApplication closing = *send_->applicationWithId(QStringLiteral("chat.gone"));
         kwin_.closeWindow(gone);
-        QTRY_VERIFY_WITH_TIMEOUT(!WindowActivation::getBundleIdentifier(QStringLiteral("chat.gone")), 10000);
-        QVERIFY(!WindowActivation::activate(closing));
-        QCOMPARE(DesktopBackend::instance().focus(closing.window), DesktopBackend::Focus::Gone);
+        QTRY_VERIFY_WITH_TIMEOUT(!send_->applicationWithId(QStringLiteral("chat.gone")), 10000);
+        QVERIFY(!send_->activate(closing));
+        QCOMPARE(send_->desktop().focus(closing.window), DesktopBackend::Focus::Gone);
         QCOMPARE(kwin_.activeAppId(), QStringLiteral("chat.alpha"));
     }
 
@@ -119,16 +113,16 @@ private Q_SLOTS:
     void textWithAndWithoutEnter() {
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
         const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
-        QVERIFY(SendTesting::settle());
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
+        QVERIFY(send_->settle());
         QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=你好 world")});
         QCOMPARE(kwin_.keyEvents().mid(keysBefore),
                  (QStringList{QStringLiteral("29 down"), QStringLiteral("47 down"), QStringLiteral("47 up"),
                               QStringLiteral("29 up")}));
 
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
-        QVERIFY(SendTesting::settle());
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
+        QVERIFY(send_->settle());
         QCOMPARE(landedSince(before + 1, 2), (QStringList{QStringLiteral("chat.alpha paste text=second"),
                                                           QStringLiteral("chat.alpha enter keypad")}));
         QCOMPARE(kwin_.keyEvents().mid(kwin_.keyEvents().size() - 2),
@@ -140,11 +134,11 @@ private Q_SLOTS:
     void textPictureTextInOrder() {
         targetThenOwn(beta_, QStringLiteral("chat.beta"));
         const qsizetype before = kwin_.landed().size();
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
-                                               PhraseJson::picture(QStringLiteral("pic.png")),
-                                               PhraseJson::text(QStringLiteral("after"))}),
-                           true);
-        QVERIFY(SendTesting::settle());
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("after"))}),
+                             true);
+        QVERIFY(send_->settle());
         QCOMPARE(landedSince(before, 4),
                  (QStringList{QStringLiteral("chat.beta paste text=before"),
                               QStringLiteral("chat.beta paste image bytes=%1").arg(png_.size()),
@@ -157,15 +151,15 @@ private Q_SLOTS:
     void focusTakenAwayMidSend() {
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
         const qsizetype before = kwin_.landed().size();
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
-                                               PhraseJson::picture(QStringLiteral("pic.png")),
-                                               PhraseJson::text(QStringLiteral("two")),
-                                               PhraseJson::picture(QStringLiteral("pic.png")),
-                                               PhraseJson::text(QStringLiteral("three"))}),
-                           true);
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("two")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("three"))}),
+                             true);
         QTRY_VERIFY_WITH_TIMEOUT(kwin_.landed().size() > before, 10000);
         kwin_.activate(beta_);
-        QVERIFY(SendTesting::settle());
+        QVERIFY(send_->settle());
         const QStringList got = landedSince(before, 1);
         QVERIFY2(got.size() < 5, qPrintable(got.join(QLatin1Char('|'))));
         const QStringList expected{QStringLiteral("text=one"), QStringLiteral("image"),
@@ -207,8 +201,8 @@ private Q_SLOTS:
                             layout.active);
             targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
             const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
-            PhraseSender::send(PhraseJson::phrase({PhraseJson::text(name)}), false);
-            QVERIFY(SendTesting::settle());
+            send_->sender().send(PhraseJson::phrase({PhraseJson::text(name)}), false);
+            QVERIFY(send_->settle());
             QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=") + name});
             QCOMPARE(
                 kwin_.keyEvents().mid(keysBefore),
@@ -256,7 +250,7 @@ private Q_SLOTS:
         QVERIFY(backend->keyProtocol().isEmpty());
         const auto front = backend->activeApplication();
         QVERIFY(front);
-        QCOMPARE(front->bundleIdentifier, QStringLiteral("chat.gamma"));
+        QCOMPARE(front->appId, QStringLiteral("chat.gamma"));
         QVERIFY(backend->setClipboard({{"text/plain;charset=utf-8", "x"}}, false));
         QCOMPARE(backend->strokeInto(front->window, {DesktopBackend::Key::V, true, false}),
                  DesktopBackend::StrokeResult::Failed);

@@ -1,6 +1,5 @@
 #include "desktop/desktopbackend.h"
 #include "desktop/wayland/waylandbackend.h"
-#include "desktop/windowactivation.h"
 #include "phrasejson.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
@@ -124,7 +123,9 @@ class SendKWinTest : public QObject {
     QProcess kwin_, target_;
     QString log_;
     KeymapWatch keymap_;
+    std::unique_ptr<SendTesting> send_;
 
+    quint64 targetWindow() const { return send_->targetWindow(); }
     QStringList lines() const { return SendTesting::logLines(log_); }
 
 private Q_SLOTS:
@@ -168,6 +169,7 @@ private Q_SLOTS:
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
         qputenv("WAYLAND_DISPLAY", "quillora-kwin");
         QVERIFY(keymap_.start());
+        send_ = std::make_unique<SendTesting>();
 
         log_ = dir_.filePath(QStringLiteral("target.log"));
         env.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("quillora-kwin"));
@@ -202,23 +204,21 @@ private Q_SLOTS:
     // KWin lists the target with its process and brings it forward; "发送到" follows it; a phrase
     // with Enter lands through fake input and the data-control clipboard.
     void sendIntoKWin() {
-        auto *backend = dynamic_cast<WaylandBackend *>(&DesktopBackend::instance());
+        auto *backend = dynamic_cast<WaylandBackend *>(&send_->desktop());
         QVERIFY(backend && backend->available());
         QCOMPARE(backend->windowProtocol(), QStringLiteral("org_kde_plasma_window_management"));
         QCOMPARE(backend->keyProtocol(), QStringLiteral("org_kde_kwin_fake_input"));
         QVERIFY(backend->servesClipboard());
-        QTRY_VERIFY_WITH_TIMEOUT(WindowActivation::getBundleIdentifier(QStringLiteral("chat.kwin")), 30000);
-        const RunningApplication chat = *WindowActivation::getBundleIdentifier(QStringLiteral("chat.kwin"));
-        QCOMPARE(chat.processIdentifier, qint32(target_.processId()));
-        QCOMPARE(chat.localizedName, QStringLiteral("Chat KWin"));
-        TargetWindowTracker::start();
-        QVERIFY(WindowActivation::activate(chat));
-        QTRY_COMPARE_WITH_TIMEOUT(
-            TargetWindowTracker::lastTarget() ? TargetWindowTracker::lastTarget()->window : 0, chat.window,
-            10000);
+        QTRY_VERIFY_WITH_TIMEOUT(send_->applicationWithId(QStringLiteral("chat.kwin")), 30000);
+        const RunningApplication chat = *send_->applicationWithId(QStringLiteral("chat.kwin"));
+        QCOMPARE(chat.pid, qint32(target_.processId()));
+        QCOMPARE(chat.title, QStringLiteral("Chat KWin"));
+        send_->tracker().start();
+        QVERIFY(send_->activate(chat));
+        QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), chat.window, 10000);
 
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 KWin"))}), true);
-        QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 KWin"))}), true);
+        QVERIFY(send_->settle());
         QTRY_COMPARE_WITH_TIMEOUT(lines().size(), 2, 10000);
         QVERIFY2(lines()[0].endsWith(QStringLiteral(" text=你好 KWin")), qPrintable(lines()[0]));
         QCOMPARE(lines()[1], QStringLiteral("enter keypad"));
@@ -237,7 +237,7 @@ private Q_SLOTS:
             {QStringLiteral("us,us"), QStringLiteral("dvorak,"), 1, "k v"},
             {QStringLiteral("ru,us"), QStringLiteral(",dvorak"), 0, "Cyrillic_em k"},
         };
-        const auto found = WindowActivation::getBundleIdentifier(QStringLiteral("chat.kwin"));
+        const auto found = send_->applicationWithId(QStringLiteral("chat.kwin"));
         QVERIFY(found);
         const RunningApplication chat = *found;
         for (const Layout &layout : cases) {
@@ -253,14 +253,12 @@ private Q_SLOTS:
                          true);
                 QCOMPARE(layouts(QStringLiteral("getLayout")).arguments().value(0).toUInt(), layout.active);
             }
-            QVERIFY(WindowActivation::activate(chat));
-            QTRY_COMPARE_WITH_TIMEOUT(
-                TargetWindowTracker::lastTarget() ? TargetWindowTracker::lastTarget()->window : 0,
-                chat.window, 10000);
+            QVERIFY(send_->activate(chat));
+            QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), chat.window, 10000);
             const QString text = layout.layouts + QLatin1Char(' ') + layout.variants;
             const qsizetype before = lines().size();
-            PhraseSender::send(PhraseJson::phrase({PhraseJson::text(text)}), false);
-            QTRY_VERIFY_WITH_TIMEOUT(!PhraseSender::runs(), 20000);
+            send_->sender().send(PhraseJson::phrase({PhraseJson::text(text)}), false);
+            QVERIFY(send_->settle());
             QTRY_COMPARE_WITH_TIMEOUT(lines().size(), before + 1, 10000);
             QVERIFY2(lines().constLast().endsWith(QStringLiteral(" text=") + text),
                      qPrintable(lines().constLast()));

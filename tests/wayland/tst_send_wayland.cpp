@@ -3,7 +3,6 @@
 #include "desktop/wayland/virtualkeyboardprotocol.h"
 #include "desktop/wayland/virtualkeymap.h"
 #include "desktop/wayland/waylandbackend.h"
-#include "desktop/windowactivation.h"
 #include "model/settings.h"
 #include "phrasejson.h"
 #include "quickbar/quickbar.h"
@@ -43,10 +42,6 @@ struct Target {
             .arg(native ? QStringLiteral("app_id") : QStringLiteral("class"), appId);
     }
 };
-
-std::optional<RunningApplication> applicationOf(const QString &appId) {
-    return WindowActivation::getBundleIdentifier(appId);
-}
 
 // A second keyboard on the seat, as the user's own: it can hold a key down while we type.
 class UserKeyboard {
@@ -123,6 +118,11 @@ private:
     QWidget own_;
     QLineEdit *ownField_ = nullptr;
     QByteArray png_;
+    std::unique_ptr<SendTesting> send_;
+
+    std::optional<RunningApplication> applicationOf(const QString &appId) const {
+        return send_->applicationWithId(appId);
+    }
 
     // A paste target, natively on Wayland or through XWayland, once the back-end lists it.
     Target &startTarget(const QString &appId, bool native = true, const QStringList &extra = {}) {
@@ -149,18 +149,17 @@ private:
     void makeTargetThenFocusOwn(const Target &t) {
         waitListed(t);
         QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), t.appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), t.appId, 10000);
         focusOwn();
-        QCOMPARE(SendTesting::targetAppId(), t.appId);
+        QCOMPARE(send_->targetAppId(), t.appId);
     }
 
     // Under sway the focus given to an XWayland window now and then goes back to the Wayland window
     // that had it a moment later (about one run in six, the first time after an XWayland target had
     // the focus; our back-end activates nothing then): the user clicks again.
     void focusOwn() {
-        const auto ownInFront = [] {
-            const auto front = WindowActivation::getForeground();
-            return front && front->processIdentifier == qint32(QCoreApplication::applicationPid());
+        const auto ownInFront = [this] {
+            return send_->frontPid() == qint32(QCoreApplication::applicationPid());
         };
         for (int click = 0; click < 5; ++click) {
             QVERIFY(sway_.command(QStringLiteral("[title=\"own window\"] focus")));
@@ -173,9 +172,7 @@ private:
         QVERIFY(ownInFront());
     }
 
-    void sendAndSettle(const QString &json, bool isEnter) {
-        QVERIFY(SendTesting::sendAndSettle(json, isEnter));
-    }
+    void sendAndSettle(const QString &json, bool isEnter) { QVERIFY(send_->sendAndSettle(json, isEnter)); }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -183,6 +180,7 @@ private Q_SLOTS:
         LocalPath::initDirs();
         png_ = SendTesting::writePicture();
         QVERIFY(!png_.isEmpty());
+        send_ = std::make_unique<SendTesting>();
 
         ownField_ = new QLineEdit(&own_);
         (new QVBoxLayout(&own_))->addWidget(ownField_);
@@ -201,7 +199,7 @@ private Q_SLOTS:
 
     // The session decides the back-end; this program's windows go through XWayland.
     void waylandBackendChosen() {
-        auto *backend = dynamic_cast<WaylandBackend *>(&DesktopBackend::instance());
+        auto *backend = dynamic_cast<WaylandBackend *>(&send_->desktop());
         QVERIFY(backend);
         QVERIFY(backend->available());
         QVERIFY(backend->canType());
@@ -281,34 +279,32 @@ private Q_SLOTS:
         Target &x = startTarget(QStringLiteral("ChatX"), false);
         for (Target *t : {&a, &b, &x})
             waitListed(*t);
-        QCOMPARE(applicationOf(a.appId)->localizedName, QStringLiteral("Chat chat.alpha"));
-        QCOMPARE(applicationOf(x.appId)->localizedName, QStringLiteral("Chat ChatX"));
-        const QImage alphaIcon = applicationOf(a.appId)->icon(), betaIcon = applicationOf(b.appId)->icon();
+        QCOMPARE(applicationOf(a.appId)->title, QStringLiteral("Chat chat.alpha"));
+        QCOMPARE(applicationOf(x.appId)->title, QStringLiteral("Chat ChatX"));
+        const QImage alphaIcon = send_->desktop().icon(applicationOf(a.appId)->window),
+                     betaIcon = send_->desktop().icon(applicationOf(b.appId)->window);
         QVERIFY(!alphaIcon.isNull() && !betaIcon.isNull());
         QCOMPARE(alphaIcon.pixelColor(24, 24), QColor(200, 30, 60));
         QCOMPARE(betaIcon.pixelColor(betaIcon.width() / 2, betaIcon.height() / 2), QColor(30, 160, 60));
         // Without a desktop entry there is none: XWayland windows of other programs are known from
         // the toplevel list only.
-        QVERIFY(applicationOf(x.appId)->icon().isNull());
-        const auto own = WindowActivation::runningApplications();
-        QVERIFY(std::any_of(own.begin(), own.end(), [](const RunningApplication &app) {
-            return app.processIdentifier == qint32(QCoreApplication::applicationPid()) &&
-                   app.localizedName == QStringLiteral("own window");
-        }));
+        QVERIFY(send_->desktop().icon(applicationOf(x.appId)->window).isNull());
+        const auto own = send_->applicationOf(qint32(QCoreApplication::applicationPid()));
+        QVERIFY(own && own->title == QStringLiteral("own window"));
 
         focusOwn();
-        TargetWindowTracker::start();
+        send_->tracker().start();
         for (Target *t : {&a, &x, &b}) {
             QVERIFY(sway_.command(t->criteria() + QStringLiteral(" focus")));
-            QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), t->appId, 10000);
+            QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), t->appId, 10000);
         }
         focusOwn();
-        QCOMPARE(SendTesting::targetAppId(), b.appId);
+        QCOMPARE(send_->targetAppId(), b.appId);
 
         // Activation through the back-end, checked against the compositor's own view.
-        QVERIFY(WindowActivation::activate(*applicationOf(a.appId)));
+        QVERIFY(send_->activate(*applicationOf(a.appId)));
         QTRY_COMPARE_WITH_TIMEOUT(sway_.focusedAppId(), a.appId, 10000);
-        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::targetAppId(), a.appId, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(send_->targetAppId(), a.appId, 10000);
         focusOwn();
     }
 
@@ -322,30 +318,29 @@ private Q_SLOTS:
         QFETCH(int, index);
         Target &t = *targets_[size_t(index)];
         makeTargetThenFocusOwn(t);
-        const qsizetype before = t.lines().size();
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
-        QVERIFY2(t.lines().last().endsWith(QStringLiteral(" text=你好 world")), qPrintable(t.lines().last()));
+        QStringList got = send_->sendAndRead(
+            PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false, t.log, 1);
+        QCOMPARE(got.size(), 1);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(got[0]));
 
         focusOwn();
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 3, 10000);
-        QVERIFY2(t.lines()[before + 1].endsWith(QStringLiteral(" text=second")),
-                 qPrintable(t.lines()[before + 1]));
-        QCOMPARE(t.lines()[before + 2], QStringLiteral("enter keypad"));
+        got = send_->sendAndRead(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true,
+                                 t.log, 2);
+        QCOMPARE(got.size(), 2);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=second")), qPrintable(got[0]));
+        QCOMPARE(got[1], QStringLiteral("enter keypad"));
         QVERIFY(ownField_->text().isEmpty());
     }
 
     void textPictureTextInOrder() {
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
-        const qsizetype before = t.lines().size();
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
-                                          PhraseJson::picture(QStringLiteral("pic.png")),
-                                          PhraseJson::text(QStringLiteral("after"))}),
-                      true);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
-        const QStringList got = t.lines().mid(before);
+        const QStringList got =
+            send_->sendAndRead(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                                   PhraseJson::picture(QStringLiteral("pic.png")),
+                                                   PhraseJson::text(QStringLiteral("after"))}),
+                               true, t.log, 4);
+        QCOMPARE(got.size(), 4);
         QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got[0]));
         QVERIFY2(got[1].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())), qPrintable(got[1]));
         QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
@@ -369,18 +364,16 @@ private Q_SLOTS:
                                        QStringLiteral("--text=Reply")});
         targets_.push_back(std::move(entry));
         const Target &t = *targets_.back();
-        TargetWindowTracker::start();
+        send_->tracker().start();
         makeTargetThenFocusOwn(t);
-        QStringList reports;
-        PhraseSender::setReporter([&reports](const QString &message) { reports << message; });
+        send_->clearReports();
         sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("Hello from Quillora")),
                                           PhraseJson::picture(QStringLiteral("pic.png")),
                                           PhraseJson::text(QStringLiteral(" 123"))}),
                       true);
-        PhraseSender::setReporter({});
         QVERIFY(t.process->waitForFinished(20000));
         QCOMPARE(t.process->readAllStandardOutput(), QByteArray("Hello from Quillora 123\n"));
-        QCOMPARE(reports, QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
+        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
     }
 
     // Another program takes the focus after the first piece: the agent went there, so the rest of
@@ -392,15 +385,15 @@ private Q_SLOTS:
         Target &other = *targets_[1];
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size(), otherBefore = other.lines().size();
-        PhraseSender::send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
-                                               PhraseJson::picture(QStringLiteral("pic.png")),
-                                               PhraseJson::text(QStringLiteral("two")),
-                                               PhraseJson::picture(QStringLiteral("pic.png")),
-                                               PhraseJson::text(QStringLiteral("three"))}),
-                           true);
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("two")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("three"))}),
+                             true);
         QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
         QVERIFY(sway_.command(other.criteria() + QStringLiteral(" focus")));
-        QVERIFY(SendTesting::settle());
+        QVERIFY(send_->settle());
         QCOMPARE(other.lines().size(), otherBefore);
         QCOMPARE(sway_.focusedAppId(), other.appId);
         const QStringList got = t.lines().mid(before);
@@ -424,10 +417,11 @@ private Q_SLOTS:
         QFETCH(QString, appId);
         Target &t = startTarget(appId, true, {QStringLiteral("--terminal")});
         makeTargetThenFocusOwn(t);
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("ls -l"))}), true);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 2, 10000);
-        QVERIFY2(t.lines()[0].endsWith(QStringLiteral(" text=ls -l")), qPrintable(t.lines()[0]));
-        QCOMPARE(t.lines()[1], QStringLiteral("enter keypad"));
+        const QStringList got = send_->sendAndRead(
+            PhraseJson::phrase({PhraseJson::text(QStringLiteral("ls -l"))}), true, t.log, 2);
+        QCOMPARE(got.size(), 2);
+        QVERIFY2(got[0].endsWith(QStringLiteral(" text=ls -l")), qPrintable(got[0]));
+        QCOMPARE(got[1], QStringLiteral("enter keypad"));
     }
 
     // Our windows through XWayland: the quick bar appears over the chat window without taking its
@@ -438,7 +432,7 @@ private Q_SLOTS:
         QVERIFY(sway_.command(t.criteria() + QStringLiteral(" focus")));
         QTRY_COMPARE_WITH_TIMEOUT(sway_.focusedAppId(), t.appId, 10000);
         Settings settings;
-        QuickBar bar(settings);
+        QuickBar bar(settings, send_->sender());
         bar.present();
         QVERIFY(QTest::qWaitForWindowExposed(&bar, 20000));
         const QRect asked = bar.geometry();
@@ -447,7 +441,7 @@ private Q_SLOTS:
         QCOMPARE(bar.geometry().topLeft(), asked.topLeft());
         QVERIFY(bar.isVisible());
         const qsizetype before = t.lines().size();
-        QVERIFY(DesktopBackend::instance().keyStroke(DesktopBackend::Key::Left, false));
+        QVERIFY(send_->desktop().keyStroke(DesktopBackend::Key::Left, false));
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
         QCOMPARE(t.lines().last(), QStringLiteral("left"));
     }

@@ -59,9 +59,9 @@ struct GnomeBackend::Impl {
         RunningApplication app;
         app.window = windowOf(w);
         if (!w.appId.isEmpty())
-            app.bundleIdentifier = w.appId;
-        app.processIdentifier = w.pid;
-        app.localizedName = w.title.isEmpty() ? w.appId : w.title;
+            app.appId = w.appId;
+        app.pid = w.pid;
+        app.title = w.title.isEmpty() ? w.appId : w.title;
         return app;
     }
 
@@ -265,7 +265,7 @@ void GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
     // The journal starts with each new content.
     const QDeadlineTimer deadline(clipboardTakenMs);
     while (!cancel && !deadline.hasExpired()) {
-        for (const ClipboardRequests::Request &r : ClipboardRequests::all())
+        for (const ClipboardRequests::Request &r : clipboardRequests().all())
             if (d->xwayland->typeName(r.type) == QLatin1String("TARGETS"))
                 return;
         QThread::msleep(2);

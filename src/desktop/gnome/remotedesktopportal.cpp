@@ -1,10 +1,10 @@
 #include "desktop/gnome/remotedesktopportal.h"
+#include "model/logging.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <iostream>
 
 namespace {
 
@@ -184,7 +184,7 @@ void RemoteDesktopPortal::fail(const QString &reason) {
     }
     changed_.notify_all();
     // Said once, in the words the agent sees in the log; everything but the keys goes on working.
-    std::cout << "此桌面不允许模拟按键：" << reason.toStdString() << std::endl;
+    qCInfo(lcDesktop, "此桌面不允许模拟按键：%s", qUtf8Printable(reason));
 }
 
 void RemoteDesktopPortal::ready() {
@@ -195,7 +195,7 @@ void RemoteDesktopPortal::ready() {
         state_ = State::Ready;
     }
     changed_.notify_all();
-    std::cout << "remote desktop portal: keyboard session started" << std::endl;
+    qCInfo(lcDesktop, "remote desktop portal: keyboard session started");
 }
 
 bool RemoteDesktopPortal::keycode(int code, bool pressed) {

@@ -1,6 +1,6 @@
 #include "desktop/wayland/applicationicon.h"
 
-#include "desktop/applicationnames.h"
+#include "desktop/desktopentry.h"
 
 #include <QCoreApplication>
 #include <QIcon>
@@ -12,8 +12,7 @@ QImage ApplicationIcon::forApplication(const QString &appId, const QString &them
                                           : QStandardPaths::locate(QStandardPaths::ApplicationsLocation,
                                                                    appId + QStringLiteral(".desktop"));
     const QString icon =
-        entry.isEmpty() ? themedName
-                        : ApplicationNames::desktopEntry(entry).value(QStringLiteral("Icon"), themedName);
+        entry.isEmpty() ? themedName : DesktopEntry::read(entry).value(QStringLiteral("Icon"), themedName);
     if (icon.isEmpty())
         return {};
     if (icon.startsWith(QLatin1Char('/')))

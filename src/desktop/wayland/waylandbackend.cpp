@@ -8,12 +8,12 @@
 #include "desktop/wayland/virtualkeyboardinput.h"
 #include "desktop/wayland/wlrwindowlist.h"
 #include "desktop/x11/x11backend.h"
+#include "model/logging.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <csignal>
 #include <cstring>
-#include <iostream>
 #include <map>
 #include <mutex>
 #include <poll.h>
@@ -62,6 +62,10 @@ struct WaylandBackend::Impl {
         uint32_t name = 0, version = 0;
     };
 
+    explicit Impl(ClipboardRequests &requests) : clipboardRequests(requests) {}
+
+    // The back-end's journal: each read of a piece we serve is recorded there.
+    ClipboardRequests &clipboardRequests;
     wl_display *display = nullptr;
     wl_registry *registry = nullptr;
     wl_seat *seat = nullptr;
@@ -112,7 +116,7 @@ struct WaylandBackend::Impl {
 
     void lost() {
         if (connected)
-            std::cout << "the Wayland connection was lost: phrases cannot be sent any more" << std::endl;
+            qCInfo(lcDesktop, "the Wayland connection was lost: phrases cannot be sent any more");
         connected = false;
     }
 
@@ -187,8 +191,7 @@ struct WaylandBackend::Impl {
             return cached.app;
         cached.app.reset();
         for (const RunningApplication &app : xwayland->runningApplications())
-            if (app.processIdentifier == ownPid && app.localizedName == w.title &&
-                (!app.bundleIdentifier || *app.bundleIdentifier == w.appId))
+            if (app.pid == ownPid && app.title == w.title && (!app.appId || *app.appId == w.appId))
                 cached.app = app;
         cached.known = true;
         return cached.app;
@@ -210,9 +213,9 @@ struct WaylandBackend::Impl {
         RunningApplication app;
         app.window = w.id;
         if (!w.appId.isEmpty())
-            app.bundleIdentifier = w.appId;
-        app.localizedName = w.title.isEmpty() ? w.appId : w.title;
-        app.processIdentifier = w.pid;
+            app.appId = w.appId;
+        app.title = w.title.isEmpty() ? w.appId : w.title;
+        app.pid = w.pid;
         return app;
     }
 
@@ -254,7 +257,7 @@ struct WaylandBackend::Impl {
             close(fd);
             return;
         }
-        ClipboardRequests::record(0, self->typeNumber(type));
+        self->clipboardRequests.record(0, self->typeNumber(type));
         for (const auto &[name, bytes] : self->piece) {
             if (name == type) {
                 serve(fd, bytes);
@@ -336,7 +339,7 @@ struct WaylandBackend::Impl {
     void connect() {
         display = wl_display_connect(nullptr);
         if (!display) {
-            std::cout << "no Wayland display: phrases cannot be sent into other programs" << std::endl;
+            qCInfo(lcDesktop, "no Wayland display: phrases cannot be sent into other programs");
             return;
         }
         connected = true;
@@ -425,17 +428,16 @@ void WaylandBackend::sayWhatIsMissing() const {
         return;
     // In the words the agent sees in the log.
     if (!d->windowList)
-        std::cout << "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
-                     "org_kde_plasma_window_management）"
-                  << std::endl;
+        qCInfo(lcDesktop,
+               "此桌面不提供窗口列表：无法知道哪个窗口在前（缺少 zwlr_foreign_toplevel_manager_v1 和 "
+               "org_kde_plasma_window_management）");
     if (!d->dataDevice)
-        std::cout << "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）"
-                  << std::endl;
+        qCInfo(lcDesktop, "此桌面不允许在后台设置剪贴板：无法发送内容（缺少 zwlr_data_control_manager_v1）");
     if (!d->typing)
-        std::cout << "此桌面不允许模拟按键：" << d->whyNoKeys.toStdString() << std::endl;
+        qCInfo(lcDesktop, "此桌面不允许模拟按键：%s", qUtf8Printable(d->whyNoKeys));
 }
 
-WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>()) {
+WaylandBackend::WaylandBackend() : d(std::make_unique<Impl>(clipboardRequests())) {
     d->connect();
     if (!d->connected)
         return;

@@ -1,9 +1,9 @@
 #include "desktop/x11/quickbarshortcuts.h"
+#include "model/logging.h"
 
 #include <QSocketNotifier>
 #include <QStringList>
 #include <array>
-#include <iostream>
 
 #include <X11/XKBlib.h>
 #include <X11/Xlib.h>
@@ -97,17 +97,17 @@ bool QuickBarShortcuts::setModifiers(const QString &text) {
 
     const std::optional<unsigned> modifiers = parseModifiers(text);
     if (!modifiers) {
-        std::cout << "quick bar shortcuts: cannot read the modifiers \"" << text.toStdString()
-                  << "\" (use names such as Ctrl+Shift, Shift+Super or None; Ctrl+Alt with a function key "
-                     "switches the console)"
-                  << std::endl;
+        qCInfo(lcDesktop,
+               "quick bar shortcuts: cannot read the modifiers \"%s\" (use names such as Ctrl+Shift, "
+               "Shift+Super or None; Ctrl+Alt with a function key switches the console)",
+               qUtf8Printable(text));
         return false;
     }
     if (!display) {
         d->display.reset(XOpenDisplay(nullptr));
         display = d->display.get();
         if (!display) {
-            std::cout << "quick bar shortcuts: no X display, shortcuts are off" << std::endl;
+            qCInfo(lcDesktop, "quick bar shortcuts: no X display, shortcuts are off");
             return false;
         }
         // Without detectable auto-repeat a held key would also deliver a release before each repeat.
@@ -141,9 +141,8 @@ bool QuickBarShortcuts::setModifiers(const QString &text) {
     // The syncs may have queued events that the socket will not announce again.
     QMetaObject::invokeMethod(this, &QuickBarShortcuts::readEvents, Qt::QueuedConnection);
     if (!taken.isEmpty()) {
-        std::cout << "quick bar shortcuts: " << text.toStdString() << " with "
-                  << taken.join(QStringLiteral(", ")).toStdString() << " already taken by another program"
-                  << std::endl;
+        qCInfo(lcDesktop, "quick bar shortcuts: %s with %s already taken by another program",
+               qUtf8Printable(text), qUtf8Printable(taken.join(QStringLiteral(", "))));
         return false;
     }
     return true;

@@ -2,12 +2,16 @@
 
 #include <QAbstractNativeEventFilter>
 
+class ClipboardRequests;
+
 // Sees the selection requests that reach this program's X connection before Qt answers them, and
-// records each in ClipboardRequests.
+// records each in the journal it was given.
 class SelectionRequestFilter : public QAbstractNativeEventFilter {
 public:
+    explicit SelectionRequestFilter(ClipboardRequests &requests) : requests_(requests) {}
+
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
 
-    // Installs one filter on the application; GUI thread.
-    static void install();
+private:
+    ClipboardRequests &requests_;
 };

@@ -2,12 +2,13 @@
 
 #include "desktop/x11/x11frontwatcher.h"
 #include "desktop/x11/x11keymap.h"
+#include "model/logging.h"
 
 #include <QHash>
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <iostream>
+
 #include <mutex>
 #include <thread>
 #include <unistd.h>
@@ -292,27 +293,27 @@ struct X11Backend::Impl {
         if (r == Read::Gone)
             return std::nullopt;
         if (r == Read::Ok && pid.format == 32 && pid.count == 1)
-            app.processIdentifier = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
+            app.pid = qint32(*reinterpret_cast<const unsigned long *>(pid.data.get()));
 
         // What a window is does not change while it lives; the tracker asks on every change, so only
         // the title is read again. The pid guards against an id reused by a later window.
         auto cached = identities.constFind(w);
-        if (cached == identities.constEnd() || cached->pid != app.processIdentifier) {
+        if (cached == identities.constEnd() || cached->pid != app.pid) {
             if (identities.size() > 256)
                 identities.clear();
-            cached = identities.insert(w, identity(w, app.processIdentifier));
+            cached = identities.insert(w, identity(w, app.pid));
         }
-        app.bundleIdentifier = cached->bundleIdentifier;
+        app.appId = cached->bundleIdentifier;
         const QString &className = cached->className;
 
         // Older programs (xterm) name their windows only in WM_NAME, a Latin-1 string.
         if (auto name = text(w, wmName); name && !name->isEmpty())
-            app.localizedName = *name;
+            app.title = *name;
         else if (Property old; read(w, XA_WM_NAME, 4096, old) == Read::Ok && old.format == 8 && old.count > 0)
-            app.localizedName =
+            app.title =
                 QString::fromLatin1(reinterpret_cast<const char *>(old.data.get()), qsizetype(old.count));
         else
-            app.localizedName = className;
+            app.title = className;
         return app;
     }
 };
@@ -320,7 +321,7 @@ struct X11Backend::Impl {
 X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->display.reset(XOpenDisplay(nullptr));
     if (!d->display) {
-        std::cout << "no X display: phrases cannot be sent into other programs" << std::endl;
+        qCInfo(lcDesktop, "no X display: phrases cannot be sent into other programs");
         return;
     }
     XSetErrorHandler(ignoreXError);
@@ -345,9 +346,9 @@ X11Backend::X11Backend() : d(std::make_unique<Impl>()) {
     d->gtkAppId = d->atom("_GTK_APPLICATION_ID");
     d->kdeDesktopFile = d->atom("_KDE_NET_WM_DESKTOP_FILE");
     if (!d->xdo || !d->xtest)
-        std::cout << "X display without XTest: phrases cannot be sent into other programs" << std::endl;
+        qCInfo(lcDesktop, "X display without XTest: phrases cannot be sent into other programs");
     else if (!d->keymap->valid())
-        std::cout << "X display without XKB: phrases cannot be sent into other programs" << std::endl;
+        qCInfo(lcDesktop, "X display without XKB: phrases cannot be sent into other programs");
 }
 
 X11Backend::~X11Backend() {

@@ -4,7 +4,7 @@
 #include "app/mainwindow.h"
 #include "app/session.h"
 #include "app/signinview.h"
-#include "desktop/windowactivation.h"
+#include "desktop/desktopbackend.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
@@ -97,9 +97,11 @@ int main(int argc, char **argv) {
         return 1;
 
     HomeView *home = nullptr;
+    Session *session = nullptr;
     bool synced = false;
-    QObject::connect(&controller, &AppController::sessionStarted, [&](Session *, HomeView *h) {
+    QObject::connect(&controller, &AppController::sessionStarted, [&](Session *s, HomeView *h) {
         home = h;
+        session = s;
         QObject::connect(h, &HomeView::cloudStopped, [&] { synced = true; });
     });
     login->loginButton->click();
@@ -108,10 +110,10 @@ int main(int argc, char **argv) {
         return 1;
     }
     // Bring the chat window forward once so the tracker picks it, then the home window again.
-    for (const RunningApplication &a : WindowActivation::runningApplications())
-        if (a.processIdentifier == qint32(chat.processId()))
-            WindowActivation::activate(a);
-    waitFor([] { return TargetWindowTracker::lastTarget().has_value(); }, 5000);
+    for (const RunningApplication &a : session->desktop().runningApplications())
+        if (a.pid == qint32(chat.processId()))
+            session->desktop().activate(a);
+    waitFor([session] { return session->tracker().lastTarget().has_value(); }, 5000);
     window.activateWindow();
     home->phraseList()->selectRow(1);
     settle(800);
