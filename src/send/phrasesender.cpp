@@ -9,7 +9,7 @@
 #include <QThread>
 
 PhraseSender::PhraseSender(DesktopBackend &desktop, TargetWindowTracker &tracker, QObject *parent)
-    : QObject(parent), desktop_(desktop), tracker_(tracker), delivery_(desktop) {}
+    : QObject(parent), tracker_(tracker), delivery_(desktop) {}
 
 PhraseSender::~PhraseSender() {
     stop();

@@ -49,7 +49,6 @@ private:
 
     void report(const DeliveryResult &result);
 
-    DesktopBackend &desktop_;
     TargetWindowTracker &tracker_;
     PhraseDelivery delivery_;
     // Set for good by content that does not parse.
