@@ -126,6 +126,13 @@ private Q_SLOTS:
         const auto waiting = c.login("carol", "carol-pw");
         QVERIFY(waiting.state() == 0 && QString::fromStdString(waiting.msg()).contains("分钟后再试"));
         QVERIFY(waiting.setCookie.empty() && c.cookie.empty());
+        // Sign-in failures never lock the reset page, even for the address that failed.
+        EXPECT_OK(
+            c.postForm("/api/web/reset",
+                       {{"username", "carol"}, {"oldPassword", "carol-pw"}, {"newPassword", "carol-pw2"}}));
+        EXPECT_OK(
+            c.postForm("/api/web/reset",
+                       {{"username", "carol"}, {"oldPassword", "carol-pw2"}, {"newPassword", "carol-pw"}}));
         // The owner, from an address without failures, signs in as usual.
         RawConnection owner(service_.port(), "127.0.0.2");
         QVERIFY(owner.send(
