@@ -312,7 +312,7 @@ private Q_SLOTS:
         QVERIFY(std::all_of(sizes.begin(), sizes.end(), [](std::size_t n) { return n == 5; }));
         // A newer version builds again; an older request takes the newer reply.
         cache.get(7, LibraryCache::Kind::Phrases, 4, [] {
-            return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", ""});
+            return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", "", {}});
         });
         QCOMPARE(cache.get(7, LibraryCache::Kind::Phrases, 2, [] { return nullptr; })->plain,
                  std::string("four"));
@@ -324,10 +324,11 @@ private Q_SLOTS:
             }));
         QCOMPARE(
             cache
-                .get(8, LibraryCache::Kind::Classes, 1,
-                     [] {
-                         return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", ""});
-                     })
+                .get(
+                    8, LibraryCache::Kind::Classes, 1,
+                    [] {
+                        return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", "", {}});
+                    })
                 ->plain,
             std::string("ok"));
 
