@@ -178,7 +178,7 @@ LibraryEndpoints::assemble(const std::vector<Json> &data, const std::vector<cons
             plain += ',';
         plain += data[i].dump(-1, ' ', false, Json::error_handler_t::replace);
         // Ends chosen by content, not by count, so one phrase added or removed changes one piece.
-        const bool end = i < signs.size() && std::hash<std::string>{}(*signs[i]) % 32 == 0;
+        const bool end = i < signs.size() && std::hash<std::string>{}(*signs[i]) % 64 == 0;
         if (end || plain.size() - ends.back() >= pieceMax)
             ends.push_back(plain.size());
     }
