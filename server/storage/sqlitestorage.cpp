@@ -146,17 +146,25 @@ std::optional<StorageError> SqliteStorage::commitTogether(const Change &change) 
         leading_ = true;
         auto group = std::exchange(waiting_, {});
         lock.unlock();
-        commitGroup(group);
+        const bool committed = commitGroup(group);
         lock.lock();
+        // The next group may commit while this one's sync runs; one sync can then cover both.
         leading_ = false;
-        for (auto *w : group)
+        groupDone_.notify_all();
+        lock.unlock();
+        const bool synced = !committed || syncLog();
+        lock.lock();
+        for (auto *w : group) {
+            if (!synced && !w->error)
+                w->error = StorageError{"syncing the write-ahead log failed"};
             w->done = true;
+        }
         groupDone_.notify_all();
     }
     return std::move(mine.error);
 }
 
-void SqliteStorage::commitGroup(const std::vector<PendingWrite *> &group) {
+bool SqliteStorage::commitGroup(const std::vector<PendingWrite *> &group) {
     std::lock_guard turn(writeMutex_);
     const auto failAll = [&](const std::string &why) {
         for (auto *w : group)
@@ -169,7 +177,7 @@ void SqliteStorage::commitGroup(const std::vector<PendingWrite *> &group) {
         d->exec("BEGIN IMMEDIATE");
     } catch (const std::exception &e) {
         failAll(e.what());
-        return;
+        return false;
     }
     const auto abandon = [&](const std::string &why) {
         try {
@@ -177,6 +185,7 @@ void SqliteStorage::commitGroup(const std::vector<PendingWrite *> &group) {
         } catch (const std::exception &) {
         }
         failAll(why);
+        return false;
     };
     // Each change in a savepoint of its own: one that fails or refuses leaves the others standing.
     for (auto *w : group) {
@@ -206,17 +215,35 @@ void SqliteStorage::commitGroup(const std::vector<PendingWrite *> &group) {
     } catch (const std::exception &e) {
         return abandon(e.what());
     }
-    if (!syncLog())
-        failAll("syncing the write-ahead log failed");
+    return true;
 }
 
 bool SqliteStorage::syncLog() {
     if (walFd_ < 0)
         return true; // every connection syncs its own commits then
-    if (::fdatasync(walFd_) == 0)
-        return true;
-    ServiceLog::line(std::string("syncing the write-ahead log failed: ") + std::strerror(errno));
-    return false;
+    std::unique_lock lock(syncMutex_);
+    // Everything committed before this call is covered by any sync that starts after it.
+    const auto mine = ++committed_;
+    while (synced_ < mine) {
+        if (syncing_) {
+            syncDone_.wait(lock);
+            continue;
+        }
+        syncing_ = true;
+        const auto upTo = committed_;
+        lock.unlock();
+        const bool ok = ::fdatasync(walFd_) == 0;
+        lock.lock();
+        syncing_ = false;
+        if (ok)
+            synced_ = std::max(synced_, upTo);
+        else
+            ServiceLog::line(std::string("syncing the write-ahead log failed: ") + std::strerror(errno));
+        syncDone_.notify_all();
+        if (!ok)
+            return false;
+    }
+    return true;
 }
 
 SqliteStorage::SqliteStorage(std::string path) : path_(std::move(path)), instance_(nextInstance++) {}

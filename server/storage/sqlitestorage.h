@@ -15,9 +15,10 @@ class Database;
 }
 
 // Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Changes are
-// committed in groups: the changes queued while one group commits and syncs go into the next
-// transaction together, each in a savepoint of its own, and share one sync of the log; nobody is
-// answered before that sync. Checkpoints run
+// committed in groups: the changes queued while one group commits go into the next transaction
+// together, each in a savepoint of its own. A group commits while the previous one's sync of the
+// log runs, and syncs that start together are shared; nobody is answered before the sync that
+// covers its group. Checkpoints run
 // on a thread of their own, so no commit waits for the database file to be synced; when the log
 // grows past walTruncateBytes anyway (readers kept a checkpoint from finishing) that thread
 // truncates it, and a clean stop leaves it empty.
@@ -90,7 +91,8 @@ private:
         bool done = false;
     };
     std::optional<StorageError> commitTogether(const Change &change);
-    void commitGroup(const std::vector<PendingWrite *> &group);
+    // False when nothing of the group was committed.
+    bool commitGroup(const std::vector<PendingWrite *> &group);
     bool syncLog();
     SQLite::Database &db();
     std::unique_ptr<SQLite::Database> connect() const;
@@ -113,6 +115,11 @@ private:
     std::condition_variable groupDone_;
     std::vector<PendingWrite *> waiting_;
     bool leading_ = false;
+    std::mutex syncMutex_;
+    std::condition_variable syncDone_;
+    std::uint64_t committed_ = 0; // groups committed
+    std::uint64_t synced_ = 0;    // of those, how many are on disk
+    bool syncing_ = false;
     std::mutex checkpointMutex_;
     std::condition_variable_any checkpointWake_;
     std::jthread checkpointer_; // last: stops before the members it uses go
