@@ -81,20 +81,30 @@ void Api::dispatch(HttpServer::Request request, HttpServer::Completion done) {
         if (route.takesForm)
             form = FormData::parseUrlEncoded(request.body);
         // Addresses that signed in before go first; guesses (from an address that failed, or at a
-        // name that did) share a small budget of the hashing, after everyone else.
+        // name that did, or several at once from one address) share a small budget of the
+        // hashing, after everyone else.
         const auto name = form && route.nameField ? FormField::text(*form, route.nameField) : std::nullopt;
-        if (throttle_.trusted(address, now))
+        if (throttle_.busy(address))
+            lane = WorkerPool::Lane::Limited;
+        else if (throttle_.trusted(address, now))
             lane = WorkerPool::Lane::First;
         else if (throttle_.failedRecently(address, now) ||
                  (name && throttle_.nameFailedRecently(Accounts::nameKey(*name), now)))
             lane = WorkerPool::Lane::Limited;
     }
+    const bool counted = route.checksPasswords;
     auto task = [this, &route, request = std::move(request), rest = std::move(match->pathRest),
-                 form = std::move(form),
-                 done]() mutable { done(run(route, request, std::move(form), std::move(rest))); };
+                 form = std::move(form), done, address, counted]() mutable {
+        done(run(route, request, std::move(form), std::move(rest)));
+        if (counted)
+            throttle_.finished(address);
+    };
     // A full queue is a refusal now rather than a long wait later.
-    if (!(route.checksPasswords ? hashers_ : workers_)->submit(std::move(task), lane))
+    if (!(route.checksPasswords ? hashers_ : workers_)->submit(std::move(task), lane)) {
+        if (counted)
+            throttle_.finished(address);
         done(ApiReply::send(ApiReply::refused(ReplyText::busy), 503));
+    }
 }
 
 std::size_t Api::hashingForSuspects() {

@@ -14,13 +14,26 @@ bool LoginThrottle::take(const std::string &address, double now) {
         // A flood of fresh addresses must not grow the table without bound.
         if (buckets_.size() >= maxAddresses_)
             return false;
-        it = buckets_.emplace(address, Bucket{burst, now, -1e18, -1e18}).first;
+        it = buckets_.emplace(address, Bucket{burst, now, -1e18, -1e18, 0}).first;
     }
     refill(it->second, now);
     if (it->second.tokens < 1)
         return false;
     it->second.tokens -= 1;
+    ++it->second.inFlight;
     return true;
+}
+
+void LoginThrottle::finished(const std::string &address) {
+    std::lock_guard lock(mutex_);
+    if (const auto it = buckets_.find(address); it != buckets_.end() && it->second.inFlight > 0)
+        --it->second.inFlight;
+}
+
+bool LoginThrottle::busy(const std::string &address) const {
+    std::lock_guard lock(mutex_);
+    const auto it = buckets_.find(address);
+    return it != buckets_.end() && it->second.inFlight > 1;
 }
 
 double LoginThrottle::wait(const std::string &address, double now) const {
@@ -75,8 +88,8 @@ void LoginThrottle::purge(double now) {
     std::lock_guard lock(mutex_);
     for (auto it = buckets_.begin(); it != buckets_.end();) {
         refill(it->second, now);
-        if (it->second.tokens >= burst && now - it->second.lastFailure >= failureMemory &&
-            now - it->second.lastSuccess >= failureMemory)
+        if (it->second.tokens >= burst && it->second.inFlight == 0 &&
+            now - it->second.lastFailure >= failureMemory && now - it->second.lastSuccess >= failureMemory)
             it = buckets_.erase(it);
         else
             ++it;

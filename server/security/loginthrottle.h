@@ -19,7 +19,11 @@ public:
     explicit LoginThrottle(std::size_t maxAddresses = 100000) : maxAddresses_(maxAddresses) {}
 
     // Takes a token; false when the address has none left. Times are seconds on a steady clock.
+    // A token taken is a check in flight until finished().
     bool take(const std::string &address, double now);
+    void finished(const std::string &address);
+    // More than one check of the address is in flight: nobody signs in twice at once.
+    bool busy(const std::string &address) const;
     // Seconds until the address has a token again.
     double wait(const std::string &address, double now) const;
     // Returns the token of an attempt that succeeded or never reached a password check.
@@ -40,6 +44,7 @@ private:
         double updated = 0;
         double lastFailure = -1e18;
         double lastSuccess = -1e18;
+        int inFlight = 0;
     };
     void refill(Bucket &b, double now) const;
 

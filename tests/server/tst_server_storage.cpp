@@ -160,6 +160,14 @@ private Q_SLOTS:
 
         QCOMPARE(throttle.wait("10.0.0.1", t + 1 / LoginThrottle::perSecond), 1 / LoginThrottle::perSecond);
 
+        // Checks in flight: a second one at once marks the address busy until one finishes.
+        throttle.finished("10.0.0.2"); // its check above
+        QVERIFY(throttle.take("10.0.0.2", t) && !throttle.busy("10.0.0.2"));
+        QVERIFY(throttle.take("10.0.0.2", t) && throttle.busy("10.0.0.2"));
+        throttle.finished("10.0.0.2");
+        QVERIFY(!throttle.busy("10.0.0.2"));
+        throttle.finished("10.0.0.2");
+
         // Failures mark the address and the name; a later success makes the address trusted again.
         QVERIFY(!throttle.failedRecently("10.0.0.2", t));
         throttle.succeeded("10.0.0.2", t);
