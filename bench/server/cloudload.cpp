@@ -1,6 +1,7 @@
 // Drives a running quillora-cloud over loopback the way the desktop client does and prints
-// requests per second and latency percentiles, then sign-ins under a flood, the service's memory
-// after a list of attacks and its write-ahead log after a stream of writes. Usage:
+// requests per second and latency percentiles, then sign-ins under a flood and while many addresses
+// guess one name, the service's memory after a list of attacks and its write-ahead log after a
+// stream of writes. Usage:
 //   cloudload URL [--users N] [--phrases N] [--seconds S] [--pid PID] [--data DIR] [--wal-seconds S]
 #include "rawconnection.h"
 #include "security/rc4cipher.h"
@@ -212,6 +213,53 @@ void loginsUnderFlood(const std::string &url, int port, const std::string &name,
         "%ld failed; flood %ld requests, %ld answered 429)\n",
         percentile(times, 0.5), percentile(times, 0.99), percentile(times, 1.0), times.size(), failed,
         flood.load(), throttled.load());
+    std::fflush(stdout);
+}
+
+// Its owner signs in every half second from an address that signed in before, while 32 threads
+// guess the same name from 249 other loopback addresses.
+void loginsUnderDistributedGuessing(int port, const std::string &name, const std::string &cipher,
+                                    double seconds) {
+    std::atomic<bool> done{false};
+    std::atomic<long> guesses{0}, throttled{0};
+    const auto wrong = httplib::detail::encode_query_param(
+        Secrets::toBase64(Rc4Cipher::apply("guess", Rc4Cipher::passwordKey())));
+    std::vector<std::thread> guessers;
+    for (int t = 0; t < 32; ++t)
+        guessers.emplace_back([&, t] {
+            for (long i = 0; !done; ++i) {
+                const auto source = "127.0.1." + std::to_string(1 + (t + 32 * i) % 249);
+                RawConnection c(port, source);
+                c.send(RawConnection::formPost("/api/osx/login",
+                                               "usernames=" + name + "&username=123&password=" + wrong));
+                const auto r = c.read(std::chrono::seconds(30));
+                ++guesses;
+                if (r.status == 429)
+                    ++throttled;
+            }
+        });
+    std::vector<double> times;
+    long failed = 0;
+    const auto end =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    for (auto next = Clock::now(); next < end; next += std::chrono::milliseconds(500)) {
+        std::this_thread::sleep_until(next);
+        const auto before = Clock::now();
+        RawConnection c(port, "127.0.0.2");
+        c.send(RawConnection::formPost("/api/osx/login", "usernames=" + name + "&username=123&password=" +
+                                                             httplib::detail::encode_query_param(cipher)));
+        const auto r = c.read(std::chrono::seconds(30));
+        times.push_back(ms(Clock::now() - before));
+        if (r.status != 200 || Json::parse(r.body, nullptr, false).value("state", 0) != 1)
+            ++failed;
+    }
+    done = true;
+    for (auto &t : guessers)
+        t.join();
+    std::printf("owner's login while 32 threads guess its name from 249 addresses  p50 %.1f ms  max %.1f ms  "
+                "(%zu sign-ins, %ld failed; %ld guesses, %ld answered 429)\n",
+                percentile(times, 0.5), percentile(times, 1.0), times.size(), failed, guesses.load(),
+                throttled.load());
     std::fflush(stdout);
 }
 
@@ -514,6 +562,7 @@ int main(int argc, char **argv) {
     const int port = std::atoi(url.substr(url.rfind(':') + 1).c_str());
     sameAccountUnderWrites(url, sessions.front(), users, seconds, body);
     loginsUnderFlood(url, port, sessions.front().name, cipher, seconds);
+    loginsUnderDistributedGuessing(port, sessions.front().name, cipher, seconds);
     if (pid > 0)
         attackList(url, port, sessions.front(), pid);
     if (!dataDir.empty())

@@ -19,7 +19,9 @@ void AccountEndpoints::addRoutes(RouteTable &routes) {
                {[this](const RouteTable::Call &) { return version(); }});
     routes.add("POST", "/api/ios/getIsTourist", {[this](const RouteTable::Call &c) { return tourist(c); }});
     routes.add("POST", "/api/osx/login",
-               {.handler = [this](const RouteTable::Call &c) { return login(c); }, .checksPasswords = true});
+               {.handler = [this](const RouteTable::Call &c) { return login(c); },
+                .checksPasswords = true,
+                .nameField = "usernames"});
     routes.add("POST", "/api/user/getUserInfo", {[this](const RouteTable::Call &c) { return userInfo(c); }});
     routes.add("POST", "/api/user/SyncCheckOSX",
                {[this](const RouteTable::Call &c) { return heartbeat(c); }});
@@ -58,7 +60,7 @@ HttpServer::Response AccountEndpoints::login(const RouteTable::Call &call) {
         return ApiReply::send(ApiReply::storageFailed(found.error()));
     const auto &user = *found;
     const auto password = Rc4Cipher::apply(*raw, Rc4Cipher::passwordKey());
-    if (const auto problem = signIn_.check(address, key, user, password, ReplyText::badLogin))
+    if (const auto problem = signIn_.check(address, key, key, user, password, ReplyText::badLogin))
         return ApiReply::send(ApiReply::refused(*problem));
     const auto token = Secrets::randomHex128();
     if (const auto created = storage_.createSession(Secrets::digestHex(token), user->id,

@@ -1,6 +1,8 @@
 #include "api/api.h"
 
+#include "api/accounts.h"
 #include "api/apireply.h"
+#include "api/formfield.h"
 #include "api/replytext.h"
 #include "api/serviceclock.h"
 #include "http/proxyaddress.h"
@@ -11,6 +13,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cmath>
 #include <thread>
 
 Api::Api(Options options, Storage &storage)
@@ -19,7 +22,7 @@ Api::Api(Options options, Storage &storage)
       library_(storage, sessions_, quota_), pictures_(storage, sessions_, quota_, options_.maxPictureBytes),
       pages_(storage, signIn_), workers_(std::make_unique<WorkerPool>(options_.threads, 4096)),
       hashers_(std::make_unique<WorkerPool>(
-          std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64)) {
+          std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64, hashingForSuspects())) {
     account_.addRoutes(routes_);
     library_.addRoutes(routes_);
     pictures_.addRoutes(routes_);
@@ -64,26 +67,59 @@ void Api::dispatch(HttpServer::Request request, HttpServer::Completion done) {
     const auto &route = *match->route;
     // Checked before queueing, so a flood is answered at once and never reaches the hashing.
     const auto address = HttpServer::addressKey(request.peer);
-    if (route.checksPasswords && !throttle_.take(address, ServiceClock::steadySeconds()))
-        return done(ApiReply::send(ApiReply::refused(ReplyText::tooManyLogins), 429));
-    // Addresses without recent failures go before the queue a flood's burst may have left.
-    const bool urgent =
-        route.checksPasswords && !throttle_.failedRecently(address, ServiceClock::steadySeconds());
+    const auto now = ServiceClock::steadySeconds();
+    if (route.checksPasswords && !throttle_.take(address, now)) {
+        auto res = ApiReply::send(ApiReply::refused(ReplyText::tooManyLogins), 429);
+        res.headers.emplace_back(
+            "Retry-After",
+            std::to_string(std::max<long>(1, std::lround(std::ceil(throttle_.wait(address, now))))));
+        return done(std::move(res));
+    }
+    std::optional<FormData::Fields> form;
+    auto lane = WorkerPool::Lane::Normal;
+    if (route.checksPasswords) {
+        if (route.takesForm)
+            form = FormData::parseUrlEncoded(request.body);
+        // Addresses that signed in before go first; guesses (from an address that failed, or at a
+        // name that did, or several at once from one address) share a small budget of the
+        // hashing, after everyone else.
+        const auto name = form && route.nameField ? FormField::text(*form, route.nameField) : std::nullopt;
+        if (throttle_.busy(address))
+            lane = WorkerPool::Lane::Limited;
+        else if (throttle_.trusted(address, now))
+            lane = WorkerPool::Lane::First;
+        else if (throttle_.failedRecently(address, now) ||
+                 (name && throttle_.nameFailedRecently(Accounts::nameKey(*name), now)))
+            lane = WorkerPool::Lane::Limited;
+    }
+    const bool counted = route.checksPasswords;
     auto task = [this, &route, request = std::move(request), rest = std::move(match->pathRest),
-                 done]() mutable { done(run(route, request, std::move(rest))); };
+                 form = std::move(form), done, address, counted]() mutable {
+        done(run(route, request, std::move(form), std::move(rest)));
+        if (counted)
+            throttle_.finished(address);
+    };
     // A full queue is a refusal now rather than a long wait later.
-    if (!(route.checksPasswords ? hashers_ : workers_)->submit(std::move(task), urgent))
+    if (!(route.checksPasswords ? hashers_ : workers_)->submit(std::move(task), lane)) {
+        if (counted)
+            throttle_.finished(address);
         done(ApiReply::send(ApiReply::refused(ReplyText::busy), 503));
+    }
+}
+
+std::size_t Api::hashingForSuspects() {
+    // With two hashing threads, one; the rest stay free for owners.
+    return std::max<std::size_t>(1, std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4) / 2);
 }
 
 HttpServer::Response Api::run(const RouteTable::Route &route, const HttpServer::Request &request,
-                              std::string pathRest) {
+                              std::optional<FormData::Fields> form, std::string pathRest) {
     // Storage failures come back as values; what can still throw here is the allocator
     // (std::bad_alloc) and the JSON library, and one request must not end the process.
     try {
-        RouteTable::Call call{request,
-                              route.takesForm ? FormData::parseUrlEncoded(request.body) : FormData::Fields(),
-                              std::move(pathRest)};
+        if (!form && route.takesForm)
+            form = FormData::parseUrlEncoded(request.body);
+        RouteTable::Call call{request, form ? std::move(*form) : FormData::Fields(), std::move(pathRest)};
         return route.handler(call);
     } catch (const std::exception &e) {
         ServiceLog::line(request.path + " failed: " + e.what());

@@ -52,7 +52,8 @@ public:
 
 private:
     HttpServer::Response run(const RouteTable::Route &route, const HttpServer::Request &request,
-                             std::string pathRest);
+                             std::optional<FormData::Fields> form, std::string pathRest);
+    static std::size_t hashingForSuspects();
 
     Options options_;
     Storage &storage_;

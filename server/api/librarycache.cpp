@@ -9,6 +9,21 @@ std::shared_ptr<const LibraryCache::Reply> LibraryCache::find(std::int64_t userI
     return it->second.reply;
 }
 
+std::shared_ptr<const LibraryCache::Reply> LibraryCache::latest(std::int64_t userId, Kind kind) const {
+    std::lock_guard lock(mutex_);
+    const auto it = entries_.find({userId, kind});
+    return it == entries_.end() ? nullptr : it->second.reply;
+}
+
+std::size_t LibraryCache::size(const Entry &e) {
+    if (!e.reply)
+        return 0;
+    std::size_t bytes = e.reply->plain.size() + e.reply->gzip.size();
+    for (const auto &p : e.reply->pieces)
+        bytes += p.deflated.size() + p.digest.size();
+    return bytes;
+}
+
 std::shared_ptr<const LibraryCache::Reply> LibraryCache::get(std::int64_t userId, Kind kind,
                                                              std::int64_t version, const Builder &build) {
     const std::pair key{userId, kind};

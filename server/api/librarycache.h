@@ -1,5 +1,7 @@
 #pragma once
 
+#include "http/chunkedgzip.h"
+
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -8,6 +10,7 @@
 #include <mutex>
 #include <string>
 #include <utility>
+#include <vector>
 
 // Serialised "getAll" replies per user, valid as long as the user's library version is unchanged.
 // The version lives in the database, so a change made by any process invalidates the entry.
@@ -22,6 +25,8 @@ public:
     struct Reply {
         std::string plain;
         std::string gzip; // empty when compression failed
+        // The pieces gzip was assembled from; the next build of the library reuses those unchanged.
+        std::vector<ChunkedGzip::Piece> pieces;
     };
 
     using Builder = std::function<std::shared_ptr<const Reply>()>;
@@ -32,6 +37,8 @@ public:
     std::shared_ptr<const Reply> get(std::int64_t userId, Kind kind, std::int64_t version,
                                      const Builder &build);
     std::shared_ptr<const Reply> find(std::int64_t userId, Kind kind, std::int64_t version) const;
+    // Whatever version is held, for building the next one from it.
+    std::shared_ptr<const Reply> latest(std::int64_t userId, Kind kind) const;
     void store(std::int64_t userId, Kind kind, std::int64_t version, std::shared_ptr<const Reply> reply);
     // Builds finished since the cache was made (the benchmark and tests read it).
     std::uint64_t builds() const;
@@ -45,9 +52,7 @@ private:
     };
     void storeLocked(std::int64_t userId, Kind kind, std::int64_t version,
                      std::shared_ptr<const Reply> reply);
-    static std::size_t size(const Entry &e) {
-        return e.reply ? e.reply->plain.size() + e.reply->gzip.size() : 0;
-    }
+    static std::size_t size(const Entry &e);
 
     std::size_t maxBytes_;
     mutable std::mutex mutex_;

@@ -7,7 +7,6 @@
 #include "api/quota.h"
 #include "api/replytext.h"
 #include "api/sessions.h"
-#include "http/gzip.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
@@ -123,8 +122,8 @@ HttpServer::Response LibraryEndpoints::read(const RouteTable::Call &call, Librar
 std::shared_ptr<const LibraryCache::Reply> LibraryEndpoints::build(const UserRecord &user,
                                                                    LibraryCache::Kind kind,
                                                                    std::optional<StorageError> &failure) {
-    auto reply = ApiReply::ok();
-    auto &data = reply["data"] = Json::array();
+    std::vector<Json> data;
+    std::vector<const std::string *> signs; // pieces end after signs chosen by their hash
     if (kind == LibraryCache::Kind::Classes) {
         const auto classes = storage_.classes(user.id);
         if (!classes.ok()) {
@@ -137,6 +136,7 @@ std::shared_ptr<const LibraryCache::Reply> LibraryEndpoints::build(const UserRec
                                 {"label", c.label},
                                 {"position", c.position},
                                 {"username", user.name}});
+        return assemble(data, {}, cache_.latest(user.id, kind));
     } else {
         const auto phrases = storage_.phrases(user.id);
         if (!phrases.ok()) {
@@ -155,10 +155,44 @@ std::shared_ptr<const LibraryCache::Reply> LibraryEndpoints::build(const UserRec
                                 {"username", user.name},
                                 {"keycode", ""},
                                 {"bgColor", ""}});
+        for (const auto &p : *phrases)
+            signs.push_back(&p.sign);
+        return assemble(data, signs, cache_.latest(user.id, kind));
     }
+}
+
+std::shared_ptr<const LibraryCache::Reply>
+LibraryEndpoints::assemble(const std::vector<Json> &data, const std::vector<const std::string *> &signs,
+                           const std::shared_ptr<const LibraryCache::Reply> &previous) {
+    constexpr std::size_t pieceMax = 64 * 1024;
+    auto reply = ApiReply::ok();
+    reply["data"] = Json::array();
+    const auto shell = reply.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const auto at = shell.find("\"data\":[]") + 8; // where the elements go
     auto built = std::make_shared<LibraryCache::Reply>();
-    built->plain = reply.dump(-1, ' ', false, Json::error_handler_t::replace);
-    built->gzip = Gzip::compress(built->plain).value_or(std::string());
+    auto &plain = built->plain;
+    plain = shell.substr(0, at);
+    std::vector<std::size_t> ends{plain.size()};
+    for (std::size_t i = 0; i < data.size(); ++i) {
+        if (i > 0)
+            plain += ',';
+        plain += data[i].dump(-1, ' ', false, Json::error_handler_t::replace);
+        // Ends chosen by content, not by count, so one phrase added or removed changes one piece.
+        const bool end = i < signs.size() && std::hash<std::string>{}(*signs[i]) % 64 == 0;
+        if (end || plain.size() - ends.back() >= pieceMax)
+            ends.push_back(plain.size());
+    }
+    if (ends.back() != plain.size())
+        ends.push_back(plain.size());
+    plain += shell.substr(at);
+    ends.push_back(plain.size());
+    std::vector<std::string_view> texts;
+    for (std::size_t i = 0, start = 0; i < ends.size(); start = ends[i++])
+        texts.push_back(std::string_view(plain).substr(start, ends[i] - start));
+    built->pieces =
+        ChunkedGzip::pieces(texts, previous ? previous->pieces : std::vector<ChunkedGzip::Piece>());
+    if (!built->pieces.empty())
+        built->gzip = ChunkedGzip::assemble(built->pieces);
     return built;
 }
 

@@ -32,6 +32,10 @@ private:
     // A route whose handler runs once the library is known to be the caller's.
     RouteTable::Route change(Change handler);
     HttpServer::Response read(const RouteTable::Call &call, LibraryCache::Kind kind);
+    // The reply around `data`, compressed in pieces; pieces unchanged since `previous` are reused.
+    static std::shared_ptr<const LibraryCache::Reply>
+    assemble(const std::vector<Json> &data, const std::vector<const std::string *> &signs,
+             const std::shared_ptr<const LibraryCache::Reply> &previous);
     std::shared_ptr<const LibraryCache::Reply> build(const UserRecord &user, LibraryCache::Kind kind,
                                                      std::optional<StorageError> &failure);
 

@@ -26,7 +26,8 @@ void PageEndpoints::addRoutes(RouteTable &routes) {
                 .checksPasswords = true});
     routes.add("POST", "/api/web/reset",
                {.handler = [this](const RouteTable::Call &c) { return ApiReply::send(changePassword(c)); },
-                .checksPasswords = true});
+                .checksPasswords = true,
+                .nameField = "username"});
 }
 
 PageEndpoints::Json PageEndpoints::registerAccount(const RouteTable::Call &call) {
@@ -56,7 +57,9 @@ PageEndpoints::Json PageEndpoints::changePassword(const RouteTable::Call &call) 
     const auto found = storage_.findUser(key);
     if (!found.ok())
         return ApiReply::storageFailed(found.error());
-    if ((problem = signIn_.check(address, key, *found, *oldPassword, ReplyText::badOldPassword)))
+    // Its own failure record: sign-in failures never lock the reset page.
+    if ((problem = signIn_.check(address, key, SignInCheck::resetGuardKey(key), *found, *oldPassword,
+                                 ReplyText::badOldPassword)))
         return ApiReply::refused(*problem);
     if (const auto failed = Accounts::setPassword(storage_, (*found)->name, *newPassword, passwordMin))
         return ApiReply::refused(*failed);

@@ -32,6 +32,9 @@ public:
         bool takesForm = true;
         // Runs on the hashing pool, behind the per-address sign-in throttle.
         bool checksPasswords = false;
+        // The form field naming the account whose password is checked: a name that failed lately
+        // gets its hashing from the small budget of failing sources.
+        const char *nameField = nullptr;
         // The largest body accepted; 0 for the form limit.
         std::size_t bodyLimit = 0;
     };

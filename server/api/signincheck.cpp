@@ -22,18 +22,19 @@ bool passwordMatches(const std::optional<UserRecord> &user, const std::string &p
 } // namespace
 
 std::optional<std::string> SignInCheck::check(const std::string &address, const std::string &nameKey,
+                                              const std::string &guardKey,
                                               const std::optional<UserRecord> &user,
                                               const std::string &password, const char *wrongText) {
     const auto now = ServiceClock::unixSeconds();
     // The owner, trying from a clean address with the right password, still gets in.
-    const auto wait = LoginGuard::waitFor(storage_, nameKey, now);
+    const auto wait = LoginGuard::waitFor(storage_, guardKey, now);
     if (!wait.ok())
         return ApiReply::storageFailedText(wait.error());
     if (*wait > 0 && throttle_.failedRecently(address, ServiceClock::steadySeconds()))
         return waitText(*wait);
     if (!passwordMatches(user, password)) {
-        throttle_.failed(address, ServiceClock::steadySeconds());
-        const auto delay = LoginGuard::failed(storage_, nameKey, now);
+        throttle_.failed(address, nameKey, ServiceClock::steadySeconds());
+        const auto delay = LoginGuard::failed(storage_, guardKey, now);
         if (!delay.ok())
             return ApiReply::storageFailedText(delay.error());
         if (*delay)
@@ -41,7 +42,8 @@ std::optional<std::string> SignInCheck::check(const std::string &address, const 
         return std::string(wrongText);
     }
     throttle_.giveBack(address);
-    if (const auto cleared = LoginGuard::succeeded(storage_, nameKey); !cleared.ok())
+    throttle_.succeeded(address, ServiceClock::steadySeconds());
+    if (const auto cleared = LoginGuard::succeeded(storage_, guardKey); !cleared.ok())
         return ApiReply::storageFailedText(cleared.error());
     return std::nullopt;
 }

@@ -16,10 +16,12 @@ public:
     SignInCheck(Storage &storage, LoginThrottle &throttle) : storage_(storage), throttle_(throttle) {}
 
     // Nothing when the password is the user's; else the refusal text (`wrongText` for a wrong
-    // password or an unknown user, who costs the same time).
+    // password or an unknown user, who costs the same time). Failures count under `guardKey`.
     std::optional<std::string> check(const std::string &address, const std::string &nameKey,
-                                     const std::optional<UserRecord> &user, const std::string &password,
-                                     const char *wrongText);
+                                     const std::string &guardKey, const std::optional<UserRecord> &user,
+                                     const std::string &password, const char *wrongText);
+    // The failure record of a name's password changes ("/" is never part of a name).
+    static std::string resetGuardKey(const std::string &nameKey) { return "reset/" + nameKey; }
     // For a request that never reached a password check, or succeeded without one.
     void giveBack(const std::string &address);
 

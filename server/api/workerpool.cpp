@@ -1,6 +1,9 @@
 #include "api/workerpool.h"
 
-WorkerPool::WorkerPool(std::size_t threads, std::size_t maxQueued) : maxQueued_(maxQueued) {
+#include <algorithm>
+
+WorkerPool::WorkerPool(std::size_t threads, std::size_t maxQueued, std::size_t limitedAtOnce)
+    : maxQueued_(maxQueued), limitedAtOnce_(limitedAtOnce == 0 ? threads : std::min(limitedAtOnce, threads)) {
     for (std::size_t i = 0; i < threads; ++i)
         threads_.emplace_back([this] { work(); });
 }
@@ -9,15 +12,18 @@ WorkerPool::~WorkerPool() {
     stop();
 }
 
-bool WorkerPool::submit(std::function<void()> task, bool urgent) {
+bool WorkerPool::submit(std::function<void()> task, Lane lane) {
     {
         std::lock_guard lock(mutex_);
-        if (stopping_ || queue_.size() >= maxQueued_)
+        // Each lane has its own bound: a flood of limited work never crowds out the rest.
+        if (stopping_ || (lane == Lane::Limited ? limited_ : queue_).size() >= maxQueued_)
             return false;
-        if (urgent)
+        if (lane == Lane::First)
             queue_.push_front(std::move(task));
-        else
+        else if (lane == Lane::Normal)
             queue_.push_back(std::move(task));
+        else
+            limited_.push_back(std::move(task));
     }
     wake_.notify_one();
     return true;
@@ -36,16 +42,34 @@ void WorkerPool::stop() {
 }
 
 void WorkerPool::work() {
+    std::unique_lock lock(mutex_);
+    const auto limitedMayStart = [this] {
+        return !limited_.empty() && limitedRunning_ < limitedAtOnce_ && othersRunning_ == 0;
+    };
     for (;;) {
+        wake_.wait(lock, [&] { return stopping_ || !queue_.empty() || limitedMayStart(); });
         std::function<void()> task;
-        {
-            std::unique_lock lock(mutex_);
-            wake_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
-            if (queue_.empty())
-                return;
+        bool limited = false;
+        if (!queue_.empty()) {
             task = std::move(queue_.front());
             queue_.pop_front();
+            ++othersRunning_;
+        } else if (limitedMayStart()) {
+            task = std::move(limited_.front());
+            limited_.pop_front();
+            limited = true;
+            ++limitedRunning_;
+        } else if (othersRunning_ == 0 && limitedRunning_ == 0) {
+            return; // stopping, and nothing is left that could let queued work start
+        } else {
+            wake_.wait(lock); // stopping: what runs now decides when the limited lane may go on
+            continue;
         }
+        lock.unlock();
         task();
+        lock.lock();
+        --(limited ? limitedRunning_ : othersRunning_);
+        if (limitedMayStart() || (stopping_ && othersRunning_ == 0 && limitedRunning_ == 0))
+            wake_.notify_all(); // the limited lane may go on, or the pool may finish stopping
     }
 }

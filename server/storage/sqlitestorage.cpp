@@ -110,13 +110,112 @@ std::optional<std::string> readPicture(SQLite::Database &d, const std::string &n
 } // namespace
 
 template <typename Work> auto SqliteStorage::write(Work &&work) {
-    auto result = [&] {
-        std::lock_guard turn(writeMutex_);
-        return caught([&] { return work(db()); });
-    }();
-    if (result.ok() && !syncLog())
-        return decltype(result)(StorageError{"syncing the write-ahead log failed"});
-    return result;
+    return writeIf(std::forward<Work>(work), [](const auto &) { return true; });
+}
+
+template <typename Work, typename Keep> auto SqliteStorage::writeIf(Work &&work, Keep keep) {
+    using T = std::invoke_result_t<Work, SQLite::Database &>;
+    if constexpr (std::is_void_v<T>) {
+        if (auto error = commitTogether([&](SQLite::Database &d) {
+                work(d);
+                return true;
+            }))
+            return StorageResult<void>(std::move(*error));
+        return StorageResult<void>();
+    } else {
+        std::optional<T> value;
+        if (auto error = commitTogether([&](SQLite::Database &d) {
+                value = work(d);
+                return keep(*value);
+            }))
+            return StorageResult<T>(std::move(*error));
+        return StorageResult<T>(std::move(*value));
+    }
+}
+
+std::optional<StorageError> SqliteStorage::commitTogether(const Change &change) {
+    PendingWrite mine{&change, std::nullopt, false};
+    std::unique_lock lock(groupMutex_);
+    waiting_.push_back(&mine);
+    while (!mine.done) {
+        if (leading_) {
+            groupDone_.wait(lock);
+            continue;
+        }
+        // Whoever finds no group under way commits everything queued so far, its own change included.
+        leading_ = true;
+        auto group = std::exchange(waiting_, {});
+        lock.unlock();
+        const bool committed = commitGroup(group);
+        lock.lock();
+        // The next group may commit while this one's sync runs; one sync can then cover both.
+        leading_ = false;
+        groupDone_.notify_all();
+        lock.unlock();
+        const bool synced = !committed || syncLog();
+        lock.lock();
+        for (auto *w : group) {
+            if (!synced && !w->error)
+                w->error = StorageError{"syncing the write-ahead log failed"};
+            w->done = true;
+        }
+        groupDone_.notify_all();
+    }
+    return std::move(mine.error);
+}
+
+bool SqliteStorage::commitGroup(const std::vector<PendingWrite *> &group) {
+    std::lock_guard turn(writeMutex_);
+    const auto failAll = [&](const std::string &why) {
+        for (auto *w : group)
+            if (!w->error)
+                w->error = StorageError{why};
+    };
+    SQLite::Database *d = nullptr;
+    try {
+        d = &db();
+        d->exec("BEGIN IMMEDIATE");
+    } catch (const std::exception &e) {
+        failAll(e.what());
+        return false;
+    }
+    const auto abandon = [&](const std::string &why) {
+        try {
+            d->exec("ROLLBACK");
+        } catch (const std::exception &) {
+        }
+        failAll(why);
+        return false;
+    };
+    // Each change in a savepoint of its own: one that fails or refuses leaves the others standing.
+    for (auto *w : group) {
+        try {
+            d->exec("SAVEPOINT change");
+        } catch (const std::exception &e) {
+            return abandon(e.what());
+        }
+        bool keep = false;
+        try {
+            keep = (*w->change)(*d);
+        } catch (const std::exception &e) {
+            w->error = StorageError{e.what()};
+        } catch (...) {
+            w->error = StorageError{"unexpected failure"};
+        }
+        try {
+            if (!keep)
+                d->exec("ROLLBACK TO change");
+            d->exec("RELEASE change");
+        } catch (const std::exception &e) {
+            return abandon(e.what());
+        }
+    }
+    try {
+        d->exec("COMMIT");
+    } catch (const std::exception &e) {
+        return abandon(e.what());
+    }
+    return true;
 }
 
 bool SqliteStorage::syncLog() {
@@ -235,6 +334,8 @@ std::unique_ptr<SQLite::Database> SqliteStorage::connect() const {
     db->exec("PRAGMA foreign_keys = ON");
     // One connection per worker: a small page cache each keeps their sum modest.
     db->exec("PRAGMA cache_size = -1024");
+    // Reads map the file instead of copying its pages into every connection's cache.
+    db->exec("PRAGMA mmap_size = " + std::to_string(std::int64_t(1) << 30));
     db->exec("PRAGMA wal_autocheckpoint = 0");
     db->exec("PRAGMA journal_size_limit = " + std::to_string(16 * 1024 * 1024));
     return db;
@@ -315,7 +416,6 @@ StorageResult<StoreStatus> SqliteStorage::createUser(const std::string &name, co
                                                      const std::string &firstClassSign,
                                                      const std::string &firstClassLabel) {
     return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
         SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
         exists.bind(1, nameKey);
         if (exists.executeStep())
@@ -331,7 +431,6 @@ StorageResult<StoreStatus> SqliteStorage::createUser(const std::string &name, co
         cls.bind(2, firstClassSign);
         cls.bind(3, firstClassLabel);
         cls.exec();
-        t.commit();
         return StoreStatus::Ok;
     });
 }
@@ -348,7 +447,6 @@ StorageResult<std::optional<UserRecord>> SqliteStorage::findUser(const std::stri
 
 StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
     return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
         SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
         up.bind(1, passwordHash);
         up.bind(2, userId);
@@ -357,7 +455,6 @@ StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const st
         SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
         del.bind(1, userId);
         del.exec();
-        t.commit();
         return true;
     });
 }
@@ -370,7 +467,6 @@ StorageResult<LoginGuardState>
 SqliteStorage::changeLoginGuard(const std::string &nameKey,
                                 const std::function<LoginGuardState(LoginGuardState)> &change) {
     return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
         const auto state = change(readLoginGuard(d, nameKey));
         if (state.failures == 0 && state.lockedUntil == 0) {
             SQLite::Statement del(d, "DELETE FROM login_guard WHERE name_key = ?");
@@ -385,7 +481,6 @@ SqliteStorage::changeLoginGuard(const std::string &nameKey,
             up.bind(4, state.lockedUntil);
             up.exec();
         }
-        t.commit();
         return state;
     });
 }
@@ -393,7 +488,6 @@ SqliteStorage::changeLoginGuard(const std::string &nameKey,
 StorageResult<void> SqliteStorage::createSession(const std::string &tokenDigest, std::int64_t userId,
                                                  std::int64_t now, bool revokeOthers) {
     return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
         if (revokeOthers) {
             SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
             del.bind(1, userId);
@@ -406,7 +500,6 @@ StorageResult<void> SqliteStorage::createSession(const std::string &tokenDigest,
         ins.bind(3, now);
         ins.bind(4, now);
         ins.exec();
-        t.commit();
     });
 }
 
@@ -459,7 +552,6 @@ StorageResult<void> SqliteStorage::deleteSession(const std::string &tokenDigest)
 
 StorageResult<void> SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore, std::int64_t guardsBefore) {
     return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
         SQLite::Statement sessions(d, "DELETE FROM sessions WHERE last_used < ?");
         sessions.bind(1, sessionsUsedBefore);
         sessions.exec();
@@ -467,7 +559,6 @@ StorageResult<void> SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore,
         guards.bind(1, guardsBefore);
         guards.bind(2, guardsBefore);
         guards.exec();
-        t.commit();
     });
 }
 
@@ -512,33 +603,32 @@ StorageResult<std::vector<PhraseRecord>> SqliteStorage::phrases(std::int64_t use
 StorageResult<StoreStatus>
 SqliteStorage::changeLibrary(std::int64_t userId,
                              const std::function<StoreStatus(SQLite::Database &)> &change) {
-    return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
-        const StoreStatus status = change(d);
-        if (status != StoreStatus::Ok)
+    return writeIf(
+        [&](SQLite::Database &d) {
+            const StoreStatus status = change(d);
+            if (status == StoreStatus::Ok)
+                bumpVersion(instance_, userId);
             return status;
-        bumpVersion(instance_, userId);
-        t.commit();
-        return StoreStatus::Ok;
-    });
+        },
+        [](StoreStatus status) { return status == StoreStatus::Ok; });
 }
 
 StorageResult<StoreStatus> SqliteStorage::createClass(std::int64_t userId, const std::string &sign,
                                                       const std::string &label, std::int64_t position) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
-        SQLite::Statement ins(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
-        ins.bind(1, userId);
-        ins.bind(2, sign);
-        ins.bind(3, label);
-        ins.bind(4, position);
-        ins.exec();
+    return changeLibrary(userId, [&](SQLite::Database &) {
+        Prepared ins(instance_, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, ?)");
+        ins->bind(1, userId);
+        ins->bind(2, sign);
+        ins->bind(3, label);
+        ins->bind(4, position);
+        ins->exec();
         return StoreStatus::Ok;
     });
 }
 
 StorageResult<StoreStatus> SqliteStorage::deleteClasses(std::int64_t userId,
                                                         const std::vector<std::string> &signs) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
+    return changeLibrary(userId, [&](SQLite::Database &) {
         const auto unique = distinct(signs);
         std::vector<std::int64_t> ids;
         for (const auto &sign : unique) {
@@ -547,17 +637,18 @@ StorageResult<StoreStatus> SqliteStorage::deleteClasses(std::int64_t userId,
                 return StoreStatus::NotFound;
             ids.push_back(*id);
         }
-        SQLite::Statement count(d, "SELECT COUNT(*) FROM word_class WHERE user_id = ?");
-        count.bind(1, userId);
-        count.executeStep();
-        if (count.getColumn(0).getInt64() <= std::int64_t(ids.size()))
-            return StoreStatus::LastClass;
-        count.reset();
-        SQLite::Statement del(d, "DELETE FROM word_class WHERE id = ?");
+        {
+            Prepared count(instance_, "SELECT COUNT(*) FROM word_class WHERE user_id = ?");
+            count->bind(1, userId);
+            count->executeStep();
+            if (count->getColumn(0).getInt64() <= std::int64_t(ids.size()))
+                return StoreStatus::LastClass;
+        }
+        Prepared del(instance_, "DELETE FROM word_class WHERE id = ?");
         for (const auto id : ids) {
-            del.bind(1, id);
-            del.exec();
-            del.reset();
+            del->bind(1, id);
+            del->exec();
+            del->reset();
         }
         return StoreStatus::Ok;
     });
@@ -565,40 +656,39 @@ StorageResult<StoreStatus> SqliteStorage::deleteClasses(std::int64_t userId,
 
 StorageResult<StoreStatus> SqliteStorage::setClassLabel(std::int64_t userId, const std::string &sign,
                                                         const std::string &label) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
-        SQLite::Statement up(d, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
-        up.bind(1, label);
-        up.bind(2, sign);
-        up.bind(3, userId);
-        if (up.exec() != 1)
+    return changeLibrary(userId, [&](SQLite::Database &) {
+        Prepared up(instance_, "UPDATE word_class SET label = ? WHERE sign = ? AND user_id = ?");
+        up->bind(1, label);
+        up->bind(2, sign);
+        up->bind(3, userId);
+        if (up->exec() != 1)
             return StoreStatus::NotFound;
         return StoreStatus::Ok;
     });
 }
 
-StorageResult<StoreStatus> SqliteStorage::swapRows(const char *table, std::int64_t userId,
+StorageResult<StoreStatus> SqliteStorage::swapRows(bool classes, std::int64_t userId,
                                                    const std::string &sign1, const std::string &sign2) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
-        const std::string select =
-            std::string("SELECT position FROM ") + table + " WHERE sign = ? AND user_id = ?";
+    return changeLibrary(userId, [&](SQLite::Database &) {
         std::int64_t positions[2];
         const std::string *signs[2] = {&sign1, &sign2};
         for (int i = 0; i < 2; ++i) {
-            SQLite::Statement q(d, select);
-            q.bind(1, *signs[i]);
-            q.bind(2, userId);
-            if (!q.executeStep())
+            Prepared q(instance_, classes ? "SELECT position FROM word_class WHERE sign = ? AND user_id = ?"
+                                          : "SELECT position FROM word_list WHERE sign = ? AND user_id = ?");
+            q->bind(1, *signs[i]);
+            q->bind(2, userId);
+            if (!q->executeStep())
                 return StoreStatus::NotFound;
-            positions[i] = q.getColumn(0).getInt64();
+            positions[i] = q->getColumn(0).getInt64();
         }
-        SQLite::Statement up(d, std::string("UPDATE ") + table +
-                                    " SET position = ? WHERE sign = ? AND user_id = ?");
+        Prepared up(instance_, classes ? "UPDATE word_class SET position = ? WHERE sign = ? AND user_id = ?"
+                                       : "UPDATE word_list SET position = ? WHERE sign = ? AND user_id = ?");
         for (int i = 0; i < 2; ++i) {
-            up.bind(1, positions[1 - i]);
-            up.bind(2, *signs[i]);
-            up.bind(3, userId);
-            up.exec();
-            up.reset();
+            up->bind(1, positions[1 - i]);
+            up->bind(2, *signs[i]);
+            up->bind(3, userId);
+            up->exec();
+            up->reset();
         }
         return StoreStatus::Ok;
     });
@@ -606,7 +696,7 @@ StorageResult<StoreStatus> SqliteStorage::swapRows(const char *table, std::int64
 
 StorageResult<StoreStatus> SqliteStorage::swapClasses(std::int64_t userId, const std::string &sign1,
                                                       const std::string &sign2) {
-    return swapRows("word_class", userId, sign1, sign2);
+    return swapRows(true, userId, sign1, sign2);
 }
 
 StorageResult<StoreStatus> SqliteStorage::createPhrase(std::int64_t userId, const PhraseRecord &record) {
@@ -646,21 +736,20 @@ StorageResult<StoreStatus> SqliteStorage::deletePhrases(std::int64_t userId,
 }
 
 StorageResult<StoreStatus> SqliteStorage::updatePhrase(std::int64_t userId, const PhraseRecord &record) {
-    return changeLibrary(userId, [&](SQLite::Database &d) {
+    return changeLibrary(userId, [&](SQLite::Database &) {
         const auto parent = classId(instance_, userId, record.parentSign);
         if (!parent)
             return StoreStatus::NotFound;
-        SQLite::Statement up(
-            d, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, images = ? "
-               "WHERE sign = ? AND user_id = ?");
-        up.bind(1, *parent);
-        up.bind(2, record.label);
-        up.bind(3, record.jsonValue);
-        up.bind(4, record.texts);
-        up.bind(5, record.images);
-        up.bind(6, record.sign);
-        up.bind(7, userId);
-        if (up.exec() != 1)
+        Prepared up(instance_, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, "
+                               "images = ? WHERE sign = ? AND user_id = ?");
+        up->bind(1, *parent);
+        up->bind(2, record.label);
+        up->bind(3, record.jsonValue);
+        up->bind(4, record.texts);
+        up->bind(5, record.images);
+        up->bind(6, record.sign);
+        up->bind(7, userId);
+        if (up->exec() != 1)
             return StoreStatus::NotFound;
         return StoreStatus::Ok;
     });
@@ -668,7 +757,7 @@ StorageResult<StoreStatus> SqliteStorage::updatePhrase(std::int64_t userId, cons
 
 StorageResult<StoreStatus> SqliteStorage::swapPhrases(std::int64_t userId, const std::string &sign1,
                                                       const std::string &sign2) {
-    return swapRows("word_list", userId, sign1, sign2);
+    return swapRows(false, userId, sign1, sign2);
 }
 
 StorageResult<bool> SqliteStorage::pictureExists(const std::string &name) {
@@ -686,7 +775,6 @@ StorageResult<std::optional<std::string>> SqliteStorage::picture(const std::stri
 StorageResult<StoreStatus> SqliteStorage::storePicture(const std::string &name, const std::string &bytes,
                                                        std::int64_t now, std::int64_t ownerId) {
     return write([&](SQLite::Database &d) {
-        SQLite::Transaction t(d, SQLite::TransactionBehavior::IMMEDIATE);
         auto status = StoreStatus::Ok;
         if (const auto existing = readPicture(d, name)) {
             if (*existing != bytes)
@@ -703,7 +791,6 @@ StorageResult<StoreStatus> SqliteStorage::storePicture(const std::string &name, 
         own.bind(1, name);
         own.bind(2, ownerId);
         own.exec();
-        t.commit();
         return status;
     });
 }

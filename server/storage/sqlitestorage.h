@@ -1,6 +1,5 @@
 #pragma once
 
-#include "storage/fairmutex.h"
 #include "storage/storage.h"
 
 #include <condition_variable>
@@ -9,14 +8,17 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace SQLite {
 class Database;
 }
 
-// Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Writers
-// queue on an in-process mutex first so they never spin in SQLite's busy handler; commits made
-// while one sync of the log runs are synced together by the next (group commit). Checkpoints run
+// Embedded SQLite back-end: one file in WAL mode, one connection per worker thread. Changes are
+// committed in groups: the changes queued while one group commits go into the next transaction
+// together, each in a savepoint of its own. A group commits while the previous one's sync of the
+// log runs, and syncs that start together are shared; nobody is answered before the sync that
+// covers its group. Checkpoints run
 // on a thread of their own, so no commit waits for the database file to be synced; when the log
 // grows past walTruncateBytes anyway (readers kept a checkpoint from finishing) that thread
 // truncates it, and a clean stop leaves it empty.
@@ -77,9 +79,20 @@ public:
 private:
     explicit SqliteStorage(std::string path);
     void start();
-    // Runs work(db) under the write lock, then waits until its commit is synced to disk (together
-    // with any others made meanwhile), so the caller acknowledges only durable changes.
+    // Runs work(db) in the next commit group and returns once that group is synced to disk, so the
+    // caller acknowledges only durable changes. writeIf undoes the work's changes when keep(result)
+    // is false.
     template <typename Work> auto write(Work &&work);
+    template <typename Work, typename Keep> auto writeIf(Work &&work, Keep keep);
+    using Change = std::function<bool(SQLite::Database &)>; // false: undo this change
+    struct PendingWrite {
+        const Change *change;
+        std::optional<StorageError> error;
+        bool done = false;
+    };
+    std::optional<StorageError> commitTogether(const Change &change);
+    // False when nothing of the group was committed.
+    bool commitGroup(const std::vector<PendingWrite *> &group);
     bool syncLog();
     SQLite::Database &db();
     std::unique_ptr<SQLite::Database> connect() const;
@@ -88,7 +101,7 @@ private:
     // succeeds, and anything else rolls the change back.
     StorageResult<StoreStatus> changeLibrary(std::int64_t userId,
                                              const std::function<StoreStatus(SQLite::Database &)> &change);
-    StorageResult<StoreStatus> swapRows(const char *table, std::int64_t userId, const std::string &sign1,
+    StorageResult<StoreStatus> swapRows(bool classes, std::int64_t userId, const std::string &sign1,
                                         const std::string &sign2);
 
     void checkpointLoop(std::stop_token stop);
@@ -96,12 +109,16 @@ private:
 
     std::string path_;
     std::uint64_t instance_;
-    FairMutex writeMutex_;
+    std::mutex writeMutex_; // held while a group commits; the truncating checkpoint waits for it
     int walFd_ = -1;
+    std::mutex groupMutex_;
+    std::condition_variable groupDone_;
+    std::vector<PendingWrite *> waiting_;
+    bool leading_ = false;
     std::mutex syncMutex_;
     std::condition_variable syncDone_;
-    std::uint64_t committed_ = 0;
-    std::uint64_t synced_ = 0;
+    std::uint64_t committed_ = 0; // groups committed
+    std::uint64_t synced_ = 0;    // of those, how many are on disk
     bool syncing_ = false;
     std::mutex checkpointMutex_;
     std::condition_variable_any checkpointWake_;

@@ -5,6 +5,7 @@
 #include "serviceclient.h"
 
 #include "cloudservice.h"
+#include "security/loginthrottle.h"
 #include "security/secrets.h"
 #include "testenv.h"
 
@@ -287,6 +288,10 @@ private Q_SLOTS:
                 ++refusedFast;
                 QCOMPARE(json::parse(r.body).value("state", -1), 0);
                 QCOMPARE(json::parse(r.body).value("msg", ""), std::string("登录尝试过于频繁，请稍后再试"));
+                // The true wait: at most until the next token comes back.
+                const auto retry = r.headers.count("retry-after") ? r.headers.at("retry-after") : "none";
+                const int wait = std::atoi(retry.c_str());
+                QVERIFY2(wait >= 1 && wait <= std::ceil(1 / LoginThrottle::perSecond), retry.c_str());
             } else {
                 QCOMPARE(r.status, 200);
             }

@@ -5,7 +5,6 @@
 #include "security/loginguard.h"
 #include "security/loginthrottle.h"
 #include "security/secrets.h"
-#include "storage/fairmutex.h"
 #include "storage/pgconnection.h"
 #include "storage/postgresstorage.h"
 #include "storage/sqlitestorage.h"
@@ -159,10 +158,28 @@ private Q_SLOTS:
         QVERIFY(!throttle.take("10.0.0.1", t));
         QVERIFY(throttle.take("10.0.0.1", t + 1 / LoginThrottle::perSecond));
 
+        QCOMPARE(throttle.wait("10.0.0.1", t + 1 / LoginThrottle::perSecond), 1 / LoginThrottle::perSecond);
+
+        // Checks in flight: a second one at once marks the address busy until one finishes.
+        throttle.finished("10.0.0.2"); // its check above
+        QVERIFY(throttle.take("10.0.0.2", t) && !throttle.busy("10.0.0.2"));
+        QVERIFY(throttle.take("10.0.0.2", t) && throttle.busy("10.0.0.2"));
+        throttle.finished("10.0.0.2");
+        QVERIFY(!throttle.busy("10.0.0.2"));
+        throttle.finished("10.0.0.2");
+
+        // Failures mark the address and the name; a later success makes the address trusted again.
         QVERIFY(!throttle.failedRecently("10.0.0.2", t));
-        throttle.failed("10.0.0.2", t);
+        throttle.succeeded("10.0.0.2", t);
+        QVERIFY(throttle.trusted("10.0.0.2", t));
+        throttle.failed("10.0.0.2", "kim", t + 1);
+        QVERIFY(!throttle.trusted("10.0.0.2", t + 1));
         QVERIFY(throttle.failedRecently("10.0.0.2", t + 1));
-        QVERIFY(!throttle.failedRecently("10.0.0.2", t + LoginThrottle::failureMemory));
+        QVERIFY(throttle.nameFailedRecently("kim", t + 1) && !throttle.nameFailedRecently("lee", t + 1));
+        throttle.succeeded("10.0.0.2", t + 2);
+        QVERIFY(throttle.trusted("10.0.0.2", t + 2));
+        QVERIFY(!throttle.failedRecently("10.0.0.2", t + 1 + LoginThrottle::failureMemory));
+        QVERIFY(!throttle.nameFailedRecently("kim", t + 1 + LoginThrottle::failureMemory));
 
         // The table is bounded; purged addresses make room again.
         QVERIFY(throttle.take("10.0.0.3", t));
@@ -303,7 +320,7 @@ private Q_SLOTS:
         QVERIFY(std::all_of(sizes.begin(), sizes.end(), [](std::size_t n) { return n == 5; }));
         // A newer version builds again; an older request takes the newer reply.
         cache.get(7, LibraryCache::Kind::Phrases, 4, [] {
-            return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", ""});
+            return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"four", "", {}});
         });
         QCOMPARE(cache.get(7, LibraryCache::Kind::Phrases, 2, [] { return nullptr; })->plain,
                  std::string("four"));
@@ -315,10 +332,11 @@ private Q_SLOTS:
             }));
         QCOMPARE(
             cache
-                .get(8, LibraryCache::Kind::Classes, 1,
-                     [] {
-                         return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", ""});
-                     })
+                .get(
+                    8, LibraryCache::Kind::Classes, 1,
+                    [] {
+                        return std::make_shared<const LibraryCache::Reply>(LibraryCache::Reply{"ok", "", {}});
+                    })
                 ->plain,
             std::string("ok"));
 
@@ -362,8 +380,11 @@ private Q_SLOTS:
         QVERIFY(logs > 0);
     }
 
-    void concurrentWritersAllLand() {
+    void concurrentWritersAllLandAndRefusedOnesLeaveNothing() {
+        // Writers share transactions; a refused change in the middle of a group (a delete naming
+        // one phrase that exists and one that does not) must undo only itself.
         const auto cls = must(storage_->classes(userId_)).front().sign;
+        const auto before = must(storage_->libraryVersion(userId_));
         std::vector<std::thread> threads;
         for (int t = 0; t < 8; ++t)
             threads.emplace_back([&, t] {
@@ -372,12 +393,15 @@ private Q_SLOTS:
                     p.parentSign = cls;
                     p.sign = Secrets::randomHex128();
                     p.position = t * 100 + i;
-                    storage_->createPhrase(userId_, p);
+                    QCOMPARE(must(storage_->createPhrase(userId_, p)), StoreStatus::Ok);
+                    QCOMPARE(must(storage_->deletePhrases(userId_, {p.sign, Secrets::randomHex128()})),
+                             StoreStatus::NotFound);
                 }
             });
         for (auto &t : threads)
             t.join();
         QCOMPARE(must(storage_->phrases(userId_)).size(), std::size_t(400));
+        QCOMPARE(must(storage_->libraryVersion(userId_)), before + 400);
     }
 
     void instancesStartingTogetherMigrateOnce() {
@@ -551,50 +575,64 @@ private Q_SLOTS:
         QVERIFY2(most >= 2 && most <= 3, std::to_string(most).c_str());
     }
 
-    void workerPoolRefusesWhenFullAndPutsUrgentWorkFirst() {
+    void workerPoolRefusesWhenFullAndServesItsLanesInOrder() {
         ONCE_ONLY();
-        WorkerPool pool(1, 3);
-        std::mutex gate;
-        std::unique_lock held(gate);
-        std::vector<char> order;
+        using Lane = WorkerPool::Lane;
         std::mutex orderMutex;
+        std::string order;
         const auto record = [&](char c) {
             return [&, c] {
                 std::lock_guard lock(orderMutex);
                 order.push_back(c);
             };
         };
-        std::atomic<bool> started{false};
-        QVERIFY(pool.submit([&] {
-            started = true;
-            std::lock_guard wait(gate);
-        }));
-        QTRY_VERIFY_WITH_TIMEOUT(started, 10000); // the one worker is busy, the queue empty
-        QVERIFY(pool.submit(record('a')));
-        QVERIFY(pool.submit(record('b')));
-        QVERIFY(pool.submit(record('U'), true));
-        QVERIFY(!pool.submit(record('x'))); // three waiting: full
-        held.unlock();
-        pool.stop();
-        QCOMPARE(std::string(order.begin(), order.end()), std::string("Uab"));
-        QVERIFY(!pool.submit(record('y'))); // stopped
-    }
-
-    void fairMutexExcludes() {
-        ONCE_ONLY();
-        FairMutex mutex;
-        long counter = 0; // deliberately plain: only the lock protects it
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 8; ++t)
-            threads.emplace_back([&] {
-                for (int i = 0; i < 20000; ++i) {
-                    std::lock_guard lock(mutex);
-                    ++counter;
-                }
-            });
-        for (auto &t : threads)
-            t.join();
-        QCOMPARE(counter, 160000L);
+        const auto seen = [&] {
+            std::lock_guard lock(orderMutex);
+            return order;
+        };
+        std::mutex gate;
+        std::atomic<int> started{0};
+        const auto blocker = [&](char c) {
+            return [&, c] {
+                ++started;
+                std::lock_guard wait(gate);
+                record(c)();
+            };
+        };
+        {
+            WorkerPool pool(1, 3, 1);
+            std::unique_lock held(gate);
+            QVERIFY(pool.submit(blocker('0')));
+            QTRY_COMPARE_WITH_TIMEOUT(started.load(), 1, 10000); // the one worker is busy
+            QVERIFY(pool.submit(record('L'), Lane::Limited));
+            QVERIFY(pool.submit(record('a')));
+            QVERIFY(pool.submit(record('U'), Lane::First));
+            QVERIFY(pool.submit(record('b')));
+            QVERIFY(!pool.submit(record('x'))); // three waiting: full, but not for the limited lane
+            QVERIFY(pool.submit(record('M'), Lane::Limited));
+            held.unlock();
+            pool.stop();
+            QCOMPARE(seen(), std::string("0UabLM"));
+            QVERIFY(!pool.submit(record('y'))); // stopped
+        }
+        order.clear();
+        started = 0;
+        {
+            // One limited task at a time: while it holds a thread the other serves the rest and
+            // leaves the second limited task waiting.
+            WorkerPool pool(2, 8, 1);
+            std::unique_lock held(gate);
+            QVERIFY(pool.submit(blocker('1'), Lane::Limited));
+            QTRY_COMPARE_WITH_TIMEOUT(started.load(), 1, 10000);
+            QVERIFY(pool.submit(record('2'), Lane::Limited));
+            QVERIFY(pool.submit(record('a')));
+            QTRY_COMPARE_WITH_TIMEOUT(seen(), std::string("a"), 10000);
+            QVERIFY(pool.submit(record('b')));
+            QTRY_COMPARE_WITH_TIMEOUT(seen(), std::string("ab"), 10000);
+            held.unlock();
+            pool.stop();
+            QCOMPARE(seen(), std::string("ab12"));
+        }
     }
 };
 
