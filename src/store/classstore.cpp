@@ -1,6 +1,7 @@
 #include "store/classstore.h"
 
 #include "store/localstore.h"
+#include "store/storechanges.h"
 
 #include <QSignalBlocker>
 
@@ -66,26 +67,11 @@ bool ClassStore::setPosition(const QString &sign, qint64 newPosition) {
 }
 
 bool ClassStore::swapPositions(const QString &sign1, const QString &sign2) {
-    const std::optional<PhraseClass> a = getData(sign1);
-    const std::optional<PhraseClass> b = getData(sign2);
-    if (!a || !b)
-        return false;
-    {
-        const QSignalBlocker quiet(this); // one notice for both rows
-        setPosition(sign1, b->position);
-        setPosition(sign2, a->position);
-    }
-    Q_EMIT changed();
-    return true;
+    return StoreChanges::swapPositions(*this, sign1, sign2);
 }
 
 void ClassStore::removeSigns(const QString &signOrAll) {
-    {
-        const QSignalBlocker quiet(this); // one notice for all of them
-        for (const QString &sign : signOrAll.split(QLatin1Char('|'), Qt::SkipEmptyParts))
-            remove(sign);
-    }
-    Q_EMIT changed();
+    StoreChanges::removeSigns(*this, signOrAll);
 }
 
 QList<PhraseClass> ClassStore::getAll(const QString &username) {

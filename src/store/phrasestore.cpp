@@ -2,6 +2,7 @@
 
 #include "model/contentformat.h"
 #include "store/localstore.h"
+#include "store/storechanges.h"
 
 #include <QSet>
 #include <QSignalBlocker>
@@ -227,24 +228,9 @@ QString PhraseStore::countOf(const char *sql, const std::function<void(SQLite::S
 }
 
 bool PhraseStore::swapPositions(const QString &sign1, const QString &sign2) {
-    const std::optional<Phrase> a = getData(sign1);
-    const std::optional<Phrase> b = getData(sign2);
-    if (!a || !b)
-        return false;
-    {
-        const QSignalBlocker quiet(this); // one notice for both rows
-        setPosition(sign1, b->position);
-        setPosition(sign2, a->position);
-    }
-    Q_EMIT changed();
-    return true;
+    return StoreChanges::swapPositions(*this, sign1, sign2);
 }
 
 void PhraseStore::removeSigns(const QString &signOrAll) {
-    {
-        const QSignalBlocker quiet(this); // one notice for all of them
-        for (const QString &sign : signOrAll.split(QLatin1Char('|'), Qt::SkipEmptyParts))
-            remove(sign);
-    }
-    Q_EMIT changed();
+    StoreChanges::removeSigns(*this, signOrAll);
 }

@@ -24,11 +24,6 @@
 
 namespace {
 
-QByteArray fileText(const QString &path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // Locks the group, then names what the key of US "v" (evdev <AB04>) types in the group in force.
 QString lockGroup(int group) {
     Display *display = XOpenDisplay(nullptr);
@@ -249,8 +244,8 @@ private Q_SLOTS:
             return;
         // Saved with the editor's own keys, read back from the file.
         focusWindow(QStringLiteral("replies.txt"));
-        pressWithControlOnUs(XK_s, [&] { return fileText(doc) == editorText_; });
-        QCOMPARE(fileText(doc), editorText_);
+        pressWithControlOnUs(XK_s, [&] { return SendTesting::fileBytes(doc) == editorText_; });
+        QCOMPARE(SendTesting::fileBytes(doc), editorText_);
     }
 
     // A send that ends with a paste on a lent key: nothing comes after to take it back.
@@ -266,8 +261,8 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(keymapText(), keymap, 20000);
         editorText_ += "last";
         focusWindow(QStringLiteral("replies.txt"));
-        pressWithControlOnUs(XK_s, [&] { return fileText(doc) == editorText_; });
-        QCOMPARE(fileText(doc), editorText_);
+        pressWithControlOnUs(XK_s, [&] { return SendTesting::fileBytes(doc) == editorText_; });
+        QCOMPARE(SendTesting::fileBytes(doc), editorText_);
     }
 
     // Chromium takes the key of a non-Latin symbol by where it lies on a US keyboard.
@@ -329,15 +324,15 @@ private Q_SLOTS:
             focusWindow(QStringLiteral("ibus.txt"));
             ibusText_ = QString::fromUtf8("你").toUtf8();
             typeOnUs({XK_n, XK_i, XK_space});
-            pressWithControlOnUs(XK_s, [&] { return fileText(doc) == ibusText_; });
-            QCOMPARE(fileText(doc), ibusText_);
+            pressWithControlOnUs(XK_s, [&] { return SendTesting::fileBytes(doc) == ibusText_; });
+            QCOMPARE(SendTesting::fileBytes(doc), ibusText_);
         }
         switchLayoutThenSend(QStringLiteral("ibus.txt"), ibusText_);
         if (QTest::currentTestFailed())
             return;
         focusWindow(QStringLiteral("ibus.txt"));
-        pressWithControlOnUs(XK_s, [&] { return fileText(doc) == ibusText_; });
-        QCOMPARE(fileText(doc), ibusText_);
+        pressWithControlOnUs(XK_s, [&] { return SendTesting::fileBytes(doc) == ibusText_; });
+        QCOMPARE(SendTesting::fileBytes(doc), ibusText_);
     }
 
     // xterm pastes with Shift+Insert, which every layout keeps in place.
@@ -355,7 +350,7 @@ private Q_SLOTS:
         switchLayoutThenSend(QStringLiteral("Terminal"), terminalText_);
         if (QTest::currentTestFailed())
             return;
-        QTRY_COMPARE_WITH_TIMEOUT(fileText(out), terminalText_, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::fileBytes(out), terminalText_, 10000);
     }
 };
 

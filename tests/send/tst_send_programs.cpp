@@ -22,11 +22,6 @@
 
 namespace {
 
-QByteArray fileText(const QString &path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 void pressWithControl(KeySym key) {
     Display *display = XOpenDisplay(nullptr);
     const KeyCode control = XKeysymToKeycode(display, XK_Control_L), code = XKeysymToKeycode(display, key);
@@ -167,7 +162,8 @@ private Q_SLOTS:
         // Saved with the editor's own keys, read back from the file.
         QTest::qWait(300);
         pressWithControl(XK_s);
-        QTRY_COMPARE_WITH_TIMEOUT(fileText(doc), QByteArray("Hello from Quillora 123\n"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::fileBytes(doc), QByteArray("Hello from Quillora 123\n"),
+                                  10000);
         stop(*editor);
     }
 
@@ -184,7 +180,7 @@ private Q_SLOTS:
                                           PhraseJson::picture(QStringLiteral("pic.png")),
                                           PhraseJson::text(QStringLiteral(" there"))}),
                       true);
-        QTRY_COMPARE_WITH_TIMEOUT(fileText(out), QByteArray("echo hello there\n"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(SendTesting::fileBytes(out), QByteArray("echo hello there\n"), 10000);
         QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
         stop(*terminal);
     }

@@ -105,10 +105,12 @@ QStringList SendTesting::sendAndRead(const QString &json, bool isEnter, const QS
 }
 
 QStringList SendTesting::logLines(const QString &path) {
+    return QString::fromUtf8(fileBytes(path)).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+QByteArray SendTesting::fileBytes(const QString &path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QByteArray SendTesting::writePicture(const QString &name, QSize size, QColor color) {

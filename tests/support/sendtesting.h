@@ -63,6 +63,8 @@ public:
 
     // The lines a paste target (tests/support/pastetarget) logged so far; none before it starts.
     static QStringList logLines(const QString &path);
+    // What a file holds now (a document a real program saved); empty when it cannot be read.
+    static QByteArray fileBytes(const QString &path);
     // Writes a PNG of that size and colour into the picture folder; returns its bytes, empty when
     // it could not be written.
     static QByteArray writePicture(const QString &name = QStringLiteral("pic.png"), QSize size = {7, 5},
