@@ -320,7 +320,10 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QStringList got = send_->sendAndRead(
             PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false, t.log, 1);
-        QCOMPARE(got.size(), 1);
+        // What the sender reported names the step that failed when nothing arrived.
+        QVERIFY2(got.size() == 1, qPrintable(QStringLiteral("lines %1, reports: %2")
+                                                 .arg(got.size())
+                                                 .arg(send_->reports().join(QStringLiteral("; ")))));
         QVERIFY2(got[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(got[0]));
 
         focusOwn();
