@@ -206,38 +206,6 @@ private Q_SLOTS:
                                    QStringLiteral("enter -> 4242")}));
     }
 
-    // Each pause stands for something to wait for, bounded by the pause; "sendPauseMode=fixed" in
-    // the settings brings the pauses themselves back.
-    void pauseModeShapesThePlan() {
-        using Kind = SendPlan::Step::Kind;
-        using Mode = SendPlan::PauseMode;
-        const auto text = *parseContent(phrase({{1, QStringLiteral("hi")}}));
-        const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
-        const auto kinds = [](const SendPlan &plan) {
-            QList<Kind> out;
-            for (const SendPlan::Step &step : plan.steps)
-                out << step.kind;
-            return out;
-        };
-        QCOMPARE(kinds(SendPlan::make(text, chat, true, Mode::Fixed)),
-                 (QList{Kind::Activate, Kind::Pause, Kind::Offer, Kind::Pause, Kind::Paste, Kind::Enter}));
-        QCOMPARE(kinds(SendPlan::make(text, chat, true, Mode::Adaptive)),
-                 (QList{Kind::Activate, Kind::AwaitFocus, Kind::Offer, Kind::AwaitClipboard, Kind::Paste,
-                        Kind::Enter}));
-
-        for (const auto &[value, mode] : {std::pair{QStringLiteral("fixed"), Mode::Fixed},
-                                          {QStringLiteral(" Fixed "), Mode::Fixed},
-                                          {QStringLiteral("adaptive"), Mode::Adaptive},
-                                          {QStringLiteral("fixe"), Mode::Adaptive},
-                                          {QString(), Mode::Adaptive}}) {
-            Settings().setSendPauseMode(value);
-            QCOMPARE(SendPlan::configuredPauseMode(), mode);
-            QCOMPARE(SendPlan::make(text, chat, true).pauseMode, mode);
-            QCOMPARE(SendPlan::make(text, chat, true).steps[1].kind,
-                     mode == Mode::Fixed ? Kind::Pause : Kind::AwaitFocus);
-        }
-    }
-
     // Whatever the mode, a target that takes the focus late or reads the clipboard late gets
     // every piece once, in order, and the Enter after them.
     void lateFocusAndLateReadsKeepTheOrder_data() {
@@ -292,47 +260,10 @@ private Q_SLOTS:
                  qPrintable(send_->reports()[0]));
     }
 
-    // Terminals paste with their own stroke (xterm: Shift+Insert from PRIMARY) and cannot take a
-    // picture: the text goes, the picture stays behind, and the agent is told.
-    void terminalGetsTextAndItsPasteKey() {
-        const qint32 pid = 6161;
-        desk_->applications.append(RecordingBackend::app(pid, QStringLiteral("XTerm")));
-        target(pid);
-        const QString to = QStringLiteral(" -> %1").arg(pid);
-        QCOMPARE(textPictureText(true),
-                 (QStringList{QStringLiteral("activate %1").arg(pid), QStringLiteral("paste before") + to,
-                              QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
-        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
-        desk_->applications.removeLast();
-    }
-
-    // A program that asks only for text: the picture is passed over, the rest goes.
-    void textOnlyProgramDeclinesPicture() {
-        desk_->textOnly = true;
-        target(chatPid);
-        const QStringList got = textPictureText(true);
-        desk_->textOnly = false;
-        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
-                                   QStringLiteral("paste nothing -> 4242"),
-                                   QStringLiteral("paste after -> 4242"), QStringLiteral("enter -> 4242")}));
-        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
-    }
-
-    void pasteKeysPerProgram() {
+    // "pasteKeys/<program>" in the settings replaces a program's paste stroke; anything else there
+    // leaves the default.
+    void pasteKeysFromTheSettings() {
         using Key = DesktopBackend::Key;
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("Chat")).stroke,
-                 (DesktopBackend::Stroke{Key::V, true, false}));
-        QVERIFY(PasteKeys::forProgram(std::nullopt).takesPictures);
-        // Known by desktop id or by class, whatever the case.
-        for (const char *id : {"org.gnome.Terminal", "Xfce4-terminal"}) {
-            const auto paste = PasteKeys::forProgram(QString::fromLatin1(id));
-            QCOMPARE(paste.stroke, (DesktopBackend::Stroke{Key::V, true, true}));
-            QVERIFY(!paste.primary);
-            QVERIFY(!paste.takesPictures);
-        }
-        const auto xterm = PasteKeys::forProgram(QStringLiteral("XTerm"));
-        QCOMPARE(xterm.stroke, (DesktopBackend::Stroke{Key::Insert, false, true}));
-        QVERIFY(xterm.primary);
         Settings().setPasteKeys(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V"));
         Settings().setPasteKeys(QStringLiteral("Chat"), QStringLiteral("shift+insert"));
         Settings().setPasteKeys(QStringLiteral("kitty"), QStringLiteral("alt+v"));
