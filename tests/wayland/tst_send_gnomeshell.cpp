@@ -45,7 +45,7 @@ bool extensionAnswers() {
 } // namespace
 
 // The GNOME back-end in a real headless GNOME Shell with Quillora's extension and the real desktop
-// portal, where they are installed (CI does not install them: they bring a whole desktop along):
+// portal (scripts/setup installs them; skipped where they are not: they bring a whole desktop along):
 // pieces go on the X11 clipboard through XWayland and into a native GTK window on Wayland.
 class SendGnomeShellTest : public QObject {
     Q_OBJECT

@@ -113,7 +113,7 @@ QDBusMessage layouts(const QString &method, const QVariantList &arguments = {}) 
 
 } // namespace
 
-// The back-end against a real headless KWin, where it is installed (CI does not install it: it
+// The back-end against a real headless KWin (scripts/setup installs it; skipped where it is not: it
 // brings a whole desktop along), with a native Wayland paste target. KWin shares the test's
 // private session bus, where it tells the active layout.
 class SendKWinTest : public QObject {
