@@ -200,6 +200,25 @@ private Q_SLOTS:
         QCOMPARE(SendTesting::landed(lines(other_)), QStringList());
     }
 
+    // The agent clicks into another chat once the first piece has landed: the rest, its Enter above
+    // all, is dropped, nothing lands in the other chat, and the agent is told.
+    void focusMovedMidSendDropsTheRest() {
+        bringForward(QStringLiteral("chat.gnome"));
+        send_->clearReports();
+        const qsizetype before = SendTesting::landed(lines(chat_)).size();
+        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
+                                                 PhraseJson::picture(QStringLiteral("pic.png")),
+                                                 PhraseJson::text(QStringLiteral("two"))}),
+                             true);
+        QTRY_VERIFY_WITH_TIMEOUT(SendTesting::landed(lines(chat_)).size() > before, 10000);
+        QVERIFY(send_->activate(*listed(QStringLiteral("chat.other"))));
+        QVERIFY(send_->settle());
+        const QStringList got = SendTesting::landed(lines(chat_)).mid(before);
+        QVERIFY2(!got.contains(QStringLiteral("enter keypad")) && got.size() < 3, qPrintable(got.join(u'|')));
+        QCOMPARE(SendTesting::landed(lines(other_)), QStringList());
+        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8("未发送：已切换到其他窗口")});
+    }
+
     // Our windows through XWayland: the quick bar shows without taking the chat window's focus,
     // and a window placed at the right edge, as the home window docks, gets the strip it asked for.
     void ownWindowsKeepTheirPlaceAndLeaveTheFocus() {
