@@ -175,37 +175,6 @@ private Q_SLOTS:
         desk_->applications.removeLast();
     }
 
-    // A target that reads each paste twice, the second time after a slow paste handler, gets
-    // every piece once and in order, and the Enter after the last one.
-    void secondReadStillGetsItsPiece() {
-        const qint32 pid = 7171;
-        const QString to = QStringLiteral(" -> %1").arg(pid);
-        desk_->applications.append(RecordingBackend::app(pid, QStringLiteral("Browser")));
-        desk_->requestBursts = 2;
-        desk_->burstGapMs = 300;
-        target(pid);
-        const QStringList first = textPictureText(true);
-        target(pid);
-        const QStringList second = textPictureText(true);
-        desk_->requestBursts = 1;
-        desk_->burstGapMs = 0;
-        desk_->applications.removeLast();
-        for (const QStringList &got : {first, second})
-            QCOMPARE(got, (QStringList{QStringLiteral("activate %1").arg(pid),
-                                       QStringLiteral("paste before") + to, pngLine(pid),
-                                       QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
-    }
-
-    // A target that asks for the data a while after the keys has it pasted before the Enter.
-    void enterWaitsForALateRead() {
-        desk_->readDelayMs = 250;
-        target(chatPid);
-        const QStringList got = send(phrase({{1, QStringLiteral("late")}}), true);
-        desk_->readDelayMs = 0;
-        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste late -> 4242"),
-                                   QStringLiteral("enter -> 4242")}));
-    }
-
     // Whatever the mode, a target that takes the focus late or reads the clipboard late gets
     // every piece once, in order, and the Enter after them.
     void lateFocusAndLateReadsKeepTheOrder_data() {
