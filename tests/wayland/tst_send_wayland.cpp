@@ -237,21 +237,16 @@ private Q_SLOTS:
     void ownWindowPlacedWhereItAsks() {
         QWidget dock;
         dock.setWindowTitle(QStringLiteral("docked window"));
-        // As the home window docks: its own geometry too, or Qt asks sway for the old size again.
-        const auto place = [&dock](const QRect &rect) {
-            dock.setGeometry(rect);
-            DesktopSession::placeOwnWindow(dock.winId(), rect);
-        };
         dock.show();
         const QRect edge(1280 - 300 - 5, 0, 300, 800);
-        place(edge);
+        DesktopSession::placeOwnWindow(dock.winId(), edge);
         QTRY_COMPARE_WITH_TIMEOUT(sway_.windowRect(dock.winId()), edge, 10000);
         // Shown again, it is placed again.
         dock.hide();
         QTRY_COMPARE_WITH_TIMEOUT(sway_.windowRect(dock.winId()), QRect(), 10000);
         dock.show();
         const QRect higher(edge.x(), 0, edge.width(), 600);
-        place(higher);
+        DesktopSession::placeOwnWindow(dock.winId(), higher);
         QTRY_COMPARE_WITH_TIMEOUT(sway_.windowRect(dock.winId()), higher, 10000);
     }
 
