@@ -16,8 +16,9 @@ namespace {
 // matches. On a busy machine that moment can last seconds, and a window left to sway stays tiled.
 constexpr int placeWithinMs = 15000;
 constexpr int placeRetryMs = 50;
+constexpr int placeAgainMs = 300;
 
-void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer deadline) {
+void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer deadline, bool again = true) {
     const QString command =
         QStringLiteral("[id=%1] floating enable, resize set %2 px %3 px, move absolute position %4 px %5 px")
             .arg(x11Window)
@@ -26,10 +27,17 @@ void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer dea
             .arg(geometry.x())
             .arg(geometry.y());
     SwayCommand::run(command, [=](const QString &error) {
-        if (error.isEmpty())
+        if (error.isEmpty()) {
+            // A window sway has just mapped may still draw at the size sway gave it first, and
+            // sway then takes that size for the floating window: asked once more, it keeps ours.
+            if (again)
+                QTimer::singleShot(placeAgainMs, qApp,
+                                   [=] { askSwayToPlace(x11Window, geometry, deadline, false); });
             return;
+        }
         if (!deadline.hasExpired() && error.contains(QLatin1String("No matching"))) {
-            QTimer::singleShot(placeRetryMs, qApp, [=] { askSwayToPlace(x11Window, geometry, deadline); });
+            QTimer::singleShot(placeRetryMs, qApp,
+                               [=] { askSwayToPlace(x11Window, geometry, deadline, again); });
             return;
         }
         qCInfo(lcDesktop, "sway did not place the window: %s", qUtf8Printable(error));

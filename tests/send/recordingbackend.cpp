@@ -130,23 +130,18 @@ DesktopBackend::StrokeResult RecordingBackend::strokeInto(quint64 window, Stroke
     std::thread([this, window, primary, pid] {
         QString got;
         QThread::msleep(ulong(readDelayMs));
-        for (int burst = 0; burst < requestBursts; ++burst) {
-            if (burst > 0)
-                QThread::msleep(ulong(burstGapMs));
-            const QMimeData *data = nullptr;
-            QMetaObject::invokeMethod(
-                qApp,
-                [&] {
-                    data = QGuiApplication::clipboard()->mimeData(primary ? QClipboard::Selection
-                                                                          : QClipboard::Clipboard);
-                    const bool picture = data && data->hasFormat(QStringLiteral("image/png"));
-                    clipboardRequests().record(window + 1, targetsType);
-                    if (!picture || !textOnly)
-                        clipboardRequests().record(window + 1, picture ? pngType : textType);
-                    got = picture && textOnly ? QStringLiteral("paste nothing") : pasted(primary);
-                },
-                Qt::BlockingQueuedConnection);
-        }
+        const QMimeData *data = nullptr;
+        QMetaObject::invokeMethod(
+            qApp,
+            [&] {
+                data = QGuiApplication::clipboard()->mimeData(primary ? QClipboard::Selection
+                                                                      : QClipboard::Clipboard);
+                const bool picture = data && data->hasFormat(QStringLiteral("image/png"));
+                clipboardRequests().record(window + 1, targetsType);
+                clipboardRequests().record(window + 1, picture ? pngType : textType);
+                got = pasted(primary);
+            },
+            Qt::BlockingQueuedConnection);
         std::lock_guard lock(mutex_);
         journal_ << got + QStringLiteral(" -> %1").arg(pid);
     }).detach();

@@ -36,13 +36,8 @@ public:
     bool sameClient(quint64 a, quint64 b) override { return a / 16 == b / 16; }
     QString typeName(quint32 type) override;
 
-    // How the target answers a paste: it asks for the data this many times, the requests this far
-    // apart (a second burst stands for a page's paste handler); textOnly: it never asks for a picture.
-    int requestBursts = 1;
-    int burstGapMs = 0;
-    // How long after the keys the target first asks.
+    // How long after the keys the target asks for the data.
     int readDelayMs = 0;
-    bool textOnly = false;
 
     static RunningApplication app(qint32 pid, const QString &identifier);
 

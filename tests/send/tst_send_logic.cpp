@@ -175,65 +175,6 @@ private Q_SLOTS:
         desk_->applications.removeLast();
     }
 
-    // A target that reads each paste twice, the second time after a slow paste handler, gets
-    // every piece once and in order, and the Enter after the last one.
-    void secondReadStillGetsItsPiece() {
-        const qint32 pid = 7171;
-        const QString to = QStringLiteral(" -> %1").arg(pid);
-        desk_->applications.append(RecordingBackend::app(pid, QStringLiteral("Browser")));
-        desk_->requestBursts = 2;
-        desk_->burstGapMs = 300;
-        target(pid);
-        const QStringList first = textPictureText(true);
-        target(pid);
-        const QStringList second = textPictureText(true);
-        desk_->requestBursts = 1;
-        desk_->burstGapMs = 0;
-        desk_->applications.removeLast();
-        for (const QStringList &got : {first, second})
-            QCOMPARE(got, (QStringList{QStringLiteral("activate %1").arg(pid),
-                                       QStringLiteral("paste before") + to, pngLine(pid),
-                                       QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
-    }
-
-    // A target that asks for the data a while after the keys has it pasted before the Enter.
-    void enterWaitsForALateRead() {
-        desk_->readDelayMs = 250;
-        target(chatPid);
-        const QStringList got = send(phrase({{1, QStringLiteral("late")}}), true);
-        desk_->readDelayMs = 0;
-        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste late -> 4242"),
-                                   QStringLiteral("enter -> 4242")}));
-    }
-
-    // Each pause stands for something to wait for, bounded by the pause; "sendPauseMode=fixed" in
-    // the settings brings the pauses themselves back.
-    void pauseModeShapesThePlan() {
-        using Kind = SendPlan::Step::Kind;
-        using Mode = SendPlan::PauseMode;
-        const auto text = PhraseContent::fromJson(phrase({{1, QStringLiteral("hi")}}));
-        const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
-        const auto kinds = [](const SendPlan &plan) {
-            QList<Kind> out;
-            for (const SendPlan::Step &step : plan.steps)
-                out << step.kind;
-            return out;
-        };
-        QCOMPARE(kinds(SendPlan::make(text, chat, true, Mode::Fixed)),
-                 (QList{Kind::Activate, Kind::Pause, Kind::Offer, Kind::Pause, Kind::Paste, Kind::Enter}));
-        QCOMPARE(kinds(SendPlan::make(text, chat, true, Mode::Adaptive)),
-                 (QList{Kind::Activate, Kind::AwaitFocus, Kind::Offer, Kind::AwaitClipboard, Kind::Paste,
-                        Kind::Enter}));
-
-        for (const auto &[value, mode] : {std::pair{QStringLiteral("fixed"), Mode::Fixed},
-                                          {QStringLiteral(" Fixed "), Mode::Fixed},
-                                          {QStringLiteral("adaptive"), Mode::Adaptive},
-                                          {QStringLiteral("fixe"), Mode::Adaptive},
-                                          {QString(), Mode::Adaptive}}) {
-            QCOMPARE(SendPlan::pauseModeOf(value), mode);
-        }
-    }
-
     // Whatever the mode, a target that takes the focus late or reads the clipboard late gets
     // every piece once, in order, and the Enter after them.
     void lateFocusAndLateReadsKeepTheOrder_data() {
@@ -288,48 +229,10 @@ private Q_SLOTS:
                  qPrintable(send_->reports()[0]));
     }
 
-    // Terminals paste with their own stroke (xterm: Shift+Insert from PRIMARY) and cannot take a
-    // picture: the text goes, the picture stays behind, and the agent is told.
-    void terminalGetsTextAndItsPasteKey() {
-        const qint32 pid = 6161;
-        desk_->applications.append(RecordingBackend::app(pid, QStringLiteral("XTerm")));
-        target(pid);
-        const QString to = QStringLiteral(" -> %1").arg(pid);
-        QCOMPARE(textPictureText(true),
-                 (QStringList{QStringLiteral("activate %1").arg(pid), QStringLiteral("paste before") + to,
-                              QStringLiteral("paste after") + to, QStringLiteral("enter") + to}));
-        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
-        desk_->applications.removeLast();
-    }
-
-    // A program that asks only for text: the picture is passed over, the rest goes.
-    void textOnlyProgramDeclinesPicture() {
-        desk_->textOnly = true;
-        target(chatPid);
-        const QStringList got = textPictureText(true);
-        desk_->textOnly = false;
-        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
-                                   QStringLiteral("paste nothing -> 4242"),
-                                   QStringLiteral("paste after -> 4242"), QStringLiteral("enter -> 4242")}));
-        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
-    }
-
-    void pasteKeysPerProgram() {
+    // "pasteKeys/<program>" in the settings replaces a program's paste stroke; anything else there
+    // leaves the default.
+    void pasteKeysFromTheSettings() {
         using Key = DesktopBackend::Key;
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("Chat")).stroke,
-                 (DesktopBackend::Stroke{Key::V, true, false}));
-        QVERIFY(PasteKeys::forProgram(std::nullopt).takesPictures);
-        // Known by desktop id or by class, whatever the case.
-        for (const char *id : {"org.gnome.Terminal", "Xfce4-terminal"}) {
-            const auto paste = PasteKeys::forProgram(QString::fromLatin1(id));
-            QCOMPARE(paste.stroke, (DesktopBackend::Stroke{Key::V, true, true}));
-            QVERIFY(!paste.primary);
-            QVERIFY(!paste.takesPictures);
-        }
-        const auto xterm = PasteKeys::forProgram(QStringLiteral("XTerm"));
-        QCOMPARE(xterm.stroke, (DesktopBackend::Stroke{Key::Insert, false, true}));
-        QVERIFY(xterm.primary);
-        // A configured stroke wins; one not understood leaves the default.
         QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V")).stroke,
                  (DesktopBackend::Stroke{Key::V, true, true}));
         QVERIFY(!PasteKeys::forProgram(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V")).primary);

@@ -139,11 +139,6 @@ private:
         send_->clearReports();
     }
 
-    // What the target logged for this send, once count lines are in.
-    QStringList sendAndRead(const Target &t, const QString &json, bool isEnter, qsizetype count) {
-        return send_->sendAndRead(json, isEnter, t.log, count);
-    }
-
     QString textPictureText() const {
         return PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
                                    PhraseJson::picture(QStringLiteral("pic.png")),
@@ -151,13 +146,9 @@ private:
     }
 
     // What a text-picture-text phrase with Enter must leave in a target, in this order.
-    void verifyTextPictureTextEnter(const QStringList &got) {
-        QCOMPARE(got.size(), 4);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[1].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())),
-                 qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
-        QCOMPARE(got[3], QStringLiteral("enter keypad"));
+    QStringList textPictureTextEnter() const {
+        return {QStringLiteral("text=before"), QStringLiteral("image=7x5 bytes=%1").arg(png_.size()),
+                QStringLiteral("text=after"), QStringLiteral("enter keypad")};
     }
 
     void focusOwn() {
@@ -250,8 +241,8 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        QStringList got =
-            sendAndRead(t, PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false, 1);
+        QStringList got = send_->sendAndRead(
+            PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false, t.log, 1);
         QCOMPARE(got.size(), 1);
         QVERIFY2(got[0].startsWith(QStringLiteral("paste types=")), qPrintable(got[0]));
         QVERIFY2(got[0].endsWith(QStringLiteral(" text=你好 world")), qPrintable(got[0]));
@@ -260,10 +251,9 @@ private Q_SLOTS:
 
         focusOwn();
         QCOMPARE(targetPid(), t.pid);
-        got = sendAndRead(t, PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true, 2);
-        QCOMPARE(got.size(), 2);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=second")), qPrintable(got[0]));
-        QCOMPARE(got[1], QStringLiteral("enter keypad"));
+        QCOMPARE(send_->sendAndLand(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true,
+                                    t.log, 2),
+                 (QStringList{QStringLiteral("text=second"), QStringLiteral("enter keypad")}));
         QVERIFY(ownField_->text().isEmpty());
     }
 
@@ -271,10 +261,8 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        const QStringList got = sendAndRead(t, textPictureText(), true, 4);
-        verifyTextPictureTextEnter(got);
-        if (QTest::currentTestFailed())
-            return;
+        const QStringList got = send_->sendAndRead(textPictureText(), true, t.log, 4);
+        QCOMPARE(SendTesting::landed(got), textPictureTextEnter());
         QVERIFY(got[1].contains(QStringLiteral("image/png")));
         QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
         // The earlier clipboard content is gone; the last piece stays.
@@ -287,17 +275,14 @@ private Q_SLOTS:
         Target &t = *targets_[0];
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
-        const QStringList got = sendAndRead(
-            t,
-            PhraseJson::phrase(
-                {PhraseJson::text(QStringLiteral("a")), PhraseJson::picture(QStringLiteral("missing.png")),
-                 PhraseJson::picture(QStringLiteral("photo.jpg")), PhraseJson::text(QStringLiteral("b"))}),
-            false, 3);
-        QCOMPARE(got.size(), 3);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=a")), qPrintable(got[0]));
-        QVERIFY2(got[1].endsWith(QStringLiteral(" image=9x4 bytes=%1").arg(jpeg_.size())),
-                 qPrintable(got[1]));
-        QVERIFY2(got[2].endsWith(QStringLiteral(" text=b")), qPrintable(got[2]));
+        QCOMPARE(
+            send_->sendAndLand(PhraseJson::phrase({PhraseJson::text(QStringLiteral("a")),
+                                                   PhraseJson::picture(QStringLiteral("missing.png")),
+                                                   PhraseJson::picture(QStringLiteral("photo.jpg")),
+                                                   PhraseJson::text(QStringLiteral("b"))}),
+                               false, t.log, 3),
+            (QStringList{QStringLiteral("text=a"), QStringLiteral("image=9x4 bytes=%1").arg(jpeg_.size()),
+                         QStringLiteral("text=b")}));
     }
 
     void secondSendWhileRunningIsDropped() {
@@ -336,21 +321,15 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         QCOMPARE(send_->tracker().lastTarget()->appId, std::optional<QString>(identifier));
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("hi"))}), true);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 3, 10000);
-        QCOMPARE(t.lines()[0], QStringLiteral("left"));
-        QVERIFY2(t.lines()[1].endsWith(QStringLiteral(" text=hi")), qPrintable(t.lines()[1]));
-        QCOMPARE(t.lines()[2], QStringLiteral("enter keypad"));
-
+        QCOMPARE(
+            send_->sendAndLand(PhraseJson::phrase({PhraseJson::text(QStringLiteral("hi"))}), true, t.log, 3),
+            (QStringList{QStringLiteral("left"), QStringLiteral("text=hi"), QStringLiteral("enter keypad")}));
         focusOwn();
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("x")),
-                                          PhraseJson::picture(QStringLiteral("pic.png"))}),
-                      false);
-        QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), 6, 10000);
-        QCOMPARE(t.lines()[3], QStringLiteral("left"));
-        QVERIFY2(t.lines()[4].endsWith(QStringLiteral(" text=x")), qPrintable(t.lines()[4]));
-        QVERIFY2(t.lines()[5].endsWith(QStringLiteral(" image=7x5 bytes=%1").arg(png_.size())),
-                 qPrintable(t.lines()[5]));
+        QCOMPARE(send_->sendAndLand(PhraseJson::phrase({PhraseJson::text(QStringLiteral("x")),
+                                                        PhraseJson::picture(QStringLiteral("pic.png"))}),
+                                    false, t.log, 3),
+                 (QStringList{QStringLiteral("left"), QStringLiteral("text=x"),
+                              QStringLiteral("image=7x5 bytes=%1").arg(png_.size())}));
     }
 
     // The target quit after the tracker saw it: nothing lands anywhere else.
@@ -395,7 +374,7 @@ private Q_SLOTS:
             send_->sender().send(PhraseContent::fromJson(textPictureText()), true);
             QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
             QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
-            verifyTextPictureTextEnter(t.lines().mid(before));
+            QCOMPARE(SendTesting::landed(t.lines().mid(before)), textPictureTextEnter());
             focusOwn();
         }
         QVERIFY(send_->reports().isEmpty());
@@ -417,7 +396,7 @@ private Q_SLOTS:
         ::kill(t.pid, SIGCONT);
         QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
         QTest::qWait(300);
-        verifyTextPictureTextEnter(t.lines().mid(before));
+        QCOMPARE(SendTesting::landed(t.lines().mid(before)), textPictureTextEnter());
         reader.process->terminate();
     }
 
@@ -427,11 +406,9 @@ private Q_SLOTS:
         Target &t =
             startTarget({QStringLiteral("--terminal"), QStringLiteral("--class"), QStringLiteral("XTerm")});
         makeTargetThenFocusOwn(t);
-        const QStringList got = sendAndRead(t, textPictureText(), true, 3);
-        QCOMPARE(got.size(), 3);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[1].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
-        QCOMPARE(got[2], QStringLiteral("enter keypad"));
+        QCOMPARE(send_->sendAndLand(textPictureText(), true, t.log, 3),
+                 (QStringList{QStringLiteral("text=before"), QStringLiteral("text=after"),
+                              QStringLiteral("enter keypad")}));
         QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
     }
 
@@ -439,12 +416,9 @@ private Q_SLOTS:
     void textOnlyTargetGetsTheText() {
         Target &t = startTarget({QStringLiteral("--text-only")});
         makeTargetThenFocusOwn(t);
-        const QStringList got = sendAndRead(t, textPictureText(), true, 4);
-        QCOMPARE(got.size(), 4);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[1].startsWith(QStringLiteral("paste nothing")), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
-        QCOMPARE(got[3], QStringLiteral("enter keypad"));
+        QCOMPARE(send_->sendAndLand(textPictureText(), true, t.log, 4),
+                 (QStringList{QStringLiteral("text=before"), QStringLiteral("nothing"),
+                              QStringLiteral("text=after"), QStringLiteral("enter keypad")}));
         QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
     }
 
@@ -468,10 +442,9 @@ private Q_SLOTS:
         // Sent again from there, the phrase goes to the window the agent was in last.
         focusOwn();
         QCOMPARE(send_->tracker().lastTarget()->window, other.window);
-        sendAndSettle(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
-        QTRY_COMPARE(t.lines(QStringLiteral(".2")).size(), 2);
-        QVERIFY2(t.lines(QStringLiteral(".2"))[0].endsWith(QStringLiteral(" text=second")),
-                 qPrintable(t.lines(QStringLiteral(".2"))[0]));
+        QCOMPARE(send_->sendAndLand(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true,
+                                    t.log + QStringLiteral(".2"), 2),
+                 (QStringList{QStringLiteral("text=second"), QStringLiteral("enter keypad")}));
     }
 
     // This program's own window taking the focus during a send (a window manager that activates
@@ -484,7 +457,7 @@ private Q_SLOTS:
         QVERIFY(send_->activate(*applicationOf(ownPid())));
         QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
         QTRY_COMPARE(t.lines().size(), 4);
-        verifyTextPictureTextEnter(t.lines());
+        QCOMPARE(SendTesting::landed(t.lines()), textPictureTextEnter());
         QVERIFY(ownField_->text().isEmpty());
         QVERIFY(send_->reports().isEmpty());
     }
@@ -495,7 +468,7 @@ private Q_SLOTS:
             startTarget({QStringLiteral("--no-pid"), QStringLiteral("--title"), QStringLiteral("No pid")});
         makeWindowTargetThenFocusOwn(QStringLiteral("No pid"));
         QCOMPARE(send_->tracker().lastTarget()->pid, -1);
-        verifyTextPictureTextEnter(sendAndRead(t, textPictureText(), true, 4));
+        QCOMPARE(send_->sendAndLand(textPictureText(), true, t.log, 4), textPictureTextEnter());
     }
 
     // A modifier held past the wait drops the whole send: no Enter on its own.

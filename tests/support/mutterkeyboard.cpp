@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
+#include <QTest>
 
 namespace {
 
@@ -47,6 +48,9 @@ bool MutterKeyboard::press(const QList<quint32> &keysyms) {
     bool ok = true;
     for (quint32 keysym : keysyms)
         ok = key(keysym, true) && ok;
+    // Held as a user holds a shortcut: the shell passes keys on to a window once a frame but tells
+    // it at once that a modifier came up, so a quick Alt+S would reach the window as "s".
+    QTest::qWait(100);
     for (auto it = keysyms.crbegin(); it != keysyms.crend(); ++it)
         ok = key(*it, false) && ok;
     return ok;

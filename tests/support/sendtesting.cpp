@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QImage>
+#include <QRegularExpression>
 
 SendTesting::SendTesting(std::unique_ptr<DesktopBackend> desktop)
     : desktop_(desktop ? std::move(desktop) : DesktopSession::createBackend(settings_)),
@@ -101,6 +102,24 @@ QStringList SendTesting::sendAndRead(const QString &json, bool isEnter,
 QStringList SendTesting::sendAndRead(const QString &json, bool isEnter, const QString &log, qsizetype count) {
     return sendAndRead(
         json, isEnter, [&log] { return logLines(log); }, count);
+}
+
+QStringList SendTesting::sendAndLand(const QString &json, bool isEnter, const QString &log, qsizetype count) {
+    return sendAndRead(
+        json, isEnter, [&log] { return landed(logLines(log)); }, count);
+}
+
+QStringList SendTesting::landed(const QStringList &lines) {
+    static const QRegularExpression paste(QStringLiteral("^paste (?:nothing|(?:types=\\S* )?(.*))"));
+    QStringList result;
+    for (const QString &line : lines) {
+        const QRegularExpressionMatch match = paste.match(line);
+        if (match.hasMatch())
+            result << (match.capturedLength(1) ? match.captured(1) : QStringLiteral("nothing"));
+        else if (line != QLatin1String("ready") && !line.startsWith(QLatin1String("focus ")))
+            result << line;
+    }
+    return result;
 }
 
 QStringList SendTesting::logLines(const QString &path) {

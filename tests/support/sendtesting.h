@@ -60,6 +60,13 @@ public:
                             qsizetype count);
     // The same for a paste target's log.
     QStringList sendAndRead(const QString &json, bool isEnter, const QString &log, qsizetype count);
+    // What landed in a paste target (tests/support/pastetarget or gtkreader.js) from this send, as
+    // landed() gives it.
+    QStringList sendAndLand(const QString &json, bool isEnter, const QString &log, qsizetype count);
+
+    // A target's log lines as what landed: "text=…", "image=WxH[ bytes=N]", "nothing" for a
+    // paste it declined, and the keys it saw ("enter keypad", "left", …); focus lines left out.
+    static QStringList landed(const QStringList &lines);
 
     // The lines a paste target (tests/support/pastetarget) logged so far; none before it starts.
     static QStringList logLines(const QString &path);

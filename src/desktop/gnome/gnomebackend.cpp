@@ -12,6 +12,7 @@
 #include <QPointer>
 #include <QThread>
 #include <atomic>
+#include <tuple>
 
 namespace {
 
@@ -27,6 +28,8 @@ constexpr int leftControlCode = 29, leftShiftCode = 42, keypadEnterCode = 96, le
 // types nothing, and the send then finds the piece not pasted.
 constexpr int vKeysym = 0x76;
 
+// The shell toolkit's bits for Shift and Control.
+constexpr quint32 shiftBit = 1u << 0, controlBit = 1u << 2;
 // The shell toolkit's modifier bits that change what a key does: Shift, Control, Alt (Mod1),
 // Mod3, Super (Mod4), AltGr (Mod5), and the virtual Super, Hyper, Meta. Caps and Num Lock do not.
 constexpr quint32 heldModifiers = (1u << 0) | (1u << 2) | (1u << 3) | (1u << 5) | (1u << 6) | (1u << 7) |
@@ -37,6 +40,9 @@ std::atomic<int> connections{0};
 } // namespace
 
 struct GnomeBackend::Impl {
+    explicit Impl(ClipboardRequests &requests) : requests(requests) {}
+
+    ClipboardRequests &requests;
     QString connectionName;
     QDBusConnection connection{QString()};
     QThread thread;
@@ -101,21 +107,69 @@ struct GnomeBackend::Impl {
 
     // Modifiers down, the key down and up, modifiers up; whatever went down comes up again even
     // when a call fails on the way.
+    // The shell hands keys to a window once a frame but tells it the modifiers as soon as they
+    // change: a Ctrl let go within the frame of the V reaches the window first, and the window
+    // types a bare "v". So a shortcut keeps its modifiers down until the target has asked for
+    // the clipboard (it got the shortcut), and the next stroke waits until the shell has them up.
     bool type(Stroke stroke) const {
         QList<int> held;
+        quint32 mask = 0;
         bool ok = true;
-        for (const auto &[wanted, code] :
-             {std::pair{stroke.control, leftControlCode}, {stroke.shift, leftShiftCode}})
+        for (const auto &[wanted, code, bit] : {std::tuple{stroke.control, leftControlCode, controlBit},
+                                                {stroke.shift, leftShiftCode, shiftBit}})
             if (wanted && ok) {
                 ok = portal->keycode(code, true);
-                if (ok)
+                if (ok) {
                     held.prepend(code);
+                    mask |= bit;
+                }
             }
+        const qint64 strokeMs = ClipboardRequests::nowMs();
         if (ok && (ok = press(stroke.key, true)))
             ok = press(stroke.key, false);
+        if (ok && mask)
+            awaitClipboardRead(strokeMs);
         for (int code : held)
             ok = portal->keycode(code, false) && ok;
+        if (mask)
+            awaitModifiersUp(mask);
         return ok;
+    }
+
+    // The first request for the data is the shell's own copy (see awaitClipboardTaken); a later
+    // one is the paste.
+    void awaitClipboardRead(qint64 sinceMs) const {
+        if (!xwayland)
+            return;
+        const QDeadlineTimer deadline(shortcutHoldMs);
+        while (!deadline.hasExpired()) {
+            int reads = 0;
+            bool since = false;
+            for (const ClipboardRequests::Request &r : requests.all())
+                if (isData(xwayland->typeName(r.type))) {
+                    ++reads;
+                    since = since || r.atMs >= sinceMs;
+                }
+            if (reads >= 2 && since)
+                return;
+            QThread::msleep(2);
+        }
+    }
+
+    void awaitModifiersUp(quint32 mask) const {
+        const QDeadlineTimer deadline(shortcutHoldMs);
+        while (!deadline.hasExpired()) {
+            const auto front = shell->focused();
+            if (!front || !(front->modifiers & mask))
+                return;
+            QThread::msleep(2);
+        }
+    }
+
+    // The shell itself asks a new owner for its types; a paste asks for the data.
+    static bool isData(const QString &type) {
+        return type != QLatin1String("TARGETS") && type != QLatin1String("MULTIPLE") &&
+               type != QLatin1String("TIMESTAMP");
     }
 };
 
@@ -126,7 +180,7 @@ bool GnomeBackend::isGnome(const QProcessEnvironment &environment) {
     return desktops.contains(QStringLiteral("GNOME"), Qt::CaseInsensitive);
 }
 
-GnomeBackend::GnomeBackend(Settings &settings) : d(std::make_unique<Impl>()) {
+GnomeBackend::GnomeBackend(Settings &settings) : d(std::make_unique<Impl>(clipboardRequests())) {
     // A connection of our own: its unique name is the sender the portal's requests are named after.
     d->connectionName = QStringLiteral("quillora-gnome-%1").arg(++connections);
     d->connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, d->connectionName);
@@ -274,9 +328,14 @@ void GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
     // The journal starts with each new content.
     const QDeadlineTimer deadline(clipboardTakenMs);
     while (!cancel && !deadline.hasExpired()) {
-        for (const ClipboardRequests::Request &r : clipboardRequests().all())
-            if (d->xwayland->typeName(r.type) == QLatin1String("TARGETS"))
-                return;
+        bool types = false, data = false;
+        for (const ClipboardRequests::Request &r : clipboardRequests().all()) {
+            const bool isTypes = d->xwayland->typeName(r.type) == QLatin1String("TARGETS");
+            types = types || isTypes;
+            data = data || (types && Impl::isData(d->xwayland->typeName(r.type)));
+        }
+        if (data)
+            return;
         QThread::msleep(2);
     }
 }

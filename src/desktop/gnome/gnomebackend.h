@@ -26,6 +26,8 @@ public:
     static constexpr int portalWaitMs = 5000;
     // How long a paste waits for the shell to take up a new clipboard content.
     static constexpr int clipboardTakenMs = 500;
+    // How long a shortcut's modifiers stay down for the target to read the clipboard.
+    static constexpr int shortcutHoldMs = 1000;
 
     static bool isGnome(const QProcessEnvironment &environment);
 
@@ -56,7 +58,9 @@ public:
     QString typeName(quint32 type) override;
     bool watchFront(std::function<void(FrontChange)> listener) override;
     // The shell asks a new X11 clipboard owner for its types before it offers the content to
-    // Wayland programs; a Ctrl+V that arrives earlier reads the previous content.
+    // Wayland programs, then copies the content (to keep it when the owner goes); a Ctrl+V that
+    // arrives before the types reads the previous content, and the copy is not to be taken
+    // for the paste.
     void awaitClipboardTaken(const std::atomic<bool> &cancel) override;
 
 private:

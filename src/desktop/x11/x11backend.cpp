@@ -105,9 +105,14 @@ struct X11Backend::Impl {
 
     Window activeWindow() {
         Property p;
-        if (read(root, activeWindowAtom, 1, p) == Read::Ok && p.format == 32 && p.count == 1)
-            return Window(*reinterpret_cast<const unsigned long *>(p.data.get()));
-        // No window manager: the client window that holds the keyboard focus.
+        if (read(root, activeWindowAtom, 1, p) == Read::Ok && p.format == 32 && p.count == 1) {
+            const auto active = Window(*reinterpret_cast<const unsigned long *>(p.data.get()));
+            // A window manager that saw the focus go and not come back (a program moved it behind
+            // its back) says no window is active while one holds the keyboard: that one is in front.
+            if (active != 0)
+                return active;
+        }
+        // No window manager, or none active: the client window that holds the keyboard focus.
         Window focused = 0;
         if (xdo_get_focused_window_sane(xdo.get(), &focused) != XDO_SUCCESS)
             return 0;

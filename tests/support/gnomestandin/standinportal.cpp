@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr int leftControlCode = 29;
-
 QString senderPart(const QString &uniqueName) {
     QString part = uniqueName.mid(1);
     part.replace(QLatin1Char('.'), QLatin1Char('_'));
@@ -15,8 +13,6 @@ QString senderPart(const QString &uniqueName) {
 }
 
 } // namespace
-
-StandinPortal::StandinPortal(QTextStream &log) : log_(log) {}
 
 QString StandinPortal::requestPath(const QVariantMap &options) const {
     return QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2")
@@ -103,13 +99,8 @@ void StandinPortal::key(const QDBusObjectPath &session, bool keysym, int value, 
         sendErrorReply(QDBusError::AccessDenied, QStringLiteral("Session is not started"));
         return;
     }
-    const bool down = state == 1;
     log_ << (keysym ? "keysym 0x" : "keycode ") << QString::number(value, keysym ? 16 : 10)
-         << (down ? " down" : " up") << Qt::endl;
-    if (!keysym && value == leftControlCode)
-        control_ = down;
-    if (down && keyListener_)
-        keyListener_(keysym, value, control_);
+         << (state == 1 ? " down" : " up") << Qt::endl;
 }
 
 void StandinPortal::NotifyKeyboardKeycode(const QDBusObjectPath &session, const QVariantMap &, int keycode,

@@ -7,7 +7,6 @@
 #include <QSet>
 #include <QTextStream>
 #include <QVariantMap>
-#include <functional>
 
 // The desktop portal's remote desktop interface, as xdg-desktop-portal 1.16 with GNOME's back-end
 // answers it:
@@ -26,17 +25,11 @@ class StandinPortal : public QObject, protected QDBusContext {
     Q_PROPERTY(quint32 AvailableDeviceTypes READ availableDeviceTypes)
 
 public:
-    explicit StandinPortal(QTextStream &log);
+    // refuse: the user cancels every dialog.
+    StandinPortal(QTextStream &log, bool refuse) : log_(log), refuse_(refuse) {}
 
     quint32 version() const { return 2; }
     quint32 availableDeviceTypes() const { return 7; }
-
-    // The user's answer to the next dialog.
-    void setRefuse(bool refuse) { refuse_ = refuse; }
-    // Called after a key went down, with its keysym or keycode and whether Control is held.
-    void setKeyListener(std::function<void(bool keysym, int value, bool control)> listener) {
-        keyListener_ = std::move(listener);
-    }
 
 public Q_SLOTS:
     QDBusObjectPath CreateSession(const QVariantMap &options);
@@ -68,6 +61,4 @@ private:
     QSet<QString> validTokens_;
     int issued_ = 0;
     bool refuse_ = false;
-    bool control_ = false;
-    std::function<void(bool, int, bool)> keyListener_;
 };
