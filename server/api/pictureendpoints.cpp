@@ -2,11 +2,11 @@
 
 #include "api/apireply.h"
 #include "api/formfield.h"
+#include "api/libraryaccess.h"
 #include "api/picturename.h"
 #include "api/quota.h"
 #include "api/replytext.h"
 #include "api/serviceclock.h"
-#include "api/libraryaccess.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 

@@ -106,8 +106,8 @@ int TeamCommands::run(Storage &storage, const std::vector<std::string> &words, b
         const auto owner = c.account(words[2], status);
         if (!owner)
             return status;
-        return c.done(storage.createTeam(words[1], Accounts::nameKey(words[1]), owner->id, Secrets::randomHex128(),
-                                         Accounts::firstClassLabel()),
+        return c.done(storage.createTeam(words[1], Accounts::nameKey(words[1]), owner->id,
+                                         Secrets::randomHex128(), Accounts::firstClassLabel()),
                       words[1], "", "team " + words[1] + " created; owner " + owner->name);
     }
     if ((sub == "add" || sub == "role") && count == 4) {
@@ -166,16 +166,17 @@ int TeamCommands::run(Storage &storage, const std::vector<std::string> &words, b
             // One table: a phrase's row names its class, a member's row its role.
             out << "kind,name,class_or_role,sends_30_days,sends_all_or_last_day\n";
             for (const auto &p : usage->phrases)
-                out << "phrase," << csvField(p.label) << "," << csvField(p.classLabel) << "," << p.recentSends << ","
-                    << p.lastDay << "\n";
+                out << "phrase," << csvField(p.label) << "," << csvField(p.classLabel) << "," << p.recentSends
+                    << "," << p.lastDay << "\n";
             for (const auto &m : usage->members)
                 out << "member," << csvField(m.name) << "," << TeamEndpoints::roleName(int(m.role)) << ","
                     << m.recentSends << "," << m.allSends << "\n";
             return 0;
         }
         auto phrases = usage->phrases;
-        std::stable_sort(phrases.begin(), phrases.end(),
-                         [](const PhraseUsage &a, const PhraseUsage &b) { return a.recentSends > b.recentSends; });
+        std::stable_sort(phrases.begin(), phrases.end(), [](const PhraseUsage &a, const PhraseUsage &b) {
+            return a.recentSends > b.recentSends;
+        });
         out << "most used in the last 30 days:\n";
         for (const auto &p : phrases)
             if (p.recentSends > 0)
@@ -186,8 +187,8 @@ int TeamCommands::run(Storage &storage, const std::vector<std::string> &words, b
                 out << "  " << p.label << " (" << p.classLabel << ")\n";
         out << "sends per member (30 days / all):\n";
         for (const auto &m : usage->members)
-            out << "  " << m.name << " " << TeamEndpoints::roleName(int(m.role)) << " " << m.recentSends << " / "
-                << m.allSends << "\n";
+            out << "  " << m.name << " " << TeamEndpoints::roleName(int(m.role)) << " " << m.recentSends
+                << " / " << m.allSends << "\n";
         return 0;
     }
     return 2;
