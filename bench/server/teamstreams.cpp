@@ -118,7 +118,8 @@ int main(int argc, char **argv) {
     httplib::Client editor(editUrl);
     editor.set_keep_alive(true);
     const httplib::Headers leadHeaders{{"Cookie", leadCookie}};
-    const auto classes = editor.Post("/api/word/class/getAll", leadHeaders, httplib::Params{{"dbname", "bench"}});
+    const auto classes =
+        editor.Post("/api/word/class/getAll", leadHeaders, httplib::Params{{"dbname", "bench"}});
     const auto classSign = nlohmann::json::parse(classes->body)["data"][0].value("sign", "");
 
     const auto target = parse(streamUrl);
@@ -135,8 +136,8 @@ int main(int argc, char **argv) {
         setsockopt(s.fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
         if (::connect(s.fd, reinterpret_cast<sockaddr *>(&remote), sizeof remote) != 0)
             return false;
-        const std::string request = "GET /api/team/stream HTTP/1.1\r\nHost: " + target.host + "\r\nCookie: " +
-                                    cookies[index % cookies.size()] + "\r\n\r\n";
+        const std::string request = "GET /api/team/stream HTTP/1.1\r\nHost: " + target.host +
+                                    "\r\nCookie: " + cookies[index % cookies.size()] + "\r\n\r\n";
         if (::send(s.fd, request.data(), request.size(), MSG_NOSIGNAL) != ssize_t(request.size()))
             return false;
         fcntl(s.fd, F_SETFL, O_NONBLOCK);
@@ -173,7 +174,7 @@ int main(int argc, char **argv) {
                 for (;;) {
                     const auto got = ::recv(s.fd, buffer, sizeof buffer, 0);
                     if (got == 0) {
-                        std::cerr << "a stream was closed\n";
+                        std::cerr << "a stream was closed after: " << s.seen << "\n";
                         return false;
                     }
                     if (got < 0)
@@ -194,9 +195,14 @@ int main(int argc, char **argv) {
     {
         httplib::Client c(streamUrl);
         const auto r = c.Post("/api/team/libraries", {{"Cookie", cookies[0]}}, httplib::Params{});
-        for (const auto &library : nlohmann::json::parse(r->body)["data"])
+        const auto libraries = nlohmann::json::parse(r->body);
+        for (const auto &library : libraries["data"])
             if (library.value("dbname", "") == "bench")
                 version = library.value("version", std::int64_t(0));
+    }
+    if (version == 0) {
+        std::cerr << "no team \"bench\" among the first member's libraries\n";
+        return 1;
     }
     const long before = residentKiB(pid);
     std::printf("%-8s %10s %10s %10s %12s\n", "members", "edits", "p50 ms", "p99 ms", "max ms");
@@ -213,9 +219,10 @@ int main(int argc, char **argv) {
         }
         if (size >= 10000 || size == sizes.back()) {
             const long after = residentKiB(pid);
-            std::printf("service resident memory: %ld KiB before streams, %ld KiB with %zu idle streams: %.1f KiB "
-                        "per stream\n",
-                        before, after, streams.size(), double(after - before) / double(streams.size()));
+            std::printf(
+                "service resident memory: %ld KiB before streams, %ld KiB with %zu idle streams: %.1f KiB "
+                "per stream\n",
+                before, after, streams.size(), double(after - before) / double(streams.size()));
         }
         std::vector<double> latencies;
         for (int e = 0; e < edits; ++e) {
