@@ -111,6 +111,14 @@ private Q_SLOTS:
             "没有修改团队词库的权限");
         EXPECT_REFUSED(as("ag").upload("acme", Secrets::md5Hex("png") + ".png", "png"),
                        "没有修改团队词库的权限");
+        // An editor's picture is the team's, and every member downloads it.
+        const std::string png("\x89PNG\r\n\x1a\n team picture", 21);
+        const auto picture = Secrets::md5Hex(png) + ".png";
+        EXPECT_OK(as("ed").upload("acme", picture, png));
+        QCOMPARE(as("ag")
+                     .get("/api/resource/word/getImage64/acme/" + Secrets::toBase64(picture))
+                     .json.value("base64", ""),
+                 Secrets::toBase64(png));
         const auto created = as("ed").post("/api/word/list/create", phrase);
         EXPECT_OK(created);
         const auto sign = created.json.value("sign", "");
