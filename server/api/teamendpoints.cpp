@@ -8,6 +8,7 @@
 #include "api/replytext.h"
 #include "api/serviceclock.h"
 #include "api/sessions.h"
+#include "api/teamrolename.h"
 #include "storage/storage.h"
 
 namespace {
@@ -21,17 +22,6 @@ bool printable(const std::string &text) {
 }
 
 } // namespace
-
-const char *TeamEndpoints::roleName(int role) {
-    switch (TeamRole(role)) {
-    case TeamRole::Owner:
-        return "owner";
-    case TeamRole::Editor:
-        return "editor";
-    default:
-        return "agent";
-    }
-}
 
 void TeamEndpoints::addRoutes(RouteTable &routes) {
     routes.add("POST", "/api/team/libraries",
@@ -57,7 +47,7 @@ TeamEndpoints::Json TeamEndpoints::libraries(const RouteTable::Call &call) {
     for (const auto &library : *found)
         reply["data"].push_back({{"dbname", library.name},
                                  {"team", library.team},
-                                 {"role", roleName(int(library.role))},
+                                 {"role", TeamRoleName::of(library.role)},
                                  {"version", library.version}});
     return reply;
 }

@@ -6,7 +6,7 @@
 #include "api/serviceclock.h"
 #include "api/sessions.h"
 #include "api/signincheck.h"
-#include "api/teamendpoints.h"
+#include "api/teamrolename.h"
 #include "http/cookiereader.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
@@ -73,16 +73,6 @@ std::string noticeBlock(const std::string &notice) {
     return notice.empty() ? "" : "<p class=\"notice\" id=\"notice\">" + escape(notice) + "</p>\n";
 }
 
-std::optional<TeamRole> parseRole(const std::optional<std::string> &text) {
-    if (text == "owner")
-        return TeamRole::Owner;
-    if (text == "editor")
-        return TeamRole::Editor;
-    if (text == "agent")
-        return TeamRole::Agent;
-    return std::nullopt;
-}
-
 const char *roleLabel(TeamRole role) {
     switch (role) {
     case TeamRole::Owner:
@@ -97,7 +87,7 @@ const char *roleLabel(TeamRole role) {
 std::string roleOptions(TeamRole selected) {
     std::string out;
     for (const auto role : {TeamRole::Agent, TeamRole::Editor, TeamRole::Owner})
-        out += std::string("<option value=\"") + TeamEndpoints::roleName(int(role)) + "\"" +
+        out += std::string("<option value=\"") + TeamRoleName::of(role) + "\"" +
                (role == selected ? " selected" : "") + ">" + roleLabel(role) + "</option>";
     return out;
 }
@@ -342,7 +332,7 @@ HttpServer::Response TeamPage::members(const RouteTable::Call &call) {
         return show(call, ReplyText::internal);
     if (!*member)
         return show(call, statusText(StoreStatus::NotFound));
-    const auto role = parseRole(FormField::text(call.form, "role"));
+    const auto role = TeamRoleName::parse(FormField::text(call.form, "role").value_or(""));
     StorageResult<StoreStatus> status = StoreStatus::NotFound;
     if (*action == "remove")
         status = storage_.removeMember((*team)->id, (*member)->id);
