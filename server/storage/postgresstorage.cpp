@@ -278,6 +278,8 @@ StorageResult<bool> PostgresStorage::setPasswordHash(std::int64_t userId, const 
                 .affected() != 1)
             return StoreStatus::NotFound;
         t.exec("DELETE FROM sessions WHERE user_id = $1", {userId});
+        // Its change streams end with its sessions.
+        notify(t, 'r', userId);
         return StoreStatus::Ok;
     });
     if (!status.ok())

@@ -111,6 +111,15 @@ template <typename Work> auto caught(Work &&work) -> StorageResult<std::invoke_r
     }
 }
 
+// Read by every process that serves the database (see watchChanges).
+void leaveNotice(SQLite::Database &d, ChangeNotice::Kind kind, std::int64_t accountId) {
+    SQLite::Statement q(d,
+                        "INSERT INTO team_notices(kind, account_id, created_at) VALUES(?, ?, unixepoch())");
+    q.bind(1, int(kind));
+    q.bind(2, accountId);
+    q.exec();
+}
+
 LoginGuardState readLoginGuard(SQLite::Database &d, const std::string &nameKey) {
     SQLite::Statement q(d, "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = ?");
     q.bind(1, nameKey);
@@ -519,6 +528,8 @@ StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const st
         SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
         del.bind(1, userId);
         del.exec();
+        // Its change streams end with its sessions.
+        leaveNotice(d, ChangeNotice::Kind::Revoked, userId);
         return true;
     });
 }
@@ -884,14 +895,6 @@ StorageResult<std::int64_t> SqliteStorage::storageUsed(std::int64_t userId) {
 }
 
 namespace {
-
-void leaveNotice(SQLite::Database &d, ChangeNotice::Kind kind, std::int64_t accountId) {
-    SQLite::Statement q(d,
-                        "INSERT INTO team_notices(kind, account_id, created_at) VALUES(?, ?, unixepoch())");
-    q.bind(1, int(kind));
-    q.bind(2, accountId);
-    q.exec();
-}
 
 std::optional<TeamRole> memberRole(SQLite::Database &d, std::int64_t teamId, std::int64_t userId) {
     SQLite::Statement q(d, "SELECT role FROM team_members WHERE team_id = ? AND user_id = ?");

@@ -264,6 +264,12 @@ private Q_SLOTS:
         EXPECT_REFUSED(as("temp").post("/api/word/list/getAll", {{"dbname", "acme"}}), "无权访问");
         QVERIFY(stream->closedWithin(std::chrono::seconds(10)));
 
+        // A new password ends the sessions and with them the streams.
+        stream = openStream("temp", head);
+        QCOMPARE(head.status, 200);
+        QCOMPARE(service_.run({QStringLiteral("passwd"), QStringLiteral("temp")}, "password-2\n"), 0);
+        QVERIFY(stream->closedWithin(std::chrono::seconds(10)));
+
         // The last owner stays; a team's name is no account's.
         QByteArray said;
         QVERIFY(team({QStringLiteral("remove"), QStringLiteral("beta"), QStringLiteral("temp")}, &said) != 0);
