@@ -7,6 +7,7 @@
 
 class HomeView;
 class CloudClient;
+class WebViewModule;
 class MainWindow;
 class Session;
 class Settings;
@@ -60,6 +61,7 @@ private:
     // Needed before anyone signs in: the sign-in view reads and writes both.
     std::unique_ptr<Settings> settings_;
     std::unique_ptr<CloudClient> cloud_;
+    std::unique_ptr<WebViewModule> webView_;
     std::unique_ptr<MainWindow> window_;
     TrayIcon *tray_ = nullptr;
     std::unique_ptr<Session> session_;
