@@ -2,11 +2,11 @@
 
 #include "api/apireply.h"
 #include "api/formfield.h"
+#include "api/libraryaccess.h"
 #include "api/picturename.h"
 #include "api/quota.h"
 #include "api/replytext.h"
 #include "api/serviceclock.h"
-#include "api/sessions.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
@@ -45,19 +45,15 @@ PictureEndpoints::Json PictureEndpoints::upload(const RouteTable::Call &call) {
     const auto form = FormData::parseMultipart(call.request.header("Content-Type"), call.request.body);
     if (!form)
         return ApiReply::refused(ReplyText::badParameter);
-    const auto session = sessions_.user(call.request);
-    if (!session.ok())
-        return ApiReply::storageFailed(session.error());
-    const auto &user = *session;
-    if (!user)
-        return ApiReply::refused(ReplyText::deadSession);
-    const auto dbname = FormField::text(*form, "dbname");
+    // A picture counts against the library it goes into: a team's pictures against the team.
+    const auto library = access_.libraryOf(call.request, *form, true);
+    if (const auto *refusal = std::get_if<Json>(&library))
+        return *refusal;
+    const auto user = std::optional<UserRecord>(std::get<UserRecord>(library));
     const auto name = FormField::text(*form, "filename");
     const auto file = FormField::text(*form, "file");
-    if (!dbname || !name || !file)
+    if (!name || !file)
         return ApiReply::refused(ReplyText::badParameter);
-    if (!Sessions::owns(*user, *dbname))
-        return ApiReply::refused(ReplyText::forbidden);
     if (!PictureName::isPlain(*name))
         return ApiReply::refused(ReplyText::badPictureName);
     if (!PictureName::isAccepted(*name))
@@ -80,7 +76,12 @@ PictureEndpoints::Json PictureEndpoints::upload(const RouteTable::Call &call) {
 }
 
 PictureEndpoints::Json PictureEndpoints::download(const RouteTable::Call &call) {
-    const auto name = Secrets::fromBase64(call.pathRest);
+    auto name = Secrets::fromBase64(call.pathRest);
+    // A client may name the library first ("<dbname>/<Base64>"); pictures are stored once for
+    // everyone, so only the name counts.
+    if (const auto slash = call.pathRest.find('/');
+        (!name || !PictureName::isPlain(*name)) && slash != std::string::npos)
+        name = Secrets::fromBase64(call.pathRest.substr(slash + 1));
     if (!name || !PictureName::isPlain(*name))
         return ApiReply::refused(ReplyText::badPictureName);
     const auto bytes = storage_.picture(*name);
