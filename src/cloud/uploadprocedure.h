@@ -14,7 +14,8 @@ class CloudClient;
 class UploadProcedure : public QObject {
     Q_OBJECT
 public:
-    UploadProcedure(CloudClient &client, const QString &jsonValue, QObject *parent = nullptr);
+    // dbname: the library the phrase belongs to.
+    UploadProcedure(CloudClient &client, const QString &jsonValue, QString dbname, QObject *parent = nullptr);
 
     const QStringList &filenameArr() const { return filenameArr_; }
 
@@ -32,6 +33,7 @@ private:
     void uploadNext();
 
     CloudClient &client_;
+    QString dbname_;
     QStringList filenameArr_;
     qsizetype next_ = 0;
     std::optional<QString> firstFailure_;

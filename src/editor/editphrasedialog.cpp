@@ -1,7 +1,7 @@
 #include "editor/editphrasedialog.h"
 
-#include "editor/phraseeditor.h"
 #include "cloud/phraseoperations.h"
+#include "editor/phraseeditor.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -10,8 +10,8 @@
 
 EditPhraseDialog::EditPhraseDialog(PhraseOperations &operations, const QList<PhraseClass> &classes,
                                    const Phrase &oldData, QWidget *parent)
-    : PhraseDialog(operations.cloud(), QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)),
-      operations_(operations), oldData(oldData), classDataAll(classes) {
+    : PhraseDialog(operations.cloud(), operations.username(), QStringLiteral("编辑短语"), parent),
+      ItemButton(new QComboBox(this)), operations_(operations), oldData(oldData), classDataAll(classes) {
     for (const PhraseClass &c : classDataAll) {
         ItemButton->addItem(c.label);
         if (c.sign == oldData.parentSign)

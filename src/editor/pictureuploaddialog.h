@@ -15,8 +15,8 @@ class UploadProcedure;
 class PictureUploadDialog : public QDialog {
     Q_OBJECT
 public:
-    PictureUploadDialog(CloudClient &cloud, const QString &jsonValue, OperationCallback callback,
-                        QWidget *parent = nullptr);
+    PictureUploadDialog(CloudClient &cloud, const QString &dbname, const QString &jsonValue,
+                        OperationCallback callback, QWidget *parent = nullptr);
 
     const QStringList &filenameArr() const;
     bool isRunning() const { return running_; }

@@ -5,6 +5,6 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/contentformat.cpp ${CMAKE_CURRENT_LIST_DIR}/contentformat.h
   ${CMAKE_CURRENT_LIST_DIR}/contentpiece.h
   ${CMAKE_CURRENT_LIST_DIR}/pathops.cpp ${CMAKE_CURRENT_LIST_DIR}/pathops.h
-  ${CMAKE_CURRENT_LIST_DIR}/phraseclass.h
+  ${CMAKE_CURRENT_LIST_DIR}/phraseclass.h ${CMAKE_CURRENT_LIST_DIR}/libraryinfo.h
   ${CMAKE_CURRENT_LIST_DIR}/phrase.cpp ${CMAKE_CURRENT_LIST_DIR}/phrase.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselistreply.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselistreply.h)

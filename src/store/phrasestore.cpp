@@ -1,11 +1,13 @@
 #include "store/phrasestore.h"
 
 #include "model/contentformat.h"
+#include "model/logging.h"
 #include "store/localstore.h"
 #include "store/storechanges.h"
 
 #include <QSet>
 #include <QSignalBlocker>
+#include <SQLiteCpp/Transaction.h>
 
 #define WORD_LIST_COLUMNS                                                                                    \
     "SELECT id, parentSign, sign, label, jsonValue, texts, images, position, username FROM word_list "
@@ -179,6 +181,48 @@ bool PhraseStore::replaceAll(const QString &username, const QList<Phrase> &rows)
             const Phrase &row = rows[i];
             bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.position);
         }));
+}
+
+bool PhraseStore::applyChanges(const QString &username, const QList<Phrase> &rows,
+                               const QStringList &deletedSigns) {
+    SQLite::Database *db = store_.connection();
+    if (!db)
+        return false;
+    bool ok = true;
+    StoreChanges::asOne(*this, [&] {
+        try {
+            SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+            for (const Phrase &row : rows) {
+                const std::optional<Phrase> known = getData(row.sign);
+                if (known && known->username != username)
+                    continue; // a sign of another library is never taken over
+                if (known) {
+                    setValue(row.parentSign, row.sign, row.label, row.jsonValue);
+                    setPosition(row.sign, row.position);
+                } else {
+                    create(row.parentSign, row.sign, row.label, row.jsonValue, row.position, username);
+                }
+            }
+            for (const QString &sign : deletedSigns)
+                store_.changes("DELETE FROM word_list WHERE sign = ? AND username = ?",
+                               [&](SQLite::Statement &s) {
+                                   LocalStore::bindText(s, 1, sign);
+                                   LocalStore::bindText(s, 2, username);
+                               });
+            transaction.commit();
+        } catch (const std::exception &e) {
+            qCWarning(lcStore, "applying changes of %s failed: %s", qUtf8Printable(username), e.what());
+            ok = false;
+        }
+    });
+    return ok;
+}
+
+QStringList PhraseStore::allSigns(const QString &username) {
+    return store_.rowsOf<QString>(
+        "SELECT sign FROM word_list WHERE username = ?",
+        [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, username); },
+        [](const SQLite::Statement &row) { return LocalStore::textAt(row, 0); });
 }
 
 void PhraseStore::bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,

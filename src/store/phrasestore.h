@@ -49,6 +49,11 @@ public:
     // Deletes every phrase of the user and inserts these under that user (texts and images derived
     // from jsonValue), in one transaction: all or nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<Phrase> &rows);
+    // Writes these phrases of the user (known signs rewritten in place, so their ids and the views'
+    // selections stay; others inserted) and deletes the deleted signs, in one transaction and with
+    // one notice.
+    bool applyChanges(const QString &username, const QList<Phrase> &rows, const QStringList &deletedSigns);
+    QStringList allSigns(const QString &username);
 
     PhraseSearchIndex &searchIndex() { return index_; }
 

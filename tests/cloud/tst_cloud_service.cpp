@@ -1,13 +1,13 @@
 // The cloud client against the real quillora-cloud on an ephemeral port: sign-in, version gate,
 // library operations through the controllers, full synchronisation, picture upload, heartbeat.
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
 #include "cloud/imageutil.h"
 #include "cloud/librarysync.h"
+#include "cloud/phraseoperations.h"
 #include "cloud/sessionheartbeat.h"
 #include "cloud/uploadprocedure.h"
 #include "cloud/versiongate.h"
-#include "cloud/classoperations.h"
-#include "cloud/phraseoperations.h"
 #include "model/settings.h"
 #include "store/appfileutil.h"
 #include "store/classstore.h"
@@ -285,7 +285,7 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(one, n1));
         QVERIFY(AppFileUtil::saveImage(two, n2));
 
-        UploadProcedure up(client_, pictureContent({n1, n2}));
+        UploadProcedure up(client_, pictureContent({n1, n2}), client_.username());
         QCOMPARE(up.filenameArr(), (QStringList{n1, n2}));
         QSignalSpy labels(&up, &UploadProcedure::labelChanged);
         QSignalSpy progress(&up, &UploadProcedure::progressChanged);
@@ -300,7 +300,7 @@ private Q_SLOTS:
         QCOMPARE(progress.last().at(0).toInt(), 100);
 
         // Known names are not sent again.
-        UploadProcedure again(client_, pictureContent({n1}));
+        UploadProcedure again(client_, pictureContent({n1}), client_.username());
         QSignalSpy againProgress(&again, &UploadProcedure::progressChanged);
         result.reset();
         connect(&again, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
@@ -317,7 +317,8 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
         QVERIFY(AppFileUtil::saveImage(three, n3));
         UploadProcedure bad(
-            client_, pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}));
+            client_, pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}),
+            client_.username());
         result.reset();
         connect(&bad, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
         bad.start();

@@ -1,0 +1,134 @@
+#include "store/teamstore.h"
+
+#include "model/logging.h"
+#include "store/localstore.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QUuid>
+#include <SQLiteCpp/Transaction.h>
+
+TeamStore::TeamStore(LocalStore &store) : store_(store) {
+    createTables();
+}
+
+void TeamStore::createTables() {
+    const auto none = [](SQLite::Statement &) {};
+    store_.changes("CREATE TABLE IF NOT EXISTS team_library (dbname TEXT PRIMARY KEY NOT NULL, "
+                   "role TEXT NOT NULL, version INTEGER NOT NULL, position INTEGER NOT NULL)",
+                   none);
+    store_.changes("CREATE TABLE IF NOT EXISTS team_usage (dbname TEXT NOT NULL, sign TEXT NOT NULL, "
+                   "sends INTEGER NOT NULL, PRIMARY KEY (dbname, sign))",
+                   none);
+    store_.changes("CREATE TABLE IF NOT EXISTS team_usage_batch (id INTEGER PRIMARY KEY NOT NULL, "
+                   "batch TEXT NOT NULL UNIQUE, dbname TEXT NOT NULL, counts TEXT NOT NULL)",
+                   none);
+}
+
+QList<LibraryInfo> TeamStore::libraries() {
+    return store_.rowsOf<LibraryInfo>(
+        "SELECT dbname, role, version FROM team_library ORDER BY position", [](SQLite::Statement &) {},
+        [](const SQLite::Statement &row) {
+            return LibraryInfo{LocalStore::textAt(row, 0), true, LocalStore::textAt(row, 1),
+                               row.getColumn(2).getInt64()};
+        });
+}
+
+bool TeamStore::setLibraries(const QList<LibraryInfo> &teams) {
+    SQLite::Database *db = store_.connection();
+    if (!db)
+        return false;
+    try {
+        SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement kept(*db, "SELECT dbname, version FROM team_library");
+        QHash<QString, qint64> versions;
+        while (kept.executeStep())
+            versions.insert(LocalStore::textAt(kept, 0), kept.getColumn(1).getInt64());
+        db->exec("DELETE FROM team_library");
+        SQLite::Statement insert(*db, "INSERT INTO team_library (dbname, role, version, position) "
+                                      "VALUES (?, ?, ?, ?)");
+        for (qsizetype i = 0; i < teams.size(); ++i) {
+            LocalStore::bindText(insert, 1, teams[i].dbname);
+            LocalStore::bindText(insert, 2, teams[i].role);
+            insert.bind(3, int64_t(versions.value(teams[i].dbname, 0)));
+            insert.bind(4, int64_t(i));
+            insert.exec();
+            insert.reset();
+        }
+        transaction.commit();
+        return true;
+    } catch (const std::exception &e) {
+        qCWarning(lcStore, "writing the team libraries failed: %s", e.what());
+        return false;
+    }
+}
+
+qint64 TeamStore::version(const QString &dbname) {
+    const QList<qint64> rows = store_.rowsOf<qint64>(
+        "SELECT version FROM team_library WHERE dbname = ?",
+        [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, dbname); },
+        [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
+    return rows.value(0, 0);
+}
+
+bool TeamStore::setVersion(const QString &dbname, qint64 version) {
+    return store_.changes("UPDATE team_library SET version = ? WHERE dbname = ?", [&](SQLite::Statement &s) {
+        s.bind(1, int64_t(version));
+        LocalStore::bindText(s, 2, dbname);
+    }) > 0;
+}
+
+bool TeamStore::addSend(const QString &dbname, const QString &sign) {
+    return store_.changes("INSERT INTO team_usage (dbname, sign, sends) VALUES (?, ?, 1) "
+                          "ON CONFLICT (dbname, sign) DO UPDATE SET sends = sends + 1",
+                          [&](SQLite::Statement &s) {
+                              LocalStore::bindText(s, 1, dbname);
+                              LocalStore::bindText(s, 2, sign);
+                          }) > 0;
+}
+
+std::optional<TeamStore::Batch> TeamStore::nextBatch() {
+    SQLite::Database *db = store_.connection();
+    if (!db)
+        return std::nullopt;
+    try {
+        SQLite::Statement waiting(*db,
+                                  "SELECT batch, dbname, counts FROM team_usage_batch ORDER BY id LIMIT 1");
+        if (waiting.executeStep())
+            return Batch{LocalStore::textAt(waiting, 0), LocalStore::textAt(waiting, 1),
+                         LocalStore::textAt(waiting, 2)};
+
+        SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+        SQLite::Statement first(*db, "SELECT dbname FROM team_usage LIMIT 1");
+        if (!first.executeStep())
+            return std::nullopt;
+        const QString dbname = LocalStore::textAt(first, 0);
+        first.reset();
+        SQLite::Statement counted(*db, "SELECT sign, sends FROM team_usage WHERE dbname = ?");
+        LocalStore::bindText(counted, 1, dbname);
+        QJsonObject counts;
+        while (counted.executeStep())
+            counts.insert(LocalStore::textAt(counted, 0), qint64(counted.getColumn(1).getInt64()));
+        const Batch batch{QUuid::createUuid().toString(QUuid::WithoutBraces), dbname,
+                          QString::fromUtf8(QJsonDocument(counts).toJson(QJsonDocument::Compact))};
+        SQLite::Statement taken(*db, "DELETE FROM team_usage WHERE dbname = ?");
+        LocalStore::bindText(taken, 1, dbname);
+        taken.exec();
+        SQLite::Statement insert(*db,
+                                 "INSERT INTO team_usage_batch (batch, dbname, counts) VALUES (?, ?, ?)");
+        LocalStore::bindText(insert, 1, batch.id);
+        LocalStore::bindText(insert, 2, batch.dbname);
+        LocalStore::bindText(insert, 3, batch.counts);
+        insert.exec();
+        transaction.commit();
+        return batch;
+    } catch (const std::exception &e) {
+        qCWarning(lcStore, "making a usage batch failed: %s", e.what());
+        return std::nullopt;
+    }
+}
+
+bool TeamStore::removeBatch(const QString &id) {
+    return store_.changes("DELETE FROM team_usage_batch WHERE batch = ?",
+                          [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, id); }) > 0;
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "model/libraryinfo.h"
+
+#include <QList>
+#include <QString>
+#include <optional>
+
+class LocalStore;
+
+// What the session keeps of its team libraries beside their rows (which sit in the phrase and class
+// tables under the team's name): each library's role and the version its rows are at, and the sends
+// from team phrases not yet reported. Tables of their own, so the personal library's stay as they
+// are.
+class TeamStore {
+public:
+    explicit TeamStore(LocalStore &store);
+
+    // The team libraries as last listed, in the service's order, with the versions held.
+    QList<LibraryInfo> libraries();
+    // Takes this list (roles, order) and keeps the held version of each library still in it.
+    bool setLibraries(const QList<LibraryInfo> &teams);
+    qint64 version(const QString &dbname);
+    bool setVersion(const QString &dbname, qint64 version);
+
+    // One more send of that phrase, kept until it is in a batch.
+    bool addSend(const QString &dbname, const QString &sign);
+
+    struct Batch {
+        QString id;
+        QString dbname;
+        QString counts; // JSON text: {"<sign>": sends, ...}
+    };
+    // A batch not yet accepted by the service, oldest first; else one made now from the counted sends
+    // of one library (they leave the counts in the same transaction, so a send is in one batch only).
+    std::optional<Batch> nextBatch();
+    bool removeBatch(const QString &id);
+
+private:
+    void createTables();
+
+    LocalStore &store_;
+};
