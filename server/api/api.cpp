@@ -18,22 +18,70 @@
 
 Api::Api(Options options, Storage &storage)
     : options_(std::move(options)), storage_(storage), sessions_(storage), signIn_(storage, throttle_),
-      quota_(storage, options_.quotaBytes), account_(options_.account, storage, sessions_, signIn_),
-      library_(storage, sessions_, quota_), pictures_(storage, sessions_, quota_, options_.maxPictureBytes),
-      pages_(storage, signIn_), workers_(std::make_unique<WorkerPool>(options_.threads, 4096)),
+      quota_(storage, options_.quotaBytes), access_(storage, sessions_), feed_(options_.streams),
+      account_(options_.account, storage, sessions_, signIn_),
+      library_(storage, access_, quota_, [this](std::int64_t id) { announce(id); }),
+      pictures_(storage, access_, quota_, options_.maxPictureBytes), pages_(storage, signIn_),
+      team_(storage, sessions_, access_, feed_),
+      teamPage_(storage, sessions_, signIn_, options_.account.secureCookie), workers_(std::make_unique<WorkerPool>(options_.threads, 4096)),
       hashers_(std::make_unique<WorkerPool>(
           std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64, hashingForSuspects())) {
     account_.addRoutes(routes_);
     library_.addRoutes(routes_);
     pictures_.addRoutes(routes_);
     pages_.addRoutes(routes_);
+    team_.addRoutes(routes_);
+    teamPage_.addRoutes(routes_);
+    storage_.watchChanges([this](const ChangeNotice &notice) { onNotice(notice); });
 }
 
 Api::~Api() {
     stop();
 }
 
+void Api::onNotice(const ChangeNotice &notice) {
+    switch (notice.kind) {
+    case ChangeNotice::Kind::Version:
+        feed_.publish(notice.id, notice.version);
+        break;
+    case ChangeNotice::Kind::Revoked:
+        feed_.revoke(notice.id);
+        break;
+    case ChangeNotice::Kind::Libraries:
+        workers_->submit([this, id = notice.id] {
+            if (const auto libraries = storage_.libraries(id); libraries.ok())
+                feed_.librariesChanged(id, *libraries);
+            else
+                ServiceLog::line("storage failed: " + libraries.error().message);
+        });
+        break;
+    }
+}
+
+void Api::announce(std::int64_t libraryId) {
+    if (const auto version = storage_.libraryVersion(libraryId); version.ok())
+        feed_.publish(libraryId, *version);
+}
+
+void Api::pingStreams() {
+    feed_.ping();
+}
+
+void Api::checkStreamSessions() {
+    workers_->submit([this] {
+        for (const auto &open : feed_.openStreams()) {
+            HttpServer::Request request;
+            for (const auto &cookie : open.cookies)
+                request.headers.emplace_back("Cookie", cookie);
+            // A storage failure says nothing about the session: the stream stays.
+            if (const auto user = sessions_.user(request); user.ok() && (!*user || (*user)->id != open.accountId))
+                feed_.close(open.id);
+        }
+    });
+}
+
 void Api::stop() {
+    storage_.watchChanges({});
     // Their replies go nowhere once the HTTP server has stopped.
     hashers_->stop();
     workers_->stop();

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "api/accountendpoints.h"
+#include "api/changefeed.h"
+#include "api/libraryaccess.h"
 #include "api/libraryendpoints.h"
 #include "api/pageendpoints.h"
 #include "api/pictureendpoints.h"
@@ -8,6 +10,8 @@
 #include "api/routetable.h"
 #include "api/sessions.h"
 #include "api/signincheck.h"
+#include "api/teamendpoints.h"
+#include "api/teampage.h"
 #include "api/workerpool.h"
 #include "http/httpserver.h"
 #include "security/loginthrottle.h"
@@ -32,6 +36,7 @@ public:
         std::int64_t quotaBytes = 1024LL * 1024 * 1024;
         std::size_t threads = 32; // database workers
         std::vector<std::string> trustedProxies;
+        ChangeFeed::Limits streams;
     };
 
     Api(Options options, Storage &storage);
@@ -47,6 +52,10 @@ public:
     void maintain();
     // Hands memory freed by large request bodies back to the system, on a worker.
     void releaseMemory();
+    // Keeps idle change streams alive through proxies, on an I/O thread.
+    void pingStreams();
+    // Ends the change streams whose session ended, on a worker.
+    void checkStreamSessions();
     // Lets every worker finish what it holds.
     void stop();
 
@@ -54,6 +63,9 @@ private:
     HttpServer::Response run(const RouteTable::Route &route, const HttpServer::Request &request,
                              std::optional<FormData::Fields> form, std::string pathRest);
     static std::size_t hashingForSuspects();
+    void onNotice(const ChangeNotice &notice);
+    // Tells the change streams the library's new version.
+    void announce(std::int64_t libraryId);
 
     Options options_;
     Storage &storage_;
@@ -61,10 +73,14 @@ private:
     Sessions sessions_;
     SignInCheck signIn_;
     Quota quota_;
+    LibraryAccess access_;
+    ChangeFeed feed_;
     AccountEndpoints account_;
     LibraryEndpoints library_;
     PictureEndpoints pictures_;
     PageEndpoints pages_;
+    TeamEndpoints team_;
+    TeamPage teamPage_;
     RouteTable routes_;
     std::unique_ptr<WorkerPool> workers_;
     std::unique_ptr<WorkerPool> hashers_;

@@ -3,10 +3,11 @@
 #include "api/apireply.h"
 #include "api/contentrules.h"
 #include "api/formfield.h"
+#include "api/libraryaccess.h"
+#include "api/libraryjson.h"
 #include "api/picturename.h"
 #include "api/quota.h"
 #include "api/replytext.h"
-#include "api/sessions.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
@@ -97,15 +98,19 @@ void LibraryEndpoints::addRoutes(RouteTable &routes) {
 
 RouteTable::Route LibraryEndpoints::change(Change handler) {
     return {[this, handler](const RouteTable::Call &call) {
-        const auto owner = sessions_.libraryOwner(call.request, call.form);
-        if (const auto *refusal = std::get_if<Json>(&owner))
+        const auto library = access_.libraryOf(call.request, call.form, true);
+        if (const auto *refusal = std::get_if<Json>(&library))
             return ApiReply::send(*refusal);
-        return ApiReply::send((this->*handler)(call.form, std::get<UserRecord>(owner)));
+        const auto &record = std::get<UserRecord>(library);
+        auto reply = (this->*handler)(call.form, record);
+        if (reply.value("state", 0) == 1)
+            changed_(record.id);
+        return ApiReply::send(reply);
     }};
 }
 
 HttpServer::Response LibraryEndpoints::read(const RouteTable::Call &call, LibraryCache::Kind kind) {
-    const auto owner = sessions_.libraryOwner(call.request, call.form);
+    const auto owner = access_.libraryOf(call.request, call.form, false);
     if (const auto *refusal = std::get_if<Json>(&owner))
         return ApiReply::send(*refusal);
     const auto &user = std::get<UserRecord>(owner);
@@ -131,11 +136,7 @@ std::shared_ptr<const LibraryCache::Reply> LibraryEndpoints::build(const UserRec
             return nullptr;
         }
         for (const auto &c : *classes)
-            data.push_back(Json{{"id", c.id},
-                                {"sign", c.sign},
-                                {"label", c.label},
-                                {"position", c.position},
-                                {"username", user.name}});
+            data.push_back(LibraryJson::classItem(c, user.name));
         return assemble(data, {}, cache_.latest(user.id, kind));
     } else {
         const auto phrases = storage_.phrases(user.id);
@@ -144,17 +145,7 @@ std::shared_ptr<const LibraryCache::Reply> LibraryEndpoints::build(const UserRec
             return nullptr;
         }
         for (const auto &p : *phrases)
-            data.push_back(Json{{"id", p.id},
-                                {"parentSign", p.parentSign},
-                                {"sign", p.sign},
-                                {"label", p.label},
-                                {"jsonValue", p.jsonValue},
-                                {"texts", p.texts},
-                                {"images", p.images},
-                                {"position", p.position},
-                                {"username", user.name},
-                                {"keycode", ""},
-                                {"bgColor", ""}});
+            data.push_back(LibraryJson::phraseItem(p, user.name));
         for (const auto &p : *phrases)
             signs.push_back(&p.sign);
         return assemble(data, signs, cache_.latest(user.id, kind));

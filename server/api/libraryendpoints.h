@@ -12,16 +12,18 @@
 #include <optional>
 #include <string>
 
+class LibraryAccess;
 class Quota;
-class Sessions;
 class Storage;
 
 // A user's library: classes and phrases, created, renamed or edited, swapped, deleted and read
-// whole. Every call names the library ("dbname"), which must be the signed-in user's own.
+// whole. Every call names the library ("dbname"): the signed-in user's own or a team library the
+// user may read (and, for a change, change). `changed` hears of every change made.
 class LibraryEndpoints {
 public:
-    LibraryEndpoints(Storage &storage, Sessions &sessions, Quota &quota)
-        : storage_(storage), sessions_(sessions), quota_(quota) {}
+    LibraryEndpoints(Storage &storage, LibraryAccess &access, Quota &quota,
+                     std::function<void(std::int64_t libraryId)> changed)
+        : storage_(storage), access_(access), quota_(quota), changed_(std::move(changed)) {}
 
     void addRoutes(RouteTable &routes);
 
@@ -49,7 +51,8 @@ private:
     Json swapPhrases(const FormData::Fields &form, const UserRecord &user);
 
     Storage &storage_;
-    Sessions &sessions_;
+    LibraryAccess &access_;
     Quota &quota_;
+    std::function<void(std::int64_t libraryId)> changed_;
     LibraryCache cache_;
 };

@@ -6,7 +6,7 @@
 #include "api/quota.h"
 #include "api/replytext.h"
 #include "api/serviceclock.h"
-#include "api/sessions.h"
+#include "api/libraryaccess.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
@@ -45,19 +45,15 @@ PictureEndpoints::Json PictureEndpoints::upload(const RouteTable::Call &call) {
     const auto form = FormData::parseMultipart(call.request.header("Content-Type"), call.request.body);
     if (!form)
         return ApiReply::refused(ReplyText::badParameter);
-    const auto session = sessions_.user(call.request);
-    if (!session.ok())
-        return ApiReply::storageFailed(session.error());
-    const auto &user = *session;
-    if (!user)
-        return ApiReply::refused(ReplyText::deadSession);
-    const auto dbname = FormField::text(*form, "dbname");
+    // A picture counts against the library it goes into: a team's pictures against the team.
+    const auto library = access_.libraryOf(call.request, *form, true);
+    if (const auto *refusal = std::get_if<Json>(&library))
+        return *refusal;
+    const auto user = std::optional<UserRecord>(std::get<UserRecord>(library));
     const auto name = FormField::text(*form, "filename");
     const auto file = FormField::text(*form, "file");
-    if (!dbname || !name || !file)
+    if (!name || !file)
         return ApiReply::refused(ReplyText::badParameter);
-    if (!Sessions::owns(*user, *dbname))
-        return ApiReply::refused(ReplyText::forbidden);
     if (!PictureName::isPlain(*name))
         return ApiReply::refused(ReplyText::badPictureName);
     if (!PictureName::isAccepted(*name))

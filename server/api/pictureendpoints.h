@@ -6,16 +6,16 @@
 
 #include <cstddef>
 
+class LibraryAccess;
 class Quota;
-class Sessions;
 class Storage;
 
 // Pictures, stored once under the MD5 of their bytes whoever sends them: the client asks whether
 // one is there, uploads it, and downloads it by its name in Base64.
 class PictureEndpoints {
 public:
-    PictureEndpoints(Storage &storage, Sessions &sessions, Quota &quota, std::size_t maxPictureBytes)
-        : storage_(storage), sessions_(sessions), quota_(quota), maxPictureBytes_(maxPictureBytes) {}
+    PictureEndpoints(Storage &storage, LibraryAccess &access, Quota &quota, std::size_t maxPictureBytes)
+        : storage_(storage), access_(access), quota_(quota), maxPictureBytes_(maxPictureBytes) {}
 
     void addRoutes(RouteTable &routes);
 
@@ -27,7 +27,7 @@ private:
     Json download(const RouteTable::Call &call);
 
     Storage &storage_;
-    Sessions &sessions_;
+    LibraryAccess &access_;
     Quota &quota_;
     std::size_t maxPictureBytes_;
 };

@@ -7,6 +7,7 @@ struct ReplyText {
     static constexpr const char *badOldPassword = "用户名或原密码错误";
     static constexpr const char *deadSession = "登录已失效，请重新登录";
     static constexpr const char *forbidden = "无权访问";
+    static constexpr const char *readOnlyTeam = "没有修改团队词库的权限";
     static constexpr const char *noClass = "分类不存在";
     static constexpr const char *noPhrase = "话术不存在";
     static constexpr const char *noParent = "所属分类不存在";
@@ -24,6 +25,7 @@ struct ReplyText {
     static constexpr const char *headerTooLarge = "请求头过大";
     static constexpr const char *noEndpoint = "接口不存在";
     static constexpr const char *busy = "服务器繁忙，请稍后再试";
+    static constexpr const char *tooManyStreams = "连接过多，请稍后再试";
     static constexpr const char *tooManyLogins = "登录尝试过于频繁，请稍后再试";
     static constexpr const char *internal = "服务器内部错误，请稍后再试";
 };

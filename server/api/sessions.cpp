@@ -19,21 +19,6 @@ StorageResult<std::optional<UserRecord>> Sessions::user(const HttpServer::Reques
     return std::optional<UserRecord>();
 }
 
-std::variant<UserRecord, nlohmann::json> Sessions::libraryOwner(const HttpServer::Request &request,
-                                                                const FormData::Fields &form) {
-    const auto found = user(request);
-    if (!found.ok())
-        return ApiReply::storageFailed(found.error());
-    if (!*found)
-        return ApiReply::refused(ReplyText::deadSession);
-    const auto dbname = FormField::text(form, "dbname");
-    if (!dbname)
-        return ApiReply::refused(ReplyText::badParameter);
-    if (!owns(**found, *dbname))
-        return ApiReply::refused(ReplyText::forbidden);
-    return **found;
-}
-
 bool Sessions::owns(const UserRecord &user, const std::string &dbname) {
     return Accounts::nameKey(dbname) == Accounts::nameKey(user.name);
 }

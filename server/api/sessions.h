@@ -25,9 +25,6 @@ public:
 
     // The signed-in user; nothing when no cookie names a live session.
     StorageResult<std::optional<UserRecord>> user(const HttpServer::Request &request);
-    // The signed-in user when the form's "dbname" names the user's own library, else the refusal.
-    std::variant<UserRecord, nlohmann::json> libraryOwner(const HttpServer::Request &request,
-                                                          const FormData::Fields &form);
     static bool owns(const UserRecord &user, const std::string &dbname);
 
 private:

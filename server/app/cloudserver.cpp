@@ -1,6 +1,7 @@
 #include "app/cloudserver.h"
 
 #include "api/apireply.h"
+#include "app/filelimit.h"
 #include "log/servicelog.h"
 
 #include <algorithm>
@@ -18,6 +19,7 @@ CloudServer::CloudServer(ServerConfig config, Storage &storage) : config_(std::m
     options.quotaBytes = config_.quotaBytes;
     options.threads = config_.threads;
     options.trustedProxies = config_.trustedProxies;
+    options.streams = {config_.maxStreamsPerAccount, config_.maxStreamsPerAddress};
     api_ = std::make_unique<Api>(std::move(options), storage);
 
     HttpServer::Limits limits;
@@ -51,13 +53,19 @@ int CloudServer::run() {
             return 1;
         }
     }
+    // Every connection and change stream is a descriptor; beyond those, room for the database.
+    FileLimit::raise(config_.maxConnections + config_.databaseConnections + config_.threads + 64);
     if (const auto error = http_->listen(config_.listen, config_.port)) {
         ServiceLog::line("cannot listen on " + config_.listen + ":" + std::to_string(config_.port) + ": " +
                              *error,
                          ServiceLog::Stream::Error);
         return 1;
     }
-    http_->every(std::chrono::seconds(60), [this] { api_->maintain(); });
+    http_->every(std::chrono::seconds(60), [this] {
+        api_->maintain();
+        api_->checkStreamSessions();
+    });
+    http_->every(std::chrono::seconds(20), [this] { api_->pingStreams(); });
     // Large request bodies come and go; freed memory goes back to the system soon after.
     http_->every(std::chrono::seconds(5), [this] { api_->releaseMemory(); });
     ServiceLog::write("quillora-cloud listening on " + baseUrl());

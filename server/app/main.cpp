@@ -1,6 +1,7 @@
 #include "app/admincommands.h"
 #include "app/cloudserver.h"
 #include "app/serverconfig.h"
+#include "app/teamcommands.h"
 #include "log/servicelog.h"
 #include "security/secrets.h"
 #include "storage/postgresstorage.h"
@@ -9,6 +10,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <iostream>
@@ -24,12 +26,16 @@ const char *const usage =
     "                            [--max-picture-mib N] [--threads N] [--quota-mib N]\n"
     "                            [--max-connections N] [--max-connections-per-address N]\n"
     "                            [--header-timeout S]\n"
+    "                            [--max-streams-per-account N] [--max-streams-per-address N]\n"
     "                            [--database postgresql://… [--database-connections N]]\n"
     "                            [--trusted-proxy ADDR]...\n"
     "       quillora-cloud adduser NAME [--data DIR]   (password on the first line of standard input)\n"
     "       quillora-cloud passwd NAME [--data DIR]    (password on the first line of standard input)\n"
     "       quillora-cloud demo [--data DIR]\n"
     "       quillora-cloud migrate --from sqlite:PATH --to postgresql://…\n"
+    "       quillora-cloud team create TEAM OWNER | add TEAM USER ROLE | role TEAM USER ROLE\n"
+    "                         | remove TEAM USER | delete TEAM | list [TEAM] | usage TEAM [--csv]\n"
+    "                          [--data DIR | --database postgresql://…]   (ROLE: owner, editor or agent)\n"
     "   adduser, passwd and demo take --database too.\n";
 
 sigset_t terminationSignals() {
@@ -112,14 +118,20 @@ int main(int argc, char **argv) {
         return migrate({args.begin() + 1, args.end()});
     std::vector<std::string> positional;
     std::string error;
-    const ServerConfig config = ServerConfig::parse({args.begin() + 1, args.end()}, positional, error);
+    std::vector<std::string> options(args.begin() + 1, args.end());
+    // Only `team usage` takes --csv.
+    const auto csv = std::find(options.begin(), options.end(), "--csv");
+    const bool wantsCsv = command == "team" && csv != options.end();
+    if (wantsCsv)
+        options.erase(csv);
+    const ServerConfig config = ServerConfig::parse(options, positional, error);
     if (!error.empty()) {
         ServiceLog::line(error + "\n" + usage, ServiceLog::Stream::Error);
         return 2;
     }
     const bool takesName = command == "adduser" || command == "passwd";
-    if ((command != "serve" && command != "demo" && !takesName) ||
-        positional.size() != (takesName ? 1u : 0u)) {
+    if ((command != "serve" && command != "demo" && command != "team" && !takesName) ||
+        (command != "team" && positional.size() != (takesName ? 1u : 0u)) || (command == "team" && positional.empty())) {
         ServiceLog::write(usage, ServiceLog::Stream::Error);
         return 2;
     }
@@ -143,5 +155,11 @@ int main(int argc, char **argv) {
         return AdminCommands::addUser(*storage, positional[0], std::cin);
     if (command == "passwd")
         return AdminCommands::changePassword(*storage, positional[0], std::cin);
+    if (command == "team") {
+        const int status = TeamCommands::run(*storage, positional, wantsCsv, std::cout);
+        if (status == 2)
+            ServiceLog::write(usage, ServiceLog::Stream::Error);
+        return status;
+    }
     return AdminCommands::demo(*storage);
 }

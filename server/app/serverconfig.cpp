@@ -83,6 +83,10 @@ ServerConfig ServerConfig::parse(const std::vector<std::string> &args, std::vect
             if (value(v) && (!number(v, c.maxConnectionsPerAddress) || c.maxConnectionsPerAddress < 1 ||
                              c.maxConnectionsPerAddress > 100000))
                 error = "bad connection count: " + v;
+        } else if (a == "--max-streams-per-account" || a == "--max-streams-per-address") {
+            auto &limit = a == "--max-streams-per-account" ? c.maxStreamsPerAccount : c.maxStreamsPerAddress;
+            if (value(v) && (!number(v, limit) || limit < 1 || limit > 100000))
+                error = "bad stream count: " + v;
         } else if (a == "--header-timeout") {
             if (value(v) && (!number(v, c.headerTimeout) || c.headerTimeout < 1 || c.headerTimeout > 600))
                 error = "bad header timeout: " + v;

@@ -11,6 +11,8 @@
 #include <boost/beast/ssl.hpp>
 
 #include <chrono>
+#include <cstdio>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -162,6 +164,8 @@ private:
     }
 
     void write(HttpServer::Response response) {
+        if (response.opened)
+            return startStream(std::move(response));
         releaseBody();
         ServiceLog::request(method_, path_, response.status, started_);
         auto &res = response_.emplace();
@@ -231,6 +235,94 @@ private:
         lowest().socket().close(ignored);
     }
 
+    // An event stream holds the connection with nothing but its socket and what waits to be sent:
+    // no thread, no parser, no buffers.
+    class StreamHandle : public HttpServer::EventStream {
+    public:
+        explicit StreamHandle(std::weak_ptr<HttpConnection> connection) : connection_(std::move(connection)) {}
+        void send(std::shared_ptr<const std::string> text) override {
+            if (auto c = connection_.lock())
+                boost::asio::post(c->stream_.get_executor(), [c, text = std::move(text)] { c->queueChunk(*text); });
+        }
+        void close() override {
+            if (auto c = connection_.lock())
+                boost::asio::post(c->stream_.get_executor(), [c] { c->endStream(); });
+        }
+
+    private:
+        std::weak_ptr<HttpConnection> connection_;
+    };
+
+    static constexpr std::size_t streamBacklogMax = 256 * 1024;
+
+    void startStream(HttpServer::Response response) {
+        releaseBody();
+        ServiceLog::request(method_, path_, response.status, started_);
+        parser_.reset();
+        buffer_.clear();
+        buffer_.shrink_to_fit();
+        std::string head = "HTTP/1.1 " + std::to_string(response.status) + " OK\r\nContent-Type: " +
+                           response.contentType + "\r\nCache-Control: no-store\r\nTransfer-Encoding: chunked\r\n";
+        for (const auto &[name, value] : response.headers)
+            head += name + ": " + value + "\r\n";
+        outbox_ = head + "\r\n";
+        streamEnded_ = std::move(response.ended);
+        streaming_ = true;
+        lowest().expires_never();
+        writeOutbox();
+        watchPeer();
+        response.opened(std::make_shared<StreamHandle>(this->weak_from_this()));
+    }
+
+    void queueChunk(const std::string &text) {
+        if (!streaming_ || text.empty())
+            return;
+        if (outbox_.size() + text.size() > streamBacklogMax)
+            return endStream(); // a reader this far behind is gone or hostile
+        char size[20];
+        const int n = std::snprintf(size, sizeof size, "%zx\r\n", text.size());
+        outbox_.append(size, std::size_t(n)).append(text).append("\r\n");
+        if (!sending_)
+            writeOutbox();
+    }
+
+    void writeOutbox() {
+        sending_ = true;
+        sendingNow_.swap(outbox_);
+        outbox_.clear();
+        lowest().expires_after(server_.limits.writeDeadline);
+        boost::asio::async_write(stream_, boost::asio::buffer(sendingNow_),
+                                 [self = this->shared_from_this()](boost::beast::error_code ec, std::size_t) {
+                                     self->sending_ = false;
+                                     std::string().swap(self->sendingNow_);
+                                     if (ec)
+                                         return self->endStream();
+                                     if (!self->outbox_.empty())
+                                         return self->writeOutbox();
+                                     self->lowest().expires_never();
+                                 });
+    }
+
+    // A stream's peer sends nothing; a read ends only when it leaves.
+    void watchPeer() {
+        stream_.async_read_some(boost::asio::buffer(peek_),
+                                [self = this->shared_from_this()](boost::beast::error_code ec, std::size_t) {
+                                    if (ec || !self->streaming_)
+                                        return self->endStream();
+                                    self->watchPeer();
+                                });
+    }
+
+    void endStream() {
+        if (!streaming_)
+            return;
+        streaming_ = false;
+        std::string().swap(outbox_);
+        close();
+        if (auto ended = std::move(streamEnded_))
+            ended();
+    }
+
     void releaseBody() {
         if (reserved_ > 0)
             server_.bodyBytes -= reserved_;
@@ -255,4 +347,11 @@ private:
     bool keepAlive_ = true;
     bool drain_ = false;
     bool closing_ = false;
+    // While an event stream runs.
+    bool streaming_ = false;
+    bool sending_ = false;
+    std::string outbox_;
+    std::string sendingNow_;
+    std::function<void()> streamEnded_;
+    char peek_[16];
 };

@@ -42,6 +42,17 @@ public:
         std::vector<std::string> headerValues(std::string_view name) const;
     };
 
+    // The far end of a response that stays open (an event stream). Safe to use from any thread.
+    class EventStream {
+    public:
+        virtual ~EventStream() = default;
+        // Queues text to go out after what was sent before; dropped once the stream has ended. A
+        // peer that falls far behind is cut off.
+        virtual void send(std::shared_ptr<const std::string> text) = 0;
+        // Ends the stream and closes its connection.
+        virtual void close() = 0;
+    };
+
     struct Response {
         int status = 200;
         std::string contentType = "application/json; charset=utf-8";
@@ -49,6 +60,11 @@ public:
         // The bytes sent are `body`, kept valid by `owner`: cached replies go out without a copy.
         std::shared_ptr<const void> owner;
         std::string_view body;
+        // Set on a response that starts an event stream: its header goes out without a length,
+        // then `opened` receives the stream on an I/O thread and `ended` runs once when it ends,
+        // whoever ends it. Dropped unopened (the peer left first), it releases what it holds.
+        std::function<void(std::shared_ptr<EventStream>)> opened;
+        std::function<void()> ended;
 
         void setBody(std::string text);
     };

@@ -4,6 +4,7 @@
 #include "storage/pgtransaction.h"
 
 #include <chrono>
+#include <cstdio>
 #include <set>
 
 namespace {
@@ -64,7 +65,73 @@ CREATE TABLE picture_owners (
   PRIMARY KEY (name, user_id));
 CREATE INDEX picture_owners_user ON picture_owners(user_id);
 )",
+    // Teams (library rows nobody signs in to) with members and usage; what changed in which
+    // version, so a client can fetch only that. Versions before the upgrade are not known.
+    R"(
+ALTER TABLE users ADD COLUMN is_team boolean NOT NULL DEFAULT false;
+ALTER TABLE users ADD COLUMN changes_from bigint NOT NULL DEFAULT 0;
+UPDATE users SET changes_from = library_version;
+ALTER TABLE word_list ADD COLUMN changed_in bigint NOT NULL DEFAULT 0;
+CREATE INDEX word_list_changed ON word_list(user_id, changed_in);
+CREATE TABLE deleted_phrases (
+  user_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  sign text NOT NULL,
+  version bigint NOT NULL);
+CREATE INDEX deleted_phrases_user ON deleted_phrases(user_id, version);
+CREATE TABLE team_members (
+  team_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  user_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  role integer NOT NULL,
+  PRIMARY KEY (team_id, user_id));
+CREATE INDEX team_members_user ON team_members(user_id);
+CREATE TABLE usage_batches (
+  team_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  user_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  batch text NOT NULL,
+  received_at bigint NOT NULL,
+  PRIMARY KEY (team_id, user_id, batch));
+CREATE TABLE phrase_usage (
+  team_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  user_id bigint NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  sign text NOT NULL,
+  day bigint NOT NULL,
+  sends bigint NOT NULL,
+  PRIMARY KEY (team_id, sign, user_id, day));
+)",
 };
+
+// Every instance listens here: "v LIBRARY VERSION" for a committed change, "l ACCOUNT" and
+// "r ACCOUNT" for an account that gained or lost a library or role.
+constexpr const char *noticeChannel = "quillora_changes";
+
+void notify(PgTransaction &t, char kind, std::int64_t id, std::int64_t version = 0) {
+    std::string payload = std::string(1, kind) + " " + std::to_string(id);
+    if (kind == 'v')
+        payload += " " + std::to_string(version);
+    t.exec(std::string("SELECT pg_notify('") + noticeChannel + "', $1)", {payload});
+}
+
+std::optional<TeamRole> memberRole(PgTransaction &t, std::int64_t teamId, std::int64_t userId) {
+    const auto r = t.exec("SELECT role FROM team_members WHERE team_id = $1 AND user_id = $2", {teamId, userId});
+    if (r.rows() == 0)
+        return std::nullopt;
+    return TeamRole(r.integer(0, 0));
+}
+
+bool lastOwner(PgTransaction &t, std::int64_t teamId, std::int64_t userId) {
+    return t.exec("SELECT COUNT(*) FROM team_members WHERE team_id = $1 AND role = 3 AND user_id <> $2",
+                  {teamId, userId})
+               .integer(0, 0) == 0;
+}
+
+std::vector<PhraseRecord> phraseRows(const PgResult &r) {
+    std::vector<PhraseRecord> out;
+    out.reserve(std::size_t(r.rows()));
+    for (int i = 0; i < r.rows(); ++i)
+        out.push_back({r.integer(i, 0), r.text(i, 1), r.text(i, 2), r.text(i, 3), r.text(i, 4), r.text(i, 5),
+                       r.text(i, 6), r.integer(i, 7)});
+    return out;
+}
 
 std::set<std::string> distinct(const std::vector<std::string> &signs) {
     return {signs.begin(), signs.end()};
@@ -82,7 +149,9 @@ int PostgresStorage::schemaVersion() {
 }
 
 PostgresStorage::PostgresStorage(const std::string &url, std::size_t connections)
-    : pool_(url, connections, std::chrono::seconds(5)) {}
+    : url_(url), pool_(url, connections, std::chrono::seconds(5)) {}
+
+PostgresStorage::~PostgresStorage() = default;
 
 std::unique_ptr<PostgresStorage> PostgresStorage::open(const std::string &url, std::size_t connections,
                                                        std::string &error) {
@@ -193,7 +262,8 @@ StorageResult<StoreStatus> PostgresStorage::createUser(const std::string &name, 
 
 StorageResult<std::optional<UserRecord>> PostgresStorage::findUser(const std::string &nameKey) {
     return statements<std::optional<UserRecord>>([&](PgTransaction &t) -> std::optional<UserRecord> {
-        const auto r = t.exec("SELECT id, name, password_hash FROM users WHERE name_key = $1", {nameKey});
+        const auto r =
+            t.exec("SELECT id, name, password_hash FROM users WHERE name_key = $1 AND NOT is_team", {nameKey});
         if (r.rows() == 0)
             return std::nullopt;
         return UserRecord{r.integer(0, 0), r.text(0, 1), r.text(0, 2)};
@@ -202,7 +272,8 @@ StorageResult<std::optional<UserRecord>> PostgresStorage::findUser(const std::st
 
 StorageResult<bool> PostgresStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
     const auto status = transaction([&](PgTransaction &t) {
-        if (t.exec("UPDATE users SET password_hash = $1 WHERE id = $2", {passwordHash, userId}).affected() !=
+        if (t.exec("UPDATE users SET password_hash = $1 WHERE id = $2 AND NOT is_team", {passwordHash, userId})
+                .affected() !=
             1)
             return StoreStatus::NotFound;
         t.exec("DELETE FROM sessions WHERE user_id = $1", {userId});
@@ -293,6 +364,8 @@ StorageResult<void> PostgresStorage::purgeExpired(std::int64_t sessionsUsedBefor
     return done([&](PgTransaction &t) {
         t.exec("DELETE FROM sessions WHERE last_used < $1", {sessionsUsedBefore});
         t.exec("DELETE FROM login_guard WHERE window_start < $1 AND locked_until < $1", {guardsBefore});
+        // A client retries a lost usage batch within days, not weeks.
+        t.exec("DELETE FROM usage_batches WHERE received_at < $1", {sessionsUsedBefore});
         return StoreStatus::Ok;
     });
 }
@@ -335,10 +408,16 @@ StorageResult<std::vector<PhraseRecord>> PostgresStorage::phrases(std::int64_t u
 StorageResult<StoreStatus> PostgresStorage::changeLibrary(std::int64_t userId, const Work &change) {
     return transaction([&](PgTransaction &t) {
         // The owner's row lock comes first: changes of one library, from any instance, take turns.
-        if (t.exec("UPDATE users SET library_version = library_version + 1 WHERE id = $1", {userId})
-                .affected() != 1)
+        const auto bumped = t.exec(
+            "UPDATE users SET library_version = library_version + 1 WHERE id = $1 RETURNING library_version",
+            {userId});
+        if (bumped.rows() != 1)
             return StoreStatus::NotFound;
-        return change(t);
+        const auto status = change(t);
+        // Delivered to every instance once the change commits.
+        if (status == StoreStatus::Ok)
+            notify(t, 'v', userId, bumped.integer(0, 0));
+        return status;
     });
 }
 
@@ -366,8 +445,12 @@ StorageResult<StoreStatus> PostgresStorage::deleteClasses(std::int64_t userId,
         if (t.exec("SELECT COUNT(*) FROM word_class WHERE user_id = $1", {userId}).integer(0, 0) <=
             std::int64_t(ids.size()))
             return StoreStatus::LastClass;
-        for (const auto id : ids)
+        for (const auto id : ids) {
+            t.exec("INSERT INTO deleted_phrases(user_id, sign, version) SELECT $1, sign, (SELECT library_version "
+                   "FROM users WHERE id = $1) FROM word_list WHERE class_id = $2",
+                   {userId, id});
             t.exec("DELETE FROM word_class WHERE id = $1", {id});
+        }
         return StoreStatus::Ok;
     });
 }
@@ -393,7 +476,10 @@ StorageResult<StoreStatus> PostgresStorage::swapRows(const char *table, std::int
         if (first.rows() == 0 || second.rows() == 0)
             return StoreStatus::NotFound;
         const std::string update =
-            std::string("UPDATE ") + table + " SET position = $1 WHERE sign = $2 AND user_id = $3";
+            std::string("UPDATE ") + table + " SET position = $1" +
+            (std::string(table) == "word_list" ? ", changed_in = (SELECT library_version FROM users WHERE id = $3)"
+                                               : "") +
+            " WHERE sign = $2 AND user_id = $3";
         t.exec(update, {second.integer(0, 0), sign1, userId});
         t.exec(update, {first.integer(0, 0), sign2, userId});
         return StoreStatus::Ok;
@@ -409,8 +495,8 @@ StorageResult<StoreStatus> PostgresStorage::createPhrase(std::int64_t userId, co
     return changeLibrary(userId, [&](PgTransaction &t) {
         const auto r =
             t.exec("INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
-                   "position) SELECT $1, id, $3::text, $4::text, $5::text, $6::text, $7::text, $8::bigint "
-                   "FROM word_class "
+                   "position, changed_in) SELECT $1, id, $3::text, $4::text, $5::text, $6::text, $7::text, "
+                   "$8::bigint, (SELECT library_version FROM users WHERE id = $1) FROM word_class "
                    "WHERE sign = $2 AND user_id = $1",
                    {userId, record.parentSign, record.sign, record.label, record.jsonValue, record.texts,
                     record.images, record.position});
@@ -421,10 +507,14 @@ StorageResult<StoreStatus> PostgresStorage::createPhrase(std::int64_t userId, co
 StorageResult<StoreStatus> PostgresStorage::deletePhrases(std::int64_t userId,
                                                           const std::vector<std::string> &signs) {
     return changeLibrary(userId, [&](PgTransaction &t) {
-        for (const auto &sign : distinct(signs))
+        for (const auto &sign : distinct(signs)) {
             if (t.exec("DELETE FROM word_list WHERE sign = $1 AND user_id = $2", {sign, userId}).affected() !=
                 1)
                 return StoreStatus::NotFound; // rolled back with the transaction
+            t.exec("INSERT INTO deleted_phrases(user_id, sign, version) VALUES($1, $2, (SELECT library_version "
+                   "FROM users WHERE id = $1))",
+                   {userId, sign});
+        }
         return StoreStatus::Ok;
     });
 }
@@ -436,7 +526,8 @@ StorageResult<StoreStatus> PostgresStorage::updatePhrase(std::int64_t userId, co
         if (parent.rows() == 0)
             return StoreStatus::NotFound;
         const auto r = t.exec("UPDATE word_list SET class_id = $1, label = $2, json_value = $3, texts = $4, "
-                              "images = $5 WHERE sign = $6 AND user_id = $7",
+                              "images = $5, changed_in = (SELECT library_version FROM users WHERE id = $7) "
+                              "WHERE sign = $6 AND user_id = $7",
                               {parent.integer(0, 0), record.label, record.jsonValue, record.texts,
                                record.images, record.sign, userId});
         return r.affected() == 1 ? StoreStatus::Ok : StoreStatus::NotFound;
@@ -496,5 +587,236 @@ StorageResult<std::int64_t> PostgresStorage::storageUsed(std::int64_t userId) {
                   "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = $1)",
                   {userId})
             .integer(0, 0);
+    });
+}
+
+StorageResult<StoreStatus> PostgresStorage::createTeam(const std::string &name, const std::string &nameKey,
+                                                       std::int64_t ownerId, const std::string &firstClassSign,
+                                                       const std::string &firstClassLabel) {
+    return transaction([&](PgTransaction &t) {
+        if (t.exec("SELECT 1 FROM users WHERE id = $1 AND NOT is_team", {ownerId}).rows() == 0)
+            return StoreStatus::NotFound;
+        const auto team = t.exec("INSERT INTO users(name, name_key, password_hash, is_team, library_version) "
+                                 "VALUES($1, $2, '', true, 1) ON CONFLICT (name_key) DO NOTHING RETURNING id",
+                                 {name, nameKey});
+        if (team.rows() == 0)
+            return StoreStatus::Exists;
+        const auto teamId = team.integer(0, 0);
+        t.exec("INSERT INTO word_class(user_id, sign, label, position) VALUES($1, $2, $3, 0)",
+               {teamId, firstClassSign, firstClassLabel});
+        t.exec("INSERT INTO team_members(team_id, user_id, role) VALUES($1, $2, 3)", {teamId, ownerId});
+        notify(t, 'l', ownerId);
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> PostgresStorage::deleteTeam(std::int64_t teamId) {
+    return transaction([&](PgTransaction &t) {
+        const auto members = t.exec("SELECT user_id FROM team_members WHERE team_id = $1", {teamId});
+        if (t.exec("DELETE FROM users WHERE id = $1 AND is_team", {teamId}).affected() != 1)
+            return StoreStatus::NotFound;
+        for (int i = 0; i < members.rows(); ++i)
+            notify(t, 'r', members.integer(i, 0));
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<std::optional<TeamRecord>> PostgresStorage::team(const std::string &nameKey) {
+    return statements<std::optional<TeamRecord>>([&](PgTransaction &t) -> std::optional<TeamRecord> {
+        const auto r = t.exec("SELECT id, name FROM users WHERE name_key = $1 AND is_team", {nameKey});
+        if (r.rows() == 0)
+            return std::nullopt;
+        TeamRecord team{r.integer(0, 0), r.text(0, 1), {}};
+        const auto m = t.exec("SELECT u.id, u.name, m.role FROM team_members m JOIN users u ON u.id = m.user_id "
+                              "WHERE m.team_id = $1 ORDER BY m.role DESC, u.name_key",
+                              {team.id});
+        for (int i = 0; i < m.rows(); ++i)
+            team.members.push_back({m.integer(i, 0), m.text(i, 1), TeamRole(m.integer(i, 2))});
+        return team;
+    });
+}
+
+StorageResult<std::vector<TeamRecord>> PostgresStorage::teams() {
+    return statements<std::vector<TeamRecord>>([&](PgTransaction &t) {
+        std::vector<TeamRecord> out;
+        const auto r = t.exec("SELECT t.id, t.name, u.id, u.name, m.role FROM users t LEFT JOIN team_members m "
+                              "ON m.team_id = t.id LEFT JOIN users u ON u.id = m.user_id WHERE t.is_team "
+                              "ORDER BY t.name_key, t.id, m.role DESC, u.name_key",
+                              {}, false);
+        for (int i = 0; i < r.rows(); ++i) {
+            const auto id = r.integer(i, 0);
+            if (out.empty() || out.back().id != id)
+                out.push_back({id, r.text(i, 1), {}});
+            if (!r.text(i, 2).empty())
+                out.back().members.push_back({r.integer(i, 2), r.text(i, 3), TeamRole(r.integer(i, 4))});
+        }
+        return out;
+    });
+}
+
+StorageResult<StoreStatus> PostgresStorage::setMember(std::int64_t teamId, std::int64_t userId, TeamRole role,
+                                                      bool add) {
+    return transaction([&](PgTransaction &t) {
+        // The team's row lock puts membership changes of one team in a line.
+        if (t.exec("SELECT 1 FROM users WHERE id = $1 AND is_team FOR UPDATE", {teamId}).rows() == 0 ||
+            t.exec("SELECT 1 FROM users WHERE id = $1 AND NOT is_team", {userId}).rows() == 0)
+            return StoreStatus::NotFound;
+        const auto current = memberRole(t, teamId, userId);
+        if (add == current.has_value())
+            return add ? StoreStatus::Exists : StoreStatus::NotFound;
+        if (current && *current == TeamRole::Owner && role != TeamRole::Owner && lastOwner(t, teamId, userId))
+            return StoreStatus::LastOwner;
+        t.exec("INSERT INTO team_members(team_id, user_id, role) VALUES($1, $2, $3) ON CONFLICT (team_id, user_id) "
+               "DO UPDATE SET role = excluded.role",
+               {teamId, userId, std::int64_t(role)});
+        if (!current || *current != role)
+            notify(t, current && role < *current ? 'r' : 'l', userId);
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<StoreStatus> PostgresStorage::removeMember(std::int64_t teamId, std::int64_t userId) {
+    return transaction([&](PgTransaction &t) {
+        t.exec("SELECT 1 FROM users WHERE id = $1 FOR UPDATE", {teamId});
+        const auto current = memberRole(t, teamId, userId);
+        if (!current)
+            return StoreStatus::NotFound;
+        if (*current == TeamRole::Owner && lastOwner(t, teamId, userId))
+            return StoreStatus::LastOwner;
+        t.exec("DELETE FROM team_members WHERE team_id = $1 AND user_id = $2", {teamId, userId});
+        notify(t, 'r', userId);
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<std::vector<LibraryGrant>> PostgresStorage::libraries(std::int64_t userId) {
+    return statements<std::vector<LibraryGrant>>([&](PgTransaction &t) {
+        std::vector<LibraryGrant> out;
+        const auto r = t.exec("SELECT id, name, false, 3, library_version, 0 AS o, name_key FROM users "
+                              "WHERE id = $1 AND NOT is_team UNION ALL SELECT u.id, u.name, true, m.role, "
+                              "u.library_version, 1, u.name_key FROM team_members m JOIN users u ON u.id = m.team_id "
+                              "WHERE m.user_id = $1 AND EXISTS (SELECT 1 FROM users WHERE id = $1 AND NOT is_team) "
+                              "ORDER BY 6, 7",
+                              {userId});
+        for (int i = 0; i < r.rows(); ++i)
+            out.push_back({r.integer(i, 0), r.text(i, 1), r.text(i, 2) == "t", TeamRole(r.integer(i, 3)),
+                           r.integer(i, 4)});
+        return out;
+    });
+}
+
+StorageResult<std::optional<LibraryGrant>> PostgresStorage::library(std::int64_t userId, const std::string &nameKey) {
+    return statements<std::optional<LibraryGrant>>([&](PgTransaction &t) -> std::optional<LibraryGrant> {
+        const auto r = t.exec("SELECT t.id, t.name, t.is_team, COALESCE(m.role, 3), t.library_version FROM users t "
+                              "LEFT JOIN team_members m ON m.team_id = t.id AND m.user_id = $1 "
+                              "WHERE t.name_key = $2 AND (t.id = $1 OR m.role IS NOT NULL)",
+                              {userId, nameKey});
+        if (r.rows() == 0)
+            return std::nullopt;
+        return LibraryGrant{r.integer(0, 0), r.text(0, 1), r.text(0, 2) == "t", TeamRole(r.integer(0, 3)),
+                            r.integer(0, 4)};
+    });
+}
+
+StorageResult<LibraryChanges> PostgresStorage::changesSince(std::int64_t libraryId, std::int64_t since) {
+    LibraryChanges out;
+    const auto status = transaction([&](PgTransaction &t) {
+        // One snapshot: the version and the rows it stands for.
+        t.exec("SET TRANSACTION ISOLATION LEVEL REPEATABLE READ READ ONLY");
+        out = {};
+        const auto v = t.exec("SELECT library_version, changes_from FROM users WHERE id = $1", {libraryId});
+        if (v.rows() == 0)
+            return StoreStatus::Ok;
+        out.version = v.integer(0, 0);
+        out.full = since < v.integer(0, 1) || since > out.version;
+        const auto c = t.exec("SELECT id, sign, label, position FROM word_class WHERE user_id = $1 "
+                              "ORDER BY position, id",
+                              {libraryId});
+        for (int i = 0; i < c.rows(); ++i)
+            out.classes.push_back({c.integer(i, 0), c.text(i, 1), c.text(i, 2), c.integer(i, 3)});
+        out.phrases = phraseRows(
+            t.exec("SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
+                   "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = $1 AND l.changed_in > $2 "
+                   "ORDER BY c.position, c.id, l.position, l.id",
+                   {libraryId, out.full ? std::int64_t(-1) : since}));
+        if (!out.full) {
+            const auto d = t.exec("SELECT DISTINCT sign FROM deleted_phrases WHERE user_id = $1 AND version > $2",
+                                  {libraryId, since});
+            for (int i = 0; i < d.rows(); ++i)
+                out.deleted.push_back(d.text(i, 0));
+        }
+        return StoreStatus::Ok;
+    });
+    if (!status.ok())
+        return status.error();
+    return out;
+}
+
+StorageResult<StoreStatus>
+PostgresStorage::recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch, std::int64_t day,
+                             const std::vector<std::pair<std::string, std::int64_t>> &counts, std::int64_t now) {
+    bool seen = false;
+    const auto status = transaction([&](PgTransaction &t) {
+        seen = t.exec("INSERT INTO usage_batches(team_id, user_id, batch, received_at) VALUES($1, $2, $3, $4) "
+                      "ON CONFLICT DO NOTHING",
+                      {teamId, userId, batch, now})
+                   .affected() == 0;
+        if (seen)
+            return StoreStatus::Ok;
+        for (const auto &[sign, sends] : counts)
+            t.exec("INSERT INTO phrase_usage(team_id, user_id, sign, day, sends) SELECT $1::bigint, $2::bigint, $3::text, $4::bigint, $5::bigint "
+                   "WHERE EXISTS (SELECT 1 FROM word_list WHERE sign = $3 AND user_id = $1) "
+                   "ON CONFLICT (team_id, sign, user_id, day) DO UPDATE SET sends = phrase_usage.sends + "
+                   "excluded.sends",
+                   {teamId, userId, sign, day, sends});
+        return StoreStatus::Ok;
+    });
+    if (!status.ok())
+        return status;
+    return seen ? StoreStatus::Exists : StoreStatus::Ok;
+}
+
+StorageResult<TeamUsage> PostgresStorage::teamUsage(std::int64_t teamId, std::int64_t fromDay) {
+    TeamUsage out;
+    const auto status = transaction([&](PgTransaction &t) {
+        t.exec("SET TRANSACTION ISOLATION LEVEL REPEATABLE READ READ ONLY");
+        out = {};
+        const auto p = t.exec("SELECT l.sign, l.label, c.label, COALESCE(SUM(u.sends) FILTER (WHERE u.day >= $2), 0), "
+                              "COALESCE(MAX(u.day), -1) FROM word_list l JOIN word_class c ON c.id = l.class_id "
+                              "LEFT JOIN phrase_usage u ON u.team_id = l.user_id AND u.sign = l.sign "
+                              "WHERE l.user_id = $1 GROUP BY l.id, c.label, c.position, c.id "
+                              "ORDER BY c.position, c.id, l.position, l.id",
+                              {teamId, fromDay});
+        for (int i = 0; i < p.rows(); ++i)
+            out.phrases.push_back({p.text(i, 0), p.text(i, 1), p.text(i, 2), p.integer(i, 3), p.integer(i, 4)});
+        const auto m = t.exec("SELECT a.name, m.role, COALESCE(SUM(u.sends) FILTER (WHERE u.day >= $2), 0), "
+                              "COALESCE(SUM(u.sends), 0) FROM team_members m JOIN users a ON a.id = m.user_id "
+                              "LEFT JOIN phrase_usage u ON u.team_id = m.team_id AND u.user_id = m.user_id "
+                              "WHERE m.team_id = $1 GROUP BY a.id, a.name, m.role ORDER BY a.name_key",
+                              {teamId, fromDay});
+        for (int i = 0; i < m.rows(); ++i)
+            out.members.push_back({m.text(i, 0), TeamRole(m.integer(i, 1)), m.integer(i, 2), m.integer(i, 3)});
+        return StoreStatus::Ok;
+    });
+    if (!status.ok())
+        return status.error();
+    return out;
+}
+
+void PostgresStorage::watchChanges(std::function<void(const ChangeNotice &)> listener) {
+    listener_.reset();
+    if (!listener)
+        return;
+    listener_ = std::make_unique<PgListener>(url_, noticeChannel, [listener = std::move(listener)](const std::string &payload) {
+        ChangeNotice notice;
+        char kind = 0;
+        long long id = 0, version = 0;
+        if (std::sscanf(payload.c_str(), "%c %lld %lld", &kind, &id, &version) < 2)
+            return;
+        notice.kind = kind == 'v' ? ChangeNotice::Kind::Version
+                                  : kind == 'l' ? ChangeNotice::Kind::Libraries : ChangeNotice::Kind::Revoked;
+        notice.id = id;
+        notice.version = version;
+        listener(notice);
     });
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "storage/pglistener.h"
 #include "storage/pgpool.h"
 #include "storage/storage.h"
 
@@ -20,6 +21,7 @@ public:
     // Connects and brings the schema up to date; nullptr and `error` when that fails.
     static std::unique_ptr<PostgresStorage> open(const std::string &url, std::size_t connections,
                                                  std::string &error);
+    ~PostgresStorage() override;
 
     StorageResult<StoreStatus> createUser(const std::string &name, const std::string &nameKey,
                                           const std::string &passwordHash, const std::string &firstClassSign,
@@ -65,6 +67,25 @@ public:
                                             std::int64_t now, std::int64_t ownerId) override;
     StorageResult<std::int64_t> storageUsed(std::int64_t userId) override;
 
+    StorageResult<StoreStatus> createTeam(const std::string &name, const std::string &nameKey, std::int64_t ownerId,
+                                          const std::string &firstClassSign,
+                                          const std::string &firstClassLabel) override;
+    StorageResult<StoreStatus> deleteTeam(std::int64_t teamId) override;
+    StorageResult<std::optional<TeamRecord>> team(const std::string &nameKey) override;
+    StorageResult<std::vector<TeamRecord>> teams() override;
+    StorageResult<StoreStatus> setMember(std::int64_t teamId, std::int64_t userId, TeamRole role, bool add) override;
+    StorageResult<StoreStatus> removeMember(std::int64_t teamId, std::int64_t userId) override;
+    StorageResult<std::vector<LibraryGrant>> libraries(std::int64_t userId) override;
+    StorageResult<std::optional<LibraryGrant>> library(std::int64_t userId, const std::string &nameKey) override;
+    StorageResult<LibraryChanges> changesSince(std::int64_t libraryId, std::int64_t since) override;
+    StorageResult<StoreStatus> recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch,
+                                           std::int64_t day,
+                                           const std::vector<std::pair<std::string, std::int64_t>> &counts,
+                                           std::int64_t now) override;
+    StorageResult<TeamUsage> teamUsage(std::int64_t teamId, std::int64_t fromDay) override;
+    // Notices arrive through LISTEN on a connection of their own, from every instance.
+    void watchChanges(std::function<void(const ChangeNotice &)> listener) override;
+
     // The schema version this build creates.
     static int schemaVersion();
 
@@ -84,5 +105,7 @@ private:
     StorageResult<void> done(const Work &work);
     StorageResult<void> migrate();
 
+    std::string url_;
     PgPool pool_;
+    std::unique_ptr<PgListener> listener_; // last: stops first
 };

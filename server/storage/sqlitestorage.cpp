@@ -55,7 +55,28 @@ private:
     SQLite::Statement *statement_;
 };
 
-constexpr int schemaVersion = 2;
+constexpr int schemaVersion = 3;
+
+// The version a change in progress commits as (the bump comes after the change), for the user
+// bound as parameter n.
+#define NEXT_VERSION(n) "(SELECT library_version + 1 FROM users WHERE id = ?" #n ")"
+
+// Keeps the signs of phrases about to be deleted, so "changes since" can name them.
+void rememberPhrase(std::uint64_t instance, std::int64_t userId, const std::string &sign) {
+    Prepared q(instance, "INSERT INTO deleted_phrases(user_id, sign, version) SELECT ?1, sign, " NEXT_VERSION(
+                             1) " FROM word_list WHERE user_id = ?1 AND sign = ?2");
+    q->bind(1, userId);
+    q->bind(2, sign);
+    q->exec();
+}
+
+void rememberClass(std::uint64_t instance, std::int64_t userId, std::int64_t classId) {
+    Prepared q(instance, "INSERT INTO deleted_phrases(user_id, sign, version) SELECT ?1, sign, " NEXT_VERSION(
+                             1) " FROM word_list WHERE user_id = ?1 AND class_id = ?2");
+    q->bind(1, userId);
+    q->bind(2, classId);
+    q->exec();
+}
 
 void bumpVersion(std::uint64_t instance, std::int64_t userId) {
     Prepared q(instance, "UPDATE users SET library_version = library_version + 1 WHERE id = ?");
@@ -268,10 +289,13 @@ void SqliteStorage::start() {
 }
 
 SqliteStorage::~SqliteStorage() {
+    watcher_.request_stop();
     checkpointer_.request_stop();
     checkpointWake_.notify_all();
     if (checkpointer_.joinable())
         checkpointer_.join();
+    if (watcher_.joinable())
+        watcher_.join();
     try {
         std::lock_guard lock(writeMutex_);
         db().exec("PRAGMA synchronous = FULL");
@@ -407,6 +431,45 @@ CREATE TABLE IF NOT EXISTS picture_owners (
 CREATE INDEX IF NOT EXISTS picture_owners_user ON picture_owners(user_id);
 CREATE INDEX IF NOT EXISTS sessions_last_used ON sessions(last_used);
 )");
+    // 3: teams (library rows nobody signs in to) with members and usage; what changed in which
+    // version, so a client can fetch only that. Versions before the upgrade are not known.
+    if (version < 3)
+        d.exec(R"(
+ALTER TABLE users ADD COLUMN is_team INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE users ADD COLUMN changes_from INTEGER NOT NULL DEFAULT 0;
+UPDATE users SET changes_from = library_version;
+ALTER TABLE word_list ADD COLUMN changed_in INTEGER NOT NULL DEFAULT 0;
+CREATE INDEX word_list_changed ON word_list(user_id, changed_in);
+CREATE TABLE deleted_phrases (
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  sign TEXT NOT NULL,
+  version INTEGER NOT NULL);
+CREATE INDEX deleted_phrases_user ON deleted_phrases(user_id, version);
+CREATE TABLE team_members (
+  team_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  role INTEGER NOT NULL,
+  PRIMARY KEY (team_id, user_id)) WITHOUT ROWID;
+CREATE INDEX team_members_user ON team_members(user_id);
+CREATE TABLE usage_batches (
+  team_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  batch TEXT NOT NULL,
+  received_at INTEGER NOT NULL,
+  PRIMARY KEY (team_id, user_id, batch)) WITHOUT ROWID;
+CREATE TABLE phrase_usage (
+  team_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  user_id INTEGER NOT NULL REFERENCES users(id) ON DELETE CASCADE,
+  sign TEXT NOT NULL,
+  day INTEGER NOT NULL,
+  sends INTEGER NOT NULL,
+  PRIMARY KEY (team_id, sign, user_id, day)) WITHOUT ROWID;
+CREATE TABLE team_notices (
+  id INTEGER PRIMARY KEY AUTOINCREMENT,
+  kind INTEGER NOT NULL,
+  account_id INTEGER NOT NULL,
+  created_at INTEGER NOT NULL);
+)");
     d.exec("PRAGMA user_version = " + std::to_string(schemaVersion));
     t.commit();
 }
@@ -437,7 +500,7 @@ StorageResult<StoreStatus> SqliteStorage::createUser(const std::string &name, co
 
 StorageResult<std::optional<UserRecord>> SqliteStorage::findUser(const std::string &nameKey) {
     return caught([&]() -> std::optional<UserRecord> {
-        SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ?");
+        SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ? AND is_team = 0");
         q.bind(1, nameKey);
         if (!q.executeStep())
             return std::nullopt;
@@ -447,7 +510,7 @@ StorageResult<std::optional<UserRecord>> SqliteStorage::findUser(const std::stri
 
 StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
     return write([&](SQLite::Database &d) {
-        SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ?");
+        SQLite::Statement up(d, "UPDATE users SET password_hash = ? WHERE id = ? AND is_team = 0");
         up.bind(1, passwordHash);
         up.bind(2, userId);
         if (up.exec() != 1)
@@ -559,6 +622,13 @@ StorageResult<void> SqliteStorage::purgeExpired(std::int64_t sessionsUsedBefore,
         guards.bind(1, guardsBefore);
         guards.bind(2, guardsBefore);
         guards.exec();
+        SQLite::Statement notices(d, "DELETE FROM team_notices WHERE created_at < ?");
+        notices.bind(1, guardsBefore);
+        notices.exec();
+        // A client retries a lost usage batch within days, not weeks.
+        SQLite::Statement batches(d, "DELETE FROM usage_batches WHERE received_at < ?");
+        batches.bind(1, sessionsUsedBefore);
+        batches.exec();
     });
 }
 
@@ -646,6 +716,7 @@ StorageResult<StoreStatus> SqliteStorage::deleteClasses(std::int64_t userId,
         }
         Prepared del(instance_, "DELETE FROM word_class WHERE id = ?");
         for (const auto id : ids) {
+            rememberClass(instance_, userId, id);
             del->bind(1, id);
             del->exec();
             del->reset();
@@ -682,7 +753,8 @@ StorageResult<StoreStatus> SqliteStorage::swapRows(bool classes, std::int64_t us
             positions[i] = q->getColumn(0).getInt64();
         }
         Prepared up(instance_, classes ? "UPDATE word_class SET position = ? WHERE sign = ? AND user_id = ?"
-                                       : "UPDATE word_list SET position = ? WHERE sign = ? AND user_id = ?");
+                                       : "UPDATE word_list SET position = ?1, changed_in = " NEXT_VERSION(
+                                             3) " WHERE sign = ?2 AND user_id = ?3");
         for (int i = 0; i < 2; ++i) {
             up->bind(1, positions[1 - i]);
             up->bind(2, *signs[i]);
@@ -706,7 +778,7 @@ StorageResult<StoreStatus> SqliteStorage::createPhrase(std::int64_t userId, cons
             return StoreStatus::NotFound;
         Prepared ins(instance_,
                      "INSERT INTO word_list(user_id, class_id, sign, label, json_value, texts, images, "
-                     "position) VALUES(?, ?, ?, ?, ?, ?, ?, ?)");
+                     "position, changed_in) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, " NEXT_VERSION(1) ")");
         ins->bind(1, userId);
         ins->bind(2, *parent);
         ins->bind(3, record.sign);
@@ -725,6 +797,7 @@ StorageResult<StoreStatus> SqliteStorage::deletePhrases(std::int64_t userId,
     return changeLibrary(userId, [&](SQLite::Database &) {
         Prepared del(instance_, "DELETE FROM word_list WHERE sign = ? AND user_id = ?");
         for (const auto &sign : distinct(signs)) {
+            rememberPhrase(instance_, userId, sign);
             del->bind(1, sign);
             del->bind(2, userId);
             if (del->exec() != 1)
@@ -741,7 +814,7 @@ StorageResult<StoreStatus> SqliteStorage::updatePhrase(std::int64_t userId, cons
         if (!parent)
             return StoreStatus::NotFound;
         Prepared up(instance_, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, "
-                               "images = ? WHERE sign = ? AND user_id = ?");
+                               "images = ?, changed_in = " NEXT_VERSION(7) " WHERE sign = ?6 AND user_id = ?7");
         up->bind(1, *parent);
         up->bind(2, record.label);
         up->bind(3, record.jsonValue);
@@ -805,5 +878,334 @@ StorageResult<std::int64_t> SqliteStorage::storageUsed(std::int64_t userId) {
             "FROM picture_owners o JOIN pictures p ON p.name = o.name WHERE o.user_id = ?1)");
         q->bind(1, userId);
         return q->executeStep() ? q->getColumn(0).getInt64() : std::int64_t(0);
+    });
+}
+
+namespace {
+
+void leaveNotice(SQLite::Database &d, ChangeNotice::Kind kind, std::int64_t accountId) {
+    SQLite::Statement q(d, "INSERT INTO team_notices(kind, account_id, created_at) VALUES(?, ?, unixepoch())");
+    q.bind(1, int(kind));
+    q.bind(2, accountId);
+    q.exec();
+}
+
+std::optional<TeamRole> memberRole(SQLite::Database &d, std::int64_t teamId, std::int64_t userId) {
+    SQLite::Statement q(d, "SELECT role FROM team_members WHERE team_id = ? AND user_id = ?");
+    q.bind(1, teamId);
+    q.bind(2, userId);
+    if (!q.executeStep())
+        return std::nullopt;
+    return TeamRole(q.getColumn(0).getInt());
+}
+
+bool lastOwner(SQLite::Database &d, std::int64_t teamId, std::int64_t userId) {
+    SQLite::Statement q(d, "SELECT COUNT(*) FROM team_members WHERE team_id = ? AND role = ? AND user_id <> ?");
+    q.bind(1, teamId);
+    q.bind(2, int(TeamRole::Owner));
+    q.bind(3, userId);
+    q.executeStep();
+    return q.getColumn(0).getInt64() == 0;
+}
+
+std::vector<PhraseRecord> readPhrases(SQLite::Statement &q) {
+    std::vector<PhraseRecord> out;
+    while (q.executeStep())
+        out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), q.getColumn(2).getString(),
+                       q.getColumn(3).getString(), q.getColumn(4).getString(), q.getColumn(5).getString(),
+                       q.getColumn(6).getString(), q.getColumn(7).getInt64()});
+    return out;
+}
+
+} // namespace
+
+StorageResult<StoreStatus> SqliteStorage::createTeam(const std::string &name, const std::string &nameKey,
+                                                     std::int64_t ownerId, const std::string &firstClassSign,
+                                                     const std::string &firstClassLabel) {
+    return writeIf(
+        [&](SQLite::Database &d) {
+            SQLite::Statement exists(d, "SELECT 1 FROM users WHERE name_key = ?");
+            exists.bind(1, nameKey);
+            if (exists.executeStep())
+                return StoreStatus::Exists;
+            SQLite::Statement owner(d, "SELECT 1 FROM users WHERE id = ? AND is_team = 0");
+            owner.bind(1, ownerId);
+            if (!owner.executeStep())
+                return StoreStatus::NotFound;
+            SQLite::Statement ins(d, "INSERT INTO users(name, name_key, password_hash, is_team, library_version) "
+                                     "VALUES(?, ?, '', 1, 1)");
+            ins.bind(1, name);
+            ins.bind(2, nameKey);
+            ins.exec();
+            const std::int64_t teamId = d.getLastInsertRowid();
+            SQLite::Statement cls(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
+            cls.bind(1, teamId);
+            cls.bind(2, firstClassSign);
+            cls.bind(3, firstClassLabel);
+            cls.exec();
+            SQLite::Statement member(d, "INSERT INTO team_members(team_id, user_id, role) VALUES(?, ?, ?)");
+            member.bind(1, teamId);
+            member.bind(2, ownerId);
+            member.bind(3, int(TeamRole::Owner));
+            member.exec();
+            leaveNotice(d, ChangeNotice::Kind::Libraries, ownerId);
+            return StoreStatus::Ok;
+        },
+        [](StoreStatus status) { return status == StoreStatus::Ok; });
+}
+
+StorageResult<StoreStatus> SqliteStorage::deleteTeam(std::int64_t teamId) {
+    return writeIf(
+        [&](SQLite::Database &d) {
+            SQLite::Statement members(d, "SELECT user_id FROM team_members WHERE team_id = ?");
+            members.bind(1, teamId);
+            while (members.executeStep())
+                leaveNotice(d, ChangeNotice::Kind::Revoked, members.getColumn(0).getInt64());
+            SQLite::Statement del(d, "DELETE FROM users WHERE id = ? AND is_team = 1");
+            del.bind(1, teamId);
+            return del.exec() == 1 ? StoreStatus::Ok : StoreStatus::NotFound;
+        },
+        [](StoreStatus status) { return status == StoreStatus::Ok; });
+}
+
+StorageResult<std::optional<TeamRecord>> SqliteStorage::team(const std::string &nameKey) {
+    return caught([&]() -> std::optional<TeamRecord> {
+        SQLite::Statement q(db(), "SELECT id, name FROM users WHERE name_key = ? AND is_team = 1");
+        q.bind(1, nameKey);
+        if (!q.executeStep())
+            return std::nullopt;
+        TeamRecord team{q.getColumn(0).getInt64(), q.getColumn(1).getString(), {}};
+        SQLite::Statement m(db(), "SELECT u.id, u.name, m.role FROM team_members m JOIN users u ON u.id = "
+                                  "m.user_id WHERE m.team_id = ? ORDER BY m.role DESC, u.name_key");
+        m.bind(1, team.id);
+        while (m.executeStep())
+            team.members.push_back(
+                {m.getColumn(0).getInt64(), m.getColumn(1).getString(), TeamRole(m.getColumn(2).getInt())});
+        return team;
+    });
+}
+
+StorageResult<std::vector<TeamRecord>> SqliteStorage::teams() {
+    return caught([&] {
+        std::vector<TeamRecord> out;
+        SQLite::Statement q(db(), "SELECT t.id, t.name, u.id, u.name, m.role FROM users t LEFT JOIN team_members m "
+                                  "ON m.team_id = t.id LEFT JOIN users u ON u.id = m.user_id WHERE t.is_team = 1 "
+                                  "ORDER BY t.name_key, t.id, m.role DESC, u.name_key");
+        while (q.executeStep()) {
+            const auto id = q.getColumn(0).getInt64();
+            if (out.empty() || out.back().id != id)
+                out.push_back({id, q.getColumn(1).getString(), {}});
+            if (!q.getColumn(2).isNull())
+                out.back().members.push_back(
+                    {q.getColumn(2).getInt64(), q.getColumn(3).getString(), TeamRole(q.getColumn(4).getInt())});
+        }
+        return out;
+    });
+}
+
+StorageResult<StoreStatus> SqliteStorage::setMember(std::int64_t teamId, std::int64_t userId, TeamRole role,
+                                                    bool add) {
+    return writeIf(
+        [&](SQLite::Database &d) {
+            SQLite::Statement account(d, "SELECT 1 FROM users WHERE id = ? AND is_team = 0");
+            account.bind(1, userId);
+            if (!account.executeStep())
+                return StoreStatus::NotFound;
+            const auto current = memberRole(d, teamId, userId);
+            if (add == current.has_value())
+                return add ? StoreStatus::Exists : StoreStatus::NotFound;
+            if (current && *current == TeamRole::Owner && role != TeamRole::Owner && lastOwner(d, teamId, userId))
+                return StoreStatus::LastOwner;
+            SQLite::Statement up(d, "INSERT OR REPLACE INTO team_members(team_id, user_id, role) VALUES(?, ?, ?)");
+            up.bind(1, teamId);
+            up.bind(2, userId);
+            up.bind(3, int(role));
+            up.exec();
+            if (!current || *current != role)
+                leaveNotice(d, current && role < *current ? ChangeNotice::Kind::Revoked : ChangeNotice::Kind::Libraries,
+                            userId);
+            return StoreStatus::Ok;
+        },
+        [](StoreStatus status) { return status == StoreStatus::Ok; });
+}
+
+StorageResult<StoreStatus> SqliteStorage::removeMember(std::int64_t teamId, std::int64_t userId) {
+    return writeIf(
+        [&](SQLite::Database &d) {
+            const auto current = memberRole(d, teamId, userId);
+            if (!current)
+                return StoreStatus::NotFound;
+            if (*current == TeamRole::Owner && lastOwner(d, teamId, userId))
+                return StoreStatus::LastOwner;
+            SQLite::Statement del(d, "DELETE FROM team_members WHERE team_id = ? AND user_id = ?");
+            del.bind(1, teamId);
+            del.bind(2, userId);
+            del.exec();
+            leaveNotice(d, ChangeNotice::Kind::Revoked, userId);
+            return StoreStatus::Ok;
+        },
+        [](StoreStatus status) { return status == StoreStatus::Ok; });
+}
+
+StorageResult<std::vector<LibraryGrant>> SqliteStorage::libraries(std::int64_t userId) {
+    return caught([&] {
+        std::vector<LibraryGrant> out;
+        SQLite::Statement own(db(), "SELECT id, name, library_version FROM users WHERE id = ? AND is_team = 0");
+        own.bind(1, userId);
+        if (!own.executeStep())
+            return out;
+        out.push_back({own.getColumn(0).getInt64(), own.getColumn(1).getString(), false, TeamRole::Owner,
+                       own.getColumn(2).getInt64()});
+        SQLite::Statement q(db(), "SELECT t.id, t.name, m.role, t.library_version FROM team_members m JOIN users t "
+                                  "ON t.id = m.team_id WHERE m.user_id = ? ORDER BY t.name_key");
+        q.bind(1, userId);
+        while (q.executeStep())
+            out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), true,
+                           TeamRole(q.getColumn(2).getInt()), q.getColumn(3).getInt64()});
+        return out;
+    });
+}
+
+StorageResult<std::optional<LibraryGrant>> SqliteStorage::library(std::int64_t userId, const std::string &nameKey) {
+    return caught([&]() -> std::optional<LibraryGrant> {
+        db();
+        Prepared q(instance_, "SELECT t.id, t.name, t.is_team, COALESCE(m.role, 3), t.library_version FROM users t "
+                              "LEFT JOIN team_members m ON m.team_id = t.id AND m.user_id = ?1 "
+                              "WHERE t.name_key = ?2 AND (t.id = ?1 OR m.role IS NOT NULL)");
+        q->bind(1, userId);
+        q->bind(2, nameKey);
+        if (!q->executeStep())
+            return std::nullopt;
+        return LibraryGrant{q->getColumn(0).getInt64(), q->getColumn(1).getString(), q->getColumn(2).getInt() != 0,
+                            TeamRole(q->getColumn(3).getInt()), q->getColumn(4).getInt64()};
+    });
+}
+
+StorageResult<LibraryChanges> SqliteStorage::changesSince(std::int64_t libraryId, std::int64_t since) {
+    return caught([&] {
+        auto &d = db();
+        // One snapshot: the version and the rows it stands for.
+        SQLite::Transaction snapshot(d, SQLite::TransactionBehavior::DEFERRED);
+        LibraryChanges out;
+        SQLite::Statement v(d, "SELECT library_version, changes_from FROM users WHERE id = ?");
+        v.bind(1, libraryId);
+        if (!v.executeStep())
+            return out;
+        out.version = v.getColumn(0).getInt64();
+        out.full = since < v.getColumn(1).getInt64() || since > out.version;
+        SQLite::Statement c(d, "SELECT id, sign, label, position FROM word_class WHERE user_id = ? "
+                               "ORDER BY position, id");
+        c.bind(1, libraryId);
+        while (c.executeStep())
+            out.classes.push_back(
+                {c.getColumn(0).getInt64(), c.getColumn(1).getString(), c.getColumn(2).getString(), c.getColumn(3).getInt64()});
+        SQLite::Statement p(d, "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
+                               "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
+                               "AND l.changed_in > ? ORDER BY c.position, c.id, l.position, l.id");
+        p.bind(1, libraryId);
+        p.bind(2, out.full ? std::int64_t(-1) : since);
+        out.phrases = readPhrases(p);
+        if (!out.full) {
+            SQLite::Statement del(d, "SELECT DISTINCT sign FROM deleted_phrases WHERE user_id = ? AND version > ?");
+            del.bind(1, libraryId);
+            del.bind(2, since);
+            while (del.executeStep())
+                out.deleted.push_back(del.getColumn(0).getString());
+        }
+        snapshot.commit();
+        return out;
+    });
+}
+
+StorageResult<StoreStatus>
+SqliteStorage::recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch, std::int64_t day,
+                           const std::vector<std::pair<std::string, std::int64_t>> &counts, std::int64_t now) {
+    return write([&](SQLite::Database &d) {
+        SQLite::Statement seen(d, "INSERT OR IGNORE INTO usage_batches(team_id, user_id, batch, received_at) "
+                                  "VALUES(?, ?, ?, ?)");
+        seen.bind(1, teamId);
+        seen.bind(2, userId);
+        seen.bind(3, batch);
+        seen.bind(4, now);
+        if (seen.exec() == 0)
+            return StoreStatus::Exists;
+        SQLite::Statement add(d, "INSERT INTO phrase_usage(team_id, user_id, sign, day, sends) SELECT ?1, ?2, ?3, ?4, ?5 "
+                                 "WHERE EXISTS (SELECT 1 FROM word_list WHERE sign = ?3 AND user_id = ?1) "
+                                 "ON CONFLICT(team_id, sign, user_id, day) DO UPDATE SET sends = sends + excluded.sends");
+        for (const auto &[sign, sends] : counts) {
+            add.bind(1, teamId);
+            add.bind(2, userId);
+            add.bind(3, sign);
+            add.bind(4, day);
+            add.bind(5, sends);
+            add.exec();
+            add.reset();
+        }
+        return StoreStatus::Ok;
+    });
+}
+
+StorageResult<TeamUsage> SqliteStorage::teamUsage(std::int64_t teamId, std::int64_t fromDay) {
+    return caught([&] {
+        auto &d = db();
+        SQLite::Transaction snapshot(d, SQLite::TransactionBehavior::DEFERRED);
+        TeamUsage out;
+        SQLite::Statement p(d, "SELECT l.sign, l.label, c.label, COALESCE(SUM(CASE WHEN u.day >= ?2 THEN u.sends END), 0), "
+                               "COALESCE(MAX(u.day), -1) FROM word_list l JOIN word_class c ON c.id = l.class_id "
+                               "LEFT JOIN phrase_usage u ON u.team_id = l.user_id AND u.sign = l.sign "
+                               "WHERE l.user_id = ?1 GROUP BY l.id ORDER BY c.position, c.id, l.position, l.id");
+        p.bind(1, teamId);
+        p.bind(2, fromDay);
+        while (p.executeStep())
+            out.phrases.push_back({p.getColumn(0).getString(), p.getColumn(1).getString(), p.getColumn(2).getString(),
+                                   p.getColumn(3).getInt64(), p.getColumn(4).getInt64()});
+        SQLite::Statement m(d, "SELECT a.name, m.role, COALESCE(SUM(CASE WHEN u.day >= ?2 THEN u.sends END), 0), "
+                               "COALESCE(SUM(u.sends), 0) FROM team_members m JOIN users a ON a.id = m.user_id "
+                               "LEFT JOIN phrase_usage u ON u.team_id = m.team_id AND u.user_id = m.user_id "
+                               "WHERE m.team_id = ?1 GROUP BY m.user_id ORDER BY a.name_key");
+        m.bind(1, teamId);
+        m.bind(2, fromDay);
+        while (m.executeStep())
+            out.members.push_back({m.getColumn(0).getString(), TeamRole(m.getColumn(1).getInt()),
+                                   m.getColumn(2).getInt64(), m.getColumn(3).getInt64()});
+        snapshot.commit();
+        return out;
+    });
+}
+
+void SqliteStorage::watchChanges(std::function<void(const ChangeNotice &)> listener) {
+    watcher_ = std::jthread(); // stops the one before
+    if (!listener)
+        return;
+    // Commands run beside the service write here too; a look every 200 ms is cheap in one file.
+    watcher_ = std::jthread([this, listener = std::move(listener)](std::stop_token stop) {
+        std::unique_ptr<SQLite::Database> d;
+        std::int64_t last = 0;
+        bool started = false;
+        while (!stop.stop_requested()) {
+            try {
+                if (!d)
+                    d = connect();
+                if (!started) {
+                    last = d->execAndGet("SELECT COALESCE(MAX(id), 0) FROM team_notices").getInt64();
+                    started = true;
+                }
+                SQLite::Statement q(*d, "SELECT id, kind, account_id FROM team_notices WHERE id > ? ORDER BY id");
+                q.bind(1, last);
+                std::vector<ChangeNotice> notices;
+                while (q.executeStep()) {
+                    last = q.getColumn(0).getInt64();
+                    notices.push_back({ChangeNotice::Kind(q.getColumn(1).getInt()), q.getColumn(2).getInt64(), 0});
+                }
+                q.reset();
+                for (const auto &notice : notices)
+                    listener(notice);
+            } catch (const std::exception &e) {
+                ServiceLog::line(std::string("reading team notices failed: ") + e.what());
+                d.reset();
+            }
+            std::unique_lock lock(checkpointMutex_);
+            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(200), [] { return false; });
+        }
     });
 }

@@ -73,6 +73,24 @@ public:
                                             std::int64_t now, std::int64_t ownerId) override;
     StorageResult<std::int64_t> storageUsed(std::int64_t userId) override;
 
+    StorageResult<StoreStatus> createTeam(const std::string &name, const std::string &nameKey, std::int64_t ownerId,
+                                          const std::string &firstClassSign,
+                                          const std::string &firstClassLabel) override;
+    StorageResult<StoreStatus> deleteTeam(std::int64_t teamId) override;
+    StorageResult<std::optional<TeamRecord>> team(const std::string &nameKey) override;
+    StorageResult<std::vector<TeamRecord>> teams() override;
+    StorageResult<StoreStatus> setMember(std::int64_t teamId, std::int64_t userId, TeamRole role, bool add) override;
+    StorageResult<StoreStatus> removeMember(std::int64_t teamId, std::int64_t userId) override;
+    StorageResult<std::vector<LibraryGrant>> libraries(std::int64_t userId) override;
+    StorageResult<std::optional<LibraryGrant>> library(std::int64_t userId, const std::string &nameKey) override;
+    StorageResult<LibraryChanges> changesSince(std::int64_t libraryId, std::int64_t since) override;
+    StorageResult<StoreStatus> recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch,
+                                           std::int64_t day,
+                                           const std::vector<std::pair<std::string, std::int64_t>> &counts,
+                                           std::int64_t now) override;
+    StorageResult<TeamUsage> teamUsage(std::int64_t teamId, std::int64_t fromDay) override;
+    void watchChanges(std::function<void(const ChangeNotice &)> listener) override;
+
     // Past this size the write-ahead log is copied back and truncated at once.
     static constexpr std::int64_t walTruncateBytes = 32 * 1024 * 1024;
 
@@ -122,5 +140,6 @@ private:
     bool syncing_ = false;
     std::mutex checkpointMutex_;
     std::condition_variable_any checkpointWake_;
-    std::jthread checkpointer_; // last: stops before the members it uses go
+    std::jthread checkpointer_; // stops before the members it uses go
+    std::jthread watcher_;      // reads notices left by membership changes
 };

@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Everything the endpoints need from persistence. SQLite is the one back-end today; another
@@ -74,4 +75,35 @@ public:
                                                     std::int64_t now, std::int64_t ownerId) = 0;
     // Bytes the account uses: its phrases' labels and contents and the pictures it sent.
     virtual StorageResult<std::int64_t> storageUsed(std::int64_t userId) = 0;
+
+    // Teams. A team is a library row among the accounts (names are unique across both) that
+    // nobody signs in to; its members' roles say who may change it. Membership changes leave a
+    // notice for every instance (see watchChanges). A team always keeps an owner.
+    virtual StorageResult<StoreStatus> createTeam(const std::string &name, const std::string &nameKey,
+                                                  std::int64_t ownerId, const std::string &firstClassSign,
+                                                  const std::string &firstClassLabel) = 0;
+    virtual StorageResult<StoreStatus> deleteTeam(std::int64_t teamId) = 0;
+    virtual StorageResult<std::optional<TeamRecord>> team(const std::string &nameKey) = 0;
+    virtual StorageResult<std::vector<TeamRecord>> teams() = 0;
+    // Exists when `add` and already a member; NotFound when not `add` and not a member.
+    virtual StorageResult<StoreStatus> setMember(std::int64_t teamId, std::int64_t userId, TeamRole role,
+                                                 bool add) = 0;
+    virtual StorageResult<StoreStatus> removeMember(std::int64_t teamId, std::int64_t userId) = 0;
+    // The account's own library first, then its teams by name.
+    virtual StorageResult<std::vector<LibraryGrant>> libraries(std::int64_t userId) = 0;
+    // The library named nameKey when the account may read it.
+    virtual StorageResult<std::optional<LibraryGrant>> library(std::int64_t userId,
+                                                               const std::string &nameKey) = 0;
+    virtual StorageResult<LibraryChanges> changesSince(std::int64_t libraryId, std::int64_t since) = 0;
+    // Adds a member's counts once per batch id (Exists for a batch seen before). Signs that are no
+    // phrase of the team are left out.
+    virtual StorageResult<StoreStatus> recordUsage(std::int64_t teamId, std::int64_t userId,
+                                                   const std::string &batch, std::int64_t day,
+                                                   const std::vector<std::pair<std::string, std::int64_t>> &counts,
+                                                   std::int64_t now) = 0;
+    virtual StorageResult<TeamUsage> teamUsage(std::int64_t teamId, std::int64_t fromDay) = 0;
+    // Calls `listener` (on a thread of the storage) for membership notices and, where several
+    // processes share the database, for library versions committed elsewhere. An empty listener
+    // stops the watching (the listener is never called after this returns).
+    virtual void watchChanges(std::function<void(const ChangeNotice &)> listener) = 0;
 };

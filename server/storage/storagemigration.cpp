@@ -21,12 +21,17 @@ struct Table {
 
 // Parents before children, so every reference is already there.
 const Table tables[] = {
-    {"users", "id, name, name_key, password_hash, library_version", "$1, $2, $3, $4, $5"},
+    {"users", "id, name, name_key, password_hash, library_version, is_team, changes_from",
+     "$1, $2, $3, $4, $5, $6, $7"},
     {"sessions", "token_digest, user_id, created_at, last_used", "$1, $2, $3, $4"},
     {"login_guard", "name_key, failures, window_start, locked_until", "$1, $2, $3, $4"},
     {"word_class", "id, user_id, sign, label, position", "$1, $2, $3, $4, $5"},
-    {"word_list", "id, user_id, class_id, sign, label, json_value, texts, images, position",
-     "$1, $2, $3, $4, $5, $6, $7, $8, $9"},
+    {"word_list", "id, user_id, class_id, sign, label, json_value, texts, images, position, changed_in",
+     "$1, $2, $3, $4, $5, $6, $7, $8, $9, $10"},
+    {"deleted_phrases", "user_id, sign, version", "$1, $2, $3"},
+    {"team_members", "team_id, user_id, role", "$1, $2, $3"},
+    {"usage_batches", "team_id, user_id, batch, received_at", "$1, $2, $3, $4"},
+    {"phrase_usage", "team_id, user_id, sign, day, sends", "$1, $2, $3, $4, $5"},
     {"pictures", "name, data, created_at, size", "$1, $2, $3, $4", 1},
     {"picture_owners", "name, user_id", "$1, $2"},
 };
@@ -73,7 +78,7 @@ int StorageMigration::run(const std::string &sqlitePath, const std::string &post
     try {
         SQLite::Database source(sqlitePath, SQLite::OPEN_READONLY);
         source.setBusyTimeout(10000);
-        if (source.execAndGet("PRAGMA user_version").getInt() < 2)
+        if (source.execAndGet("PRAGMA user_version").getInt() < 3)
             return fail("start the service once on " + sqlitePath + " to bring its schema up to date");
         // One read transaction: every table comes from the same moment.
         SQLite::Transaction snapshot(source, SQLite::TransactionBehavior::DEFERRED);

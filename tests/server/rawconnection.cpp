@@ -100,6 +100,31 @@ RawConnection::Response RawConnection::read(std::chrono::milliseconds timeout) {
     return r;
 }
 
+std::string RawConnection::readEvent(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        for (std::size_t end; (end = events_.find("\n\n")) != std::string::npos;) {
+            auto event = events_.substr(0, end);
+            events_.erase(0, end + 2);
+            if (!event.empty() && event[0] != ':')
+                return event;
+        }
+        const auto sizeEnd = buffer_.find("\r\n");
+        if (sizeEnd != std::string::npos) {
+            const auto size = std::size_t(std::stoul(buffer_.substr(0, sizeEnd), nullptr, 16));
+            if (size == 0)
+                return {};
+            if (buffer_.size() >= sizeEnd + 2 + size + 2) {
+                events_ += buffer_.substr(sizeEnd + 2, size);
+                buffer_.erase(0, sizeEnd + 2 + size + 2);
+                continue;
+            }
+        }
+        if (fill(deadline) != Fill::Data)
+            return {};
+    }
+}
+
 bool RawConnection::closedWithin(std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {

@@ -25,6 +25,9 @@ public:
     bool send(const std::string &bytes);
     // One response with a Content-Length body; status 0 when none came in time or it was cut.
     Response read(std::chrono::milliseconds timeout = std::chrono::seconds(10));
+    // After read() took the head of a chunked event stream: its next event ("event: …\ndata: …"),
+    // comment lines skipped; empty when none came in time or the stream ended.
+    std::string readEvent(std::chrono::milliseconds timeout = std::chrono::seconds(10));
     // True when the service closed the connection within the timeout (what it sent is dropped).
     bool closedWithin(std::chrono::milliseconds timeout);
 
@@ -39,4 +42,5 @@ private:
 
     int fd_ = -1;
     std::string buffer_;
+    std::string events_; // an event stream's text, its chunk framing taken off
 };
