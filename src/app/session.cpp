@@ -77,6 +77,9 @@ void Session::start(HomeView &home) {
                                  if (list)
                                      list->selectRow(row);
                              });
+    quickBar_->setBadgeSource([&teams = *teams_](const Phrase &phrase) {
+        return teams.isTeam(phrase.username) ? phrase.username : QString();
+    });
     quickBar_->setHomeWindow(home.window());
     quickBar_->setSearchField(home.searchField());
     quickBar_->applyShortcutSetting();

@@ -84,7 +84,7 @@ void ChangeStream::readEvents() {
             const QJsonObject data = QJsonDocument::fromJson(event.data).object();
             const QString dbname = data.value(QLatin1String("dbname")).toString();
             const qint64 version = data.value(QLatin1String("version")).toInteger();
-            if (dbname.isEmpty() || version <= 0) {
+            if (dbname.isEmpty() || version < 0) {
                 qCWarning(lcCloud, "change stream: unreadable version event %s", event.data.constData());
                 continue;
             }

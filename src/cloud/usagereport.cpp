@@ -30,22 +30,24 @@ void UsageReport::report() {
     reporting_ = true;
     QPointer<UsageReport> self(this);
     const QString id = batch->id;
-    cloud_.reportUsage(
-        batch->dbname, id, batch->counts, [self, id](CloudClient::Report outcome, const QString &message) {
-            if (!self)
-                return;
-            self->reporting_ = false;
-            if (outcome == CloudClient::Report::Failed) {
-                // Kept with its id: the next round sends it again.
-                qCInfo(lcCloud, "usage batch %s not reported: %s", qUtf8Printable(id),
-                       qUtf8Printable(message));
-                return;
-            }
-            if (outcome == CloudClient::Report::Refused)
-                qCWarning(lcCloud, "usage batch %s refused: %s", qUtf8Printable(id), qUtf8Printable(message));
-            self->store_.removeBatch(id);
-            if (outcome == CloudClient::Report::Accepted)
-                Q_EMIT self->reported(id);
-            self->report();
-        });
+    cloud_.reportUsage(batch->dbname, id, batch->counts,
+                       [self, id](CloudClient::Report outcome, const QString &message) {
+                           if (!self)
+                               return;
+                           self->reporting_ = false;
+                           // A batch not accepted keeps its id: the next round sends it again, and the
+                           // service counts a batch it has seen once.
+                           if (outcome == CloudClient::Report::Failed) {
+                               qCInfo(lcCloud, "usage batch %s not reported: %s", qUtf8Printable(id),
+                                      qUtf8Printable(message));
+                           } else if (outcome == CloudClient::Report::Refused) {
+                               const bool dropped = self->store_.refuseBatch(id);
+                               qCWarning(lcCloud, "usage batch %s refused%s: %s", qUtf8Printable(id),
+                                         dropped ? " for good" : "", qUtf8Printable(message));
+                           } else {
+                               self->store_.removeBatch(id);
+                               Q_EMIT self->reported(id);
+                               self->report();
+                           }
+                       });
 }

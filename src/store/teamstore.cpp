@@ -21,7 +21,8 @@ void TeamStore::createTables() {
                    "sends INTEGER NOT NULL, PRIMARY KEY (dbname, sign))",
                    none);
     store_.changes("CREATE TABLE IF NOT EXISTS team_usage_batch (id INTEGER PRIMARY KEY NOT NULL, "
-                   "batch TEXT NOT NULL UNIQUE, dbname TEXT NOT NULL, counts TEXT NOT NULL)",
+                   "batch TEXT NOT NULL UNIQUE, dbname TEXT NOT NULL, counts TEXT NOT NULL, "
+                   "refusals INTEGER NOT NULL DEFAULT 0)",
                    none);
 }
 
@@ -126,6 +127,16 @@ std::optional<TeamStore::Batch> TeamStore::nextBatch() {
         qCWarning(lcStore, "making a usage batch failed: %s", e.what());
         return std::nullopt;
     }
+}
+
+bool TeamStore::refuseBatch(const QString &id) {
+    store_.changes("UPDATE team_usage_batch SET refusals = refusals + 1 WHERE batch = ?",
+                   [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, id); });
+    return store_.changes("DELETE FROM team_usage_batch WHERE batch = ? AND refusals >= ?",
+                          [&](SQLite::Statement &s) {
+                              LocalStore::bindText(s, 1, id);
+                              s.bind(2, maxRefusals);
+                          }) > 0;
 }
 
 bool TeamStore::removeBatch(const QString &id) {

@@ -35,6 +35,11 @@ public:
     // of one library (they leave the counts in the same transaction, so a send is in one batch only).
     std::optional<Batch> nextBatch();
     bool removeBatch(const QString &id);
+    // The service refused the batch. A refusal can be passing (its storage failed), so the batch
+    // stays until it has been refused maxRefusals times (the account left the team). True when it
+    // was dropped.
+    bool refuseBatch(const QString &id);
+    static constexpr int maxRefusals = 5;
 
 private:
     void createTables();

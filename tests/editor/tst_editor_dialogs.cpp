@@ -1,4 +1,6 @@
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
+#include "cloud/phraseoperations.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -6,8 +8,6 @@
 #include "editor/emojipicker.h"
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
-#include "cloud/classoperations.h"
-#include "cloud/phraseoperations.h"
 #include "model/contentformat.h"
 #include "model/settings.h"
 #include "store/classstore.h"
@@ -324,14 +324,14 @@ private Q_SLOTS:
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
-        PictureUploadDialog dialog(client_, json, {});
+        PictureUploadDialog dialog(client_, client_.username(), json, {});
         QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
         QCOMPARE(dialog.progressbar->minimum(), 0);
         QCOMPARE(dialog.progressbar->maximum(), 100);
 
         // Nothing to upload: it reports success and closes by itself.
         std::optional<Result<void>> outcome;
-        PictureUploadDialog empty(client_, QStringLiteral(R"([{"type":1,"value":"x"}])"),
+        PictureUploadDialog empty(client_, client_.username(), QStringLiteral(R"([{"type":1,"value":"x"}])"),
                                   [&](const Result<void> &r) { outcome = r; });
         empty.show();
         QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);

@@ -19,6 +19,8 @@
 #include "library/phraselistview.h"
 #include "library/searchresultlist.h"
 #include "model/settings.h"
+#include "quickbar/quickbar.h"
+#include "quickbar/quickbarslot.h"
 #include "send/targetwindowtracker.h"
 #include "store/appfileutil.h"
 #include "store/classstore.h"
@@ -96,7 +98,7 @@ int runEditor(int argc, char **argv) {
         const QString op = command["op"].toString();
         const QString json = command["json"].toString();
         if (op == "add" || op == "edit") {
-            QString content = json;
+            QString content = PhraseJson::phrase({json});
             QString picture;
             if (command.contains("picture")) {
                 QFile file(command["picture"].toString());
@@ -324,7 +326,9 @@ private Q_SLOTS:
     // forced through anyway is refused by the service and changes nothing here.
     void agentControlsAreReadOnly() {
         classes()->setSelectIndex(classRow(team));
-        phrases()->selectRow(0);
+        session_->quickBar()->slotHovered(0);
+        QCOMPARE(session_->quickBar()->item(0)->toolTip(), QStringLiteral("[acme] Hello, how can I help?"));
+        QCOMPARE(phrases()->selectedRows, QList<int>{0});
         QVERIFY(home_->libraryPanel->readOnlyNote->isVisibleTo(home_));
         classes()->reloadMenuState();
         for (QAction *action :
@@ -368,7 +372,10 @@ private Q_SLOTS:
 
         PhraseListView *view = phrases()->collectionView;
         const QRect rect = view->visualRect(view->model()->index(0, 0));
-        QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, QPoint(rect.left() + 20, rect.center().y()));
+        // The list counts releases: two clicks on one row are a double click.
+        for (int click = 0; click < 2; ++click)
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
+                              QPoint(rect.left() + 20, rect.center().y()));
         QTRY_VERIFY_WITH_TIMEOUT(!session_->sender().isRunning(), 20000);
         QTRY_VERIFY_WITH_TIMEOUT(session_->tracker().lastTarget()->title.contains("reply.txt"), 10000);
         QTest::qWait(300);
@@ -380,7 +387,8 @@ private Q_SLOTS:
         QSignalSpy reported(&session_->usageReport(), &UsageReport::reported);
         session_->usageReport().report();
         QTRY_COMPARE_WITH_TIMEOUT(reported.size(), 1, 10000);
-        QVERIFY2(usageCsv().contains("Greeting"), qPrintable(usageCsv()));
+        QVERIFY2(usageCsv().contains("\nmember,agent,agent,1,1\n"), qPrintable(usageCsv()));
+        QVERIFY2(usageCsv().contains("\nphrase,Greeting,"), qPrintable(usageCsv()));
     }
 
     // After the service restarts the stream opens again by itself and changes flow as before; a send
@@ -409,6 +417,7 @@ private Q_SLOTS:
         session_->usageReport().report();
         QTest::qWait(300);
         QCOMPARE(reported.size(), 1); // nothing left to report
+        QVERIFY2(usageCsv().contains("\nmember,agent,agent,2,2\n"), qPrintable(usageCsv()));
     }
 
     void cleanupTestCase() {
