@@ -42,7 +42,7 @@ Session::Session(Settings &settings, CloudClient &cloud, const QString &username
       classOperations_(std::make_unique<ClassOperations>(*classes_, cloud_, username_)),
       sync_(std::make_unique<LibrarySync>(cloud_, *classes_, *phrases_, username_)),
       heartbeat_(std::make_unique<SessionHeartbeat>(cloud_)),
-      teamStore_(std::make_unique<TeamStore>(*store_)),
+      teamStore_(std::make_unique<TeamStore>(*store_, username_)),
       teams_(std::make_unique<TeamLibraries>(cloud_, *teamStore_, *classes_, *phrases_, *phraseOperations_,
                                              *classOperations_, username_)),
       stream_(std::make_unique<ChangeStream>(cloud_)),

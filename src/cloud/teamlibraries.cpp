@@ -126,6 +126,7 @@ void TeamLibraries::refresh() {
             self->order_.removeAll(dbname);
             self->phrases_.deleteAll(dbname);
             self->classes_.deleteAll(dbname);
+            self->store_.forgetRows(dbname);
         }
         self->store_.setLibraries(teams);
         QList<QString> order;

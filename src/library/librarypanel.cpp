@@ -108,6 +108,7 @@ void LibraryPanel::refreshLabel() {
 
 void LibraryPanel::cloudButtonClick() {
     library_.sync.syncAll();
+    library_.libraries.refresh();
 }
 
 void LibraryPanel::syncStarted() {

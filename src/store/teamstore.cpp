@@ -8,27 +8,30 @@
 #include <QUuid>
 #include <SQLiteCpp/Transaction.h>
 
-TeamStore::TeamStore(LocalStore &store) : store_(store) {
+TeamStore::TeamStore(LocalStore &store, QString account) : store_(store), account_(std::move(account)) {
     createTables();
 }
 
 void TeamStore::createTables() {
     const auto none = [](SQLite::Statement &) {};
-    store_.changes("CREATE TABLE IF NOT EXISTS team_library (dbname TEXT PRIMARY KEY NOT NULL, "
-                   "role TEXT NOT NULL, version INTEGER NOT NULL, position INTEGER NOT NULL)",
+    store_.changes("CREATE TABLE IF NOT EXISTS team_library (account TEXT NOT NULL, dbname TEXT NOT NULL, "
+                   "role TEXT NOT NULL, version INTEGER NOT NULL, position INTEGER NOT NULL, "
+                   "PRIMARY KEY (account, dbname))",
                    none);
-    store_.changes("CREATE TABLE IF NOT EXISTS team_usage (dbname TEXT NOT NULL, sign TEXT NOT NULL, "
-                   "sends INTEGER NOT NULL, PRIMARY KEY (dbname, sign))",
+    store_.changes("CREATE TABLE IF NOT EXISTS team_usage (account TEXT NOT NULL, dbname TEXT NOT NULL, "
+                   "sign TEXT NOT NULL, sends INTEGER NOT NULL, PRIMARY KEY (account, dbname, sign))",
                    none);
-    store_.changes("CREATE TABLE IF NOT EXISTS team_usage_batch (id INTEGER PRIMARY KEY NOT NULL, "
-                   "batch TEXT NOT NULL UNIQUE, dbname TEXT NOT NULL, counts TEXT NOT NULL, "
-                   "refusals INTEGER NOT NULL DEFAULT 0)",
-                   none);
+    store_.changes(
+        "CREATE TABLE IF NOT EXISTS team_usage_batch (id INTEGER PRIMARY KEY NOT NULL, "
+        "batch TEXT NOT NULL UNIQUE, account TEXT NOT NULL, dbname TEXT NOT NULL, counts TEXT NOT NULL, "
+        "refusals INTEGER NOT NULL DEFAULT 0)",
+        none);
 }
 
 QList<LibraryInfo> TeamStore::libraries() {
     return store_.rowsOf<LibraryInfo>(
-        "SELECT dbname, role, version FROM team_library ORDER BY position", [](SQLite::Statement &) {},
+        "SELECT dbname, role, version FROM team_library WHERE account = ? ORDER BY position",
+        [this](SQLite::Statement &s) { LocalStore::bindText(s, 1, account_); },
         [](const SQLite::Statement &row) {
             return LibraryInfo{LocalStore::textAt(row, 0), true, LocalStore::textAt(row, 1),
                                row.getColumn(2).getInt64()};
@@ -41,18 +44,22 @@ bool TeamStore::setLibraries(const QList<LibraryInfo> &teams) {
         return false;
     try {
         SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
-        SQLite::Statement kept(*db, "SELECT dbname, version FROM team_library");
+        SQLite::Statement kept(*db, "SELECT dbname, version FROM team_library WHERE account = ?");
+        LocalStore::bindText(kept, 1, account_);
         QHash<QString, qint64> versions;
         while (kept.executeStep())
             versions.insert(LocalStore::textAt(kept, 0), kept.getColumn(1).getInt64());
-        db->exec("DELETE FROM team_library");
-        SQLite::Statement insert(*db, "INSERT INTO team_library (dbname, role, version, position) "
-                                      "VALUES (?, ?, ?, ?)");
+        SQLite::Statement clear(*db, "DELETE FROM team_library WHERE account = ?");
+        LocalStore::bindText(clear, 1, account_);
+        clear.exec();
+        SQLite::Statement insert(*db, "INSERT INTO team_library (account, dbname, role, version, position) "
+                                      "VALUES (?, ?, ?, ?, ?)");
         for (qsizetype i = 0; i < teams.size(); ++i) {
-            LocalStore::bindText(insert, 1, teams[i].dbname);
-            LocalStore::bindText(insert, 2, teams[i].role);
-            insert.bind(3, int64_t(versions.value(teams[i].dbname, 0)));
-            insert.bind(4, int64_t(i));
+            LocalStore::bindText(insert, 1, account_);
+            LocalStore::bindText(insert, 2, teams[i].dbname);
+            LocalStore::bindText(insert, 3, teams[i].role);
+            insert.bind(4, int64_t(versions.value(teams[i].dbname, 0)));
+            insert.bind(5, int64_t(i));
             insert.exec();
             insert.reset();
         }
@@ -66,25 +73,37 @@ bool TeamStore::setLibraries(const QList<LibraryInfo> &teams) {
 
 qint64 TeamStore::version(const QString &dbname) {
     const QList<qint64> rows = store_.rowsOf<qint64>(
-        "SELECT version FROM team_library WHERE dbname = ?",
-        [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, dbname); },
+        "SELECT version FROM team_library WHERE account = ? AND dbname = ?",
+        [&](SQLite::Statement &s) {
+            LocalStore::bindText(s, 1, account_);
+            LocalStore::bindText(s, 2, dbname);
+        },
         [](const SQLite::Statement &row) { return qint64(row.getColumn(0).getInt64()); });
     return rows.value(0, 0);
 }
 
 bool TeamStore::setVersion(const QString &dbname, qint64 version) {
-    return store_.changes("UPDATE team_library SET version = ? WHERE dbname = ?", [&](SQLite::Statement &s) {
-        s.bind(1, int64_t(version));
-        LocalStore::bindText(s, 2, dbname);
-    }) > 0;
+    return store_.changes("UPDATE team_library SET version = ? WHERE account = ? AND dbname = ?",
+                          [&](SQLite::Statement &s) {
+                              s.bind(1, int64_t(version));
+                              LocalStore::bindText(s, 2, account_);
+                              LocalStore::bindText(s, 3, dbname);
+                          }) > 0;
+}
+
+bool TeamStore::forgetRows(const QString &dbname) {
+    // Every account on this computer that is still a member fetches the team whole next time.
+    return store_.changes("UPDATE team_library SET version = 0 WHERE dbname = ?",
+                          [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, dbname); }) >= 0;
 }
 
 bool TeamStore::addSend(const QString &dbname, const QString &sign) {
-    return store_.changes("INSERT INTO team_usage (dbname, sign, sends) VALUES (?, ?, 1) "
-                          "ON CONFLICT (dbname, sign) DO UPDATE SET sends = sends + 1",
+    return store_.changes("INSERT INTO team_usage (account, dbname, sign, sends) VALUES (?, ?, ?, 1) "
+                          "ON CONFLICT (account, dbname, sign) DO UPDATE SET sends = sends + 1",
                           [&](SQLite::Statement &s) {
-                              LocalStore::bindText(s, 1, dbname);
-                              LocalStore::bindText(s, 2, sign);
+                              LocalStore::bindText(s, 1, account_);
+                              LocalStore::bindText(s, 2, dbname);
+                              LocalStore::bindText(s, 3, sign);
                           }) > 0;
 }
 
@@ -93,27 +112,31 @@ std::optional<TeamStore::Batch> TeamStore::nextBatch() {
     if (!db)
         return std::nullopt;
     try {
-        SQLite::Statement waiting(*db,
-                                  "SELECT batch, dbname, counts FROM team_usage_batch ORDER BY id LIMIT 1");
+        SQLite::Statement waiting(
+            *db, "SELECT batch, dbname, counts FROM team_usage_batch WHERE account = ? ORDER BY id LIMIT 1");
+        LocalStore::bindText(waiting, 1, account_);
         if (waiting.executeStep())
             return Batch{LocalStore::textAt(waiting, 0), LocalStore::textAt(waiting, 1),
                          LocalStore::textAt(waiting, 2)};
 
         SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
-        SQLite::Statement first(*db, "SELECT dbname FROM team_usage LIMIT 1");
+        SQLite::Statement first(*db, "SELECT dbname FROM team_usage WHERE account = ? LIMIT 1");
+        LocalStore::bindText(first, 1, account_);
         if (!first.executeStep())
             return std::nullopt;
         const QString dbname = LocalStore::textAt(first, 0);
         first.reset();
-        SQLite::Statement counted(*db, "SELECT sign, sends FROM team_usage WHERE dbname = ?");
-        LocalStore::bindText(counted, 1, dbname);
+        SQLite::Statement counted(*db, "SELECT sign, sends FROM team_usage WHERE account = ? AND dbname = ?");
+        LocalStore::bindText(counted, 1, account_);
+        LocalStore::bindText(counted, 2, dbname);
         QJsonObject counts;
         while (counted.executeStep())
             counts.insert(LocalStore::textAt(counted, 0), qint64(counted.getColumn(1).getInt64()));
         const Batch batch{QUuid::createUuid().toString(QUuid::WithoutBraces), dbname,
                           QString::fromUtf8(QJsonDocument(counts).toJson(QJsonDocument::Compact))};
-        SQLite::Statement taken(*db, "DELETE FROM team_usage WHERE dbname = ?");
-        LocalStore::bindText(taken, 1, dbname);
+        SQLite::Statement taken(*db, "DELETE FROM team_usage WHERE account = ? AND dbname = ?");
+        LocalStore::bindText(taken, 1, account_);
+        LocalStore::bindText(taken, 2, dbname);
         taken.exec();
         SQLite::Statement insert(*db,
                                  "INSERT INTO team_usage_batch (batch, dbname, counts) VALUES (?, ?, ?)");

@@ -14,7 +14,8 @@ class LocalStore;
 // are.
 class TeamStore {
 public:
-    explicit TeamStore(LocalStore &store);
+    // account: the signed-in account; several may use one computer, each with its own teams.
+    TeamStore(LocalStore &store, QString account);
 
     // The team libraries as last listed, in the service's order, with the versions held.
     QList<LibraryInfo> libraries();
@@ -22,6 +23,8 @@ public:
     bool setLibraries(const QList<LibraryInfo> &teams);
     qint64 version(const QString &dbname);
     bool setVersion(const QString &dbname, qint64 version);
+    // The team's rows were removed: no account holds any version of it any more.
+    bool forgetRows(const QString &dbname);
 
     // One more send of that phrase, kept until it is in a batch.
     bool addSend(const QString &dbname, const QString &sign);
@@ -45,4 +48,5 @@ private:
     void createTables();
 
     LocalStore &store_;
+    QString account_;
 };

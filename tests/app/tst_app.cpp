@@ -327,8 +327,8 @@ private Q_SLOTS:
         {
             Settings settings;
             CloudClient client(settings);
-            PictureUploadDialog dialog(client, R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])",
-                                       {});
+            PictureUploadDialog dialog(client, client.username(),
+                                       R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])", {});
             dialog.show();
             QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/image/imageNameExist").size(), 1,
                                       20000);

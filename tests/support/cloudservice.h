@@ -24,6 +24,8 @@ public:
 
     // A postgresql:// address: this instance and its sub-commands keep their data there instead.
     void setDatabase(const QString &url) { database_ = url; }
+    // The PostgreSQL address it keeps its data at; empty on SQLite.
+    const QString &database() const { return database_; }
 
     QString baseUrl() const { return baseUrl_; }
     quint16 port() const { return port_; }

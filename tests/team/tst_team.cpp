@@ -1,7 +1,8 @@
 // Team libraries end to end: one real quillora-cloud, an editor and an agent, each a real client with
 // a data folder of its own. The agent is a session with its home window under Xvfb and openbox; the
 // editor is this program started again as a second process that changes the team library through
-// the same operations the editor's dialogs use.
+// the same operations the editor's dialogs use. On PostgreSQL the editor talks to a second instance
+// of the service, so every change reaches the agent across instances.
 #include "app/session.h"
 #include "cloud/changestream.h"
 #include "cloud/classoperations.h"
@@ -164,6 +165,7 @@ class TeamTest : public QObject {
     Q_OBJECT
 
     CloudService cloud_;
+    CloudService second_;
     QTemporaryDir dir_;
     Settings settings_;
     CloudClient client_{settings_};
@@ -239,6 +241,11 @@ private Q_SLOTS:
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("QUILLORA_HOME", dir_.filePath("editor-home"));
         env.insert("XDG_CONFIG_HOME", dir_.filePath("editor-config"));
+        if (CloudService::usesPostgres()) {
+            second_.setDatabase(cloud_.database());
+            QVERIFY(second_.start());
+            env.insert("QUILLORA_SERVICE_URL", second_.baseUrl());
+        }
         editor_.setProcessEnvironment(env);
         editor_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         editor_.start(QCoreApplication::applicationFilePath(), {"--editor", "ed"});

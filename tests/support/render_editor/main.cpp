@@ -1,15 +1,15 @@
 // Shows each dialog of the phrase editor on a private X display and saves what it looks like.
 // Usage: render_editor <output folder>
 
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
+#include "cloud/phraseoperations.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
 #include "editor/emojipicker.h"
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
-#include "cloud/classoperations.h"
-#include "cloud/phraseoperations.h"
 #include "model/contentformat.h"
 #include "model/settings.h"
 #include "store/classstore.h"
@@ -176,7 +176,7 @@ int main(int argc, char **argv) {
     }
     {
         // Rendered without being shown: showing starts the uploads.
-        PictureUploadDialog dialog(cloud, QStringLiteral("[]"), {});
+        PictureUploadDialog dialog(cloud, cloud.username(), QStringLiteral("[]"), {});
         dialog.label->setText(QStringLiteral("正在上传图片 3f2a9c…e81b.png"));
         dialog.progressbar->setValue(64);
         dialog.adjustSize();
