@@ -23,7 +23,8 @@ Api::Api(Options options, Storage &storage)
       library_(storage, access_, quota_, [this](std::int64_t id) { announce(id); }),
       pictures_(storage, access_, quota_, options_.maxPictureBytes), pages_(storage, signIn_),
       team_(storage, sessions_, access_, feed_),
-      teamPage_(storage, sessions_, signIn_, options_.account.secureCookie), workers_(std::make_unique<WorkerPool>(options_.threads, 4096)),
+      teamPage_(storage, sessions_, signIn_, options_.account.secureCookie),
+      workers_(std::make_unique<WorkerPool>(options_.threads, 4096)),
       hashers_(std::make_unique<WorkerPool>(
           std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, 4), 64, hashingForSuspects())) {
     account_.addRoutes(routes_);
@@ -74,7 +75,8 @@ void Api::checkStreamSessions() {
             for (const auto &cookie : open.cookies)
                 request.headers.emplace_back("Cookie", cookie);
             // A storage failure says nothing about the session: the stream stays.
-            if (const auto user = sessions_.user(request); user.ok() && (!*user || (*user)->id != open.accountId))
+            if (const auto user = sessions_.user(request);
+                user.ok() && (!*user || (*user)->id != open.accountId))
                 feed_.close(open.id);
         }
     });

@@ -9,8 +9,8 @@ ChangeFeed::Subscriber::~Subscriber() {
         feed->release(*this);
 }
 
-std::shared_ptr<ChangeFeed::Subscriber> ChangeFeed::reserve(std::int64_t accountId, const std::string &address,
-                                                            std::vector<std::string> cookies) {
+std::shared_ptr<ChangeFeed::Subscriber>
+ChangeFeed::reserve(std::int64_t accountId, const std::string &address, std::vector<std::string> cookies) {
     std::lock_guard lock(mutex_);
     auto &account = perAccount_[accountId];
     auto &from = perAddress_[address];
@@ -42,8 +42,8 @@ void ChangeFeed::release(const Subscriber &s) {
 
 std::shared_ptr<const std::string> ChangeFeed::versionEvent(std::int64_t, const std::string &name,
                                                             std::int64_t version) {
-    return std::make_shared<const std::string>("event: version\ndata: " +
-                                               nlohmann::json{{"dbname", name}, {"version", version}}.dump() + "\n\n");
+    return std::make_shared<const std::string>(
+        "event: version\ndata: " + nlohmann::json{{"dbname", name}, {"version", version}}.dump() + "\n\n");
 }
 
 std::int64_t ChangeFeed::known(std::int64_t libraryId, std::int64_t version) {
@@ -114,7 +114,8 @@ void ChangeFeed::publish(std::int64_t libraryId, std::int64_t version) {
 
 void ChangeFeed::librariesChanged(std::int64_t accountId, const std::vector<LibraryGrant> &libraries) {
     static const auto changed = std::make_shared<const std::string>("event: libraries\ndata: {}\n\n");
-    std::vector<std::pair<std::shared_ptr<HttpServer::EventStream>, std::shared_ptr<const std::string>>> sends;
+    std::vector<std::pair<std::shared_ptr<HttpServer::EventStream>, std::shared_ptr<const std::string>>>
+        sends;
     {
         std::lock_guard lock(mutex_);
         const auto streams = byAccount_.find(accountId);
@@ -131,8 +132,8 @@ void ChangeFeed::librariesChanged(std::int64_t accountId, const std::vector<Libr
             for (const auto &library : libraries)
                 if (s.libraries.insert(library.id).second) {
                     byLibrary_[library.id].insert(id);
-                    sends.emplace_back(s.stream,
-                                       versionEvent(library.id, library.name, known(library.id, library.version)));
+                    sends.emplace_back(
+                        s.stream, versionEvent(library.id, library.name, known(library.id, library.version)));
                 }
             for (auto it = s.libraries.begin(); it != s.libraries.end();) {
                 if (now.count(*it)) {

@@ -28,8 +28,8 @@ LibraryAccess::check(const HttpServer::Request &request, const std::string &dbna
     return Grant{user, **library};
 }
 
-std::variant<UserRecord, nlohmann::json>
-LibraryAccess::libraryOf(const HttpServer::Request &request, const FormData::Fields &form, bool change) {
+std::variant<UserRecord, nlohmann::json> LibraryAccess::libraryOf(const HttpServer::Request &request,
+                                                                  const FormData::Fields &form, bool change) {
     const auto dbname = FormField::text(form, "dbname");
     if (!dbname) {
         // A missing name is a bad parameter only for someone signed in.

@@ -3,7 +3,11 @@
 namespace LibraryJson {
 
 nlohmann::json classItem(const ClassRecord &c, const std::string &libraryName) {
-    return {{"id", c.id}, {"sign", c.sign}, {"label", c.label}, {"position", c.position}, {"username", libraryName}};
+    return {{"id", c.id},
+            {"sign", c.sign},
+            {"label", c.label},
+            {"position", c.position},
+            {"username", libraryName}};
 }
 
 nlohmann::json phraseItem(const PhraseRecord &p, const std::string &libraryName) {

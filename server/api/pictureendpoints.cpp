@@ -2,11 +2,11 @@
 
 #include "api/apireply.h"
 #include "api/formfield.h"
+#include "api/libraryaccess.h"
 #include "api/picturename.h"
 #include "api/quota.h"
 #include "api/replytext.h"
 #include "api/serviceclock.h"
-#include "api/libraryaccess.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
 
@@ -76,7 +76,12 @@ PictureEndpoints::Json PictureEndpoints::upload(const RouteTable::Call &call) {
 }
 
 PictureEndpoints::Json PictureEndpoints::download(const RouteTable::Call &call) {
-    const auto name = Secrets::fromBase64(call.pathRest);
+    auto name = Secrets::fromBase64(call.pathRest);
+    // A client may name the library first ("<dbname>/<Base64>"); pictures are stored once for
+    // everyone, so only the name counts.
+    if (const auto slash = call.pathRest.find('/');
+        (!name || !PictureName::isPlain(*name)) && slash != std::string::npos)
+        name = Secrets::fromBase64(call.pathRest.substr(slash + 1));
     if (!name || !PictureName::isPlain(*name))
         return ApiReply::refused(ReplyText::badPictureName);
     const auto bytes = storage_.picture(*name);

@@ -8,6 +8,7 @@
 #include "api/replytext.h"
 #include "api/serviceclock.h"
 #include "api/sessions.h"
+#include "api/teamrolename.h"
 #include "storage/storage.h"
 
 namespace {
@@ -22,24 +23,14 @@ bool printable(const std::string &text) {
 
 } // namespace
 
-const char *TeamEndpoints::roleName(int role) {
-    switch (TeamRole(role)) {
-    case TeamRole::Owner:
-        return "owner";
-    case TeamRole::Editor:
-        return "editor";
-    default:
-        return "agent";
-    }
-}
-
 void TeamEndpoints::addRoutes(RouteTable &routes) {
     routes.add("POST", "/api/team/libraries",
                {[this](const RouteTable::Call &c) { return ApiReply::send(libraries(c)); }});
     routes.add("GET", "/api/team/stream", {[this](const RouteTable::Call &c) { return stream(c); }});
     routes.add("POST", "/api/team/changes",
                {[this](const RouteTable::Call &c) { return ApiReply::send(changes(c)); }});
-    routes.add("POST", "/api/team/usage", {[this](const RouteTable::Call &c) { return ApiReply::send(usage(c)); }});
+    routes.add("POST", "/api/team/usage",
+               {[this](const RouteTable::Call &c) { return ApiReply::send(usage(c)); }});
 }
 
 TeamEndpoints::Json TeamEndpoints::libraries(const RouteTable::Call &call) {
@@ -56,7 +47,7 @@ TeamEndpoints::Json TeamEndpoints::libraries(const RouteTable::Call &call) {
     for (const auto &library : *found)
         reply["data"].push_back({{"dbname", library.name},
                                  {"team", library.team},
-                                 {"role", roleName(int(library.role))},
+                                 {"role", TeamRoleName::of(library.role)},
                                  {"version", library.version}});
     return reply;
 }
@@ -81,7 +72,8 @@ HttpServer::Response TeamEndpoints::stream(const RouteTable::Call &call) {
     res.contentType = "text/event-stream";
     // Proxies that buffer would hold notices back.
     res.headers.emplace_back("X-Accel-Buffering", "no");
-    res.opened = [this, slot, libraries = std::move(*found)](std::shared_ptr<HttpServer::EventStream> stream) {
+    res.opened = [this, slot,
+                  libraries = std::move(*found)](std::shared_ptr<HttpServer::EventStream> stream) {
         feed_.open(slot, std::move(stream), libraries);
     };
     res.ended = [this, slot] { feed_.ended(*slot); };
@@ -104,8 +96,11 @@ TeamEndpoints::Json TeamEndpoints::changes(const RouteTable::Call &call) {
     const auto found = storage_.changesSince(library.id, *since);
     if (!found.ok())
         return ApiReply::storageFailed(found.error());
-    Json data{{"version", found->version}, {"full", found->full}, {"classes", Json::array()},
-              {"phrases", Json::array()}, {"deleted", found->deleted}};
+    Json data{{"version", found->version},
+              {"full", found->full},
+              {"classes", Json::array()},
+              {"phrases", Json::array()},
+              {"deleted", found->deleted}};
     for (const auto &c : found->classes)
         data["classes"].push_back(LibraryJson::classItem(c, library.name));
     for (const auto &p : found->phrases)
@@ -133,13 +128,14 @@ TeamEndpoints::Json TeamEndpoints::usage(const RouteTable::Call &call) {
         return ApiReply::refused(ReplyText::badParameter);
     std::vector<std::pair<std::string, std::int64_t>> parsed;
     for (const auto &[sign, sends] : counts.items()) {
-        if (!sends.is_number_integer() || sends.get<std::int64_t>() < 1 || sends.get<std::int64_t>() > sendsMax ||
-            sign.empty() || sign.size() > 64 || !printable(sign))
+        if (!sends.is_number_integer() || sends.get<std::int64_t>() < 1 ||
+            sends.get<std::int64_t>() > sendsMax || sign.empty() || sign.size() > 64 || !printable(sign))
             return ApiReply::refused(ReplyText::badParameter);
         parsed.emplace_back(sign, sends.get<std::int64_t>());
     }
     const auto now = ServiceClock::unixSeconds();
-    const auto recorded = storage_.recordUsage(grant.library.id, grant.caller.id, *batch, now / 86400, parsed, now);
+    const auto recorded =
+        storage_.recordUsage(grant.library.id, grant.caller.id, *batch, now / 86400, parsed, now);
     if (!recorded.ok())
         return ApiReply::storageFailed(recorded.error());
     return ApiReply::ok(); // a batch seen before was counted then

@@ -18,8 +18,6 @@ public:
 
     void addRoutes(RouteTable &routes);
 
-    static const char *roleName(int role);
-
 private:
     using Json = nlohmann::json;
 

@@ -6,7 +6,7 @@
 #include "api/serviceclock.h"
 #include "api/sessions.h"
 #include "api/signincheck.h"
-#include "api/teamendpoints.h"
+#include "api/teamrolename.h"
 #include "http/cookiereader.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
@@ -73,16 +73,6 @@ std::string noticeBlock(const std::string &notice) {
     return notice.empty() ? "" : "<p class=\"notice\" id=\"notice\">" + escape(notice) + "</p>\n";
 }
 
-std::optional<TeamRole> parseRole(const std::optional<std::string> &text) {
-    if (text == "owner")
-        return TeamRole::Owner;
-    if (text == "editor")
-        return TeamRole::Editor;
-    if (text == "agent")
-        return TeamRole::Agent;
-    return std::nullopt;
-}
-
 const char *roleLabel(TeamRole role) {
     switch (role) {
     case TeamRole::Owner:
@@ -97,7 +87,7 @@ const char *roleLabel(TeamRole role) {
 std::string roleOptions(TeamRole selected) {
     std::string out;
     for (const auto role : {TeamRole::Agent, TeamRole::Editor, TeamRole::Owner})
-        out += std::string("<option value=\"") + TeamEndpoints::roleName(int(role)) + "\"" +
+        out += std::string("<option value=\"") + TeamRoleName::of(role) + "\"" +
                (role == selected ? " selected" : "") + ">" + roleLabel(role) + "</option>";
     return out;
 }
@@ -144,8 +134,9 @@ HttpServer::Response TeamPage::html(std::string body, int status) {
     res.contentType = "text/html; charset=utf-8";
     res.headers.emplace_back("Cache-Control", "no-store");
     // Nothing of it may load elsewhere or be framed.
-    res.headers.emplace_back("Content-Security-Policy",
-                             "default-src 'none'; style-src 'unsafe-inline'; form-action 'self'; frame-ancestors 'none'");
+    res.headers.emplace_back(
+        "Content-Security-Policy",
+        "default-src 'none'; style-src 'unsafe-inline'; form-action 'self'; frame-ancestors 'none'");
     res.setBody(std::move(body));
     return res;
 }
@@ -164,7 +155,8 @@ bool TeamPage::csrfMatches(const HttpServer::Request &request, const std::string
 std::string TeamPage::signInPage(const std::string &notice) const {
     return frame("<h1>团队管理</h1>\n" + noticeBlock(notice) +
                  "<form method=\"post\" action=\"/team/login\" id=\"login\">\n"
-                 "<p><label>用户名 <input name=\"username\" id=\"username\" autocomplete=\"username\" required></label></p>\n"
+                 "<p><label>用户名 <input name=\"username\" id=\"username\" autocomplete=\"username\" "
+                 "required></label></p>\n"
                  "<p><label>密码 <input name=\"password\" id=\"password\" type=\"password\" "
                  "autocomplete=\"current-password\" required></label></p>\n"
                  "<p><button type=\"submit\">登录</button></p>\n</form>\n");
@@ -189,11 +181,11 @@ HttpServer::Response TeamPage::show(const RouteTable::Call &call, const std::str
 }
 
 std::string TeamPage::teamsPage(const UserRecord &user, const std::string &csrf, const std::string &notice) {
-    std::string body = "<header><h1>团队管理</h1><form method=\"post\" action=\"/team/logout\" class=\"inline\">"
-                       "<input type=\"hidden\" name=\"csrf\" value=\"" +
-                       csrf + "\"><span>" + escape(user.name) +
-                       "</span> <button type=\"submit\" id=\"logout\">退出</button></form></header>\n" +
-                       noticeBlock(notice);
+    std::string body =
+        "<header><h1>团队管理</h1><form method=\"post\" action=\"/team/logout\" class=\"inline\">"
+        "<input type=\"hidden\" name=\"csrf\" value=\"" +
+        csrf + "\"><span>" + escape(user.name) +
+        "</span> <button type=\"submit\" id=\"logout\">退出</button></form></header>\n" + noticeBlock(notice);
     const auto libraries = storage_.libraries(user.id);
     if (!libraries.ok())
         return frame(body + noticeBlock(ReplyText::internal));
@@ -210,13 +202,15 @@ std::string TeamPage::teamsPage(const UserRecord &user, const std::string &csrf,
         const std::string name = escape((*team)->name);
         const std::string hidden = "<input type=\"hidden\" name=\"csrf\" value=\"" + csrf +
                                    "\"><input type=\"hidden\" name=\"team\" value=\"" + name + "\">";
-        body += "<section class=\"team\" data-team=\"" + name + "\">\n<h2>" + name + "</h2>\n<h3>成员</h3>\n<table>\n";
+        body += "<section class=\"team\" data-team=\"" + name + "\">\n<h2>" + name +
+                "</h2>\n<h3>成员</h3>\n<table>\n";
         body += "<tr><th>用户名</th><th>角色</th><th></th></tr>\n";
         for (const auto &m : (*team)->members) {
             const std::string member = escape(m.name);
             body += "<tr data-member=\"" + member + "\"><td>" + member + "</td><td>" +
                     "<form method=\"post\" action=\"/team/members\" class=\"inline role\">" + hidden +
-                    "<input type=\"hidden\" name=\"action\" value=\"role\"><input type=\"hidden\" name=\"username\" "
+                    "<input type=\"hidden\" name=\"action\" value=\"role\"><input type=\"hidden\" "
+                    "name=\"username\" "
                     "value=\"" +
                     member + "\"><select name=\"role\">" + roleOptions(m.role) +
                     "</select> <button type=\"submit\">修改角色</button></form></td><td>"
@@ -232,9 +226,11 @@ std::string TeamPage::teamsPage(const UserRecord &user, const std::string &csrf,
                 roleOptions(TeamRole::Agent) + "</select> <button type=\"submit\">添加</button></p></form>\n";
 
         auto used = usage->phrases;
-        std::stable_sort(used.begin(), used.end(),
-                         [](const PhraseUsage &a, const PhraseUsage &b) { return a.recentSends > b.recentSends; });
-        body += "<h3>最近30天最常用</h3>\n<table class=\"most-used\">\n<tr><th>话术</th><th>分类</th><th>发送次数</th></tr>\n";
+        std::stable_sort(used.begin(), used.end(), [](const PhraseUsage &a, const PhraseUsage &b) {
+            return a.recentSends > b.recentSends;
+        });
+        body += "<h3>最近30天最常用</h3>\n<table "
+                "class=\"most-used\">\n<tr><th>话术</th><th>分类</th><th>发送次数</th></tr>\n";
         int shown = 0;
         for (const auto &p : used) {
             if (p.recentSends == 0 || shown++ == 10)
@@ -245,7 +241,8 @@ std::string TeamPage::teamsPage(const UserRecord &user, const std::string &csrf,
         body += "</table>\n";
         if (shown == 0)
             body += "<p class=\"none\">最近30天没有发送记录</p>\n";
-        body += "<h3>最近30天未使用</h3>\n<table class=\"unused\">\n<tr><th>话术</th><th>分类</th><th>上次使用</th></tr>\n";
+        body += "<h3>最近30天未使用</h3>\n<table "
+                "class=\"unused\">\n<tr><th>话术</th><th>分类</th><th>上次使用</th></tr>\n";
         for (const auto &p : usage->phrases)
             if (p.recentSends == 0)
                 body += "<tr><td>" + escape(p.label) + "</td><td>" + escape(p.classLabel) + "</td><td>" +
@@ -253,13 +250,14 @@ std::string TeamPage::teamsPage(const UserRecord &user, const std::string &csrf,
         body += "</table>\n<h3>每位成员</h3>\n<table class=\"per-member\">\n"
                 "<tr><th>用户名</th><th>角色</th><th>最近30天</th><th>全部</th></tr>\n";
         for (const auto &m : usage->members)
-            body += "<tr data-member=\"" + escape(m.name) + "\"><td>" + escape(m.name) + "</td><td>" + roleLabel(m.role) +
-                    "</td><td>" + std::to_string(m.recentSends) + "</td><td>" + std::to_string(m.allSends) +
-                    "</td></tr>\n";
+            body += "<tr data-member=\"" + escape(m.name) + "\"><td>" + escape(m.name) + "</td><td>" +
+                    roleLabel(m.role) + "</td><td>" + std::to_string(m.recentSends) + "</td><td>" +
+                    std::to_string(m.allSends) + "</td></tr>\n";
         body += "</table>\n</section>\n";
     }
     if (!any)
-        body += "<p class=\"none\">你不是任何团队的所有者。团队由管理员用 quillora-cloud team create 建立。</p>\n";
+        body += "<p class=\"none\">你不是任何团队的所有者。团队由管理员用 quillora-cloud team create "
+                "建立。</p>\n";
     return frame(body);
 }
 
@@ -278,8 +276,8 @@ HttpServer::Response TeamPage::signIn(const RouteTable::Call &call) {
     if (const auto problem = signIn_.check(address, key, key, *found, *password, ReplyText::badLogin))
         return html(signInPage(*problem));
     const auto token = Secrets::randomHex128();
-    if (const auto created =
-            storage_.createSession(Secrets::digestHex(token), (*found)->id, ServiceClock::unixSeconds(), false);
+    if (const auto created = storage_.createSession(Secrets::digestHex(token), (*found)->id,
+                                                    ServiceClock::unixSeconds(), false);
         !created.ok())
         return html(signInPage(ReplyText::internal), 503);
     HttpServer::Response res;
@@ -287,7 +285,8 @@ HttpServer::Response TeamPage::signIn(const RouteTable::Call &call) {
     res.contentType = "text/plain; charset=utf-8";
     res.headers.emplace_back("Location", "/team");
     res.headers.emplace_back("Set-Cookie", CookieReader::sessionCookieName() + "=" + token +
-                                               "; Path=/; HttpOnly; SameSite=Lax" + (secureCookie_ ? "; Secure" : ""));
+                                               "; Path=/; HttpOnly; SameSite=Lax" +
+                                               (secureCookie_ ? "; Secure" : ""));
     return res;
 }
 
@@ -322,9 +321,10 @@ HttpServer::Response TeamPage::members(const RouteTable::Call &call) {
     if (!team.ok())
         return show(call, ReplyText::internal);
     // Checked on every post: an owner removed meanwhile changes nothing.
-    const bool owner = *team && std::any_of((*team)->members.begin(), (*team)->members.end(), [&](const TeamMember &m) {
-                           return m.userId == (*user)->id && m.role == TeamRole::Owner;
-                       });
+    const bool owner =
+        *team && std::any_of((*team)->members.begin(), (*team)->members.end(), [&](const TeamMember &m) {
+            return m.userId == (*user)->id && m.role == TeamRole::Owner;
+        });
     if (!owner)
         return show(call, ReplyText::forbidden);
     const auto member = storage_.findUser(Accounts::nameKey(*memberName));
@@ -332,7 +332,7 @@ HttpServer::Response TeamPage::members(const RouteTable::Call &call) {
         return show(call, ReplyText::internal);
     if (!*member)
         return show(call, statusText(StoreStatus::NotFound));
-    const auto role = parseRole(FormField::text(call.form, "role"));
+    const auto role = TeamRoleName::parse(FormField::text(call.form, "role").value_or(""));
     StorageResult<StoreStatus> status = StoreStatus::NotFound;
     if (*action == "remove")
         status = storage_.removeMember((*team)->id, (*member)->id);

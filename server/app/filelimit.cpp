@@ -17,7 +17,8 @@ std::size_t raise(std::size_t wanted) {
         return 0;
     if (limit.rlim_cur != RLIM_INFINITY && limit.rlim_cur >= wanted)
         return limit.rlim_cur;
-    const rlim_t target = limit.rlim_max == RLIM_INFINITY ? rlim_t(wanted) : std::min<rlim_t>(limit.rlim_max, wanted);
+    const rlim_t target =
+        limit.rlim_max == RLIM_INFINITY ? rlim_t(wanted) : std::min<rlim_t>(limit.rlim_max, wanted);
     const rlim_t before = limit.rlim_cur;
     limit.rlim_cur = std::max(target, before);
     const bool raised = ::setrlimit(RLIMIT_NOFILE, &limit) == 0;

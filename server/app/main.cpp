@@ -131,7 +131,8 @@ int main(int argc, char **argv) {
     }
     const bool takesName = command == "adduser" || command == "passwd";
     if ((command != "serve" && command != "demo" && command != "team" && !takesName) ||
-        (command != "team" && positional.size() != (takesName ? 1u : 0u)) || (command == "team" && positional.empty())) {
+        (command != "team" && positional.size() != (takesName ? 1u : 0u)) ||
+        (command == "team" && positional.empty())) {
         ServiceLog::write(usage, ServiceLog::Stream::Error);
         return 2;
     }

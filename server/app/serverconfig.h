@@ -19,7 +19,7 @@ public:
     std::size_t threads = 32; // workers for database work (a write holds one until its sync)
     std::size_t maxConnections = 1000;
     std::size_t maxConnectionsPerAddress = 128;
-    std::size_t maxStreamsPerAccount = 8;  // change streams
+    std::size_t maxStreamsPerAccount = 8; // change streams
     std::size_t maxStreamsPerAddress = 64;
     int headerTimeout = 10;                         // seconds for a TLS handshake, and for a request's header
     std::int64_t quotaBytes = 1024LL * 1024 * 1024; // per account

@@ -2,7 +2,7 @@
 
 #include "api/accounts.h"
 #include "api/serviceclock.h"
-#include "api/teamendpoints.h"
+#include "api/teamrolename.h"
 #include "log/servicelog.h"
 #include "security/secrets.h"
 #include "storage/storage.h"
@@ -16,16 +16,6 @@ namespace {
 int fail(const std::string &problem) {
     ServiceLog::write("team: " + problem, ServiceLog::Stream::Error);
     return 1;
-}
-
-std::optional<TeamRole> parseRole(const std::string &text) {
-    if (text == "owner")
-        return TeamRole::Owner;
-    if (text == "editor")
-        return TeamRole::Editor;
-    if (text == "agent")
-        return TeamRole::Agent;
-    return std::nullopt;
 }
 
 std::string csvField(const std::string &text) {
@@ -55,26 +45,23 @@ struct Context {
     Storage &storage;
     std::ostream &out;
 
-    // The team and the account, or the exit status of why not.
-    std::optional<TeamRecord> team(const std::string &name, int &status) {
-        const auto found = storage.team(Accounts::nameKey(name));
-        if (!found.ok()) {
-            status = fail(found.error().message);
+    // The record found, or nothing with the exit status of why not.
+    template <typename T>
+    static std::optional<T> found(const StorageResult<std::optional<T>> &result, const std::string &missing,
+                                  int &status) {
+        if (!result.ok()) {
+            status = fail(result.error().message);
             return std::nullopt;
         }
-        if (!*found)
-            status = fail("no team " + name);
-        return *found;
+        if (!*result)
+            status = fail(missing);
+        return *result;
+    }
+    std::optional<TeamRecord> team(const std::string &name, int &status) {
+        return found(storage.team(Accounts::nameKey(name)), "no team " + name, status);
     }
     std::optional<UserRecord> account(const std::string &name, int &status) {
-        const auto found = storage.findUser(Accounts::nameKey(name));
-        if (!found.ok()) {
-            status = fail(found.error().message);
-            return std::nullopt;
-        }
-        if (!*found)
-            status = fail("no account " + name);
-        return *found;
+        return found(storage.findUser(Accounts::nameKey(name)), "no account " + name, status);
     }
     int done(const StorageResult<StoreStatus> &result, const std::string &team, const std::string &user,
              const std::string &said) {
@@ -90,7 +77,7 @@ struct Context {
 void printTeam(std::ostream &out, const TeamRecord &team) {
     out << team.name << "\n";
     for (const auto &m : team.members)
-        out << "  " << m.name << " " << TeamEndpoints::roleName(int(m.role)) << "\n";
+        out << "  " << m.name << " " << TeamRoleName::of(m.role) << "\n";
 }
 
 } // namespace
@@ -106,12 +93,12 @@ int TeamCommands::run(Storage &storage, const std::vector<std::string> &words, b
         const auto owner = c.account(words[2], status);
         if (!owner)
             return status;
-        return c.done(storage.createTeam(words[1], Accounts::nameKey(words[1]), owner->id, Secrets::randomHex128(),
-                                         Accounts::firstClassLabel()),
+        return c.done(storage.createTeam(words[1], Accounts::nameKey(words[1]), owner->id,
+                                         Secrets::randomHex128(), Accounts::firstClassLabel()),
                       words[1], "", "team " + words[1] + " created; owner " + owner->name);
     }
     if ((sub == "add" || sub == "role") && count == 4) {
-        const auto role = parseRole(words[3]);
+        const auto role = TeamRoleName::parse(words[3]);
         if (!role)
             return fail("ROLE is owner, editor or agent");
         const auto team = c.team(words[1], status);
@@ -166,16 +153,17 @@ int TeamCommands::run(Storage &storage, const std::vector<std::string> &words, b
             // One table: a phrase's row names its class, a member's row its role.
             out << "kind,name,class_or_role,sends_30_days,sends_all_or_last_day\n";
             for (const auto &p : usage->phrases)
-                out << "phrase," << csvField(p.label) << "," << csvField(p.classLabel) << "," << p.recentSends << ","
-                    << p.lastDay << "\n";
+                out << "phrase," << csvField(p.label) << "," << csvField(p.classLabel) << "," << p.recentSends
+                    << "," << p.lastDay << "\n";
             for (const auto &m : usage->members)
-                out << "member," << csvField(m.name) << "," << TeamEndpoints::roleName(int(m.role)) << ","
+                out << "member," << csvField(m.name) << "," << TeamRoleName::of(m.role) << ","
                     << m.recentSends << "," << m.allSends << "\n";
             return 0;
         }
         auto phrases = usage->phrases;
-        std::stable_sort(phrases.begin(), phrases.end(),
-                         [](const PhraseUsage &a, const PhraseUsage &b) { return a.recentSends > b.recentSends; });
+        std::stable_sort(phrases.begin(), phrases.end(), [](const PhraseUsage &a, const PhraseUsage &b) {
+            return a.recentSends > b.recentSends;
+        });
         out << "most used in the last 30 days:\n";
         for (const auto &p : phrases)
             if (p.recentSends > 0)
@@ -186,7 +174,7 @@ int TeamCommands::run(Storage &storage, const std::vector<std::string> &words, b
                 out << "  " << p.label << " (" << p.classLabel << ")\n";
         out << "sends per member (30 days / all):\n";
         for (const auto &m : usage->members)
-            out << "  " << m.name << " " << TeamEndpoints::roleName(int(m.role)) << " " << m.recentSends << " / "
+            out << "  " << m.name << " " << TeamRoleName::of(m.role) << " " << m.recentSends << " / "
                 << m.allSends << "\n";
         return 0;
     }

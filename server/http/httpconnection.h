@@ -239,10 +239,12 @@ private:
     // no thread, no parser, no buffers.
     class StreamHandle : public HttpServer::EventStream {
     public:
-        explicit StreamHandle(std::weak_ptr<HttpConnection> connection) : connection_(std::move(connection)) {}
+        explicit StreamHandle(std::weak_ptr<HttpConnection> connection)
+            : connection_(std::move(connection)) {}
         void send(std::shared_ptr<const std::string> text) override {
             if (auto c = connection_.lock())
-                boost::asio::post(c->stream_.get_executor(), [c, text = std::move(text)] { c->queueChunk(*text); });
+                boost::asio::post(c->stream_.get_executor(),
+                                  [c, text = std::move(text)] { c->queueChunk(*text); });
         }
         void close() override {
             if (auto c = connection_.lock())
@@ -261,8 +263,9 @@ private:
         parser_.reset();
         buffer_.clear();
         buffer_.shrink_to_fit();
-        std::string head = "HTTP/1.1 " + std::to_string(response.status) + " OK\r\nContent-Type: " +
-                           response.contentType + "\r\nCache-Control: no-store\r\nTransfer-Encoding: chunked\r\n";
+        std::string head = "HTTP/1.1 " + std::to_string(response.status) +
+                           " OK\r\nContent-Type: " + response.contentType +
+                           "\r\nCache-Control: no-store\r\nTransfer-Encoding: chunked\r\n";
         for (const auto &[name, value] : response.headers)
             head += name + ": " + value + "\r\n";
         outbox_ = head + "\r\n";

@@ -9,7 +9,8 @@
 #include <chrono>
 #include <memory>
 
-PgListener::PgListener(std::string url, std::string channel, std::function<void(const std::string &)> received)
+PgListener::PgListener(std::string url, std::string channel,
+                       std::function<void(const std::string &)> received)
     : url_(std::move(url)), channel_(std::move(channel)), received_(std::move(received)),
       thread_([this](std::stop_token stop) { loop(stop); }) {}
 
@@ -20,8 +21,8 @@ PgListener::~PgListener() {
 void PgListener::loop(std::stop_token stop) {
     bool wasLost = false;
     while (!stop.stop_requested()) {
-        std::unique_ptr<PGconn, void (*)(PGconn *)> conn(PQconnectdb(PgConnection::withTimeout(url_, 3).c_str()),
-                                                         PQfinish);
+        std::unique_ptr<PGconn, void (*)(PGconn *)> conn(
+            PQconnectdb(PgConnection::withTimeout(url_, 3).c_str()), PQfinish);
         const auto listen = [&] {
             if (PQstatus(conn.get()) != CONNECTION_OK)
                 return false;
@@ -46,7 +47,8 @@ void PgListener::loop(std::stop_token stop) {
             if (::poll(&fd, 1, 200) < 0)
                 continue;
             if (!PQconsumeInput(conn.get())) {
-                ServiceLog::line("change notices lost their connection: " + std::string(PQerrorMessage(conn.get())));
+                ServiceLog::line("change notices lost their connection: " +
+                                 std::string(PQerrorMessage(conn.get())));
                 wasLost = true;
                 break;
             }

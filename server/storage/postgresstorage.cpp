@@ -112,7 +112,8 @@ void notify(PgTransaction &t, char kind, std::int64_t id, std::int64_t version =
 }
 
 std::optional<TeamRole> memberRole(PgTransaction &t, std::int64_t teamId, std::int64_t userId) {
-    const auto r = t.exec("SELECT role FROM team_members WHERE team_id = $1 AND user_id = $2", {teamId, userId});
+    const auto r =
+        t.exec("SELECT role FROM team_members WHERE team_id = $1 AND user_id = $2", {teamId, userId});
     if (r.rows() == 0)
         return std::nullopt;
     return TeamRole(r.integer(0, 0));
@@ -262,8 +263,8 @@ StorageResult<StoreStatus> PostgresStorage::createUser(const std::string &name, 
 
 StorageResult<std::optional<UserRecord>> PostgresStorage::findUser(const std::string &nameKey) {
     return statements<std::optional<UserRecord>>([&](PgTransaction &t) -> std::optional<UserRecord> {
-        const auto r =
-            t.exec("SELECT id, name, password_hash FROM users WHERE name_key = $1 AND NOT is_team", {nameKey});
+        const auto r = t.exec("SELECT id, name, password_hash FROM users WHERE name_key = $1 AND NOT is_team",
+                              {nameKey});
         if (r.rows() == 0)
             return std::nullopt;
         return UserRecord{r.integer(0, 0), r.text(0, 1), r.text(0, 2)};
@@ -272,11 +273,13 @@ StorageResult<std::optional<UserRecord>> PostgresStorage::findUser(const std::st
 
 StorageResult<bool> PostgresStorage::setPasswordHash(std::int64_t userId, const std::string &passwordHash) {
     const auto status = transaction([&](PgTransaction &t) {
-        if (t.exec("UPDATE users SET password_hash = $1 WHERE id = $2 AND NOT is_team", {passwordHash, userId})
-                .affected() !=
-            1)
+        if (t.exec("UPDATE users SET password_hash = $1 WHERE id = $2 AND NOT is_team",
+                   {passwordHash, userId})
+                .affected() != 1)
             return StoreStatus::NotFound;
         t.exec("DELETE FROM sessions WHERE user_id = $1", {userId});
+        // Its change streams end with its sessions.
+        notify(t, 'r', userId);
         return StoreStatus::Ok;
     });
     if (!status.ok())
@@ -446,7 +449,8 @@ StorageResult<StoreStatus> PostgresStorage::deleteClasses(std::int64_t userId,
             std::int64_t(ids.size()))
             return StoreStatus::LastClass;
         for (const auto id : ids) {
-            t.exec("INSERT INTO deleted_phrases(user_id, sign, version) SELECT $1, sign, (SELECT library_version "
+            t.exec("INSERT INTO deleted_phrases(user_id, sign, version) SELECT $1, sign, (SELECT "
+                   "library_version "
                    "FROM users WHERE id = $1) FROM word_list WHERE class_id = $2",
                    {userId, id});
             t.exec("DELETE FROM word_class WHERE id = $1", {id});
@@ -475,11 +479,11 @@ StorageResult<StoreStatus> PostgresStorage::swapRows(const char *table, std::int
         const auto second = t.exec(select, {sign2, userId});
         if (first.rows() == 0 || second.rows() == 0)
             return StoreStatus::NotFound;
-        const std::string update =
-            std::string("UPDATE ") + table + " SET position = $1" +
-            (std::string(table) == "word_list" ? ", changed_in = (SELECT library_version FROM users WHERE id = $3)"
-                                               : "") +
-            " WHERE sign = $2 AND user_id = $3";
+        const std::string update = std::string("UPDATE ") + table + " SET position = $1" +
+                                   (std::string(table) == "word_list"
+                                        ? ", changed_in = (SELECT library_version FROM users WHERE id = $3)"
+                                        : "") +
+                                   " WHERE sign = $2 AND user_id = $3";
         t.exec(update, {second.integer(0, 0), sign1, userId});
         t.exec(update, {first.integer(0, 0), sign2, userId});
         return StoreStatus::Ok;
@@ -511,9 +515,10 @@ StorageResult<StoreStatus> PostgresStorage::deletePhrases(std::int64_t userId,
             if (t.exec("DELETE FROM word_list WHERE sign = $1 AND user_id = $2", {sign, userId}).affected() !=
                 1)
                 return StoreStatus::NotFound; // rolled back with the transaction
-            t.exec("INSERT INTO deleted_phrases(user_id, sign, version) VALUES($1, $2, (SELECT library_version "
-                   "FROM users WHERE id = $1))",
-                   {userId, sign});
+            t.exec(
+                "INSERT INTO deleted_phrases(user_id, sign, version) VALUES($1, $2, (SELECT library_version "
+                "FROM users WHERE id = $1))",
+                {userId, sign});
         }
         return StoreStatus::Ok;
     });
@@ -591,7 +596,8 @@ StorageResult<std::int64_t> PostgresStorage::storageUsed(std::int64_t userId) {
 }
 
 StorageResult<StoreStatus> PostgresStorage::createTeam(const std::string &name, const std::string &nameKey,
-                                                       std::int64_t ownerId, const std::string &firstClassSign,
+                                                       std::int64_t ownerId,
+                                                       const std::string &firstClassSign,
                                                        const std::string &firstClassLabel) {
     return transaction([&](PgTransaction &t) {
         if (t.exec("SELECT 1 FROM users WHERE id = $1 AND NOT is_team", {ownerId}).rows() == 0)
@@ -627,9 +633,10 @@ StorageResult<std::optional<TeamRecord>> PostgresStorage::team(const std::string
         if (r.rows() == 0)
             return std::nullopt;
         TeamRecord team{r.integer(0, 0), r.text(0, 1), {}};
-        const auto m = t.exec("SELECT u.id, u.name, m.role FROM team_members m JOIN users u ON u.id = m.user_id "
-                              "WHERE m.team_id = $1 ORDER BY m.role DESC, u.name_key",
-                              {team.id});
+        const auto m =
+            t.exec("SELECT u.id, u.name, m.role FROM team_members m JOIN users u ON u.id = m.user_id "
+                   "WHERE m.team_id = $1 ORDER BY m.role DESC, u.name_key",
+                   {team.id});
         for (int i = 0; i < m.rows(); ++i)
             team.members.push_back({m.integer(i, 0), m.text(i, 1), TeamRole(m.integer(i, 2))});
         return team;
@@ -639,10 +646,11 @@ StorageResult<std::optional<TeamRecord>> PostgresStorage::team(const std::string
 StorageResult<std::vector<TeamRecord>> PostgresStorage::teams() {
     return statements<std::vector<TeamRecord>>([&](PgTransaction &t) {
         std::vector<TeamRecord> out;
-        const auto r = t.exec("SELECT t.id, t.name, u.id, u.name, m.role FROM users t LEFT JOIN team_members m "
-                              "ON m.team_id = t.id LEFT JOIN users u ON u.id = m.user_id WHERE t.is_team "
-                              "ORDER BY t.name_key, t.id, m.role DESC, u.name_key",
-                              {}, false);
+        const auto r =
+            t.exec("SELECT t.id, t.name, u.id, u.name, m.role FROM users t LEFT JOIN team_members m "
+                   "ON m.team_id = t.id LEFT JOIN users u ON u.id = m.user_id WHERE t.is_team "
+                   "ORDER BY t.name_key, t.id, m.role DESC, u.name_key",
+                   {}, false);
         for (int i = 0; i < r.rows(); ++i) {
             const auto id = r.integer(i, 0);
             if (out.empty() || out.back().id != id)
@@ -666,7 +674,8 @@ StorageResult<StoreStatus> PostgresStorage::setMember(std::int64_t teamId, std::
             return add ? StoreStatus::Exists : StoreStatus::NotFound;
         if (current && *current == TeamRole::Owner && role != TeamRole::Owner && lastOwner(t, teamId, userId))
             return StoreStatus::LastOwner;
-        t.exec("INSERT INTO team_members(team_id, user_id, role) VALUES($1, $2, $3) ON CONFLICT (team_id, user_id) "
+        t.exec("INSERT INTO team_members(team_id, user_id, role) VALUES($1, $2, $3) ON CONFLICT (team_id, "
+               "user_id) "
                "DO UPDATE SET role = excluded.role",
                {teamId, userId, std::int64_t(role)});
         if (!current || *current != role)
@@ -692,12 +701,13 @@ StorageResult<StoreStatus> PostgresStorage::removeMember(std::int64_t teamId, st
 StorageResult<std::vector<LibraryGrant>> PostgresStorage::libraries(std::int64_t userId) {
     return statements<std::vector<LibraryGrant>>([&](PgTransaction &t) {
         std::vector<LibraryGrant> out;
-        const auto r = t.exec("SELECT id, name, false, 3, library_version, 0 AS o, name_key FROM users "
-                              "WHERE id = $1 AND NOT is_team UNION ALL SELECT u.id, u.name, true, m.role, "
-                              "u.library_version, 1, u.name_key FROM team_members m JOIN users u ON u.id = m.team_id "
-                              "WHERE m.user_id = $1 AND EXISTS (SELECT 1 FROM users WHERE id = $1 AND NOT is_team) "
-                              "ORDER BY 6, 7",
-                              {userId});
+        const auto r =
+            t.exec("SELECT id, name, false, 3, library_version, 0 AS o, name_key FROM users "
+                   "WHERE id = $1 AND NOT is_team UNION ALL SELECT u.id, u.name, true, m.role, "
+                   "u.library_version, 1, u.name_key FROM team_members m JOIN users u ON u.id = m.team_id "
+                   "WHERE m.user_id = $1 AND EXISTS (SELECT 1 FROM users WHERE id = $1 AND NOT is_team) "
+                   "ORDER BY 6, 7",
+                   {userId});
         for (int i = 0; i < r.rows(); ++i)
             out.push_back({r.integer(i, 0), r.text(i, 1), r.text(i, 2) == "t", TeamRole(r.integer(i, 3)),
                            r.integer(i, 4)});
@@ -705,12 +715,14 @@ StorageResult<std::vector<LibraryGrant>> PostgresStorage::libraries(std::int64_t
     });
 }
 
-StorageResult<std::optional<LibraryGrant>> PostgresStorage::library(std::int64_t userId, const std::string &nameKey) {
+StorageResult<std::optional<LibraryGrant>> PostgresStorage::library(std::int64_t userId,
+                                                                    const std::string &nameKey) {
     return statements<std::optional<LibraryGrant>>([&](PgTransaction &t) -> std::optional<LibraryGrant> {
-        const auto r = t.exec("SELECT t.id, t.name, t.is_team, COALESCE(m.role, 3), t.library_version FROM users t "
-                              "LEFT JOIN team_members m ON m.team_id = t.id AND m.user_id = $1 "
-                              "WHERE t.name_key = $2 AND (t.id = $1 OR m.role IS NOT NULL)",
-                              {userId, nameKey});
+        const auto r =
+            t.exec("SELECT t.id, t.name, t.is_team, COALESCE(m.role, 3), t.library_version FROM users t "
+                   "LEFT JOIN team_members m ON m.team_id = t.id AND m.user_id = $1 "
+                   "WHERE t.name_key = $2 AND (t.id = $1 OR m.role IS NOT NULL)",
+                   {userId, nameKey});
         if (r.rows() == 0)
             return std::nullopt;
         return LibraryGrant{r.integer(0, 0), r.text(0, 1), r.text(0, 2) == "t", TeamRole(r.integer(0, 3)),
@@ -736,12 +748,14 @@ StorageResult<LibraryChanges> PostgresStorage::changesSince(std::int64_t library
             out.classes.push_back({c.integer(i, 0), c.text(i, 1), c.text(i, 2), c.integer(i, 3)});
         out.phrases = phraseRows(
             t.exec("SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
-                   "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = $1 AND l.changed_in > $2 "
+                   "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = $1 AND "
+                   "l.changed_in > $2 "
                    "ORDER BY c.position, c.id, l.position, l.id",
                    {libraryId, out.full ? std::int64_t(-1) : since}));
         if (!out.full) {
-            const auto d = t.exec("SELECT DISTINCT sign FROM deleted_phrases WHERE user_id = $1 AND version > $2",
-                                  {libraryId, since});
+            const auto d =
+                t.exec("SELECT DISTINCT sign FROM deleted_phrases WHERE user_id = $1 AND version > $2",
+                       {libraryId, since});
             for (int i = 0; i < d.rows(); ++i)
                 out.deleted.push_back(d.text(i, 0));
         }
@@ -752,19 +766,21 @@ StorageResult<LibraryChanges> PostgresStorage::changesSince(std::int64_t library
     return out;
 }
 
-StorageResult<StoreStatus>
-PostgresStorage::recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch, std::int64_t day,
-                             const std::vector<std::pair<std::string, std::int64_t>> &counts, std::int64_t now) {
+StorageResult<StoreStatus> PostgresStorage::recordUsage(
+    std::int64_t teamId, std::int64_t userId, const std::string &batch, std::int64_t day,
+    const std::vector<std::pair<std::string, std::int64_t>> &counts, std::int64_t now) {
     bool seen = false;
     const auto status = transaction([&](PgTransaction &t) {
-        seen = t.exec("INSERT INTO usage_batches(team_id, user_id, batch, received_at) VALUES($1, $2, $3, $4) "
-                      "ON CONFLICT DO NOTHING",
-                      {teamId, userId, batch, now})
-                   .affected() == 0;
+        seen =
+            t.exec("INSERT INTO usage_batches(team_id, user_id, batch, received_at) VALUES($1, $2, $3, $4) "
+                   "ON CONFLICT DO NOTHING",
+                   {teamId, userId, batch, now})
+                .affected() == 0;
         if (seen)
             return StoreStatus::Ok;
         for (const auto &[sign, sends] : counts)
-            t.exec("INSERT INTO phrase_usage(team_id, user_id, sign, day, sends) SELECT $1::bigint, $2::bigint, $3::text, $4::bigint, $5::bigint "
+            t.exec("INSERT INTO phrase_usage(team_id, user_id, sign, day, sends) SELECT $1::bigint, "
+                   "$2::bigint, $3::text, $4::bigint, $5::bigint "
                    "WHERE EXISTS (SELECT 1 FROM word_list WHERE sign = $3 AND user_id = $1) "
                    "ON CONFLICT (team_id, sign, user_id, day) DO UPDATE SET sends = phrase_usage.sends + "
                    "excluded.sends",
@@ -781,21 +797,25 @@ StorageResult<TeamUsage> PostgresStorage::teamUsage(std::int64_t teamId, std::in
     const auto status = transaction([&](PgTransaction &t) {
         t.exec("SET TRANSACTION ISOLATION LEVEL REPEATABLE READ READ ONLY");
         out = {};
-        const auto p = t.exec("SELECT l.sign, l.label, c.label, COALESCE(SUM(u.sends) FILTER (WHERE u.day >= $2), 0), "
-                              "COALESCE(MAX(u.day), -1) FROM word_list l JOIN word_class c ON c.id = l.class_id "
-                              "LEFT JOIN phrase_usage u ON u.team_id = l.user_id AND u.sign = l.sign "
-                              "WHERE l.user_id = $1 GROUP BY l.id, c.label, c.position, c.id "
-                              "ORDER BY c.position, c.id, l.position, l.id",
-                              {teamId, fromDay});
+        const auto p =
+            t.exec("SELECT l.sign, l.label, c.label, COALESCE(SUM(u.sends) FILTER (WHERE u.day >= $2), 0), "
+                   "COALESCE(MAX(u.day), -1) FROM word_list l JOIN word_class c ON c.id = l.class_id "
+                   "LEFT JOIN phrase_usage u ON u.team_id = l.user_id AND u.sign = l.sign "
+                   "WHERE l.user_id = $1 GROUP BY l.id, c.label, c.position, c.id "
+                   "ORDER BY c.position, c.id, l.position, l.id",
+                   {teamId, fromDay});
         for (int i = 0; i < p.rows(); ++i)
-            out.phrases.push_back({p.text(i, 0), p.text(i, 1), p.text(i, 2), p.integer(i, 3), p.integer(i, 4)});
-        const auto m = t.exec("SELECT a.name, m.role, COALESCE(SUM(u.sends) FILTER (WHERE u.day >= $2), 0), "
-                              "COALESCE(SUM(u.sends), 0) FROM team_members m JOIN users a ON a.id = m.user_id "
-                              "LEFT JOIN phrase_usage u ON u.team_id = m.team_id AND u.user_id = m.user_id "
-                              "WHERE m.team_id = $1 GROUP BY a.id, a.name, m.role ORDER BY a.name_key",
-                              {teamId, fromDay});
+            out.phrases.push_back(
+                {p.text(i, 0), p.text(i, 1), p.text(i, 2), p.integer(i, 3), p.integer(i, 4)});
+        const auto m =
+            t.exec("SELECT a.name, m.role, COALESCE(SUM(u.sends) FILTER (WHERE u.day >= $2), 0), "
+                   "COALESCE(SUM(u.sends), 0) FROM team_members m JOIN users a ON a.id = m.user_id "
+                   "LEFT JOIN phrase_usage u ON u.team_id = m.team_id AND u.user_id = m.user_id "
+                   "WHERE m.team_id = $1 GROUP BY a.id, a.name, m.role ORDER BY a.name_key",
+                   {teamId, fromDay});
         for (int i = 0; i < m.rows(); ++i)
-            out.members.push_back({m.text(i, 0), TeamRole(m.integer(i, 1)), m.integer(i, 2), m.integer(i, 3)});
+            out.members.push_back(
+                {m.text(i, 0), TeamRole(m.integer(i, 1)), m.integer(i, 2), m.integer(i, 3)});
         return StoreStatus::Ok;
     });
     if (!status.ok())
@@ -807,16 +827,18 @@ void PostgresStorage::watchChanges(std::function<void(const ChangeNotice &)> lis
     listener_.reset();
     if (!listener)
         return;
-    listener_ = std::make_unique<PgListener>(url_, noticeChannel, [listener = std::move(listener)](const std::string &payload) {
-        ChangeNotice notice;
-        char kind = 0;
-        long long id = 0, version = 0;
-        if (std::sscanf(payload.c_str(), "%c %lld %lld", &kind, &id, &version) < 2)
-            return;
-        notice.kind = kind == 'v' ? ChangeNotice::Kind::Version
-                                  : kind == 'l' ? ChangeNotice::Kind::Libraries : ChangeNotice::Kind::Revoked;
-        notice.id = id;
-        notice.version = version;
-        listener(notice);
-    });
+    listener_ = std::make_unique<PgListener>(
+        url_, noticeChannel, [listener = std::move(listener)](const std::string &payload) {
+            ChangeNotice notice;
+            char kind = 0;
+            long long id = 0, version = 0;
+            if (std::sscanf(payload.c_str(), "%c %lld %lld", &kind, &id, &version) < 2)
+                return;
+            notice.kind = kind == 'v'   ? ChangeNotice::Kind::Version
+                          : kind == 'l' ? ChangeNotice::Kind::Libraries
+                                        : ChangeNotice::Kind::Revoked;
+            notice.id = id;
+            notice.version = version;
+            listener(notice);
+        });
 }

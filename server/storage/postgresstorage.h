@@ -67,16 +67,18 @@ public:
                                             std::int64_t now, std::int64_t ownerId) override;
     StorageResult<std::int64_t> storageUsed(std::int64_t userId) override;
 
-    StorageResult<StoreStatus> createTeam(const std::string &name, const std::string &nameKey, std::int64_t ownerId,
-                                          const std::string &firstClassSign,
+    StorageResult<StoreStatus> createTeam(const std::string &name, const std::string &nameKey,
+                                          std::int64_t ownerId, const std::string &firstClassSign,
                                           const std::string &firstClassLabel) override;
     StorageResult<StoreStatus> deleteTeam(std::int64_t teamId) override;
     StorageResult<std::optional<TeamRecord>> team(const std::string &nameKey) override;
     StorageResult<std::vector<TeamRecord>> teams() override;
-    StorageResult<StoreStatus> setMember(std::int64_t teamId, std::int64_t userId, TeamRole role, bool add) override;
+    StorageResult<StoreStatus> setMember(std::int64_t teamId, std::int64_t userId, TeamRole role,
+                                         bool add) override;
     StorageResult<StoreStatus> removeMember(std::int64_t teamId, std::int64_t userId) override;
     StorageResult<std::vector<LibraryGrant>> libraries(std::int64_t userId) override;
-    StorageResult<std::optional<LibraryGrant>> library(std::int64_t userId, const std::string &nameKey) override;
+    StorageResult<std::optional<LibraryGrant>> library(std::int64_t userId,
+                                                       const std::string &nameKey) override;
     StorageResult<LibraryChanges> changesSince(std::int64_t libraryId, std::int64_t since) override;
     StorageResult<StoreStatus> recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch,
                                            std::int64_t day,

@@ -111,6 +111,15 @@ template <typename Work> auto caught(Work &&work) -> StorageResult<std::invoke_r
     }
 }
 
+// Read by every process that serves the database (see watchChanges).
+void leaveNotice(SQLite::Database &d, ChangeNotice::Kind kind, std::int64_t accountId) {
+    SQLite::Statement q(d,
+                        "INSERT INTO team_notices(kind, account_id, created_at) VALUES(?, ?, unixepoch())");
+    q.bind(1, int(kind));
+    q.bind(2, accountId);
+    q.exec();
+}
+
 LoginGuardState readLoginGuard(SQLite::Database &d, const std::string &nameKey) {
     SQLite::Statement q(d, "SELECT failures, window_start, locked_until FROM login_guard WHERE name_key = ?");
     q.bind(1, nameKey);
@@ -500,7 +509,8 @@ StorageResult<StoreStatus> SqliteStorage::createUser(const std::string &name, co
 
 StorageResult<std::optional<UserRecord>> SqliteStorage::findUser(const std::string &nameKey) {
     return caught([&]() -> std::optional<UserRecord> {
-        SQLite::Statement q(db(), "SELECT id, name, password_hash FROM users WHERE name_key = ? AND is_team = 0");
+        SQLite::Statement q(db(),
+                            "SELECT id, name, password_hash FROM users WHERE name_key = ? AND is_team = 0");
         q.bind(1, nameKey);
         if (!q.executeStep())
             return std::nullopt;
@@ -518,6 +528,8 @@ StorageResult<bool> SqliteStorage::setPasswordHash(std::int64_t userId, const st
         SQLite::Statement del(d, "DELETE FROM sessions WHERE user_id = ?");
         del.bind(1, userId);
         del.exec();
+        // Its change streams end with its sessions.
+        leaveNotice(d, ChangeNotice::Kind::Revoked, userId);
         return true;
     });
 }
@@ -813,8 +825,9 @@ StorageResult<StoreStatus> SqliteStorage::updatePhrase(std::int64_t userId, cons
         const auto parent = classId(instance_, userId, record.parentSign);
         if (!parent)
             return StoreStatus::NotFound;
-        Prepared up(instance_, "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, "
-                               "images = ?, changed_in = " NEXT_VERSION(7) " WHERE sign = ?6 AND user_id = ?7");
+        Prepared up(instance_,
+                    "UPDATE word_list SET class_id = ?, label = ?, json_value = ?, texts = ?, "
+                    "images = ?, changed_in = " NEXT_VERSION(7) " WHERE sign = ?6 AND user_id = ?7");
         up->bind(1, *parent);
         up->bind(2, record.label);
         up->bind(3, record.jsonValue);
@@ -883,13 +896,6 @@ StorageResult<std::int64_t> SqliteStorage::storageUsed(std::int64_t userId) {
 
 namespace {
 
-void leaveNotice(SQLite::Database &d, ChangeNotice::Kind kind, std::int64_t accountId) {
-    SQLite::Statement q(d, "INSERT INTO team_notices(kind, account_id, created_at) VALUES(?, ?, unixepoch())");
-    q.bind(1, int(kind));
-    q.bind(2, accountId);
-    q.exec();
-}
-
 std::optional<TeamRole> memberRole(SQLite::Database &d, std::int64_t teamId, std::int64_t userId) {
     SQLite::Statement q(d, "SELECT role FROM team_members WHERE team_id = ? AND user_id = ?");
     q.bind(1, teamId);
@@ -900,7 +906,8 @@ std::optional<TeamRole> memberRole(SQLite::Database &d, std::int64_t teamId, std
 }
 
 bool lastOwner(SQLite::Database &d, std::int64_t teamId, std::int64_t userId) {
-    SQLite::Statement q(d, "SELECT COUNT(*) FROM team_members WHERE team_id = ? AND role = ? AND user_id <> ?");
+    SQLite::Statement q(d,
+                        "SELECT COUNT(*) FROM team_members WHERE team_id = ? AND role = ? AND user_id <> ?");
     q.bind(1, teamId);
     q.bind(2, int(TeamRole::Owner));
     q.bind(3, userId);
@@ -932,13 +939,15 @@ StorageResult<StoreStatus> SqliteStorage::createTeam(const std::string &name, co
             owner.bind(1, ownerId);
             if (!owner.executeStep())
                 return StoreStatus::NotFound;
-            SQLite::Statement ins(d, "INSERT INTO users(name, name_key, password_hash, is_team, library_version) "
-                                     "VALUES(?, ?, '', 1, 1)");
+            SQLite::Statement ins(
+                d, "INSERT INTO users(name, name_key, password_hash, is_team, library_version) "
+                   "VALUES(?, ?, '', 1, 1)");
             ins.bind(1, name);
             ins.bind(2, nameKey);
             ins.exec();
             const std::int64_t teamId = d.getLastInsertRowid();
-            SQLite::Statement cls(d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
+            SQLite::Statement cls(
+                d, "INSERT INTO word_class(user_id, sign, label, position) VALUES(?, ?, ?, 0)");
             cls.bind(1, teamId);
             cls.bind(2, firstClassSign);
             cls.bind(3, firstClassLabel);
@@ -988,16 +997,17 @@ StorageResult<std::optional<TeamRecord>> SqliteStorage::team(const std::string &
 StorageResult<std::vector<TeamRecord>> SqliteStorage::teams() {
     return caught([&] {
         std::vector<TeamRecord> out;
-        SQLite::Statement q(db(), "SELECT t.id, t.name, u.id, u.name, m.role FROM users t LEFT JOIN team_members m "
-                                  "ON m.team_id = t.id LEFT JOIN users u ON u.id = m.user_id WHERE t.is_team = 1 "
-                                  "ORDER BY t.name_key, t.id, m.role DESC, u.name_key");
+        SQLite::Statement q(db(),
+                            "SELECT t.id, t.name, u.id, u.name, m.role FROM users t LEFT JOIN team_members m "
+                            "ON m.team_id = t.id LEFT JOIN users u ON u.id = m.user_id WHERE t.is_team = 1 "
+                            "ORDER BY t.name_key, t.id, m.role DESC, u.name_key");
         while (q.executeStep()) {
             const auto id = q.getColumn(0).getInt64();
             if (out.empty() || out.back().id != id)
                 out.push_back({id, q.getColumn(1).getString(), {}});
             if (!q.getColumn(2).isNull())
-                out.back().members.push_back(
-                    {q.getColumn(2).getInt64(), q.getColumn(3).getString(), TeamRole(q.getColumn(4).getInt())});
+                out.back().members.push_back({q.getColumn(2).getInt64(), q.getColumn(3).getString(),
+                                              TeamRole(q.getColumn(4).getInt())});
         }
         return out;
     });
@@ -1014,15 +1024,19 @@ StorageResult<StoreStatus> SqliteStorage::setMember(std::int64_t teamId, std::in
             const auto current = memberRole(d, teamId, userId);
             if (add == current.has_value())
                 return add ? StoreStatus::Exists : StoreStatus::NotFound;
-            if (current && *current == TeamRole::Owner && role != TeamRole::Owner && lastOwner(d, teamId, userId))
+            if (current && *current == TeamRole::Owner && role != TeamRole::Owner &&
+                lastOwner(d, teamId, userId))
                 return StoreStatus::LastOwner;
-            SQLite::Statement up(d, "INSERT OR REPLACE INTO team_members(team_id, user_id, role) VALUES(?, ?, ?)");
+            SQLite::Statement up(
+                d, "INSERT OR REPLACE INTO team_members(team_id, user_id, role) VALUES(?, ?, ?)");
             up.bind(1, teamId);
             up.bind(2, userId);
             up.bind(3, int(role));
             up.exec();
             if (!current || *current != role)
-                leaveNotice(d, current && role < *current ? ChangeNotice::Kind::Revoked : ChangeNotice::Kind::Libraries,
+                leaveNotice(d,
+                            current && role < *current ? ChangeNotice::Kind::Revoked
+                                                       : ChangeNotice::Kind::Libraries,
                             userId);
             return StoreStatus::Ok;
         },
@@ -1050,14 +1064,16 @@ StorageResult<StoreStatus> SqliteStorage::removeMember(std::int64_t teamId, std:
 StorageResult<std::vector<LibraryGrant>> SqliteStorage::libraries(std::int64_t userId) {
     return caught([&] {
         std::vector<LibraryGrant> out;
-        SQLite::Statement own(db(), "SELECT id, name, library_version FROM users WHERE id = ? AND is_team = 0");
+        SQLite::Statement own(db(),
+                              "SELECT id, name, library_version FROM users WHERE id = ? AND is_team = 0");
         own.bind(1, userId);
         if (!own.executeStep())
             return out;
         out.push_back({own.getColumn(0).getInt64(), own.getColumn(1).getString(), false, TeamRole::Owner,
                        own.getColumn(2).getInt64()});
-        SQLite::Statement q(db(), "SELECT t.id, t.name, m.role, t.library_version FROM team_members m JOIN users t "
-                                  "ON t.id = m.team_id WHERE m.user_id = ? ORDER BY t.name_key");
+        SQLite::Statement q(db(),
+                            "SELECT t.id, t.name, m.role, t.library_version FROM team_members m JOIN users t "
+                            "ON t.id = m.team_id WHERE m.user_id = ? ORDER BY t.name_key");
         q.bind(1, userId);
         while (q.executeStep())
             out.push_back({q.getColumn(0).getInt64(), q.getColumn(1).getString(), true,
@@ -1066,18 +1082,21 @@ StorageResult<std::vector<LibraryGrant>> SqliteStorage::libraries(std::int64_t u
     });
 }
 
-StorageResult<std::optional<LibraryGrant>> SqliteStorage::library(std::int64_t userId, const std::string &nameKey) {
+StorageResult<std::optional<LibraryGrant>> SqliteStorage::library(std::int64_t userId,
+                                                                  const std::string &nameKey) {
     return caught([&]() -> std::optional<LibraryGrant> {
         db();
-        Prepared q(instance_, "SELECT t.id, t.name, t.is_team, COALESCE(m.role, 3), t.library_version FROM users t "
-                              "LEFT JOIN team_members m ON m.team_id = t.id AND m.user_id = ?1 "
-                              "WHERE t.name_key = ?2 AND (t.id = ?1 OR m.role IS NOT NULL)");
+        Prepared q(instance_,
+                   "SELECT t.id, t.name, t.is_team, COALESCE(m.role, 3), t.library_version FROM users t "
+                   "LEFT JOIN team_members m ON m.team_id = t.id AND m.user_id = ?1 "
+                   "WHERE t.name_key = ?2 AND (t.id = ?1 OR m.role IS NOT NULL)");
         q->bind(1, userId);
         q->bind(2, nameKey);
         if (!q->executeStep())
             return std::nullopt;
-        return LibraryGrant{q->getColumn(0).getInt64(), q->getColumn(1).getString(), q->getColumn(2).getInt() != 0,
-                            TeamRole(q->getColumn(3).getInt()), q->getColumn(4).getInt64()};
+        return LibraryGrant{q->getColumn(0).getInt64(), q->getColumn(1).getString(),
+                            q->getColumn(2).getInt() != 0, TeamRole(q->getColumn(3).getInt()),
+                            q->getColumn(4).getInt64()};
     });
 }
 
@@ -1097,16 +1116,18 @@ StorageResult<LibraryChanges> SqliteStorage::changesSince(std::int64_t libraryId
                                "ORDER BY position, id");
         c.bind(1, libraryId);
         while (c.executeStep())
-            out.classes.push_back(
-                {c.getColumn(0).getInt64(), c.getColumn(1).getString(), c.getColumn(2).getString(), c.getColumn(3).getInt64()});
-        SQLite::Statement p(d, "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
-                               "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
-                               "AND l.changed_in > ? ORDER BY c.position, c.id, l.position, l.id");
+            out.classes.push_back({c.getColumn(0).getInt64(), c.getColumn(1).getString(),
+                                   c.getColumn(2).getString(), c.getColumn(3).getInt64()});
+        SQLite::Statement p(
+            d, "SELECT l.id, c.sign, l.sign, l.label, l.json_value, l.texts, l.images, l.position "
+               "FROM word_list l JOIN word_class c ON c.id = l.class_id WHERE l.user_id = ? "
+               "AND l.changed_in > ? ORDER BY c.position, c.id, l.position, l.id");
         p.bind(1, libraryId);
         p.bind(2, out.full ? std::int64_t(-1) : since);
         out.phrases = readPhrases(p);
         if (!out.full) {
-            SQLite::Statement del(d, "SELECT DISTINCT sign FROM deleted_phrases WHERE user_id = ? AND version > ?");
+            SQLite::Statement del(
+                d, "SELECT DISTINCT sign FROM deleted_phrases WHERE user_id = ? AND version > ?");
             del.bind(1, libraryId);
             del.bind(2, since);
             while (del.executeStep())
@@ -1118,8 +1139,9 @@ StorageResult<LibraryChanges> SqliteStorage::changesSince(std::int64_t libraryId
 }
 
 StorageResult<StoreStatus>
-SqliteStorage::recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch, std::int64_t day,
-                           const std::vector<std::pair<std::string, std::int64_t>> &counts, std::int64_t now) {
+SqliteStorage::recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch,
+                           std::int64_t day, const std::vector<std::pair<std::string, std::int64_t>> &counts,
+                           std::int64_t now) {
     return write([&](SQLite::Database &d) {
         SQLite::Statement seen(d, "INSERT OR IGNORE INTO usage_batches(team_id, user_id, batch, received_at) "
                                   "VALUES(?, ?, ?, ?)");
@@ -1129,9 +1151,10 @@ SqliteStorage::recordUsage(std::int64_t teamId, std::int64_t userId, const std::
         seen.bind(4, now);
         if (seen.exec() == 0)
             return StoreStatus::Exists;
-        SQLite::Statement add(d, "INSERT INTO phrase_usage(team_id, user_id, sign, day, sends) SELECT ?1, ?2, ?3, ?4, ?5 "
-                                 "WHERE EXISTS (SELECT 1 FROM word_list WHERE sign = ?3 AND user_id = ?1) "
-                                 "ON CONFLICT(team_id, sign, user_id, day) DO UPDATE SET sends = sends + excluded.sends");
+        SQLite::Statement add(
+            d, "INSERT INTO phrase_usage(team_id, user_id, sign, day, sends) SELECT ?1, ?2, ?3, ?4, ?5 "
+               "WHERE EXISTS (SELECT 1 FROM word_list WHERE sign = ?3 AND user_id = ?1) "
+               "ON CONFLICT(team_id, sign, user_id, day) DO UPDATE SET sends = sends + excluded.sends");
         for (const auto &[sign, sends] : counts) {
             add.bind(1, teamId);
             add.bind(2, userId);
@@ -1150,19 +1173,22 @@ StorageResult<TeamUsage> SqliteStorage::teamUsage(std::int64_t teamId, std::int6
         auto &d = db();
         SQLite::Transaction snapshot(d, SQLite::TransactionBehavior::DEFERRED);
         TeamUsage out;
-        SQLite::Statement p(d, "SELECT l.sign, l.label, c.label, COALESCE(SUM(CASE WHEN u.day >= ?2 THEN u.sends END), 0), "
-                               "COALESCE(MAX(u.day), -1) FROM word_list l JOIN word_class c ON c.id = l.class_id "
-                               "LEFT JOIN phrase_usage u ON u.team_id = l.user_id AND u.sign = l.sign "
-                               "WHERE l.user_id = ?1 GROUP BY l.id ORDER BY c.position, c.id, l.position, l.id");
+        SQLite::Statement p(
+            d, "SELECT l.sign, l.label, c.label, COALESCE(SUM(CASE WHEN u.day >= ?2 THEN u.sends END), 0), "
+               "COALESCE(MAX(u.day), -1) FROM word_list l JOIN word_class c ON c.id = l.class_id "
+               "LEFT JOIN phrase_usage u ON u.team_id = l.user_id AND u.sign = l.sign "
+               "WHERE l.user_id = ?1 GROUP BY l.id ORDER BY c.position, c.id, l.position, l.id");
         p.bind(1, teamId);
         p.bind(2, fromDay);
         while (p.executeStep())
-            out.phrases.push_back({p.getColumn(0).getString(), p.getColumn(1).getString(), p.getColumn(2).getString(),
-                                   p.getColumn(3).getInt64(), p.getColumn(4).getInt64()});
-        SQLite::Statement m(d, "SELECT a.name, m.role, COALESCE(SUM(CASE WHEN u.day >= ?2 THEN u.sends END), 0), "
-                               "COALESCE(SUM(u.sends), 0) FROM team_members m JOIN users a ON a.id = m.user_id "
-                               "LEFT JOIN phrase_usage u ON u.team_id = m.team_id AND u.user_id = m.user_id "
-                               "WHERE m.team_id = ?1 GROUP BY m.user_id ORDER BY a.name_key");
+            out.phrases.push_back({p.getColumn(0).getString(), p.getColumn(1).getString(),
+                                   p.getColumn(2).getString(), p.getColumn(3).getInt64(),
+                                   p.getColumn(4).getInt64()});
+        SQLite::Statement m(
+            d, "SELECT a.name, m.role, COALESCE(SUM(CASE WHEN u.day >= ?2 THEN u.sends END), 0), "
+               "COALESCE(SUM(u.sends), 0) FROM team_members m JOIN users a ON a.id = m.user_id "
+               "LEFT JOIN phrase_usage u ON u.team_id = m.team_id AND u.user_id = m.user_id "
+               "WHERE m.team_id = ?1 GROUP BY m.user_id ORDER BY a.name_key");
         m.bind(1, teamId);
         m.bind(2, fromDay);
         while (m.executeStep())
@@ -1190,12 +1216,14 @@ void SqliteStorage::watchChanges(std::function<void(const ChangeNotice &)> liste
                     last = d->execAndGet("SELECT COALESCE(MAX(id), 0) FROM team_notices").getInt64();
                     started = true;
                 }
-                SQLite::Statement q(*d, "SELECT id, kind, account_id FROM team_notices WHERE id > ? ORDER BY id");
+                SQLite::Statement q(*d,
+                                    "SELECT id, kind, account_id FROM team_notices WHERE id > ? ORDER BY id");
                 q.bind(1, last);
                 std::vector<ChangeNotice> notices;
                 while (q.executeStep()) {
                     last = q.getColumn(0).getInt64();
-                    notices.push_back({ChangeNotice::Kind(q.getColumn(1).getInt()), q.getColumn(2).getInt64(), 0});
+                    notices.push_back(
+                        {ChangeNotice::Kind(q.getColumn(1).getInt()), q.getColumn(2).getInt64(), 0});
                 }
                 q.reset();
                 for (const auto &notice : notices)

@@ -97,10 +97,9 @@ public:
     virtual StorageResult<LibraryChanges> changesSince(std::int64_t libraryId, std::int64_t since) = 0;
     // Adds a member's counts once per batch id (Exists for a batch seen before). Signs that are no
     // phrase of the team are left out.
-    virtual StorageResult<StoreStatus> recordUsage(std::int64_t teamId, std::int64_t userId,
-                                                   const std::string &batch, std::int64_t day,
-                                                   const std::vector<std::pair<std::string, std::int64_t>> &counts,
-                                                   std::int64_t now) = 0;
+    virtual StorageResult<StoreStatus>
+    recordUsage(std::int64_t teamId, std::int64_t userId, const std::string &batch, std::int64_t day,
+                const std::vector<std::pair<std::string, std::int64_t>> &counts, std::int64_t now) = 0;
     virtual StorageResult<TeamUsage> teamUsage(std::int64_t teamId, std::int64_t fromDay) = 0;
     // Calls `listener` (on a thread of the storage) for membership notices and, where several
     // processes share the database, for library versions committed elsewhere. An empty listener

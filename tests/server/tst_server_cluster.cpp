@@ -1,3 +1,4 @@
+#include "rawconnection.h"
 #include "serviceclient.h"
 
 #include "cloudservice.h"
@@ -232,6 +233,45 @@ private Q_SLOTS:
         QCOMPARE(getAll(onA, "list").dump(), phrases.dump());
     }
 
+    // An editor's change through one instance reaches a member's stream on the other (LISTEN/NOTIFY),
+    // and a membership change made on one ends the stream held on the other.
+    void teamChangeNoticesCrossInstances() {
+        Pair pair;
+        QVERIFY(startPair(pair));
+        QVERIFY(pair.a.addUser(QStringLiteral("agent"), QStringLiteral("agent-password")));
+        QCOMPARE(pair.a.run({"team", "create", "crew", "sam"}), 0);
+        QCOMPARE(pair.a.run({"team", "add", "crew", "agent", "agent"}), 0);
+        ServiceClient agent(pair.b.baseUrl().toStdString());
+        EXPECT_OK(agent.login("agent", "agent-password"));
+        RawConnection stream(pair.b.port());
+        stream.send("GET /api/team/stream HTTP/1.1\r\nHost: 127.0.0.1\r\nCookie: " + agent.cookie +
+                    "\r\n\r\n");
+        QCOMPARE(stream.read().status, 200);
+        const auto waitFor = [&](std::int64_t version) {
+            for (auto event = stream.readEvent(); !event.empty(); event = stream.readEvent())
+                if (event == "event: version\ndata: " + json{{"dbname", "crew"}, {"version", version}}.dump())
+                    return true;
+            return false;
+        };
+        QVERIFY(waitFor(1));
+        const auto cls =
+            pair.onA->post("/api/word/class/getAll", {{"dbname", "crew"}}).json["data"][0].value("sign", "");
+        EXPECT_OK(pair.onA->post("/api/word/list/create", {{"parentSign", cls},
+                                                           {"label", "x"},
+                                                           {"jsonValue", text("x")},
+                                                           {"position", "0"},
+                                                           {"dbname", "crew"}}));
+        QVERIFY(waitFor(2));
+        EXPECT_REFUSED(agent.post("/api/word/list/create", {{"parentSign", cls},
+                                                            {"label", "y"},
+                                                            {"jsonValue", text("y")},
+                                                            {"position", "1"},
+                                                            {"dbname", "crew"}}),
+                       "没有修改团队词库的权限");
+        QCOMPARE(pair.a.run({"team", "remove", "crew", "agent"}), 0);
+        QVERIFY(stream.closedWithin(std::chrono::seconds(10)));
+    }
+
     void migrateCopiesARunningSqliteTeamAndVerifiesIt() {
         CloudService team; // SQLite, and still serving while it is copied
         QVERIFY(team.start());
@@ -246,6 +286,16 @@ private Q_SLOTS:
         EXPECT_OK(old.upload("tia", pictureName, png));
         const auto classes = getAll(old, "class").dump();
         const auto phrases = getAll(old, "list").dump();
+        QCOMPARE(team.run({"team", "create", "tiateam", "tia"}), 0);
+        const auto teamClass =
+            old.post("/api/word/class/getAll", {{"dbname", "tiateam"}}).json["data"][0].value("sign", "");
+        EXPECT_OK(old.post("/api/word/list/create", {{"parentSign", teamClass},
+                                                     {"label", "t"},
+                                                     {"jsonValue", text("t")},
+                                                     {"position", "0"},
+                                                     {"dbname", "tiateam"}}));
+        const auto teamPhrases =
+            old.post("/api/word/list/getAll", {{"dbname", "tiateam"}}).json["data"].dump();
 
         const auto name = QStringLiteral("m%1").arg(++databases_);
         QVERIFY(cluster_.createDatabase(name));
@@ -272,6 +322,11 @@ private Q_SLOTS:
         const auto same = sameSession(old, moved);
         QCOMPARE(getAll(*same, "class").dump(), classes);
         QCOMPARE(getAll(*same, "list").dump(), phrases);
+        QCOMPARE(same->post("/api/word/list/getAll", {{"dbname", "tiateam"}}).json["data"].dump(),
+                 teamPhrases);
+        QByteArray list;
+        QCOMPARE(moved.run({"team", "list"}, {}, &list), 0);
+        QVERIFY2(list.endsWith("\ntiateam\n  tia owner\n"), list.constData()); // after the database's notices
         const auto got = same->get("/api/resource/word/getImage64/" + Secrets::toBase64(pictureName));
         QCOMPARE(Secrets::fromBase64(got.json.value("base64", "")).value_or(""), png);
         ServiceClient fresh(moved.baseUrl().toStdString());
@@ -284,7 +339,7 @@ private Q_SLOTS:
         QCOMPARE(migrate(output), 1);
         QVERIFY2(output.contains("already holds accounts"), output.constData());
         PgConnection db(target.toStdString());
-        QCOMPARE(db.exec("SELECT COUNT(*) FROM users").integer(0, 0), std::int64_t(2));
+        QCOMPARE(db.exec("SELECT COUNT(*) FROM users").integer(0, 0), std::int64_t(3));
     }
 
     void signInsBehindATrustedProxyAreCountedPerClient() {

@@ -41,7 +41,8 @@ class TestServerTeams : public QObject {
                                               const std::string &source = "127.0.0.1") {
         auto c = std::make_unique<RawConnection>(service_.port(), source);
         const std::string cookie = name.empty() ? "" : "Cookie: " + as(name).cookie + "\r\n";
-        c->send("GET /api/team/stream HTTP/1.1\r\nHost: 127.0.0.1\r\nAccept: text/event-stream\r\n" + cookie + "\r\n");
+        c->send("GET /api/team/stream HTTP/1.1\r\nHost: 127.0.0.1\r\nAccept: text/event-stream\r\n" + cookie +
+                "\r\n");
         head = c->read();
         return c;
     }
@@ -72,8 +73,12 @@ private Q_SLOTS:
         }
         // Set up from the command line while the service runs.
         QCOMPARE(team({QStringLiteral("create"), QStringLiteral("acme"), QStringLiteral("lead")}), 0);
-        QCOMPARE(team({QStringLiteral("add"), QStringLiteral("acme"), QStringLiteral("ed"), QStringLiteral("editor")}), 0);
-        QCOMPARE(team({QStringLiteral("add"), QStringLiteral("acme"), QStringLiteral("ag"), QStringLiteral("agent")}), 0);
+        QCOMPARE(team({QStringLiteral("add"), QStringLiteral("acme"), QStringLiteral("ed"),
+                       QStringLiteral("editor")}),
+                 0);
+        QCOMPARE(team({QStringLiteral("add"), QStringLiteral("acme"), QStringLiteral("ag"),
+                       QStringLiteral("agent")}),
+                 0);
     }
 
     // Reads for every member, changes for editors and owners; nobody else sees the library, and a
@@ -91,15 +96,29 @@ private Q_SLOTS:
         // A new team library starts as a new account's does.
         const auto cls = firstClass("ag", "acme");
         QVERIFY(!cls.empty());
-        QCOMPARE(as("ag").post("/api/word/class/getAll", {{"dbname", "acme"}}).json["data"][0].value("label", ""),
-                 std::string("默认分类"));
+        QCOMPARE(
+            as("ag").post("/api/word/class/getAll", {{"dbname", "acme"}}).json["data"][0].value("label", ""),
+            std::string("默认分类"));
 
-        const httplib::Params phrase{{"parentSign", cls}, {"label", "refund"}, {"jsonValue", text("Refunds take 5 days")},
-                                     {"position", "0"}, {"dbname", "acme"}};
+        const httplib::Params phrase{{"parentSign", cls},
+                                     {"label", "refund"},
+                                     {"jsonValue", text("Refunds take 5 days")},
+                                     {"position", "0"},
+                                     {"dbname", "acme"}};
         EXPECT_REFUSED(as("ag").post("/api/word/list/create", phrase), "没有修改团队词库的权限");
-        EXPECT_REFUSED(as("ag").post("/api/word/class/create", {{"label", "x"}, {"position", "1"}, {"dbname", "acme"}}),
+        EXPECT_REFUSED(
+            as("ag").post("/api/word/class/create", {{"label", "x"}, {"position", "1"}, {"dbname", "acme"}}),
+            "没有修改团队词库的权限");
+        EXPECT_REFUSED(as("ag").upload("acme", Secrets::md5Hex("png") + ".png", "png"),
                        "没有修改团队词库的权限");
-        EXPECT_REFUSED(as("ag").upload("acme", Secrets::md5Hex("png") + ".png", "png"), "没有修改团队词库的权限");
+        // An editor's picture is the team's, and every member downloads it.
+        const std::string png("\x89PNG\r\n\x1a\n team picture", 21);
+        const auto picture = Secrets::md5Hex(png) + ".png";
+        EXPECT_OK(as("ed").upload("acme", picture, png));
+        QCOMPARE(as("ag")
+                     .get("/api/resource/word/getImage64/acme/" + Secrets::toBase64(picture))
+                     .json.value("base64", ""),
+                 Secrets::toBase64(png));
         const auto created = as("ed").post("/api/word/list/create", phrase);
         EXPECT_OK(created);
         const auto sign = created.json.value("sign", "");
@@ -111,18 +130,22 @@ private Q_SLOTS:
         for (const auto &[who, dbname] : std::vector<std::pair<std::string, std::string>>{
                  {"outsider", "acme"}, {"ag", "lead"}, {"ed", "ag"}, {"ag", "acme2"}, {"ag", "acme\x01"}}) {
             EXPECT_REFUSED(as(who).post("/api/word/list/getAll", {{"dbname", dbname}}), "无权访问");
-            EXPECT_REFUSED(as(who).post("/api/team/changes", {{"dbname", dbname}, {"since", "0"}}), "无权访问");
-            EXPECT_REFUSED(as(who).post("/api/word/list/del", {{"dbname", dbname}, {"sign", sign}}), "无权访问");
+            EXPECT_REFUSED(as(who).post("/api/team/changes", {{"dbname", dbname}, {"since", "0"}}),
+                           "无权访问");
+            EXPECT_REFUSED(as(who).post("/api/word/list/del", {{"dbname", dbname}, {"sign", sign}}),
+                           "无权访问");
         }
         ServiceClient stranger(service_.baseUrl().toStdString());
         EXPECT_REFUSED(stranger.post("/api/team/libraries", {}), "登录已失效，请重新登录");
-        EXPECT_REFUSED(stranger.post("/api/word/list/getAll", {{"dbname", "acme"}}), "登录已失效，请重新登录");
+        EXPECT_REFUSED(stranger.post("/api/word/list/getAll", {{"dbname", "acme"}}),
+                       "登录已失效，请重新登录");
         // A team is no account: nobody signs in as one.
         QCOMPARE(ServiceClient(service_.baseUrl().toStdString()).login("acme", "").state(), 0);
         QVERIFY(service_.run({QStringLiteral("passwd"), QStringLiteral("acme")}, "new-password\n") != 0);
         QCOMPARE(ServiceClient(service_.baseUrl().toStdString()).login("acme", "new-password").state(), 0);
         EXPECT_OK(as("lead").post("/api/word/list/getAll", {{"dbname", "lead"}}));
-        QCOMPARE(as("outsider").post("/api/word/list/getAll", {{"dbname", "acme"}}).json.contains("data"), false);
+        QCOMPARE(as("outsider").post("/api/word/list/getAll", {{"dbname", "acme"}}).json.contains("data"),
+                 false);
     }
 
     // "Changes since" names what changed and what went, and everything when it cannot know.
@@ -131,12 +154,20 @@ private Q_SLOTS:
         const auto before = as("ag").post("/api/team/changes", {{"dbname", "acme"}, {"since", "0"}});
         QCOMPARE(before.state(), 1);
         const auto v = before.json["data"].value("version", 0);
-        const auto a = as("ed").post("/api/word/list/create", {{"parentSign", cls}, {"label", "a"}, {"jsonValue", text("a")},
-                                                               {"position", "1"}, {"dbname", "acme"}});
-        const auto b = as("ed").post("/api/word/list/create", {{"parentSign", cls}, {"label", "b"}, {"jsonValue", text("b")},
-                                                               {"position", "2"}, {"dbname", "acme"}});
-        EXPECT_OK(as("ed").post("/api/word/list/del", {{"dbname", "acme"}, {"sign", a.json.value("sign", "")}}));
-        const auto after = as("ag").post("/api/team/changes", {{"dbname", "acme"}, {"since", std::to_string(v)}});
+        const auto a = as("ed").post("/api/word/list/create", {{"parentSign", cls},
+                                                               {"label", "a"},
+                                                               {"jsonValue", text("a")},
+                                                               {"position", "1"},
+                                                               {"dbname", "acme"}});
+        const auto b = as("ed").post("/api/word/list/create", {{"parentSign", cls},
+                                                               {"label", "b"},
+                                                               {"jsonValue", text("b")},
+                                                               {"position", "2"},
+                                                               {"dbname", "acme"}});
+        EXPECT_OK(
+            as("ed").post("/api/word/list/del", {{"dbname", "acme"}, {"sign", a.json.value("sign", "")}}));
+        const auto after =
+            as("ag").post("/api/team/changes", {{"dbname", "acme"}, {"since", std::to_string(v)}});
         QCOMPARE(after.state(), 1);
         const auto &data = after.json["data"];
         QCOMPARE(data.value("version", 0), v + 3);
@@ -145,7 +176,8 @@ private Q_SLOTS:
         QCOMPARE(data["phrases"][0].value("sign", ""), b.json.value("sign", ""));
         QVERIFY(data["deleted"] == json::array({a.json.value("sign", "")}));
         QVERIFY(!data["classes"].empty());
-        const auto ahead = as("ag").post("/api/team/changes", {{"dbname", "acme"}, {"since", std::to_string(v + 100)}});
+        const auto ahead =
+            as("ag").post("/api/team/changes", {{"dbname", "acme"}, {"since", std::to_string(v + 100)}});
         QCOMPARE(ahead.json["data"].value("full", false), true);
         QCOMPARE(ahead.json["data"]["phrases"].size(), std::size_t(2));
     }
@@ -156,11 +188,16 @@ private Q_SLOTS:
         const auto sign = phrases[0].value("sign", "");
         const json counts{{sign, 3}, {"not-a-phrase", 5}};
         for (int i = 0; i < 2; ++i)
-            EXPECT_OK(as("ag").post("/api/team/usage", {{"dbname", "acme"}, {"batch", "b-1"}, {"counts", counts.dump()}}));
-        EXPECT_OK(as("ed").post("/api/team/usage", {{"dbname", "acme"}, {"batch", "b-1"}, {"counts", json{{sign, 1}}.dump()}}));
-        EXPECT_REFUSED(as("outsider").post("/api/team/usage", {{"dbname", "acme"}, {"batch", "x"}, {"counts", counts.dump()}}),
-                       "无权访问");
-        EXPECT_REFUSED(as("ag").post("/api/team/usage", {{"dbname", "acme"}, {"batch", "b-2"}, {"counts", "{\"x\":-1}"}}),
+            EXPECT_OK(as("ag").post("/api/team/usage",
+                                    {{"dbname", "acme"}, {"batch", "b-1"}, {"counts", counts.dump()}}));
+        EXPECT_OK(as("ed").post("/api/team/usage",
+                                {{"dbname", "acme"}, {"batch", "b-1"}, {"counts", json{{sign, 1}}.dump()}}));
+        EXPECT_REFUSED(
+            as("outsider")
+                .post("/api/team/usage", {{"dbname", "acme"}, {"batch", "x"}, {"counts", counts.dump()}}),
+            "无权访问");
+        EXPECT_REFUSED(as("ag").post("/api/team/usage",
+                                     {{"dbname", "acme"}, {"batch", "b-2"}, {"counts", "{\"x\":-1}"}}),
                        "参数错误");
         QByteArray csv;
         QCOMPARE(team({QStringLiteral("usage"), QStringLiteral("acme"), QStringLiteral("--csv")}, &csv), 0);
@@ -182,10 +219,12 @@ private Q_SLOTS:
         QVERIFY(sawVersion(*stream, "ag", 0));
         QVERIFY(sawVersion(*stream, "acme", v));
         const auto cls = firstClass("ed", "acme");
-        EXPECT_OK(as("ed").post("/api/word/class/upLabel", {{"sign", cls}, {"newLabel", "常用"}, {"dbname", "acme"}}));
+        EXPECT_OK(as("ed").post("/api/word/class/upLabel",
+                                {{"sign", cls}, {"newLabel", "常用"}, {"dbname", "acme"}}));
         QVERIFY(sawVersion(*stream, "acme", v + 1));
         // Its own library's changes reach it too.
-        EXPECT_OK(as("ag").post("/api/word/class/create", {{"label", "mine"}, {"position", "1"}, {"dbname", "ag"}}));
+        EXPECT_OK(as("ag").post("/api/word/class/create",
+                                {{"label", "mine"}, {"position", "1"}, {"dbname", "ag"}}));
         QVERIFY(sawVersion(*stream, "ag", 1));
 
         auto dead = openStream("", head);
@@ -198,7 +237,9 @@ private Q_SLOTS:
         QVERIFY(service_.addUser(QStringLiteral("temp"), QStringLiteral("password-1")));
         clients_["temp"] = std::make_unique<ServiceClient>(service_.baseUrl().toStdString());
         QCOMPARE(as("temp").login("temp", "password-1").state(), 1);
-        QCOMPARE(team({QStringLiteral("add"), QStringLiteral("acme"), QStringLiteral("temp"), QStringLiteral("editor")}), 0);
+        QCOMPARE(team({QStringLiteral("add"), QStringLiteral("acme"), QStringLiteral("temp"),
+                       QStringLiteral("editor")}),
+                 0);
         RawConnection::Response head;
         auto stream = openStream("temp", head);
         QCOMPARE(head.status, 200);
@@ -208,8 +249,11 @@ private Q_SLOTS:
         QCOMPARE(stream->readEvent(), std::string("event: libraries\ndata: {}"));
         QVERIFY(sawVersion(*stream, "beta", 1));
 
-        QCOMPARE(team({QStringLiteral("role"), QStringLiteral("acme"), QStringLiteral("temp"), QStringLiteral("agent")}), 0);
-        EXPECT_REFUSED(as("temp").post("/api/word/class/create", {{"label", "x"}, {"position", "1"}, {"dbname", "acme"}}),
+        QCOMPARE(team({QStringLiteral("role"), QStringLiteral("acme"), QStringLiteral("temp"),
+                       QStringLiteral("agent")}),
+                 0);
+        EXPECT_REFUSED(as("temp").post("/api/word/class/create",
+                                       {{"label", "x"}, {"position", "1"}, {"dbname", "acme"}}),
                        "没有修改团队词库的权限");
         QVERIFY(stream->closedWithin(std::chrono::seconds(10)));
 
@@ -218,6 +262,12 @@ private Q_SLOTS:
         QVERIFY(sawVersion(*stream, "acme", 1));
         QCOMPARE(team({QStringLiteral("remove"), QStringLiteral("acme"), QStringLiteral("temp")}), 0);
         EXPECT_REFUSED(as("temp").post("/api/word/list/getAll", {{"dbname", "acme"}}), "无权访问");
+        QVERIFY(stream->closedWithin(std::chrono::seconds(10)));
+
+        // A new password ends the sessions and with them the streams.
+        stream = openStream("temp", head);
+        QCOMPARE(head.status, 200);
+        QCOMPARE(service_.run({QStringLiteral("passwd"), QStringLiteral("temp")}, "password-2\n"), 0);
         QVERIFY(stream->closedWithin(std::chrono::seconds(10)));
 
         // The last owner stays; a team's name is no account's.
