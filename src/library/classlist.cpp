@@ -202,16 +202,10 @@ void ClassList::reloadMenuState() {
     bool editable = library_.libraries.canEdit(currentLibrary());
     for (int r : std::as_const(selectedRows))
         editable = editable && r < dataSource.size() && library_.libraries.canEdit(dataSource[r].username);
-    // A class moves among the classes of its own library only.
-    const auto sameLibrary = [this](int row, int other) {
-        return other >= 0 && other < dataSource.size() &&
-               dataSource[row].username == dataSource[other].username;
-    };
-    const int one = n == 1 ? selectedRows.first() : -1;
     addClassAction->setEnabled(editable);
     editClassAction->setEnabled(editable && n == 1);
-    moveUpAction->setEnabled(editable && n == 1 && sameLibrary(one, one - 1));
-    moveDownAction->setEnabled(editable && n == 1 && sameLibrary(one, one + 1));
+    moveUpAction->setEnabled(editable && n == 1);
+    moveDownAction->setEnabled(editable && n == 1);
     deleteAction->setEnabled(editable && n >= 1);
     const QString why = editable ? QString() : TeamLibraries::readOnlyReason();
     for (QAction *action : {addClassAction, editClassAction, moveUpAction, moveDownAction, deleteAction})
@@ -233,21 +227,25 @@ void ClassList::openMenuAt(int indexPath) {
 void ClassList::menuActionTriggered(QAction *action) {
     const QString title = action->text();
     const QList<int> sel = selectedRows;
+    if (!action->isEnabled())
+        return;
     if (title == QString::fromUtf8("添加分类")) {
         Q_EMIT classDialogRequested(std::nullopt);
     } else if (title == QString::fromUtf8("编辑分类")) {
         if (sel.size() == 1)
             Q_EMIT classDialogRequested(dataSource[sel.first()]);
     } else if (title == QString::fromUtf8("向上移动") || title == QString::fromUtf8("向下移动")) {
-        // The selection follows the moved class by its sign.
+        // The selection follows the moved class by its sign. A class moves among the classes of
+        // its own library only: at either end of it nothing happens.
         const int step = title == QString::fromUtf8("向上移动") ? -1 : 1;
-        if (sel.size() == 1 && action->isEnabled()) {
-            const int i = sel.first();
+        const int i = sel.size() == 1 ? sel.first() : -1;
+        const int other = i + step;
+        if (i >= 0 && other >= 0 && other < dataSource.size() &&
+            dataSource[i].username == dataSource[other].username)
             library_.libraries.classOperations(dataSource[i].username)
-                .swapPositions(dataSource[i].sign, dataSource[i + step].sign);
-        }
+                .swapPositions(dataSource[i].sign, dataSource[other].sign);
     } else if (title == QString::fromUtf8("删除选中")) {
-        if (!sel.isEmpty() && !dataSource.isEmpty() && action->isEnabled()) {
+        if (!sel.isEmpty() && !dataSource.isEmpty()) {
             // One call per library: a selection may span the personal library and a team's.
             QMap<QString, QString> signs;
             for (int r : sel)

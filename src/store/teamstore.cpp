@@ -138,11 +138,12 @@ std::optional<TeamStore::Batch> TeamStore::nextBatch() {
         LocalStore::bindText(taken, 1, account_);
         LocalStore::bindText(taken, 2, dbname);
         taken.exec();
-        SQLite::Statement insert(*db,
-                                 "INSERT INTO team_usage_batch (batch, dbname, counts) VALUES (?, ?, ?)");
+        SQLite::Statement insert(*db, "INSERT INTO team_usage_batch (batch, account, dbname, counts) "
+                                      "VALUES (?, ?, ?, ?)");
         LocalStore::bindText(insert, 1, batch.id);
-        LocalStore::bindText(insert, 2, batch.dbname);
-        LocalStore::bindText(insert, 3, batch.counts);
+        LocalStore::bindText(insert, 2, account_);
+        LocalStore::bindText(insert, 3, batch.dbname);
+        LocalStore::bindText(insert, 4, batch.counts);
         insert.exec();
         transaction.commit();
         return batch;
