@@ -1,5 +1,6 @@
 #include "app/librarydialogs.h"
 
+#include "cloud/teamlibraries.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -13,19 +14,24 @@
 void librarydialogs::attach(HomeView *home, LibraryContext &library) {
     QObject::connect(home->libraryPanel->classList, &ClassList::classDialogRequested, home,
                      [home, &library](const std::optional<PhraseClass> &shown) {
-                         ClassDialog dialog(library.classOperations, shown, home->window());
+                         const QString dbname =
+                             shown ? shown->username : home->libraryPanel->classList->currentLibrary();
+                         ClassDialog dialog(library.libraries.classOperations(dbname), shown, home->window());
                          dialog.setWindowTitle(QString::fromUtf8(shown ? "编辑分类" : "添加分类"));
                          dialog.exec();
                      });
-    QObject::connect(home->libraryPanel->phraseList, &PhraseList::createPhraseRequested, home,
-                     [home, &library](const QString &classSign) {
-                         CreatePhraseDialog dialog(library.phraseOperations, classSign, home->window());
-                         dialog.exec();
-                     });
+    QObject::connect(
+        home->libraryPanel->phraseList, &PhraseList::createPhraseRequested, home,
+        [home, &library](const QString &classSign) {
+            const QString dbname = home->libraryPanel->phraseList->username.value_or(library.username);
+            CreatePhraseDialog dialog(library.libraries.phraseOperations(dbname), classSign, home->window());
+            dialog.exec();
+        });
     QObject::connect(home->libraryPanel->phraseList, &PhraseList::editPhraseRequested, home,
                      [home, &library](const Phrase &phrase) {
-                         EditPhraseDialog dialog(library.phraseOperations,
-                                                 library.classes.getAll(library.username), phrase,
+                         // A phrase moves among the classes of its own library only.
+                         EditPhraseDialog dialog(library.libraries.phraseOperations(phrase.username),
+                                                 library.classes.getAll(phrase.username), phrase,
                                                  home->window());
                          dialog.exec();
                      });

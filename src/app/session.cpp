@@ -1,15 +1,19 @@
 #include "app/session.h"
 
+#include "cloud/changestream.h"
 #include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
 #include "cloud/phraseoperations.h"
 #include "cloud/sessionheartbeat.h"
+#include "cloud/teamlibraries.h"
+#include "cloud/usagereport.h"
 #include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
+#include "library/searchresultlist.h"
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
@@ -17,6 +21,7 @@
 #include "store/localpath.h"
 #include "store/localstore.h"
 #include "store/phrasestore.h"
+#include "store/teamstore.h"
 
 #include <QLineEdit>
 
@@ -37,8 +42,13 @@ Session::Session(Settings &settings, CloudClient &cloud, const QString &username
       classOperations_(std::make_unique<ClassOperations>(*classes_, cloud_, username_)),
       sync_(std::make_unique<LibrarySync>(cloud_, *classes_, *phrases_, username_)),
       heartbeat_(std::make_unique<SessionHeartbeat>(cloud_)),
-      library_(std::make_unique<LibraryContext>(
-          LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})),
+      teamStore_(std::make_unique<TeamStore>(*store_, username_)),
+      teams_(std::make_unique<TeamLibraries>(cloud_, *teamStore_, *classes_, *phrases_, *phraseOperations_,
+                                             *classOperations_, username_)),
+      stream_(std::make_unique<ChangeStream>(cloud_)),
+      usage_(std::make_unique<UsageReport>(cloud_, *teamStore_)),
+      library_(std::make_unique<LibraryContext>(LibraryContext{
+          *phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, *teams_, username_})),
       desktop_(DesktopSession::createBackend(settings_)),
       tracker_(std::make_unique<TargetWindowTracker>(*desktop_)),
       sender_(std::make_unique<PhraseSender>(settings_, *desktop_, *tracker_)) {
@@ -47,6 +57,10 @@ Session::Session(Settings &settings, CloudClient &cloud, const QString &username
             [this] { Q_EMIT endRequested(1, QString()); });
     connect(sync_.get(), &LibrarySync::libraryRefused, this,
             [this](const QString &message) { Q_EMIT endRequested(1, message); });
+    // Each opening of the stream reads the list again: a role may have changed while it was closed.
+    connect(stream_.get(), &ChangeStream::opened, teams_.get(), &TeamLibraries::refresh);
+    connect(stream_.get(), &ChangeStream::librariesChanged, teams_.get(), &TeamLibraries::refresh);
+    connect(stream_.get(), &ChangeStream::versionAnnounced, teams_.get(), &TeamLibraries::announce);
 }
 
 Session::~Session() = default;
@@ -64,16 +78,33 @@ void Session::start(HomeView &home) {
                                  if (list)
                                      list->selectRow(row);
                              });
+    quickBar_->setBadgeSource([&teams = *teams_](const Phrase &phrase) {
+        return teams.isTeam(phrase.username) ? phrase.username : QString();
+    });
     quickBar_->setHomeWindow(home.window());
     quickBar_->setSearchField(home.searchField());
     quickBar_->applyShortcutSetting();
 
+    connect(home.libraryPanel->phraseList, &PhraseList::sendRequested, this, &Session::countSend);
+    connect(home.searchResults, &SearchResultList::sendRequested, this, &Session::countSend);
+    connect(quickBar_.get(), &QuickBar::tapped, this, [this, list](int row) {
+        if (const std::optional<Phrase> phrase = list ? list->phraseAt(row) : std::nullopt)
+            countSend(*phrase);
+    });
+
     sync_->syncAll();
+    stream_->start();
+    usage_->start();
     tracker_->start();
     home.followTarget(*tracker_, *desktop_);
     home.sendThrough(*sender_);
     heartbeat_->start();
     Q_EMIT started();
+}
+
+void Session::countSend(const Phrase &phrase) {
+    if (teams_->isTeam(phrase.username))
+        usage_->count(phrase.username, phrase.sign);
 }
 
 bool Session::stopSending() {

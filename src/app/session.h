@@ -8,6 +8,7 @@
 #include <QString>
 #include <memory>
 
+class ChangeStream;
 class ClassOperations;
 class ClassStore;
 class CloudClient;
@@ -19,13 +20,18 @@ class PhraseStore;
 class QuickBar;
 class SessionHeartbeat;
 class Settings;
+class TeamLibraries;
+class TeamStore;
+class UsageReport;
+struct Phrase;
 
 class DesktopBackend;
 class PhraseSender;
 class TargetWindowTracker;
 
 // Everything that lives while one user is signed in: the database and its stores, the operations
-// that change the library, its synchronisation, the heartbeat, the desktop back-end, the window
+// that change the library, its synchronisation, the team libraries with their change stream and
+// usage report, the heartbeat, the desktop back-end, the window
 // tracker, the sender and the quick bar. The application object makes one at sign-in and destroys
 // it at sign-out or quit; nothing here outlives it, and every part gets what it needs from here
 // through its constructor.
@@ -44,6 +50,9 @@ public:
     ClassStore &classStore() { return *classes_; }
     LibrarySync &librarySync() { return *sync_; }
     LibraryContext &library() { return *library_; }
+    TeamLibraries &teams() { return *teams_; }
+    ChangeStream &changeStream() { return *stream_; }
+    UsageReport &usageReport() { return *usage_; }
     Settings &settings() { return settings_; }
     CloudClient &cloud() { return cloud_; }
     QuickBar *quickBar() const { return quickBar_.get(); }
@@ -52,7 +61,8 @@ public:
     PhraseSender &sender() const { return *sender_; }
 
     // Starts the services of the signed-in user for the home view that shows them: the quick bar
-    // over its phrase list, the synchronisation, the target tracker, the heartbeat.
+    // over its phrase list, the synchronisation, the team libraries and their change stream, the
+    // usage report, the target tracker, the heartbeat.
     void start(HomeView &home);
     bool isStarted() const { return started_; }
 
@@ -69,6 +79,9 @@ Q_SIGNALS:
     void endRequested(int status, const QString &message);
 
 private:
+    // A send from a team phrase is counted for the team's usage.
+    void countSend(const Phrase &phrase);
+
     Settings &settings_;
     CloudClient &cloud_;
     QString username_;
@@ -80,6 +93,10 @@ private:
     std::unique_ptr<ClassOperations> classOperations_;
     std::unique_ptr<LibrarySync> sync_;
     std::unique_ptr<SessionHeartbeat> heartbeat_;
+    std::unique_ptr<TeamStore> teamStore_;
+    std::unique_ptr<TeamLibraries> teams_;
+    std::unique_ptr<ChangeStream> stream_;
+    std::unique_ptr<UsageReport> usage_;
     std::unique_ptr<LibraryContext> library_;
     // Declared in the order they depend on each other: destroyed the other way round.
     std::unique_ptr<DesktopBackend> desktop_;

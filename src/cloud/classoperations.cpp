@@ -23,7 +23,9 @@ void ClassOperations::create(const QString &label, OperationCallback callback) {
                                    callback(Result<void>::failure(r.error()));
                                return;
                            }
-                           store->create(r.value(), label, position, username);
+                           // A team's change stream may have brought the new class first.
+                           if (!store->getData(r.value()))
+                               store->create(r.value(), label, position, username);
                            if (callback)
                                callback(Result<void>::success());
                        });

@@ -8,4 +8,8 @@ target_sources(quillora-core PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/imageutil.cpp ${CMAKE_CURRENT_LIST_DIR}/imageutil.h
   ${CMAKE_CURRENT_LIST_DIR}/rc4cipher.cpp ${CMAKE_CURRENT_LIST_DIR}/rc4cipher.h
   ${CMAKE_CURRENT_LIST_DIR}/uploadprocedure.cpp ${CMAKE_CURRENT_LIST_DIR}/uploadprocedure.h
+  ${CMAKE_CURRENT_LIST_DIR}/eventstreamparser.cpp ${CMAKE_CURRENT_LIST_DIR}/eventstreamparser.h
+  ${CMAKE_CURRENT_LIST_DIR}/changestream.cpp ${CMAKE_CURRENT_LIST_DIR}/changestream.h
+  ${CMAKE_CURRENT_LIST_DIR}/teamlibraries.cpp ${CMAKE_CURRENT_LIST_DIR}/teamlibraries.h
+  ${CMAKE_CURRENT_LIST_DIR}/usagereport.cpp ${CMAKE_CURRENT_LIST_DIR}/usagereport.h
   ${CMAKE_CURRENT_LIST_DIR}/versiongate.cpp ${CMAKE_CURRENT_LIST_DIR}/versiongate.h)

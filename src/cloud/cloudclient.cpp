@@ -29,6 +29,12 @@ QHttpPart formPart(const QByteArray &name, const QByteArray &value) {
     return part;
 }
 
+PhraseClass classFromJson(const QJsonValue &item) {
+    return PhraseClass(item[QLatin1String("id")].toInteger(), item[QLatin1String("sign")].toString(),
+                       item[QLatin1String("label")].toString(), item[QLatin1String("position")].toInteger(),
+                       item[QLatin1String("username")].toString());
+}
+
 } // namespace
 
 CloudClient::CloudClient(Settings &settings, QObject *parent) : QObject(parent), settings_(settings) {}
@@ -193,11 +199,7 @@ void CloudClient::fetchClasses(const QString &dbname, Handler<QList<PhraseClass>
                        QList<PhraseClass> data;
                        data.reserve(items.size());
                        for (const QJsonValue &item : items)
-                           data.append(PhraseClass(item[QLatin1String("id")].toInteger(),
-                                                   item[QLatin1String("sign")].toString(),
-                                                   item[QLatin1String("label")].toString(),
-                                                   item[QLatin1String("position")].toInteger(),
-                                                   item[QLatin1String("username")].toString()));
+                           data.append(classFromJson(item));
                        handler(Result<QList<PhraseClass>>::success(std::move(data)));
                    });
 }
@@ -280,9 +282,11 @@ void CloudClient::downloadPicture(const QString &filename, Handler<QString> hand
     });
 }
 
-void CloudClient::pictureExists(const QString &filename, std::function<void(bool)> handler) {
+void CloudClient::pictureExists(const QString &filename, std::function<void(bool)> handler,
+                                const QString &dbname) {
     postJson(QStringLiteral("/api/word/image/imageNameExist"),
-             {{QStringLiteral("fileName"), filename}, {QStringLiteral("dbname"), username_}},
+             {{QStringLiteral("fileName"), filename},
+              {QStringLiteral("dbname"), dbname.isEmpty() ? username_ : dbname}},
              [handler = std::move(handler)](const Result<QJsonValue> &r) {
                  if (r)
                      qCDebug(lcCloud, "imageNameExist %s", qUtf8Printable(httpform::jsonText(r.value())));
@@ -291,7 +295,7 @@ void CloudClient::pictureExists(const QString &filename, std::function<void(bool
 }
 
 void CloudClient::uploadPicture(const QString &filename, Handler<void> handler,
-                                std::function<void(int)> progress) {
+                                std::function<void(int)> progress, const QString &dbname) {
     const std::optional<QByteArray> bytes = AppFileUtil::readImage(filename);
     if (!bytes) {
         qCWarning(lcCloud, "upload: cannot read the picture file %s", qUtf8Printable(filename));
@@ -299,7 +303,7 @@ void CloudClient::uploadPicture(const QString &filename, Handler<void> handler,
         return;
     }
     auto *multi = new QHttpMultiPart(QHttpMultiPart::FormDataType);
-    multi->append(formPart("dbname", username_.toUtf8()));
+    multi->append(formPart("dbname", (dbname.isEmpty() ? username_ : dbname).toUtf8()));
     multi->append(formPart("filename", filename.toUtf8()));
     QHttpPart file;
     // The service is always told "image/png", whatever the picture really is.
@@ -339,4 +343,84 @@ void CloudClient::uploadPicture(const QString &filename, Handler<void> handler,
         qCDebug(lcCloud, "uploadImage %s", body.constData());
         handler(accepted(*json) ? Result<void>::success() : Result<void>::failure(failureOf(*json)));
     });
+}
+
+void CloudClient::fetchLibraries(Handler<QList<LibraryInfo>> handler) {
+    libraryRequest(QStringLiteral("/api/team/libraries"), {},
+                   [handler = std::move(handler)](const Result<QJsonValue> &r) {
+                       if (!r) {
+                           handler(Result<QList<LibraryInfo>>::failure(r.error()));
+                           return;
+                       }
+                       QList<LibraryInfo> data;
+                       for (const QJsonValue &item : r.value()[QLatin1String("data")].toArray()) {
+                           LibraryInfo library{item[QLatin1String("dbname")].toString(),
+                                               item[QLatin1String("team")].toBool(),
+                                               item[QLatin1String("role")].toString(),
+                                               item[QLatin1String("version")].toInteger()};
+                           if (library.dbname.isEmpty()) {
+                               handler(Result<QList<LibraryInfo>>::failure(
+                                   QStringLiteral("服务返回的词库列表无法读取")));
+                               return;
+                           }
+                           data.append(std::move(library));
+                       }
+                       handler(Result<QList<LibraryInfo>>::success(std::move(data)));
+                   });
+}
+
+void CloudClient::fetchChanges(const QString &dbname, qint64 since, Handler<Changes> handler) {
+    libraryRequest(QStringLiteral("/api/team/changes"),
+                   {{QStringLiteral("dbname"), dbname}, {QStringLiteral("since"), QString::number(since)}},
+                   [handler = std::move(handler)](const Result<QJsonValue> &r) {
+                       if (!r) {
+                           handler(Result<Changes>::failure(r.error()));
+                           return;
+                       }
+                       const QJsonValue data = r.value()[QLatin1String("data")];
+                       Changes changes;
+                       changes.version = data[QLatin1String("version")].toInteger();
+                       changes.full = data[QLatin1String("full")].toBool();
+                       for (const QJsonValue &item : data[QLatin1String("classes")].toArray())
+                           changes.classes.append(classFromJson(item));
+                       bool readable = changes.version > 0;
+                       for (const QJsonValue &item : data[QLatin1String("phrases")].toArray()) {
+                           changes.phrases.append(Phrase::fromJson(item.toObject()));
+                           readable = readable && !changes.phrases.last().sign.isEmpty();
+                       }
+                       for (const QJsonValue &item : data[QLatin1String("deleted")].toArray())
+                           changes.deleted.append(item.toString());
+                       if (!readable) {
+                           handler(Result<Changes>::failure(QStringLiteral("服务返回的词库变更无法读取")));
+                           return;
+                       }
+                       handler(Result<Changes>::success(std::move(changes)));
+                   });
+}
+
+void CloudClient::reportUsage(const QString &dbname, const QString &batch, const QString &counts,
+                              std::function<void(Report, const QString &)> handler) {
+    postJson(QStringLiteral("/api/team/usage"),
+             {{QStringLiteral("dbname"), dbname},
+              {QStringLiteral("batch"), batch},
+              {QStringLiteral("counts"), counts}},
+             [handler = std::move(handler)](const Result<QJsonValue> &r) {
+                 if (!r)
+                     handler(Report::Failed, r.error());
+                 else if (accepted(r.value()))
+                     handler(Report::Accepted, QString());
+                 else
+                     handler(Report::Refused, failureOf(r.value()));
+             });
+}
+
+QNetworkReply *CloudClient::openChangeStream() {
+    QNetworkRequest req = request(QStringLiteral("/api/team/stream"));
+    // Open for as long as the session lasts: its pings, not a transfer timeout, tell a dead link.
+    req.setTransferTimeout(0);
+    req.setRawHeader("Accept", "text/event-stream");
+    req.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    if (!settings_.cookie().isEmpty())
+        req.setRawHeader("Cookie", settings_.cookie().toUtf8());
+    return manager_.get(req);
 }

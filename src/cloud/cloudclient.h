@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cloud/httpform.h"
+#include "model/libraryinfo.h"
 #include "model/phrase.h"
 #include "model/phraseclass.h"
 #include "model/result.h"
@@ -79,10 +80,33 @@ public:
     // -- pictures --
     // The picture as Base64 text. A GET with the name Base64-encoded as the last path segment.
     void downloadPicture(const QString &filename, Handler<QString> handler);
-    // True only when the service knows the name; a failure reads as false.
-    void pictureExists(const QString &filename, std::function<void(bool)> handler);
+    // True only when the service knows the name; a failure reads as false. dbname: the library the
+    // picture is for, the account's own when empty.
+    void pictureExists(const QString &filename, std::function<void(bool)> handler,
+                       const QString &dbname = {});
     // Multipart upload of the picture file of that name; progress in whole percent.
-    void uploadPicture(const QString &filename, Handler<void> handler, std::function<void(int)> progress);
+    void uploadPicture(const QString &filename, Handler<void> handler, std::function<void(int)> progress,
+                       const QString &dbname = {});
+
+    // -- team libraries --
+    // The libraries the account may use, its own first.
+    void fetchLibraries(Handler<QList<LibraryInfo>> handler);
+    // What changed in a library after the version the client holds.
+    struct Changes {
+        qint64 version = 0;
+        bool full = false; // every phrase is listed: those not listed are gone
+        QList<PhraseClass> classes;
+        QList<Phrase> phrases;
+        QStringList deleted;
+    };
+    void fetchChanges(const QString &dbname, qint64 since, Handler<Changes> handler);
+    // Counts of sends per phrase sign, as JSON text, under a batch id the service counts once.
+    enum class Report { Accepted, Refused, Failed };
+    void reportUsage(const QString &dbname, const QString &batch, const QString &counts,
+                     std::function<void(Report, const QString &)> handler);
+    // The change stream, open until the service ends it or the caller aborts it; the caller reads it
+    // as it arrives and deletes it.
+    QNetworkReply *openChangeStream();
 
     static inline const char *networkFailure = "网络连接失败:";
     static inline const char *passwordKey = "507tuvo3164";

@@ -22,7 +22,9 @@ void PhraseOperations::create(const QString &parentSign, const QString &label, c
                                     resultHandler(Result<void>::failure(r.error()));
                                 return;
                             }
-                            store->create(parentSign, r.value(), label, content, position, username);
+                            // A team's change stream may have brought the new phrase first.
+                            if (!store->getData(r.value()))
+                                store->create(parentSign, r.value(), label, content, position, username);
                             if (resultHandler)
                                 resultHandler(Result<void>::success());
                         });

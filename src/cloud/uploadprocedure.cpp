@@ -7,8 +7,9 @@
 #include <QTimer>
 #include <optional>
 
-UploadProcedure::UploadProcedure(CloudClient &client, QStringList pictureNames, QObject *parent)
-    : QObject(parent), client_(client), filenameArr_(std::move(pictureNames)) {}
+UploadProcedure::UploadProcedure(CloudClient &client, QStringList pictureNames, QString dbname,
+                                 QObject *parent)
+    : QObject(parent), client_(client), dbname_(std::move(dbname)), filenameArr_(std::move(pictureNames)) {}
 
 void UploadProcedure::start() {
     if (started_)
@@ -30,31 +31,35 @@ void UploadProcedure::uploadNext() {
     Q_EMIT labelChanged(QStringLiteral("正在上传图片 ") + name);
     // Each reply starts the next step; the procedure may be gone by then (its dialog closed).
     QPointer<UploadProcedure> self(this);
-    client_.pictureExists(name, [self, name](bool known) {
-        if (!self)
-            return;
-        if (known) {
-            qCInfo(lcCloud, "picture %s is already there", qUtf8Printable(name));
-            self->uploadNext();
-            return;
-        }
-        self->client_.uploadPicture(
-            name,
-            [self, name](const Result<void> &r) {
-                if (r) {
-                    qCInfo(lcCloud, "picture %s uploaded", qUtf8Printable(name));
-                } else {
-                    qCWarning(lcCloud, "picture %s not uploaded: %s", qUtf8Printable(name),
-                              qUtf8Printable(r.error()));
-                    if (self && !self->firstFailure_)
-                        self->firstFailure_ = r.error();
-                }
-                if (self)
-                    self->uploadNext();
-            },
-            [self](int percent) {
-                if (self)
-                    Q_EMIT self->progressChanged(percent);
-            });
-    });
+    client_.pictureExists(
+        name,
+        [self, name](bool known) {
+            if (!self)
+                return;
+            if (known) {
+                qCInfo(lcCloud, "picture %s is already there", qUtf8Printable(name));
+                self->uploadNext();
+                return;
+            }
+            self->client_.uploadPicture(
+                name,
+                [self, name](const Result<void> &r) {
+                    if (r) {
+                        qCInfo(lcCloud, "picture %s uploaded", qUtf8Printable(name));
+                    } else {
+                        qCWarning(lcCloud, "picture %s not uploaded: %s", qUtf8Printable(name),
+                                  qUtf8Printable(r.error()));
+                        if (self && !self->firstFailure_)
+                            self->firstFailure_ = r.error();
+                    }
+                    if (self)
+                        self->uploadNext();
+                },
+                [self](int percent) {
+                    if (self)
+                        Q_EMIT self->progressChanged(percent);
+                },
+                self->dbname_);
+        },
+        dbname_);
 }

@@ -14,8 +14,8 @@ class CloudClient;
 class UploadProcedure : public QObject {
     Q_OBJECT
 public:
-    // Distinct names, in order.
-    UploadProcedure(CloudClient &client, QStringList pictureNames, QObject *parent = nullptr);
+    // Distinct names, in order; dbname: the library the phrase belongs to.
+    UploadProcedure(CloudClient &client, QStringList pictureNames, QString dbname, QObject *parent = nullptr);
 
     const QStringList &filenameArr() const { return filenameArr_; }
 
@@ -33,6 +33,7 @@ private:
     void uploadNext();
 
     CloudClient &client_;
+    QString dbname_;
     QStringList filenameArr_;
     qsizetype next_ = 0;
     std::optional<QString> firstFailure_;

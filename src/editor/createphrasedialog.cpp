@@ -8,8 +8,8 @@
 
 CreatePhraseDialog::CreatePhraseDialog(PhraseOperations &operations, const QString &shownClassSign,
                                        QWidget *parent)
-    : PhraseDialog(operations.cloud(), QStringLiteral("添加短语"), parent), operations_(operations),
-      shownClassSign(shownClassSign) {}
+    : PhraseDialog(operations.cloud(), operations.username(), QStringLiteral("添加短语"), parent),
+      operations_(operations), shownClassSign(shownClassSign) {}
 
 void CreatePhraseDialog::create() {
     QPointer<CreatePhraseDialog> self(this);

@@ -10,8 +10,8 @@
 
 EditPhraseDialog::EditPhraseDialog(PhraseOperations &operations, const QList<PhraseClass> &classes,
                                    const Phrase &oldData, QWidget *parent)
-    : PhraseDialog(operations.cloud(), QStringLiteral("编辑短语"), parent), ItemButton(new QComboBox(this)),
-      operations_(operations), oldData(oldData), classDataAll(classes) {
+    : PhraseDialog(operations.cloud(), operations.username(), QStringLiteral("编辑短语"), parent),
+      ItemButton(new QComboBox(this)), operations_(operations), oldData(oldData), classDataAll(classes) {
     for (const PhraseClass &c : classDataAll) {
         ItemButton->addItem(c.label);
         if (c.sign == oldData.parentSign)

@@ -20,13 +20,13 @@
 #include <QStandardPaths>
 #include <QVBoxLayout>
 
-PhraseDialog::PhraseDialog(CloudClient &cloud, const QString &title, QWidget *parent)
+PhraseDialog::PhraseDialog(CloudClient &cloud, QString dbname, const QString &title, QWidget *parent)
     : QDialog(parent), labelViewBox(new QLineEdit(this)), textView(new PhraseEditor(this)),
       saveButton(new QPushButton(QStringLiteral("保存"), this)),
       cancelButton(new QPushButton(QStringLiteral("取消"), this)),
       emojiButton(new QPushButton(QStringLiteral("😊 表情"), this)),
       openPictureButton(new QPushButton(QStringLiteral("🖼️ 图片"), this)), fields(new QFormLayout),
-      cloud_(cloud) {
+      cloud_(cloud), dbname_(std::move(dbname)) {
     setWindowTitle(title);
     setModal(true);
     resize(560, 460);
@@ -88,7 +88,7 @@ void PhraseDialog::saveClicked() {
         return; // a save is already on its way
     saveButton->setEnabled(false);
     upload_ = new PictureUploadDialog(
-        cloud_, content(), [this](const Result<void> &r) { uploaded(r); }, this);
+        cloud_, dbname_, content(), [this](const Result<void> &r) { uploaded(r); }, this);
     upload_->setAttribute(Qt::WA_DeleteOnClose);
     upload_->setWindowModality(Qt::WindowModal);
     upload_->open();

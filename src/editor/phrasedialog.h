@@ -43,8 +43,8 @@ public:
     EmojiPicker *emojiPicker() const { return emojis_; }
 
 protected:
-    // cloud: where the pictures go before the phrase is written.
-    PhraseDialog(CloudClient &cloud, const QString &title, QWidget *parent);
+    // cloud: where the pictures go before the phrase is written, for the library dbname.
+    PhraseDialog(CloudClient &cloud, QString dbname, const QString &title, QWidget *parent);
 
     // Writes the phrase once its pictures are on the service; calls savedWith() with the outcome.
     virtual void writePhrase() = 0;
@@ -56,6 +56,7 @@ private:
     void uploaded(const Result<void> &result);
 
     CloudClient &cloud_;
+    QString dbname_;
     QPointer<PictureUploadDialog> upload_;
     QFrame *emojiPopup_ = nullptr;
     EmojiPicker *emojis_ = nullptr;

@@ -8,10 +8,11 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-PictureUploadDialog::PictureUploadDialog(CloudClient &cloud, const PhraseContent &content,
-                                         OperationCallback callback, QWidget *parent)
+PictureUploadDialog::PictureUploadDialog(CloudClient &cloud, const QString &dbname,
+                                         const PhraseContent &content, OperationCallback callback,
+                                         QWidget *parent)
     : QDialog(parent), progressbar(new QProgressBar(this)), label(new QLabel(this)),
-      procedure_(new UploadProcedure(cloud, content.distinctPictureNames(), this)),
+      procedure_(new UploadProcedure(cloud, content.distinctPictureNames(), dbname, this)),
       callback(std::move(callback)) {
     setWindowTitle(QStringLiteral("上传图片"));
     setModal(true);

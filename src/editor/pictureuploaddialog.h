@@ -16,8 +16,9 @@ class UploadProcedure;
 class PictureUploadDialog : public QDialog {
     Q_OBJECT
 public:
-    PictureUploadDialog(CloudClient &cloud, const PhraseContent &content, OperationCallback callback,
-                        QWidget *parent = nullptr);
+    // dbname: the library the phrase belongs to.
+    PictureUploadDialog(CloudClient &cloud, const QString &dbname, const PhraseContent &content,
+                        OperationCallback callback, QWidget *parent = nullptr);
 
     const QStringList &filenameArr() const;
     bool isRunning() const { return running_; }

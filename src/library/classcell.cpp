@@ -4,6 +4,7 @@
 
 #include <QFontMetrics>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -12,20 +13,34 @@ ClassCell::ClassCell(QWidget *parent) : HoverTracked(parent) {
     setAttribute(Qt::WA_Hover);
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(10, 0, 10, 0);
+    layout->setSpacing(4);
+    badge = new QLabel(this);
+    badge->setObjectName(QStringLiteral("teamBadge"));
+    badge->setStyleSheet("background:#2f6fb5;color:#ffffff;border-radius:6px;padding:0 4px;font-size:10px;");
+    badge->hide();
+    layout->addWidget(badge);
     label = new ElidedLabel(this);
     label->setAlignment(Qt::AlignCenter);
     layout->addWidget(label);
     setSelect(false);
 }
 
-int ClassCell::widthFor(const QString &text, const QFont &font) {
-    return qBound(44, QFontMetrics(font).horizontalAdvance(text) + 24, maxWidth);
+int ClassCell::widthFor(const QString &text, const QFont &font, const QString &team) {
+    const int labelWidth = qBound(44, QFontMetrics(font).horizontalAdvance(text) + 24, maxWidth);
+    if (team.isEmpty())
+        return labelWidth;
+    QFont small = font;
+    small.setPixelSize(10);
+    return labelWidth + qMin(QFontMetrics(small).horizontalAdvance(team) + 12, maxWidth / 2);
 }
 
-void ClassCell::setData(int row, const QString &text) {
+void ClassCell::setData(int row, const QString &text, const QString &team) {
     indexPath = row;
     label->setText(text);
-    label->setToolTip(text);
+    badge->setText(team);
+    badge->setVisible(!team.isEmpty());
+    badge->setMaximumWidth(maxWidth / 2);
+    label->setToolTip(team.isEmpty() ? text : team + QString::fromUtf8(" · ") + text);
 }
 
 void ClassCell::setSelect(bool select) {

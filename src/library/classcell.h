@@ -6,8 +6,10 @@
 #include <optional>
 
 class ElidedLabel;
+class QLabel;
 
-// One class in the class strip: its label, shortened with "..." when long.
+// One class in the class strip: its label, shortened with "..." when long, after the team's name
+// in a badge when the class is a team's.
 class ClassCell : public HoverTracked<QWidget> {
     Q_OBJECT
 public:
@@ -15,14 +17,16 @@ public:
 
     std::optional<int> indexPath;
     ElidedLabel *label = nullptr;
+    QLabel *badge = nullptr;
 
-    void setData(int indexPath, const QString &text);
+    // team: the team's name, empty for a class of the personal library.
+    void setData(int indexPath, const QString &text, const QString &team = {});
     void setSelect(bool isSelect);
     bool isSelect() const { return isSelect_; }
 
     static constexpr int maxWidth = 120;
     // The width a label needs in the strip.
-    static int widthFor(const QString &text, const QFont &font);
+    static int widthFor(const QString &text, const QFont &font, const QString &team = {});
 
 Q_SIGNALS:
     void rightClicked(int indexPath);

@@ -1,7 +1,8 @@
 #include "library/classlist.h"
 
-#include "library/classcell.h"
 #include "cloud/classoperations.h"
+#include "cloud/teamlibraries.h"
+#include "library/classcell.h"
 #include "library/librarycontext.h"
 #include "library/listselection.h"
 #include "model/logging.h"
@@ -10,8 +11,10 @@
 
 #include <QCursor>
 #include <QListWidget>
+#include <QMap>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -61,6 +64,7 @@ ClassList::ClassList(LibraryContext &library, QWidget *parent) : QWidget(parent)
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
+    menu->setToolTipsVisible(true); // a change not offered says why
     addClassAction = menu->addAction(QString::fromUtf8("添加分类"));
     editClassAction = menu->addAction(QString::fromUtf8("编辑分类"));
     menu->addSeparator();
@@ -72,6 +76,7 @@ ClassList::ClassList(LibraryContext &library, QWidget *parent) : QWidget(parent)
     connect(collectionView, &QListWidget::itemSelectionChanged, this, &ClassList::selectionChanged);
 
     connect(&library_.classes, &ClassStore::changed, this, &ClassList::reloadData);
+    connect(&library_.libraries, &TeamLibraries::librariesChanged, this, &ClassList::reloadData);
     reloadMenuState();
 }
 
@@ -79,25 +84,46 @@ ClassList::~ClassList() = default;
 
 void ClassList::reloadData() {
     const QList<PhraseClass> before = dataSource;
-    dataSource = library_.classes.getAll(library_.username);
+    // The selection stays on the same classes wherever a change elsewhere moves them.
+    QStringList selectedSigns;
+    for (int r : std::as_const(selectedRows))
+        if (r >= 0 && r < before.size())
+            selectedSigns.append(before[r].sign);
+    dataSource.clear();
+    for (const LibraryInfo &lib : library_.libraries.libraries())
+        dataSource += library_.classes.getAll(lib.dbname);
+    const int scrollTop = collectionView->verticalScrollBar()->value();
     applyingSelection_ = true;
     collectionView->clear();
     for (int row = 0; row < dataSource.size(); ++row) {
         auto *item = new QListWidgetItem(collectionView);
         auto *cell = new ClassCell;
         connect(cell, &ClassCell::rightClicked, this, &ClassList::openMenuAt);
-        cell->setData(row, dataSource[row].label);
-        item->setSizeHint(QSize(ClassCell::widthFor(dataSource[row].label, cell->label->font()), 30));
+        const QString team =
+            library_.libraries.isTeam(dataSource[row].username) ? dataSource[row].username : QString();
+        cell->setData(row, dataSource[row].label, team);
+        item->setSizeHint(QSize(ClassCell::widthFor(dataSource[row].label, cell->label->font(), team), 30));
         collectionView->setItemWidget(item, cell);
     }
     applyingSelection_ = false;
+    if (!selectedSigns.isEmpty()) {
+        QList<int> rows;
+        for (int row = 0; row < dataSource.size(); ++row)
+            if (selectedSigns.contains(dataSource[row].sign))
+                rows.append(row);
+        if (!rows.isEmpty())
+            selectedRows = rows;
+    }
     reloadSelectedData();
+    collectionView->verticalScrollBar()->setValue(scrollTop);
     // A class that was not there before (just made) may land on a row of the strip out of view.
     if (before.isEmpty())
         return;
     for (qsizetype row = dataSource.size() - 1; row >= 0; --row) {
         const QString &sign = dataSource[row].sign;
-        if (std::none_of(before.begin(), before.end(),
+        // Only where the agent makes classes: a team's new class never moves a reader's strip.
+        if (library_.libraries.canEdit(dataSource[row].username) &&
+            std::none_of(before.begin(), before.end(),
                          [&](const PhraseClass &c) { return c.sign == sign; })) {
             scrollToRow(int(row));
             break;
@@ -164,13 +190,26 @@ void ClassList::selectionChanged() {
     Q_EMIT classSelected(shown);
 }
 
+QString ClassList::currentLibrary() const {
+    for (int r : selectedRows)
+        if (r >= 0 && r < dataSource.size())
+            return dataSource[r].username;
+    return library_.username;
+}
+
 void ClassList::reloadMenuState() {
     const qsizetype n = selectedRows.size();
-    addClassAction->setEnabled(true);
-    editClassAction->setEnabled(n == 1);
-    moveUpAction->setEnabled(n == 1);
-    moveDownAction->setEnabled(n == 1);
-    deleteAction->setEnabled(n >= 1);
+    bool editable = library_.libraries.canEdit(currentLibrary());
+    for (int r : std::as_const(selectedRows))
+        editable = editable && r < dataSource.size() && library_.libraries.canEdit(dataSource[r].username);
+    addClassAction->setEnabled(editable);
+    editClassAction->setEnabled(editable && n == 1);
+    moveUpAction->setEnabled(editable && n == 1);
+    moveDownAction->setEnabled(editable && n == 1);
+    deleteAction->setEnabled(editable && n >= 1);
+    const QString why = editable ? QString() : TeamLibraries::readOnlyReason();
+    for (QAction *action : {addClassAction, editClassAction, moveUpAction, moveDownAction, deleteAction})
+        action->setToolTip(why.isEmpty() ? action->text() : why);
 }
 
 void ClassList::openMenu(const QPoint &globalPos) {
@@ -188,30 +227,32 @@ void ClassList::openMenuAt(int indexPath) {
 void ClassList::menuActionTriggered(QAction *action) {
     const QString title = action->text();
     const QList<int> sel = selectedRows;
+    if (!action->isEnabled())
+        return;
     if (title == QString::fromUtf8("添加分类")) {
         Q_EMIT classDialogRequested(std::nullopt);
     } else if (title == QString::fromUtf8("编辑分类")) {
         if (sel.size() == 1)
             Q_EMIT classDialogRequested(dataSource[sel.first()]);
-    } else if (title == QString::fromUtf8("向上移动")) {
-        if (sel.size() == 1 && sel.first() > 0) {
-            const int i = sel.first();
-            selectedRows = {i - 1};
-            library_.classOperations.swapPositions(dataSource[i].sign, dataSource[i - 1].sign);
-        }
-    } else if (title == QString::fromUtf8("向下移动")) {
-        if (sel.size() == 1 && sel.first() < dataSource.size() - 1) {
-            const int i = sel.first();
-            selectedRows = {i + 1};
-            library_.classOperations.swapPositions(dataSource[i].sign, dataSource[i + 1].sign);
-        }
+    } else if (title == QString::fromUtf8("向上移动") || title == QString::fromUtf8("向下移动")) {
+        // The selection follows the moved class by its sign. A class moves among the classes of
+        // its own library only: at either end of it nothing happens.
+        const int step = title == QString::fromUtf8("向上移动") ? -1 : 1;
+        const int i = sel.size() == 1 ? sel.first() : -1;
+        const int other = i + step;
+        if (i >= 0 && other >= 0 && other < dataSource.size() &&
+            dataSource[i].username == dataSource[other].username)
+            library_.libraries.classOperations(dataSource[i].username)
+                .swapPositions(dataSource[i].sign, dataSource[other].sign);
     } else if (title == QString::fromUtf8("删除选中")) {
         if (!sel.isEmpty() && !dataSource.isEmpty()) {
-            QString signs;
+            // One call per library: a selection may span the personal library and a team's.
+            QMap<QString, QString> signs;
             for (int r : sel)
-                signs += dataSource[r].sign + QLatin1Char('|');
+                signs[dataSource[r].username] += dataSource[r].sign + QLatin1Char('|');
             selectedRows.clear();
-            library_.classOperations.remove(signs);
+            for (auto it = signs.cbegin(); it != signs.cend(); ++it)
+                library_.libraries.classOperations(it.key()).remove(it.value());
         }
     }
 }

@@ -12,7 +12,9 @@ class QMenu;
 class ClassCell;
 struct LibraryContext;
 
-// The strip of classes above the phrase list, with its context menu.
+// The strip of classes above the phrase list, with its context menu: the personal library's classes,
+// then each team's behind the team's badge. Changes to a library the account may only read are not
+// offered, and the menu says why.
 class ClassList : public QWidget {
     Q_OBJECT
 public:
@@ -38,6 +40,8 @@ public:
     void setSelectIndex(int indexPath);
     void setSelection(const QList<int> &rows);
     ClassCell *cellAt(int row) const;
+    // The library the selected class belongs to (where 添加分类 adds one); the personal one when none.
+    QString currentLibrary() const;
 
     // A right click on a class: it is selected (unless part of a selection) and the menu opens.
     void openMenuAt(int indexPath);

@@ -1,11 +1,13 @@
 #include "library/homeview.h"
 
+#include "cloud/teamlibraries.h"
 #include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
 #include "library/classlist.h"
 #include "library/librarycontext.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
+#include "library/phraselistview.h"
 #include "library/searchresultlist.h"
 #include "quickbar/quickbaricon.h"
 #include "send/phrasesender.h"
@@ -103,9 +105,19 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
     blockLayout->addWidget(libraryPanel);
     blockLayout->addWidget(searchResults);
     searchResults->hide();
+    searchResults->collectionView->rowDelegate()->setBadge(
+        [&teams = library_.libraries](const Phrase &phrase) {
+            return teams.isTeam(phrase.username) ? phrase.username : QString();
+        });
     layout->addWidget(wordBlock, 1);
 
     connect(searchTextView, &QLineEdit::textChanged, this, &HomeView::searchTextChanged);
+    // Results shown while a library changes are found again in place: the agent keeps the search
+    // text, the selection and the scroll.
+    connect(&library_.phrases, &PhraseStore::changed, this, [this] {
+        if (searchResults->isVisible() || !searchTextView->text().isEmpty())
+            searchResults->refresh(searchIds(searchTextView->text()));
+    });
     connect(libraryPanel, &LibraryPanel::cloudStopped, this, &HomeView::cloudStopped);
 
     // A database that cannot be opened is told, not fatal: the view stays, empty.
@@ -219,5 +231,13 @@ void HomeView::searchTextChanged() {
     }
     searchResults->show();
     libraryPanel->hide();
-    searchResults->setData(library_.phrases.searchIds(text, library_.username), text);
+    searchResults->setData(searchIds(text), text);
+}
+
+QList<qint64> HomeView::searchIds(const QString &text) const {
+    // The personal library's hits first, then each team's in the order of the class strip.
+    QList<qint64> ids;
+    for (const LibraryInfo &lib : library_.libraries.libraries())
+        ids += library_.phrases.searchIds(text, lib.dbname);
+    return ids;
 }

@@ -63,6 +63,7 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    QList<qint64> searchIds(const QString &text) const;
     // Shows the target's name, and its icon when asked or when the target is another window.
     void refreshTarget(bool rereadIcon);
 

@@ -1,6 +1,7 @@
 #include "library/librarypanel.h"
 
 #include "cloud/librarysync.h"
+#include "cloud/teamlibraries.h"
 #include "library/classlist.h"
 #include "library/librarycontext.h"
 #include "library/phraselist.h"
@@ -9,6 +10,7 @@
 #include "ui/imagebutton.h"
 
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QProgressBar>
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -26,6 +28,11 @@ LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(p
     row->setSpacing(6);
     labelTextView = new ElidedLabel(header);
     labelTextView->setStyleSheet("color:#1f2328;font-size:14px;font-weight:600;");
+    readOnlyNote = new QLabel(QString::fromUtf8("只读"), header);
+    readOnlyNote->setObjectName(QStringLiteral("readOnlyNote"));
+    readOnlyNote->setToolTip(TeamLibraries::readOnlyReason());
+    readOnlyNote->setStyleSheet("color:#8a6d00;background:#fff4c2;border-radius:6px;padding:0 5px;");
+    readOnlyNote->hide();
     loadingBar = new QProgressBar(header);
     loadingBar->setRange(0, 1);
     loadingBar->setTextVisible(false);
@@ -36,6 +43,7 @@ LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(p
     cloudButton = new ImageButton(QIcon(":/cloud.svg"), header);
     cloudButton->setToolTip(QString::fromUtf8("从云端同步"));
     row->addWidget(labelTextView, 1);
+    row->addWidget(readOnlyNote);
     row->addWidget(loadingBar);
     row->addWidget(cloudButton);
     layout->addWidget(header);
@@ -68,6 +76,7 @@ LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(p
 
     connect(cloudButton, &QPushButton::clicked, this, &LibraryPanel::cloudButtonClick);
     connect(phraseList, &PhraseList::dataReloaded, this, &LibraryPanel::refreshLabel);
+    connect(&library_.libraries, &TeamLibraries::librariesChanged, this, &LibraryPanel::refreshLabel);
     connect(&library_.sync, &LibrarySync::syncStarted, this, &LibraryPanel::syncStarted);
     connect(&library_.sync, &LibrarySync::syncFinished, this, &LibraryPanel::syncFinished);
     if (library_.sync.isRunning())
@@ -88,6 +97,7 @@ void LibraryPanel::showClass(const std::optional<PhraseClass> &data) {
 }
 
 void LibraryPanel::refreshLabel() {
+    readOnlyNote->setVisible(shown_ && !library_.libraries.canEdit(shown_->username));
     if (!shown_) {
         labelTextView->setText(QString());
         return;
@@ -98,6 +108,7 @@ void LibraryPanel::refreshLabel() {
 
 void LibraryPanel::cloudButtonClick() {
     library_.sync.syncAll();
+    library_.libraries.refresh();
 }
 
 void LibraryPanel::syncStarted() {

@@ -5,6 +5,7 @@
 #include <QWidget>
 #include <optional>
 
+class QLabel;
 class QProgressBar;
 class QSplitter;
 class ImageButton;
@@ -27,6 +28,8 @@ public:
     ImageButton *cloudButton = nullptr;
     QSplitter *splitView = nullptr;
     ElidedLabel *labelTextView = nullptr;
+    // Shown over a class of a library the account may only read, with the reason as its tooltip.
+    QLabel *readOnlyNote = nullptr;
     ClassList *classList = nullptr;
     PhraseList *phraseList = nullptr;
 

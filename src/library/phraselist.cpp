@@ -1,13 +1,15 @@
 #include "library/phraselist.h"
 
+#include "cloud/phraseoperations.h"
+#include "cloud/teamlibraries.h"
 #include "library/librarycontext.h"
 #include "library/listselection.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
-#include "cloud/phraseoperations.h"
 #include "store/phrasestore.h"
 
 #include <QMenu>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -20,6 +22,7 @@ PhraseList::PhraseList(LibraryContext &library, QWidget *parent) : QWidget(paren
     layout->addWidget(collectionView);
 
     menu = new QMenu(this);
+    menu->setToolTipsVisible(true); // a change not offered says why
     addPhraseAction = menu->addAction(QString::fromUtf8("添加短语"));
     editPhraseAction = menu->addAction(QString::fromUtf8("编辑短语"));
     menu->addSeparator();
@@ -67,12 +70,28 @@ std::optional<Phrase> PhraseList::phraseAt(int row) const {
 }
 
 void PhraseList::reloadData() {
+    // A change elsewhere (a colleague's, through a team's stream) leaves the agent's place alone: the
+    // same phrases stay selected wherever they moved, and the list does not scroll.
+    QStringList selectedSigns;
+    for (int r : std::as_const(selectedRows))
+        if (const std::optional<Phrase> phrase = phraseAt(r))
+            selectedSigns.append(phrase->sign);
+    const int scrollTop = collectionView->verticalScrollBar()->value();
     applyingSelection_ = true;
     collectionView->phraseModel()->setIds(
         shownClassSign ? library_.phrases.getAllIds(*shownClassSign, currentUsername()) : QList<qint64>{},
         QString());
     applyingSelection_ = false;
+    if (!selectedSigns.isEmpty()) {
+        QList<int> rows;
+        for (const QString &sign : std::as_const(selectedSigns))
+            if (const std::optional<Phrase> phrase = library_.phrases.getData(sign))
+                if (const qsizetype row = phraseIds().indexOf(phrase->id); row >= 0)
+                    rows.append(int(row));
+        selectedRows = rows;
+    }
     reloadSelectedData();
+    collectionView->verticalScrollBar()->setValue(scrollTop);
     reloadMenuState();
     Q_EMIT dataReloaded();
 }
@@ -110,11 +129,15 @@ void PhraseList::selectionChanged() {
 
 void PhraseList::reloadMenuState() {
     const qsizetype n = selectedRows.size();
-    addPhraseAction->setEnabled(shownClassSign.has_value());
-    editPhraseAction->setEnabled(n == 1);
-    moveUpAction->setEnabled(n == 1);
-    moveDownAction->setEnabled(n == 1);
-    deleteAction->setEnabled(n >= 1);
+    const bool editable = library_.libraries.canEdit(currentUsername());
+    addPhraseAction->setEnabled(editable && shownClassSign.has_value());
+    editPhraseAction->setEnabled(editable && n == 1);
+    moveUpAction->setEnabled(editable && n == 1);
+    moveDownAction->setEnabled(editable && n == 1);
+    deleteAction->setEnabled(editable && n >= 1);
+    const QString why = editable ? QString() : TeamLibraries::readOnlyReason();
+    for (QAction *action : {addPhraseAction, editPhraseAction, moveUpAction, moveDownAction, deleteAction})
+        action->setToolTip(why.isEmpty() ? action->text() : why);
 }
 
 void PhraseList::openMenu(const QPoint &globalPos) {
@@ -137,6 +160,9 @@ void PhraseList::send(int row, bool pressEnter) {
 void PhraseList::menuActionTriggered(QAction *action) {
     const QString title = action->text();
     const QList<int> sel = selectedRows;
+    if (!action->isEnabled())
+        return;
+    PhraseOperations &operations = library_.libraries.phraseOperations(currentUsername());
     if (title == QString::fromUtf8("添加短语")) {
         if (!shownClassSign)
             return;
@@ -149,16 +175,12 @@ void PhraseList::menuActionTriggered(QAction *action) {
     } else if (title == QString::fromUtf8("向上移动")) {
         if (sel.size() != 1 || sel.first() <= 0)
             return;
-        const int i = sel.first();
-        // The selection follows the moved phrase.
-        selectedRows = {i - 1};
-        swapWith(i, i - 1);
+        // The selection follows the moved phrase by its sign.
+        swapWith(sel.first(), sel.first() - 1);
     } else if (title == QString::fromUtf8("向下移动")) {
         if (sel.size() != 1 || sel.first() >= count() - 1)
             return;
-        const int i = sel.first();
-        selectedRows = {i + 1};
-        swapWith(i, i + 1);
+        swapWith(sel.first(), sel.first() + 1);
     } else if (title == QString::fromUtf8("删除选中")) {
         if (sel.isEmpty() || count() == 0)
             return;
@@ -167,7 +189,7 @@ void PhraseList::menuActionTriggered(QAction *action) {
             if (const std::optional<Phrase> phrase = phraseAt(r))
                 signs += phrase->sign + QLatin1Char('|');
         selectedRows.clear();
-        library_.phraseOperations.remove(signs);
+        operations.remove(signs);
     }
 }
 
@@ -175,5 +197,5 @@ void PhraseList::swapWith(int row, int other) {
     const std::optional<Phrase> a = phraseAt(row);
     const std::optional<Phrase> b = phraseAt(other);
     if (a && b)
-        library_.phraseOperations.swapPositions(a->sign, b->sign);
+        library_.libraries.phraseOperations(currentUsername()).swapPositions(a->sign, b->sign);
 }

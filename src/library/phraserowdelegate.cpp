@@ -3,6 +3,7 @@
 #include "library/phraseidmodel.h"
 #include "ui/sendbutton.h"
 
+#include <QFontMetrics>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -123,8 +124,22 @@ void PhraseRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
     } else {
         const QRect texts = QRect(row.left() + leftMargin, row.top() + 5, 0, row.height() - 8)
                                 .adjusted(0, 0, button.left() - 6 - row.left() - leftMargin, 0);
-        const QRect labelRect(texts.left(), texts.top(), texts.width(), (texts.height() - 1) / 2);
+        QRect labelRect(texts.left(), texts.top(), texts.width(), (texts.height() - 1) / 2);
         const QRect valueRect(texts.left(), labelRect.bottom() + 3, texts.width(), labelRect.height());
+        if (const QString badge = badge_ ? badge_(*phrase) : QString(); !badge.isEmpty()) {
+            QFont small = option.font;
+            small.setPixelSize(10);
+            p.setFont(small);
+            const int width = qMin(QFontMetrics(small).horizontalAdvance(badge) + 10, labelRect.width() / 2);
+            const QRect badgeRect(labelRect.left(), labelRect.center().y() - 7, width, 14);
+            QPainterPath shape;
+            shape.addRoundedRect(QRectF(badgeRect), 6, 6);
+            p.fillPath(shape, QColor(47, 111, 181));
+            p.setPen(Qt::white);
+            p.drawText(badgeRect, Qt::AlignCenter,
+                       QFontMetrics(small).elidedText(badge, Qt::ElideRight, width - 6));
+            labelRect.setLeft(badgeRect.right() + 6);
+        }
         p.setFont(bold);
         drawAttributed(p, labelRect, labelText(*phrase, key), labelColor);
         p.setFont(option.font);

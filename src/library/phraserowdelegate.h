@@ -5,6 +5,7 @@
 
 #include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
+#include <functional>
 
 // Paints a phrase row without a widget: the rounded background that shows hover and selection, the
 // label, a one-line preview (keyword coloured in search results) and the "Send" button.
@@ -21,6 +22,8 @@ public:
     QRect sendButtonRect(const QRect &row) const;
     // The row under the pointer, and whether the pointer is on its send button.
     void setHover(const QModelIndex &row, bool onButton);
+    // The badge a search result carries before its label (a team's name), empty for none.
+    void setBadge(std::function<QString(const Phrase &)> badge) { badge_ = std::move(badge); }
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option,
                const QModelIndex &index) const override;
@@ -37,4 +40,5 @@ private:
     Layout layout_;
     QPersistentModelIndex hovered_;
     bool hoverOnButton_ = false;
+    std::function<QString(const Phrase &)> badge_;
 };

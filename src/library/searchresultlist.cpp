@@ -6,6 +6,7 @@
 
 #include <QItemSelectionModel>
 #include <QLabel>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 SearchResultList::SearchResultList(PhraseStore &store, QWidget *parent) : QWidget(parent) {
@@ -35,6 +36,25 @@ void SearchResultList::setData(const QList<qint64> &ids, const QString &key) {
     collectionView->phraseModel()->setIds(ids, key);
     applyingSelection_ = false;
     collectionView->scrollToTop();
+    collectionView->setVisible(!ids.isEmpty());
+    emptyLabel_->setVisible(ids.isEmpty());
+}
+
+void SearchResultList::refresh(const QList<qint64> &ids) {
+    QList<qint64> selectedIds;
+    for (int r : std::as_const(selectedRows))
+        if (r >= 0 && r < resultIds().size())
+            selectedIds.append(resultIds()[r]);
+    const int scrollTop = collectionView->verticalScrollBar()->value();
+    applyingSelection_ = true;
+    collectionView->phraseModel()->setIds(ids, keyString());
+    applyingSelection_ = false;
+    QList<int> rows;
+    for (qint64 id : std::as_const(selectedIds))
+        if (const qsizetype row = ids.indexOf(id); row >= 0)
+            rows.append(int(row));
+    setSelection(rows);
+    collectionView->verticalScrollBar()->setValue(scrollTop);
     collectionView->setVisible(!ids.isEmpty());
     emptyLabel_->setVisible(ids.isEmpty());
 }

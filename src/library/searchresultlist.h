@@ -21,6 +21,8 @@ public:
 
     // The matching phrases by id; a row's record is read only when the row is shown.
     void setData(const QList<qint64> &ids, const QString &keyString);
+    // The same search found again after a change: the selected phrases and the scroll stay.
+    void refresh(const QList<qint64> &ids);
     const QList<qint64> &resultIds() const;
     // The keyword the shown results were found by.
     const QString &keyString() const;

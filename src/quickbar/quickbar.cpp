@@ -255,7 +255,10 @@ std::optional<Phrase> QuickBar::phraseAt(int index) const {
 void QuickBar::slotHovered(int index) {
     const std::optional<Phrase> word = phraseAt(index);
     if (QuickBarSlot *slot = item(index))
-        slot->setToolTip(word ? preview(*word) : QString());
+        slot->setToolTip(!word ? QString()
+                         : badge_ && !badge_(*word).isEmpty()
+                             ? QLatin1Char('[') + badge_(*word) + QStringLiteral("] ") + preview(*word)
+                             : preview(*word));
     if (!word)
         return;
     if (select_)

@@ -35,6 +35,8 @@ public:
     ~QuickBar() override;
 
     void setListSource(ListSource list, RowSelector select);
+    // The team a phrase comes from, named before it in the slot's tooltip; empty for the agent's own.
+    void setBadgeSource(std::function<QString(const Phrase &)> badge) { badge_ = std::move(badge); }
     // The window a tap brings forward (the home window), and its search field.
     void setHomeWindow(QWidget *window);
     void setSearchField(QWidget *field);
@@ -82,6 +84,7 @@ private:
     QToolButton *close_ = nullptr;
     ListSource list_;
     RowSelector select_;
+    std::function<QString(const Phrase &)> badge_;
     QPointer<QWidget> homeWindow_;
     QPointer<QWidget> searchField_;
     QuickBarShortcuts *keys_ = nullptr;

@@ -1,10 +1,12 @@
 #include "store/phrasestore.h"
 
+#include "model/logging.h"
 #include "store/localstore.h"
 #include "store/storechanges.h"
 
 #include <QSet>
 #include <QSignalBlocker>
+#include <SQLiteCpp/Transaction.h>
 
 #define WORD_LIST_COLUMNS                                                                                    \
     "SELECT id, parentSign, sign, label, jsonValue, texts, images, position, username FROM word_list "
@@ -27,8 +29,14 @@ bool PhraseStore::announce(bool ok) {
 
 bool PhraseStore::create(const QString &parentSign, const QString &sign, const QString &label,
                          const PhraseContent &content, qint64 position, const QString &username) {
+    return insertRow(parentSign, sign, label, content.toJson(), content, position, username);
+}
+
+bool PhraseStore::insertRow(const QString &parentSign, const QString &sign, const QString &label,
+                            const QString &jsonValue, const PhraseContent &content, qint64 position,
+                            const QString &username) {
     return announce(store_.insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
-        bindRow(insert, parentSign, sign, label, content.toJson(), content, position);
+        bindRow(insert, parentSign, sign, label, jsonValue, content, position);
         LocalStore::bindText(insert, 8, username);
     }));
 }
@@ -46,6 +54,11 @@ bool PhraseStore::deleteAll(const QString &username) {
 
 bool PhraseStore::setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
                            const PhraseContent &newContent) {
+    return updateRow(newParentSign, sign, newLabel, newContent.toJson(), newContent);
+}
+
+bool PhraseStore::updateRow(const QString &newParentSign, const QString &sign, const QString &newLabel,
+                            const QString &newJsonValue, const PhraseContent &newContent) {
     return announce(store_.changesLogged(
         "修改数据List",
         "UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
@@ -53,7 +66,7 @@ bool PhraseStore::setValue(const QString &newParentSign, const QString &sign, co
         [&](SQLite::Statement &s) {
             LocalStore::bindText(s, 1, newParentSign);
             LocalStore::bindText(s, 2, newLabel);
-            LocalStore::bindText(s, 3, newContent.toJson());
+            LocalStore::bindText(s, 3, newJsonValue);
             LocalStore::bindText(s, 4, newContent.joinedText().value_or(QString()));
             LocalStore::bindText(s, 5, newContent.imagesColumn());
             LocalStore::bindText(s, 6, sign);
@@ -177,6 +190,49 @@ bool PhraseStore::replaceAll(const QString &username, const QList<Phrase> &rows)
             const Phrase &row = rows[i];
             bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.content, row.position);
         }));
+}
+
+bool PhraseStore::applyChanges(const QString &username, const QList<Phrase> &rows,
+                               const QStringList &deletedSigns) {
+    SQLite::Database *db = store_.connection();
+    if (!db)
+        return false;
+    bool ok = true;
+    StoreChanges::asOne(*this, [&] {
+        try {
+            SQLite::Transaction transaction(*db, SQLite::TransactionBehavior::IMMEDIATE);
+            for (const Phrase &row : rows) {
+                const std::optional<Phrase> known = getData(row.sign);
+                if (known && known->username != username)
+                    continue; // a sign of another library is never taken over
+                if (known) {
+                    updateRow(row.parentSign, row.sign, row.label, row.jsonValue, row.content);
+                    setPosition(row.sign, row.position);
+                } else {
+                    insertRow(row.parentSign, row.sign, row.label, row.jsonValue, row.content, row.position,
+                              username);
+                }
+            }
+            for (const QString &sign : deletedSigns)
+                store_.changes("DELETE FROM word_list WHERE sign = ? AND username = ?",
+                               [&](SQLite::Statement &s) {
+                                   LocalStore::bindText(s, 1, sign);
+                                   LocalStore::bindText(s, 2, username);
+                               });
+            transaction.commit();
+        } catch (const std::exception &e) {
+            qCWarning(lcStore, "applying changes of %s failed: %s", qUtf8Printable(username), e.what());
+            ok = false;
+        }
+    });
+    return ok;
+}
+
+QStringList PhraseStore::allSigns(const QString &username) {
+    return store_.rowsOf<QString>(
+        "SELECT sign FROM word_list WHERE username = ?",
+        [&](SQLite::Statement &s) { LocalStore::bindText(s, 1, username); },
+        [](const SQLite::Statement &row) { return LocalStore::textAt(row, 0); });
 }
 
 void PhraseStore::bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,

@@ -50,6 +50,11 @@ public:
     // Deletes every phrase of the user and inserts these under that user (jsonValue as it came,
     // texts and images derived from content), in one transaction: all or nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<Phrase> &rows);
+    // Writes these phrases of the user (known signs rewritten in place, so their ids and the views'
+    // selections stay; others inserted) and deletes the deleted signs, in one transaction and with
+    // one notice.
+    bool applyChanges(const QString &username, const QList<Phrase> &rows, const QStringList &deletedSigns);
+    QStringList allSigns(const QString &username);
 
     PhraseSearchIndex &searchIndex() { return index_; }
 
@@ -59,6 +64,13 @@ Q_SIGNALS:
 
 private:
     static Phrase fromRow(const SQLite::Statement &row);
+    // The writes behind create and setValue, with the stored text given as it came (a service's
+    // reply is kept byte for byte).
+    bool insertRow(const QString &parentSign, const QString &sign, const QString &label,
+                   const QString &jsonValue, const PhraseContent &content, qint64 position,
+                   const QString &username);
+    bool updateRow(const QString &newParentSign, const QString &sign, const QString &newLabel,
+                   const QString &newJsonValue, const PhraseContent &newContent);
     // Columns 1-7 of the insert statement.
     static void bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
                         const QString &label, const QString &jsonValue, const PhraseContent &content,

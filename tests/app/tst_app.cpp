@@ -329,8 +329,8 @@ private Q_SLOTS:
             Settings settings;
             CloudClient client(settings);
             PictureUploadDialog dialog(
-                client, PhraseContent::fromJson(R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])"),
-                {});
+                client, client.username(),
+                PhraseContent::fromJson(R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])"), {});
             dialog.show();
             QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/image/imageNameExist").size(), 1,
                                       20000);

@@ -1,6 +1,8 @@
 // The cloud client against a scripted responder: the replies a correct service never sends, the
 // transport's cookie and form rules, and the pure pieces (cipher, picture names, version gate).
+#include "cloud/changestream.h"
 #include "cloud/cloudclient.h"
+#include "cloud/eventstreamparser.h"
 #include "cloud/imageutil.h"
 #include "cloud/librarysync.h"
 #include "cloud/rc4cipher.h"
@@ -102,6 +104,29 @@ private Q_SLOTS:
         QCOMPARE(Rc4Cipher::encrypt(bytes(plain), bytes(key)), bytes(cipher));
         // Enciphering twice with a fresh state restores the text.
         QCOMPARE(Rc4Cipher::encrypt(Rc4Cipher::encrypt(bytes(plain), bytes(key)), bytes(key)), bytes(plain));
+    }
+
+    // The stream arrives in pieces cut anywhere, a CR LF split between two of them included: the same
+    // events come out, comments and unknown fields skipped, several data lines joined.
+    void eventStreamSurvivesAnyCut() {
+        const QByteArray stream =
+            ": ping\r\n\r\nevent: version\r\ndata: {\"dbname\":\"acme\",\"version\":43}\r\n\r\n"
+            "retry: 5\nevent: libraries\ndata: {}\n\ndata: a\ndata: b\r\r";
+        const QList<EventStreamParser::Event> expected{
+            {"version", R"({"dbname":"acme","version":43})"}, {"libraries", "{}"}, {"message", "a\nb"}};
+        for (qsizetype cut = 0; cut <= stream.size(); ++cut) {
+            EventStreamParser parser;
+            QList<EventStreamParser::Event> events = parser.feed(stream.left(cut));
+            events += parser.feed(stream.mid(cut));
+            QCOMPARE(events, expected);
+        }
+        // A half-read event is not taken into the next connection.
+        EventStreamParser parser;
+        QVERIFY(parser.feed("event: version\ndata: {\"dbname\":").isEmpty());
+        parser.reset();
+        QCOMPARE(parser.feed("event: libraries\n\n"), (QList<EventStreamParser::Event>{{"libraries", ""}}));
+        QCOMPARE(ChangeStream::backoffMs(1), ChangeStream::firstBackoffMs);
+        QCOMPARE(ChangeStream::backoffMs(40), ChangeStream::maxBackoffMs);
     }
 
     void passwordTravelsEncipheredAndEncoded() {

@@ -290,7 +290,7 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(one, n1));
         QVERIFY(AppFileUtil::saveImage(two, n2));
 
-        UploadProcedure up(client_, {n1, n2});
+        UploadProcedure up(client_, {n1, n2}, client_.username());
         QCOMPARE(up.filenameArr(), (QStringList{n1, n2}));
         QSignalSpy labels(&up, &UploadProcedure::labelChanged);
         QSignalSpy progress(&up, &UploadProcedure::progressChanged);
@@ -305,7 +305,7 @@ private Q_SLOTS:
         QCOMPARE(progress.last().at(0).toInt(), 100);
 
         // Known names are not sent again.
-        UploadProcedure again(client_, {n1});
+        UploadProcedure again(client_, {n1}, client_.username());
         QSignalSpy againProgress(&again, &UploadProcedure::progressChanged);
         result.reset();
         connect(&again, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
@@ -321,7 +321,8 @@ private Q_SLOTS:
         const QString wrongName = QStringLiteral("0123456789abcdef0123456789abcdef.png");
         QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
         QVERIFY(AppFileUtil::saveImage(three, n3));
-        UploadProcedure bad(client_, {wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")});
+        UploadProcedure bad(client_, {wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")},
+                            client_.username());
         result.reset();
         connect(&bad, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
         bad.start();

@@ -326,14 +326,14 @@ private Q_SLOTS:
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
-        PictureUploadDialog dialog(client_, PhraseContent::fromJson(json), {});
+        PictureUploadDialog dialog(client_, client_.username(), PhraseContent::fromJson(json), {});
         QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
         QCOMPARE(dialog.progressbar->minimum(), 0);
         QCOMPARE(dialog.progressbar->maximum(), 100);
 
         // Nothing to upload: it reports success and closes by itself.
         std::optional<Result<void>> outcome;
-        PictureUploadDialog empty(client_, PhraseContent::text(QStringLiteral("x")),
+        PictureUploadDialog empty(client_, client_.username(), PhraseContent::text(QStringLiteral("x")),
                                   [&](const Result<void> &r) { outcome = r; });
         empty.show();
         QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);

@@ -55,9 +55,9 @@ bool CloudService::start(const QString &dataDir) {
         return false;
     process_.setProcessChannelMode(QProcess::SeparateChannels);
     process_.setReadChannel(QProcess::StandardOutput);
-    process_.start(binary(),
-                   QStringList{QStringLiteral("serve"), QStringLiteral("--port"), QStringLiteral("0")} +
-                       storageArgs() + extraArgs_);
+    process_.start(binary(), QStringList{QStringLiteral("serve"), QStringLiteral("--port"),
+                                         QString::number(fixedPort_)} +
+                                 storageArgs() + extraArgs_);
     if (!process_.waitForStarted(10000))
         return false;
     static const QRegularExpression listening(QStringLiteral("listening on (https?://[^\\s]+):(\\d+)"));
@@ -85,6 +85,14 @@ QStringList CloudService::storageArgs() const {
     if (!database_.isEmpty())
         args << QStringLiteral("--database") << database_;
     return args;
+}
+
+bool CloudService::restart() {
+    stop();
+    fixedPort_ = port_;
+    const bool started = start(dataDir_);
+    fixedPort_ = 0;
+    return started;
 }
 
 void CloudService::stop() {

@@ -14,6 +14,8 @@ public:
     // Starts `quillora-cloud serve --port 0 --data <dir>` and waits for its "listening on" line.
     bool start(const QString &dataDir = {});
     void stop();
+    // Stops it and starts it again on the same port and data, as after a service restart.
+    bool restart();
 
     // Runs another sub-command on the same data folder (adduser, passwd, demo); stdin is written first.
     int run(const QStringList &args, const QByteArray &stdinData = {}, QByteArray *output = nullptr) const;
@@ -22,6 +24,8 @@ public:
 
     // A postgresql:// address: this instance and its sub-commands keep their data there instead.
     void setDatabase(const QString &url) { database_ = url; }
+    // The PostgreSQL address it keeps its data at; empty on SQLite.
+    const QString &database() const { return database_; }
 
     QString baseUrl() const { return baseUrl_; }
     quint16 port() const { return port_; }
@@ -40,4 +44,5 @@ private:
     QProcess process_;
     QString baseUrl_;
     quint16 port_ = 0;
+    quint16 fixedPort_ = 0;
 };

@@ -176,7 +176,7 @@ int main(int argc, char **argv) {
     }
     {
         // Rendered without being shown: showing starts the uploads.
-        PictureUploadDialog dialog(cloud, PhraseContent(), {});
+        PictureUploadDialog dialog(cloud, cloud.username(), PhraseContent(), {});
         dialog.label->setText(QStringLiteral("正在上传图片 3f2a9c…e81b.png"));
         dialog.progressbar->setValue(64);
         dialog.adjustSize();
