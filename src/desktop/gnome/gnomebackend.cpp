@@ -259,15 +259,16 @@ bool GnomeBackend::watchFront(std::function<void(FrontChange)> listener) {
     return true;
 }
 
-void GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
+bool GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
     if (!d->xwayland)
-        return;
+        return true;
     // The journal starts with each new content.
     const QDeadlineTimer deadline(clipboardTakenMs);
     while (!cancel && !deadline.hasExpired()) {
         for (const ClipboardRequests::Request &r : clipboardRequests().all())
             if (d->xwayland->typeName(r.type) == QLatin1String("TARGETS"))
-                return;
+                return true;
         QThread::msleep(2);
     }
+    return false;
 }

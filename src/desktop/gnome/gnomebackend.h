@@ -22,8 +22,9 @@ public:
     static constexpr const char *extensionUuid = "quillora@org.quillora.Quillora";
     // How long a stroke waits for the portal session that is still being set up.
     static constexpr int portalWaitMs = 5000;
-    // How long a paste waits for the shell to take up a new clipboard content.
-    static constexpr int clipboardTakenMs = 500;
+    // How long a paste waits for the shell to take up a new clipboard content: as long as a
+    // program may take to read a pasted piece.
+    static constexpr int clipboardTakenMs = 4000;
 
     static bool isGnome(const QProcessEnvironment &environment);
 
@@ -55,7 +56,7 @@ public:
     bool watchFront(std::function<void(FrontChange)> listener) override;
     // The shell asks a new X11 clipboard owner for its types before it offers the content to
     // Wayland programs; a Ctrl+V that arrives earlier reads the previous content.
-    void awaitClipboardTaken(const std::atomic<bool> &cancel) override;
+    bool awaitClipboardTaken(const std::atomic<bool> &cancel) override;
 
 private:
     struct Impl;
