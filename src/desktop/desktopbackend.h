@@ -74,7 +74,7 @@ public:
     // back-end serves the clipboard itself; absent when it cannot be read or holds more than
     // maxBytes (then tooLarge is set).
     virtual std::optional<QList<std::pair<QByteArray, QByteArray>>> clipboardContent(qint64 maxBytes,
-                                                                                    bool *tooLarge);
+                                                                                     bool *tooLarge);
     // Returns once the desktop has taken up the clipboard content just set, where it passes the
     // clipboard on to other programs itself and a paste before that reads the previous content;
     // returns at once elsewhere. False when it did not in time (a paste now would read the

@@ -24,6 +24,15 @@ void addHints(QMimeData *data) {
         data->setData(QString::fromLatin1(type), value);
 }
 
+// Targets of the X selection protocol itself, which Qt lists among a foreign owner's formats.
+bool isProtocolTarget(const QString &format) {
+    static const QStringList targets{QStringLiteral("TARGETS"),          QStringLiteral("MULTIPLE"),
+                                     QStringLiteral("TIMESTAMP"),        QStringLiteral("SAVE_TARGETS"),
+                                     QStringLiteral("DELETE"),           QStringLiteral("INCR"),
+                                     QStringLiteral("INSERT_SELECTION"), QStringLiteral("INSERT_PROPERTY")};
+    return targets.contains(format);
+}
+
 bool isHint(const QByteArray &type) {
     const auto &hints = ClipboardUtil::privateHints();
     return std::any_of(hints.begin(), hints.end(), [&type](const auto &hint) { return hint.first == type; });
@@ -38,7 +47,7 @@ std::optional<ClipboardUtil::Formats> copyOf(QClipboard::Mode mode, qint64 &budg
         return out;
     for (const QString &format : data->formats()) {
         const QByteArray type = format.toUtf8();
-        if (format == qtImageType || isHint(type))
+        if (format == qtImageType || isProtocolTarget(format) || isHint(type))
             continue;
         const QByteArray bytes = data->data(format);
         budget -= bytes.size();
@@ -135,6 +144,7 @@ bool ClipboardUtil::save(bool alsoPrimary) {
     }
     saved_[0] = copies.of[0];
     saved_[1] = copies.of[1];
+
     return saved_[0] || saved_[1];
 }
 

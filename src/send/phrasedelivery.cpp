@@ -82,8 +82,9 @@ std::optional<DeliveryResult> PhraseDelivery::waitForLanding(const SendPlan &pla
             if (!backend.sameClient(r.requestor, window))
                 continue;
             const QString type = backend.typeName(r.type);
-            // The previous piece's data asked for after it was replaced: it did not arrive whole.
-            if (previous && previous->picture != piece.picture && carriesPiece(type, previous->picture))
+            // The previous picture's bytes asked for after it was replaced: it did not arrive. (Text
+            // is no sign: GTK asks for text on any paste, whatever the clipboard holds.)
+            if (previous && previous->picture && !piece.picture && carriesPiece(type, true))
                 return DeliveryResult::missed(index, count, previous->picture);
             if (r.atMs >= beforeMs)
                 own.append({r.atMs, carriesPiece(type, piece.picture)});
@@ -179,7 +180,8 @@ DeliveryResult PhraseDelivery::runSteps(const SendPlan &plan, QDeadlineTimer sta
             if (!desktop_.awaitClipboardTaken(cancel)) {
                 if (cancel)
                     return DeliveryResult::dropped(Reason::Quitting);
-                return DeliveryResult::missed(step.piece + 1, int(plan.pieces.size()), plan.pieces[step.piece].picture);
+                return DeliveryResult::missed(step.piece + 1, int(plan.pieces.size()),
+                                              plan.pieces[step.piece].picture);
             }
             // Requests from before the stroke are not the paste: GTK programs, for one, look at
             // every new clipboard content to enable their paste button.

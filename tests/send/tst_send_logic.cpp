@@ -316,8 +316,8 @@ private Q_SLOTS:
         desk_->textOnly = false;
         QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
                                    QStringLiteral("paste nothing -> 4242")}));
-        QCOMPARE(send_->reports(),
-                 QStringList{QString::fromUtf8("未发送：目标程序没有取走第 2 段（图片），其后的内容和回车已取消")});
+        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8(
+                                       "未发送：目标程序没有取走第 2 段（图片），其后的内容和回车已取消")});
     }
 
     // The agent's clipboard comes back in every format after a send; not when the agent copied
@@ -348,11 +348,13 @@ private Q_SLOTS:
         QMetaObject::Connection copier =
             connect(QGuiApplication::clipboard(), &QClipboard::dataChanged, this, [&hinted] {
                 const QMimeData *data = QGuiApplication::clipboard()->mimeData();
-                if (!data || data->hasFormat(QStringLiteral("text/html")) || data->text() == QStringLiteral("new"))
+                if (!data || data->hasFormat(QStringLiteral("text/html")) ||
+                    data->text() == QStringLiteral("new"))
                     return;
                 hinted = hinted && data->data(QStringLiteral("x-kde-passwordManagerHint")) == "secret";
                 if (data->text() == QStringLiteral("after"))
-                    QTimer::singleShot(0, [] { QGuiApplication::clipboard()->setText(QStringLiteral("new")); });
+                    QTimer::singleShot(0,
+                                       [] { QGuiApplication::clipboard()->setText(QStringLiteral("new")); });
             });
         textPictureText(true);
         disconnect(copier);
@@ -365,7 +367,8 @@ private Q_SLOTS:
         Settings().setRestoreClipboard(true);
         QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("after"));
 
-        QGuiApplication::clipboard()->setText(QString(int(ClipboardUtil::maxCopyBytes + 1), QLatin1Char('x')));
+        QGuiApplication::clipboard()->setText(
+            QString(int(ClipboardUtil::maxCopyBytes + 1), QLatin1Char('x')));
         StandardOutput out;
         textPictureText(true);
         QVERIFY(out.text().contains("clipboard not copied before the send: it holds more than 64 MiB"));

@@ -87,11 +87,12 @@ private:
         if (chromium.isEmpty())
             return nullptr;
         // As root Chromium runs only without its sandbox.
-        return start(chromium, {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + profile.path(),
-                                QStringLiteral("--no-first-run"), QStringLiteral("--no-default-browser-check"),
-                                QStringLiteral("--disable-gpu"), QStringLiteral("--password-store=basic"),
-                                QStringLiteral("--window-size=800,500"),
-                                QStringLiteral("--app=") + chat.url(handlerMs, mode)});
+        return start(chromium,
+                     {QStringLiteral("--no-sandbox"), QStringLiteral("--user-data-dir=") + profile.path(),
+                      QStringLiteral("--no-first-run"), QStringLiteral("--no-default-browser-check"),
+                      QStringLiteral("--disable-gpu"), QStringLiteral("--password-store=basic"),
+                      QStringLiteral("--window-size=800,500"),
+                      QStringLiteral("--app=") + chat.url(handlerMs, mode)});
     }
 
     static QString textPictureText() {

@@ -433,19 +433,6 @@ private Q_SLOTS:
         QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
     }
 
-    // A program that never asks for a picture gets the text around it, and the agent is told.
-    void textOnlyTargetGetsTheText() {
-        Target &t = startTarget({QStringLiteral("--text-only")});
-        makeTargetThenFocusOwn(t);
-        const QStringList got = sendAndRead(t, textPictureText(), true, 4);
-        QCOMPARE(got.size(), 4);
-        QVERIFY2(got[0].endsWith(QStringLiteral(" text=before")), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[1].startsWith(QStringLiteral("paste nothing")), qPrintable(got.join(QLatin1Char('|'))));
-        QVERIFY2(got[2].endsWith(QStringLiteral(" text=after")), qPrintable(got.join(QLatin1Char('|'))));
-        QCOMPARE(got[3], QStringLiteral("enter keypad"));
-        QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
-    }
-
     // The target is the window the agent was in, not its program: with one window per customer,
     // focus moved to the other one during a send drops the rest of the send there.
     void onlyTheTargetWindowOfAProgramGetsKeys() {

@@ -30,7 +30,10 @@ bool ChatPageServer::start() {
 }
 
 QString ChatPageServer::url(int handlerMs, const QString &mode) const {
-    return QStringLiteral("http://127.0.0.1:%1/?h=%2&m=%3").arg(server_.serverPort()).arg(handlerMs).arg(mode);
+    return QStringLiteral("http://127.0.0.1:%1/?h=%2&m=%3")
+        .arg(server_.serverPort())
+        .arg(handlerMs)
+        .arg(mode);
 }
 
 bool ChatPageServer::ready() const {
