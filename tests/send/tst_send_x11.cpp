@@ -277,8 +277,8 @@ private Q_SLOTS:
             return;
         QVERIFY(got[1].contains(QStringLiteral("image/png")));
         QVERIFY(!got[1].contains(QStringLiteral("text/plain")));
-        // The earlier clipboard content is gone; the last piece stays.
-        QCOMPARE(clipboardText(), QStringLiteral("after"));
+        // What the clipboard held before the send is back.
+        QCOMPARE(clipboardText(), QStringLiteral("sentinel"));
         QVERIFY(ownField_->text().isEmpty());
     }
 
