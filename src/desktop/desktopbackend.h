@@ -60,9 +60,6 @@ public:
     virtual bool sameClient(quint64 a, quint64 b) = 0;
     // The name of a clipboard data type given by its number on the display.
     virtual QString typeName(quint32 type) = 0;
-    // Whether a program that only asks which types the clipboard holds is heard. Wayland programs
-    // learn the types from the compositor: a picture nobody asked for there may just be unwanted.
-    virtual bool hearsTypeQueries() const { return true; }
 
     // On Wayland only the focused program may set the clipboard through the toolkit, so there the
     // back-end serves the pieces itself. False: the toolkit's clipboard is used.
@@ -73,10 +70,16 @@ public:
     // Whether the clipboard still holds the piece given last to setClipboard (no other program
     // has taken it since), confirmed by the desktop.
     virtual bool ownsClipboard() { return false; }
+    // What another program offers on the clipboard now, each type with its bytes, where the
+    // back-end serves the clipboard itself; absent when it cannot be read or holds more than
+    // maxBytes (then tooLarge is set).
+    virtual std::optional<QList<std::pair<QByteArray, QByteArray>>> clipboardContent(qint64 maxBytes,
+                                                                                     bool *tooLarge);
     // Returns once the desktop has taken up the clipboard content just set, where it passes the
     // clipboard on to other programs itself and a paste before that reads the previous content;
-    // returns at once elsewhere. Gives up after a while, and when cancel is set.
-    virtual void awaitClipboardTaken(const std::atomic<bool> &cancel);
+    // returns at once elsewhere. False when it did not in time (a paste now would read the
+    // previous content), or when cancel is set.
+    virtual bool awaitClipboardTaken(const std::atomic<bool> &cancel);
 
     // What changed in front: another window (or none), or the title or icon of the same one.
     enum class FrontChange { Window, Title, Icon };

@@ -31,6 +31,7 @@ public:
     static inline const QString quickBarShortcutsKey = QStringLiteral("quickBarShortcuts");
     static inline const QString quickBarPositionKey = QStringLiteral("quickBarPosition");
     static inline const QString sendPauseModeKey = QStringLiteral("sendPauseMode");
+    static inline const QString restoreClipboardKey = QStringLiteral("restoreClipboard");
     static inline const QString pasteKeysGroup = QStringLiteral("pasteKeys");
     static inline const QString restoreTokenKey = QStringLiteral("remoteDesktopRestoreToken");
 
@@ -66,6 +67,9 @@ public:
     // "fixed" for fixed pauses between the pieces of a send; anything else adapts to the target.
     QString sendPauseMode() const { return text(sendPauseModeKey); }
     void setSendPauseMode(const QString &value) { setText(sendPauseModeKey, value); }
+    // Whether a send puts back what the clipboard held before it; true when missing.
+    bool restoreClipboard() const { return flag(restoreClipboardKey, true); }
+    void setRestoreClipboard(bool value) { setFlag(restoreClipboardKey, value); }
     // The paste stroke configured for a program identifier ("pasteKeys/<identifier>"); empty when none.
     QString pasteKeys(const QString &identifier) const { return text(pasteKeysGroup + '/' + identifier); }
     void setPasteKeys(const QString &identifier, const QString &value) {

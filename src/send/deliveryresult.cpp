@@ -37,9 +37,19 @@ Texts textsOf(DeliveryResult::Reason reason) {
 QString DeliveryResult::message() const {
     if (delivered_)
         return notices_.join(QLatin1Char(' '));
+    if (piece_ > 0)
+        return QString::fromUtf8("未发送：目标程序没有取走第 %1 段（%2），其后的内容和回车已取消")
+            .arg(piece_)
+            .arg(QString::fromUtf8(picture_ ? "图片" : "文字"));
     return QString::fromUtf8("未发送：") + QString::fromUtf8(textsOf(reason_).shown);
 }
 
 QString DeliveryResult::logLine() const {
-    return QStringLiteral("send dropped: ") + QString::fromLatin1(textsOf(reason_).logged);
+    QString line = QStringLiteral("send dropped: ") + QString::fromLatin1(textsOf(reason_).logged);
+    if (piece_ > 0)
+        line += QStringLiteral(" (piece %1 of %2, %3)")
+                    .arg(piece_)
+                    .arg(pieceCount_)
+                    .arg(picture_ ? QStringLiteral("picture") : QStringLiteral("text"));
+    return line;
 }

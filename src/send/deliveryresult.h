@@ -23,6 +23,14 @@ public:
         return DeliveryResult(true, {}, std::move(notices));
     }
     static DeliveryResult dropped(Reason reason) { return DeliveryResult(false, reason, {}); }
+    // The target did not take piece (counted from 1) of count, a picture or a text.
+    static DeliveryResult missed(int piece, int count, bool picture) {
+        DeliveryResult result(false, Reason::NotPasted, {});
+        result.piece_ = piece;
+        result.pieceCount_ = count;
+        result.picture_ = picture;
+        return result;
+    }
 
     bool isDelivered() const { return delivered_; }
     Reason reason() const { return reason_; }
@@ -40,4 +48,7 @@ private:
     bool delivered_;
     Reason reason_;
     QStringList notices_;
+    int piece_ = 0;
+    int pieceCount_ = 0;
+    bool picture_ = false;
 };

@@ -30,13 +30,13 @@ int ownRequestsOf(const QList<PasteLanding::Request> &requests) {
 PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64 strokeMs, qint64 nowMs,
                                           const Pattern &pattern) {
     const bool timedOut = nowMs - strokeMs >= maxWaitMs;
-    if (requests.isEmpty())
-        return timedOut ? Verdict::Unserved : Verdict::Waiting;
     const bool taken =
         std::any_of(requests.begin(), requests.end(), [](const Request &r) { return r.ownType; });
-    const auto outcome = taken ? Verdict::Landed : Verdict::Declined;
+    // However late the data is read, the piece stays until then.
+    if (!taken)
+        return timedOut ? Verdict::Missed : Verdict::Waiting;
     if (timedOut)
-        return outcome;
+        return Verdict::Landed;
     qint64 quietNeeded = firstQuietMs;
     if (pattern.bursts > 0) {
         // The expected bursts are in when there are as many and they took most of the time they
@@ -51,10 +51,16 @@ PasteLanding::Verdict PasteLanding::judge(const QList<Request> &requests, qint64
                               (pattern.spanMs <= burstGapMs || span >= pattern.spanMs * 4 / 5);
         quietNeeded = complete ? settleMs : std::max(settleMs, pattern.gapMs * 3 / 2 + 50);
     }
-    // Asked for the types only: the program may still be on its way to the data.
-    if (!taken)
-        quietNeeded = std::max(quietNeeded, declineQuietMs);
-    return nowMs - requests.last().atMs >= quietNeeded ? outcome : Verdict::Waiting;
+    return nowMs - requests.last().atMs >= quietNeeded ? Verdict::Landed : Verdict::Waiting;
+}
+
+PasteLanding::Pattern PasteLanding::merged(const Pattern &own, const Pattern &other) {
+    if (own.bursts == 0)
+        return own; // a kind's first paste waits for the long silence whatever the other did
+    Pattern out = own;
+    out.bursts = std::max(own.bursts, other.bursts);
+    out.gapMs = std::max(own.gapMs, other.gapMs);
+    return out;
 }
 
 PasteLanding::Pattern PasteLanding::learn(const QList<Request> &requests) {

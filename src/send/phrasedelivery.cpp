@@ -64,47 +64,44 @@ bool PhraseDelivery::carriesPiece(const QString &typeName, bool picture) {
            typeName.startsWith(QLatin1String("text/plain"));
 }
 
-std::optional<Reason> PhraseDelivery::waitForLanding(const SendPlan &plan, const SendPlan::Piece &piece,
-                                                     qint64 beforeMs, int holdMs,
-                                                     const std::atomic<bool> &cancel, bool *declined) {
+std::optional<DeliveryResult> PhraseDelivery::waitForLanding(const SendPlan &plan, int index, qint64 beforeMs,
+                                                             int holdMs, const std::atomic<bool> &cancel) {
     DesktopBackend &backend = desktop_;
+    const SendPlan::Piece &piece = plan.pieces[index];
     const qint64 strokeMs = ClipboardRequests::nowMs();
     const quint64 window = plan.target.window;
-    const PasteLanding::Pattern pattern = patternOf(keyOf(plan.target, piece.picture));
+    const PasteLanding::Pattern pattern = PasteLanding::merged(patternOf(keyOf(plan.target, piece.picture)),
+                                                               patternOf(keyOf(plan.target, !piece.picture)));
+    const int count = int(plan.pieces.size());
+    const SendPlan::Piece *previous = index > 0 ? &plan.pieces[index - 1] : nullptr;
     for (;;) {
         // Only the target's own requests count: a window manager or clipboard manager reads every
         // new clipboard content whether anything is pasted or not.
         QList<PasteLanding::Request> own;
-        for (const ClipboardRequests::Request &r : backend.clipboardRequests().all())
-            if (r.atMs >= beforeMs && backend.sameClient(r.requestor, window))
-                own.append({r.atMs, carriesPiece(backend.typeName(r.type), piece.picture)});
+        for (const ClipboardRequests::Request &r : backend.clipboardRequests().all()) {
+            if (!backend.sameClient(r.requestor, window))
+                continue;
+            const QString type = backend.typeName(r.type);
+            // The previous picture's bytes asked for after it was replaced: it did not arrive. (Text
+            // is no sign: GTK asks for text on any paste, whatever the clipboard holds.)
+            if (previous && previous->picture && !piece.picture && carriesPiece(type, true))
+                return DeliveryResult::missed(index, count, previous->picture);
+            if (r.atMs >= beforeMs)
+                own.append({r.atMs, carriesPiece(type, piece.picture)});
+        }
         const qint64 now = ClipboardRequests::nowMs();
         const auto verdict = PasteLanding::judge(own, strokeMs, now, pattern);
         if (verdict != PasteLanding::Verdict::Waiting && now - strokeMs >= holdMs) {
             if (tracing())
                 trace(piece, own, strokeMs, now, verdict);
-            switch (verdict) {
-            case PasteLanding::Verdict::Landed:
-                remember(keyOf(plan.target, piece.picture), PasteLanding::learn(own));
-                return std::nullopt;
-            case PasteLanding::Verdict::Unserved:
-                // Where a program's look at the types goes unheard, a picture nobody fetched was not
-                // wanted; text always is.
-                if (!piece.picture || backend.hearsTypeQueries())
-                    return Reason::NotPasted;
-                [[fallthrough]];
-            case PasteLanding::Verdict::Declined:
-                if (!piece.picture)
-                    return Reason::NotPasted;
-                *declined = true;
-                return std::nullopt;
-            case PasteLanding::Verdict::Waiting:
-                return Reason::NotPasted;
-            }
+            if (verdict == PasteLanding::Verdict::Missed)
+                return DeliveryResult::missed(index + 1, count, piece.picture);
+            remember(keyOf(plan.target, piece.picture), PasteLanding::learn(own));
+            return std::nullopt;
         }
         if (cancel)
-            return Reason::Quitting;
-        QThread::msleep(2);
+            return DeliveryResult::dropped(Reason::Quitting);
+        QThread::msleep(pollMs);
     }
 }
 
@@ -121,8 +118,17 @@ bool PhraseDelivery::awaitUntil(const std::function<bool()> &done, int ms, const
 
 DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
                                    const std::atomic<bool> &cancel) {
+    bool saved = false;
+    const DeliveryResult result = runSteps(plan, startBy, cancel, saved);
+    // After the last piece has landed, or the send ended early: the agent's clipboard comes back.
+    if (saved)
+        clipboard_.restore();
+    return result;
+}
+
+DeliveryResult PhraseDelivery::runSteps(const SendPlan &plan, QDeadlineTimer startBy,
+                                        const std::atomic<bool> &cancel, bool &saved) {
     QStringList notices;
-    int declinedPictures = 0;
     bool typed = false;
     for (const SendPlan::Step &step : plan.steps) {
         if (cancel)
@@ -160,6 +166,8 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
         }
         case Kind::Offer: {
             const SendPlan::Piece &piece = plan.pieces[step.piece];
+            if (plan.restoreClipboard && !saved)
+                saved = clipboard_.save(plan.paste.primary);
             desktop_.clipboardRequests().clear();
             const bool written = piece.picture ? clipboard_.setImage(piece.bytes, plan.paste.primary)
                                                : clipboard_.setText(piece.text, plan.paste.primary);
@@ -168,15 +176,21 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
             break;
         }
         case Kind::Paste: {
-            desktop_.awaitClipboardTaken(cancel);
+            // A stroke before the desktop has the piece would paste the previous one.
+            if (!desktop_.awaitClipboardTaken(cancel)) {
+                if (cancel)
+                    return DeliveryResult::dropped(Reason::Quitting);
+                return DeliveryResult::missed(step.piece + 1, int(plan.pieces.size()),
+                                              plan.pieces[step.piece].picture);
+            }
             // Requests from before the stroke are not the paste: GTK programs, for one, look at
             // every new clipboard content to enable their paste button.
             const qint64 beforeMs = ClipboardRequests::nowMs();
             failed = keys_.typeInto(plan.target, plan.paste.stroke);
-            bool declined = false;
-            if (!failed)
-                failed = waitForLanding(plan, plan.pieces[step.piece], beforeMs, step.ms, cancel, &declined);
-            declinedPictures += declined ? 1 : 0;
+            if (failed)
+                break;
+            if (auto missed = waitForLanding(plan, step.piece, beforeMs, step.ms, cancel))
+                return *missed;
             break;
         }
         case Kind::Left:
@@ -190,7 +204,7 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
             return DeliveryResult::dropped(*failed);
         typed = typed || isStroke;
     }
-    if (plan.skippedPictures + declinedPictures > 0)
+    if (plan.skippedPictures > 0)
         notices << QString::fromUtf8("图片未发送：目标程序不接收图片");
     return DeliveryResult::delivered(notices);
 }

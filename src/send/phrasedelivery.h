@@ -43,12 +43,15 @@ public:
     };
 
 private:
+    // The steps themselves; saved is set once the clipboard has been copied for restoring.
+    DeliveryResult runSteps(const SendPlan &plan, QDeadlineTimer startBy, const std::atomic<bool> &cancel,
+                            bool &saved);
     // Until done() holds, at most ms. False when it did not in time.
     static bool awaitUntil(const std::function<bool()> &done, int ms, const std::atomic<bool> &cancel);
-    // After the stroke: until the target is done with the piece. Absent when it took it.
-    std::optional<DeliveryResult::Reason> waitForLanding(const SendPlan &plan, const SendPlan::Piece &piece,
-                                                         qint64 beforeMs, int holdMs,
-                                                         const std::atomic<bool> &cancel, bool *declined);
+    // After the stroke: until the target is done with plan.pieces[index]. Absent when it took it;
+    // else the send ends there: that piece, or the one before, did not arrive.
+    std::optional<DeliveryResult> waitForLanding(const SendPlan &plan, int index, qint64 beforeMs, int holdMs,
+                                                 const std::atomic<bool> &cancel);
     PasteLanding::Pattern patternOf(const WindowKey &key) const;
     void remember(const WindowKey &key, const PasteLanding::Pattern &pattern);
 

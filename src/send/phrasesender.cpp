@@ -61,6 +61,7 @@ void PhraseSender::send(const PhraseContent &content, bool isEnter) {
     SendPlan plan =
         SendPlan::make(content, *target, isEnter, SendPlan::pauseModeOf(settings_.sendPauseMode()),
                        target->appId ? settings_.pasteKeys(*target->appId) : QString());
+    plan.restoreClipboard = settings_.restoreClipboard();
     if (plan.steps.isEmpty())
         return;
     // The previous send's thread has ended (it was no longer sending).

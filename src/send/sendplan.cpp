@@ -54,11 +54,7 @@ void SendPlan::addPieces(const PhraseContent &content) {
         }
         pieces.append(piece);
         addStep(Step::Kind::Offer, 0, int(pieces.size() - 1));
-        // A browser reads a pasted picture's bytes, then inserts it later, on its own time, and
-        // drops it if the clipboard has changed in between: nothing the desktop shows tells when
-        // that is done, so a picture keeps its pause whatever the mode.
-        const bool hold = pauseMode == PauseMode::Fixed || piece.picture;
-        addStep(Step::Kind::Paste, hold ? afterPieceMs : 0, int(pieces.size() - 1));
+        addStep(Step::Kind::Paste, pauseMode == PauseMode::Fixed ? afterPieceMs : 0, int(pieces.size() - 1));
     }
 }
 

@@ -42,6 +42,8 @@ public:
     QList<Step> steps;
     // Pictures left out because the target cannot take them.
     int skippedPictures = 0;
+    // Whether what the clipboard held before the send is put back after it.
+    bool restoreClipboard = true;
 
     // Adaptive: each pause becomes a wait for what it stands for, bounded by the pause. Fixed:
     // the pauses themselves, for a program that turns out to need them.

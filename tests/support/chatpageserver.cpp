@@ -29,8 +29,11 @@ bool ChatPageServer::start() {
     return server_.listen(QHostAddress::LocalHost);
 }
 
-QString ChatPageServer::url(int handlerMs) const {
-    return QStringLiteral("http://127.0.0.1:%1/?h=%2").arg(server_.serverPort()).arg(handlerMs);
+QString ChatPageServer::url(int handlerMs, const QString &mode) const {
+    return QStringLiteral("http://127.0.0.1:%1/?h=%2&m=%3")
+        .arg(server_.serverPort())
+        .arg(handlerMs)
+        .arg(mode);
 }
 
 bool ChatPageServer::ready() const {

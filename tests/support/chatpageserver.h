@@ -10,13 +10,15 @@
 class QTcpSocket;
 
 // A loopback HTTP server for a chat-like page in a real browser: it serves the page (chat.html:
-// a box whose paste handler takes ?h= milliseconds, and Enter posts the box's content) and
+// a box whose paste handler takes ?h= milliseconds and then does ?m= with a picture, and Enter posts
+// the box's content) and
 // records what the page posts: "/ready" once loaded, "/sent" at each Enter.
 class ChatPageServer {
 public:
     bool start();
-    // The page's address with a paste handler of handlerMs.
-    QString url(int handlerMs) const;
+    // The page's address with a paste handler of handlerMs that then takes a pasted picture itself
+    // ("take") or lets the browser insert it ("insert").
+    QString url(int handlerMs, const QString &mode = QStringLiteral("insert")) const;
     bool ready() const;
     // The box's content at each Enter so far, pictures as "[img]".
     QStringList sent() const;

@@ -322,9 +322,9 @@ bool GnomeBackend::watchFront(std::function<void(FrontChange)> listener) {
     return true;
 }
 
-void GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
+bool GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
     if (!d->xwayland)
-        return;
+        return true;
     // The journal starts with each new content.
     const QDeadlineTimer deadline(clipboardTakenMs);
     while (!cancel && !deadline.hasExpired()) {
@@ -335,7 +335,8 @@ void GnomeBackend::awaitClipboardTaken(const std::atomic<bool> &cancel) {
             data = data || (types && Impl::isData(d->xwayland->typeName(r.type)));
         }
         if (data)
-            return;
+            return true;
         QThread::msleep(2);
     }
+    return false;
 }

@@ -24,8 +24,9 @@ public:
     static constexpr const char *extensionUuid = "quillora@org.quillora.Quillora";
     // How long a stroke waits for the portal session that is still being set up.
     static constexpr int portalWaitMs = 5000;
-    // How long a paste waits for the shell to take up a new clipboard content.
-    static constexpr int clipboardTakenMs = 500;
+    // How long a paste waits for the shell to take up a new clipboard content: as long as a
+    // program may take to read a pasted piece.
+    static constexpr int clipboardTakenMs = 4000;
     // How long a shortcut's modifiers stay down for the target to read the clipboard.
     static constexpr int shortcutHoldMs = 1000;
 
@@ -60,8 +61,8 @@ public:
     // The shell asks a new X11 clipboard owner for its types before it offers the content to
     // Wayland programs, then copies the content (to keep it when the owner goes); a Ctrl+V that
     // arrives before the types reads the previous content, and the copy is not to be taken
-    // for the paste.
-    void awaitClipboardTaken(const std::atomic<bool> &cancel) override;
+    // for the paste. False when the shell did not take it in time.
+    bool awaitClipboardTaken(const std::atomic<bool> &cancel) override;
 
 private:
     struct Impl;

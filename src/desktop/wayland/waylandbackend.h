@@ -45,7 +45,6 @@ public:
     // stands for any window.
     bool sameClient(quint64 a, quint64 b) override;
     QString typeName(quint32 type) override;
-    bool hearsTypeQueries() const override { return false; }
 
     bool servesClipboard() const override;
     bool setClipboard(const QList<std::pair<QByteArray, QByteArray>> &typesAndData,
