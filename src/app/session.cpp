@@ -1,15 +1,17 @@
 #include "app/session.h"
 
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
+#include "cloud/phraseoperations.h"
 #include "cloud/sessionheartbeat.h"
-#include "cloud/classoperations.h"
 #include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
-#include "cloud/phraseoperations.h"
+#include "library/phrasepalette.h"
+#include "model/settings.h"
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
@@ -18,6 +20,7 @@
 #include "store/localstore.h"
 #include "store/phrasestore.h"
 
+#include <QGuiApplication>
 #include <QLineEdit>
 
 namespace {
@@ -67,6 +70,13 @@ void Session::start(HomeView &home) {
     quickBar_->setSearchField(home.searchField());
     quickBar_->applyShortcutSetting();
 
+    // Made now, so that opening it later costs only showing it.
+    palette_ = std::make_unique<PhrasePalette>(*phrases_, username_);
+    connect(palette_.get(), &PhrasePalette::sendRequested, sender_.get(),
+            [this](const Phrase &phrase, bool pressEnter) { sender_->send(phrase.jsonValue, pressEnter); });
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        palette_->setShortcut(settings_.paletteShortcut());
+
     sync_->syncAll();
     tracker_->start();
     home.followTarget(*tracker_, *desktop_);
@@ -77,6 +87,11 @@ void Session::start(HomeView &home) {
 
 bool Session::stopSending() {
     return sender_->stop();
+}
+
+void Session::showPalette() {
+    if (palette_)
+        palette_->present();
 }
 
 void Session::toggleQuickBar() {

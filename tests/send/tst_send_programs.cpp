@@ -74,13 +74,6 @@ private:
 
     void sendAndSettle(const QString &json, bool isEnter) { QVERIFY(send_->sendAndSettle(json, isEnter)); }
 
-    static void stop(QProcess &process) {
-        process.terminate();
-        if (!process.waitForFinished(5000))
-            process.kill();
-        process.waitForFinished(2000);
-    }
-
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(dir_.isValid());
@@ -132,7 +125,7 @@ private Q_SLOTS:
         }
         QTest::qWait(500);
         QCOMPARE(chat.sent().size(), 2);
-        stop(*browser);
+        SendTesting::stopProcess(*browser);
     }
 
     // GTK fetches the clipboard after it has taken the keys: the Enter still comes after the text.
@@ -164,7 +157,7 @@ private Q_SLOTS:
         pressWithControl(XK_s);
         QTRY_COMPARE_WITH_TIMEOUT(SendTesting::fileBytes(doc), QByteArray("Hello from Quillora 123\n"),
                                   10000);
-        stop(*editor);
+        SendTesting::stopProcess(*editor);
     }
 
     // xterm pastes with Shift+Insert from PRIMARY; Ctrl+V would be a control character.
@@ -182,7 +175,7 @@ private Q_SLOTS:
                       true);
         QTRY_COMPARE_WITH_TIMEOUT(SendTesting::fileBytes(out), QByteArray("echo hello there\n"), 10000);
         QTRY_COMPARE(send_->reports(), QStringList{QString::fromUtf8("图片未发送：目标程序不接收图片")});
-        stop(*terminal);
+        SendTesting::stopProcess(*terminal);
     }
 };
 

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QImage>
+#include <QProcess>
 
 SendTesting::SendTesting() : SendTesting(DesktopSession::createBackend()) {}
 
@@ -102,6 +103,13 @@ QStringList SendTesting::sendAndRead(const QString &json, bool isEnter,
 QStringList SendTesting::sendAndRead(const QString &json, bool isEnter, const QString &log, qsizetype count) {
     return sendAndRead(
         json, isEnter, [&log] { return logLines(log); }, count);
+}
+
+void SendTesting::stopProcess(QProcess &process) {
+    process.terminate();
+    if (!process.waitForFinished(5000))
+        process.kill();
+    process.waitForFinished(2000);
 }
 
 QStringList SendTesting::logLines(const QString &path) {
