@@ -72,8 +72,7 @@ void Session::start(HomeView &home) {
 
     // Made now, so that opening it later costs only showing it.
     palette_ = std::make_unique<PhrasePalette>(*phrases_, username_);
-    connect(palette_.get(), &PhrasePalette::sendRequested, sender_.get(),
-            [this](const Phrase &phrase, bool pressEnter) { sender_->send(phrase.jsonValue, pressEnter); });
+    palette_->sendThrough(*sender_, *tracker_, *desktop_);
     if (QGuiApplication::platformName() == QLatin1String("xcb"))
         palette_->setShortcut(settings_.paletteShortcut());
 

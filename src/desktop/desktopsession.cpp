@@ -17,23 +17,22 @@ namespace {
 constexpr int placeWithinMs = 15000;
 constexpr int placeRetryMs = 50;
 
-void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer deadline) {
-    const QString command =
-        QStringLiteral("[id=%1] floating enable, resize set %2 px %3 px, move absolute position %4 px %5 px")
-            .arg(x11Window)
-            .arg(geometry.width())
-            .arg(geometry.height())
-            .arg(geometry.x())
-            .arg(geometry.y());
-    SwayCommand::run(command, [=](const QString &error) {
+// Runs a command for one of our XWayland windows ("[id=N] " goes before it), again while sway does
+// not know the window yet; `what` says what it was for when it fails.
+void askSway(quint64 x11Window, const QString &command, const char *what, QDeadlineTimer deadline) {
+    SwayCommand::run(QStringLiteral("[id=%1] ").arg(x11Window) + command, [=](const QString &error) {
         if (error.isEmpty())
             return;
         if (!deadline.hasExpired() && error.contains(QLatin1String("No matching"))) {
-            QTimer::singleShot(placeRetryMs, qApp, [=] { askSwayToPlace(x11Window, geometry, deadline); });
+            QTimer::singleShot(placeRetryMs, qApp, [=] { askSway(x11Window, command, what, deadline); });
             return;
         }
-        qCInfo(lcDesktop, "sway did not place the window: %s", qUtf8Printable(error));
+        qCInfo(lcDesktop, "sway did not %s the window: %s", what, qUtf8Printable(error));
     });
+}
+
+bool throughSway() {
+    return SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb");
 }
 
 } // namespace
@@ -80,6 +79,17 @@ void DesktopSession::prepareOwnWindows() {
 
 void DesktopSession::placeOwnWindow(quint64 x11Window, const QRect &geometry) {
     // Only our windows through XWayland have an X11 id sway knows.
-    if (SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb"))
-        askSwayToPlace(x11Window, geometry, QDeadlineTimer(placeWithinMs));
+    if (throughSway())
+        askSway(x11Window,
+                QStringLiteral("floating enable, resize set %1 px %2 px, move absolute position %3 px %4 px")
+                    .arg(geometry.width())
+                    .arg(geometry.height())
+                    .arg(geometry.x())
+                    .arg(geometry.y()),
+                "place", QDeadlineTimer(placeWithinMs));
+}
+
+void DesktopSession::focusOwnWindow(quint64 x11Window) {
+    if (throughSway())
+        askSway(x11Window, QStringLiteral("focus"), "focus", QDeadlineTimer(placeWithinMs));
 }

@@ -1,9 +1,13 @@
 #include "library/phrasepalette.h"
 
+#include "desktop/desktopbackend.h"
+#include "desktop/desktopsession.h"
 #include "desktop/x11/quickbarshortcuts.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
 #include "model/logging.h"
+#include "send/phrasesender.h"
+#include "send/targetwindowtracker.h"
 #include "store/phrasestore.h"
 #include "ui/palettestylesheet.h"
 #include "ui/themecolors.h"
@@ -58,6 +62,15 @@ PhrasePalette::PhrasePalette(PhraseStore &store, const QString &username, QWidge
     search(QString());
 }
 
+void PhrasePalette::sendThrough(PhraseSender &sender, TargetWindowTracker &tracker, DesktopBackend &desktop) {
+    connect(this, &PhrasePalette::sendRequested, &sender,
+            [&sender](const Phrase &phrase, bool pressEnter) { sender.send(phrase.jsonValue, pressEnter); });
+    connect(this, &PhrasePalette::dismissed, &tracker, [&tracker, &desktop] {
+        if (const std::optional<RunningApplication> target = tracker.lastTarget())
+            desktop.activate(*target);
+    });
+}
+
 bool PhrasePalette::setShortcut(const QString &shortcut) {
     delete shortcut_;
     shortcut_ = nullptr;
@@ -76,6 +89,11 @@ bool PhrasePalette::setShortcut(const QString &shortcut) {
 
 void PhrasePalette::present() {
     field_->clear();
+    // Where the desktop took the keyboard from the hidden box without telling (XWayland under sway),
+    // Qt would take the next focus for the one it thinks the box still has and not activate it: the
+    // box starts over with a new native window.
+    if (!isVisible() && windowHandle() && QGuiApplication::focusWindow() == windowHandle())
+        destroy();
     QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
@@ -87,6 +105,7 @@ void PhrasePalette::present() {
     show();
     raise();
     activateWindow();
+    DesktopSession::focusOwnWindow(winId());
     field_->setFocus(Qt::ActiveWindowFocusReason);
 }
 
@@ -143,6 +162,7 @@ bool PhrasePalette::eventFilter(QObject *watched, QEvent *event) {
         return true;
     case Qt::Key_Escape:
         hide();
+        Q_EMIT dismissed();
         return true;
     default:
         return QWidget::eventFilter(watched, event);

@@ -4,7 +4,10 @@
 
 #include <QWidget>
 
+class DesktopBackend;
 class PhraseListView;
+class PhraseSender;
+class TargetWindowTracker;
 class QuickBarShortcuts;
 class PhraseStore;
 class QLabel;
@@ -24,6 +27,9 @@ public:
     QLineEdit *field() const { return field_; }
     PhraseListView *list() const { return list_; }
 
+    // Its sends go to sender; Escape gives the keyboard back to the tracker's target through desktop
+    // (not every desktop does that by itself: sway to an XWayland window does not).
+    void sendThrough(PhraseSender &sender, TargetWindowTracker &tracker, DesktopBackend &desktop);
     // A global shortcut that opens it (X11), such as "Ctrl+Shift+Space"; empty for none. False, with
     // the reason logged, when it cannot be had.
     bool setShortcut(const QString &shortcut);
@@ -35,6 +41,8 @@ public Q_SLOTS:
 Q_SIGNALS:
     // The palette has closed by then, so the send can bring the target forward.
     void sendRequested(const Phrase &phrase, bool pressEnter);
+    // Escape closed it: the keyboard goes back to the window that had it.
+    void dismissed();
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -114,6 +114,8 @@ class TestPalette : public QObject {
         QVERIFY(!palette_->isVisible());
         QTest::qWait(500);
         QVERIFY(!send_->sender().isRunning());
+        // The keyboard is back in the chat program.
+        QTRY_VERIFY_WITH_TIMEOUT(send_->frontPid() != qint32(QCoreApplication::applicationPid()), 10000);
     }
 
 private Q_SLOTS:
@@ -129,8 +131,7 @@ private Q_SLOTS:
         send_ = std::make_unique<SendTesting>();
         send_->tracker().start();
         palette_ = std::make_unique<PhrasePalette>(*store_, agent);
-        connect(palette_.get(), &PhrasePalette::sendRequested, &send_->sender(),
-                [this](const Phrase &p, bool enter) { send_->sender().send(p.jsonValue, enter); });
+        palette_->sendThrough(send_->sender(), send_->tracker(), send_->desktop());
     }
 
     void chromiumChatPage() {
