@@ -120,13 +120,12 @@ void askForDockLikeState(WId window) {
     XCloseDisplay(display);
 }
 
-// Puts a window above the others through the window manager, as a pager would: a plain raise is
-// taken by some managers (xfwm4) as the program asking for the focus. False when the manager does
-// not offer that.
-bool raiseWithoutFocus(WId window) {
+// Puts a window above the others through the window manager, as a pager would; nothing where the
+// manager does not offer that.
+void raiseWithoutFocus(WId window) {
     Display *display = XOpenDisplay(nullptr);
     if (!display)
-        return false;
+        return;
     const Window root = DefaultRootWindow(display);
     const Atom restack = XInternAtom(display, "_NET_RESTACK_WINDOW", False);
     Atom type = 0;
@@ -155,7 +154,6 @@ bool raiseWithoutFocus(WId window) {
         XSync(display, False);
     }
     XCloseDisplay(display);
-    return offered;
 }
 
 } // namespace
@@ -333,8 +331,11 @@ void QuickBar::slotTapped(int index) {
         if (homeWindow_->isMinimized())
             homeWindow_->showNormal();
         homeWindow_->show();
-        if (QGuiApplication::platformName() != QLatin1String("xcb") ||
-            !raiseWithoutFocus(homeWindow_->winId()))
+        // On X11 only through the manager, or not at all: xfwm4 takes a plain raise for a request to
+        // focus, even of a window that is shown without activation.
+        if (QGuiApplication::platformName() == QLatin1String("xcb"))
+            raiseWithoutFocus(homeWindow_->winId());
+        else
             homeWindow_->raise();
         homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, quiet);
     }
