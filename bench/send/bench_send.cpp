@@ -7,7 +7,7 @@
 // standard output.
 #include "chatpageserver.h"
 #include "eventloopwait.h"
-#include "model/contentformat.h"
+#include "model/phrasecontent.h"
 #include "model/settings.h"
 #include "send/phrasesender.h"
 #include "send/sendplan.h"
@@ -107,7 +107,7 @@ struct Arrival {
 // The fixed pauses a phrase's plan holds, for the overhead beside them.
 double pausesOf(const QString &json, const RunningApplication &target, SendPlan::PauseMode mode) {
     double ms = 0;
-    for (const SendPlan::Step &step : SendPlan::make(*parseContent(json), target, true, mode).steps)
+    for (const SendPlan::Step &step : SendPlan::make(PhraseContent::fromJson(json), target, true, mode).steps)
         ms += step.kind == SendPlan::Step::Kind::Pause || step.kind == SendPlan::Step::Kind::Paste ? step.ms
                                                                                                    : 0;
     return ms;
@@ -133,7 +133,7 @@ Arrival pasteTargetArrival(SendTesting &send, const QString &log, const QString 
     for (int i = -1; i < rounds; ++i) {
         const qsizetype before = logLines(log).size();
         const qint64 start = nowUs();
-        send.sender().send(json, true);
+        send.sender().send(PhraseContent::fromJson(json), true);
         if (!waitFor([&] { return logLines(log).size() >= before + linesPerSend; }, 20000) ||
             !waitFor([&send] { return !send.sender().isRunning(); }, 20000))
             return a;
@@ -159,7 +159,7 @@ Arrival chromiumArrival(SendTesting &send, const ChatPageServer &chat, const QSt
         const qsizetype sentBefore = chat.sent().size(), changesBefore = chat.changes().size();
         const qint64 start = nowUs();
         const double startWall = wallMs();
-        send.sender().send(json, true);
+        send.sender().send(PhraseContent::fromJson(json), true);
         if (!waitFor([&] { return chat.sent().size() > sentBefore && !send.sender().isRunning(); }, 20000) ||
             chat.sent().constLast() != expected) {
             waitFor([&] { return chat.changes().size() > changesBefore; }, 1000);

@@ -47,7 +47,7 @@ void BM_CreateOne(benchmark::State &state) {
         const Phrase &r = rows.first();
         ++i;
         benchmark::DoNotOptimize(store.create(r.parentSign, QStringLiteral("one%1").arg(i), r.label,
-                                              r.jsonValue, i, QStringLiteral("c")));
+                                              r.content, i, QStringLiteral("c")));
     }
     store.deleteAll(QStringLiteral("c"));
 }

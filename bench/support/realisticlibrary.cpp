@@ -116,7 +116,7 @@ QList<Phrase> RealisticLibrary::phrases(int count, const QString &user) {
         row.parentSign = QStringLiteral("class%1").arg(i % 40);
         row.sign = QStringLiteral("sign%1").arg(i);
         row.label = label;
-        row.jsonValue = QString::fromUtf8(QJsonDocument(content).toJson(QJsonDocument::Compact));
+        row.setJsonValue(QString::fromUtf8(QJsonDocument(content).toJson(QJsonDocument::Compact)));
         row.position = i / 40;
         row.username = user;
         rows << row;

@@ -5,6 +5,7 @@
 #include "app/session.h"
 #include "app/signinview.h"
 #include "app/trayicon.h"
+#include "app/webviewmodule.h"
 #include "cloud/cloudclient.h"
 #include "desktop/desktopbackend.h"
 #include "desktop/desktopsession.h"
@@ -23,7 +24,7 @@
 
 AppController::AppController(QObject *parent)
     : QObject(parent), settings_(std::make_unique<Settings>()), appearance_(std::make_unique<Appearance>()),
-      cloud_(std::make_unique<CloudClient>(*settings_)) {}
+      cloud_(std::make_unique<CloudClient>(*settings_)), webView_(std::make_unique<WebViewModule>()) {}
 
 AppController::~AppController() {
     shutDown();
@@ -61,7 +62,7 @@ void AppController::start() {
 
     window_ = std::make_unique<MainWindow>();
     window_->setAttribute(Qt::WA_DeleteOnClose, false);
-    auto *login = new SignInView(*settings_, *cloud_, window_.get());
+    auto *login = new SignInView(*settings_, *cloud_, *webView_, window_.get());
     connect(login, &SignInView::signedIn, this, &AppController::startSession);
     connect(login, &SignInView::endRequested, this, &AppController::quit);
     window_->setContentView(login);

@@ -7,6 +7,7 @@
 
 class HomeView;
 class CloudClient;
+class WebViewModule;
 class MainWindow;
 class Session;
 class Settings;
@@ -64,6 +65,7 @@ private:
     std::unique_ptr<Settings> settings_;
     std::unique_ptr<Appearance> appearance_;
     std::unique_ptr<CloudClient> cloud_;
+    std::unique_ptr<WebViewModule> webView_;
     std::unique_ptr<MainWindow> window_;
     TrayIcon *tray_ = nullptr;
     std::unique_ptr<Session> session_;

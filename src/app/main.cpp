@@ -5,7 +5,7 @@
 #include "app/signinview.h"
 #include "library/homeview.h"
 #include "model/logging.h"
-#include "ui/messagebox.h"
+#include "ui/messageboxanswerer.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -28,10 +28,12 @@ namespace {
 // QUILLORA_SCREENSHOT=FILE: an unattended run. Message boxes are answered by themselves (and printed),
 // and once the home window shows the synchronised library it is saved to FILE and the program ends.
 void unattended(AppController &controller, const QString &file) {
-    MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
-        qCInfo(lcApp, "message box: %s: %s", qUtf8Printable(r.title), qUtf8Printable(r.text));
-        return true;
-    });
+    new MessageBoxAnswerer(
+        [](const MessageBoxAnswerer::Request &r) {
+            qCInfo(lcApp, "message box: %s: %s", qUtf8Printable(r.title), qUtf8Printable(r.text));
+            return true;
+        },
+        &controller);
     // A run that never reaches the library ends with an error instead of hanging.
     QTimer::singleShot(120000, &controller, [&controller] {
         qCCritical(lcApp, "quillora: the home window did not show the library in time");

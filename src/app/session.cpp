@@ -42,8 +42,9 @@ Session::Session(Settings &settings, CloudClient &cloud, const QString &username
       heartbeat_(std::make_unique<SessionHeartbeat>(cloud_)),
       library_(std::make_unique<LibraryContext>(
           LibraryContext{*phrases_, *classes_, *phraseOperations_, *classOperations_, *sync_, username_})),
-      desktop_(DesktopSession::createBackend()), tracker_(std::make_unique<TargetWindowTracker>(*desktop_)),
-      sender_(std::make_unique<PhraseSender>(*desktop_, *tracker_)) {
+      desktop_(DesktopSession::createBackend(settings_)),
+      tracker_(std::make_unique<TargetWindowTracker>(*desktop_)),
+      sender_(std::make_unique<PhraseSender>(settings_, *desktop_, *tracker_)) {
     cloud_.setUsername(username_);
     connect(heartbeat_.get(), &SessionHeartbeat::revoked, this,
             [this] { Q_EMIT endRequested(1, QString()); });

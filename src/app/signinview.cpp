@@ -26,8 +26,8 @@ static void initLoginResources() {
     Q_INIT_RESOURCE(app);
 }
 
-SignInView::SignInView(Settings &settings, CloudClient &cloud, QWidget *parent)
-    : QWidget(parent), settings_(settings), cloud_(cloud) {
+SignInView::SignInView(Settings &settings, CloudClient &cloud, WebViewModule &webView, QWidget *parent)
+    : QWidget(parent), settings_(settings), cloud_(cloud), webView_(webView) {
     initLoginResources();
     setAutoFillBackground(true);
     PaletteStyleSheet::apply(this, [](const QPalette &p) {
@@ -222,9 +222,9 @@ void SignInView::loginButtonClick() {
 }
 
 void SignInView::openRegister() {
-    WebViewModule::open(QUrl(cloud_.registerUrl()), window());
+    webView_.open(QUrl(cloud_.registerUrl()), window());
 }
 
 void SignInView::openReset() {
-    WebViewModule::open(QUrl(cloud_.resetUrl()), window());
+    webView_.open(QUrl(cloud_.resetUrl()), window());
 }

@@ -9,6 +9,7 @@ class QLabel;
 class QLineEdit;
 class QPushButton;
 class CloudClient;
+class WebViewModule;
 class Settings;
 
 // The sign-in view: version gate, account and password, remember-password, and the links to the
@@ -18,7 +19,8 @@ class Settings;
 class SignInView : public QWidget {
     Q_OBJECT
 public:
-    SignInView(Settings &settings, CloudClient &cloud, QWidget *parent = nullptr);
+    // The web view shows the service's register and reset pages.
+    SignInView(Settings &settings, CloudClient &cloud, WebViewModule &webView, QWidget *parent = nullptr);
 
     QLineEdit *usernameText = nullptr;
     QLineEdit *passwordText = nullptr;
@@ -52,6 +54,7 @@ private:
 
     Settings &settings_;
     CloudClient &cloud_;
+    WebViewModule &webView_;
     QLabel *status_ = nullptr;
     bool appeared_ = false;
 };

@@ -25,24 +25,27 @@ QString WebViewModule::fileName() {
     return QFileInfo::exists(beside) || !QFileInfo::exists(installed) ? beside : installed;
 }
 
+WebViewModule::WebViewModule() = default;
+
+// Deleting the loader leaves the module loaded.
+WebViewModule::~WebViewModule() = default;
+
 WebPageOpener *WebViewModule::opener(QString *error) {
     const QString file = fileName();
-    // The loader stays alive: unloading the web engine while the process runs is not safe.
-    static QPluginLoader *loader = nullptr;
-    if (!loader || loader->fileName() != file) {
+    if (!loader_ || loader_->fileName() != file) {
         if (!QFileInfo::exists(file)) {
             if (error)
                 *error = QCoreApplication::translate("WebViewModule", "%1 does not exist").arg(file);
             return nullptr;
         }
-        loader = new QPluginLoader(file, qApp);
+        loader_ = std::make_unique<QPluginLoader>(file);
     }
-    QObject *root = loader->instance();
+    QObject *root = loader_->instance();
     auto *result = qobject_cast<WebPageOpener *>(root);
     if (!result && error)
         *error = root
                      ? QCoreApplication::translate("WebViewModule", "%1 is not the web view module").arg(file)
-                     : loader->errorString();
+                     : loader_->errorString();
     return result;
 }
 

@@ -9,11 +9,11 @@ PhraseOperations::PhraseOperations(PhraseStore &store, CloudClient &cloud, QStri
     : store_(store), cloud_(cloud), username_(std::move(username)) {}
 
 // Each reply checks that the store is still there: the session that owns it may have ended.
-void PhraseOperations::create(const QString &parentSign, const QString &label, const QString &jsonValue,
+void PhraseOperations::create(const QString &parentSign, const QString &label, const PhraseContent &content,
                               OperationCallback resultHandler) {
     const qint64 position = store_.getMaxPosition(parentSign);
     QPointer<PhraseStore> store(&store_);
-    cloud_.createPhrase(parentSign, label, jsonValue, QString::number(position), username_,
+    cloud_.createPhrase(parentSign, label, content.toJson(), QString::number(position), username_,
                         [=, username = username_](const Result<QString> &r) {
                             if (!store)
                                 return;
@@ -22,23 +22,24 @@ void PhraseOperations::create(const QString &parentSign, const QString &label, c
                                     resultHandler(Result<void>::failure(r.error()));
                                 return;
                             }
-                            store->create(parentSign, r.value(), label, jsonValue, position, username);
+                            store->create(parentSign, r.value(), label, content, position, username);
                             if (resultHandler)
                                 resultHandler(Result<void>::success());
                         });
 }
 
 void PhraseOperations::updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
-                                   const QString &newJsonValue, OperationCallback resultHandler) {
+                                   const PhraseContent &newContent, OperationCallback resultHandler) {
     QPointer<PhraseStore> store(&store_);
-    cloud_.updatePhrase(newParentSign, sign, newLabel, newJsonValue, username_, [=](const Result<void> &r) {
-        if (!store)
-            return;
-        if (r)
-            store->setValue(newParentSign, sign, newLabel, newJsonValue);
-        if (resultHandler)
-            resultHandler(r);
-    });
+    cloud_.updatePhrase(newParentSign, sign, newLabel, newContent.toJson(), username_,
+                        [=](const Result<void> &r) {
+                            if (!store)
+                                return;
+                            if (r)
+                                store->setValue(newParentSign, sign, newLabel, newContent);
+                            if (resultHandler)
+                                resultHandler(r);
+                        });
 }
 
 void PhraseOperations::swapPositions(const QString &sign1, const QString &sign2) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/phrasecontent.h"
 #include "model/result.h"
 
 #include <QString>
@@ -13,10 +14,10 @@ class PhraseOperations {
 public:
     PhraseOperations(PhraseStore &store, CloudClient &cloud, QString username);
 
-    void create(const QString &parentSign, const QString &label, const QString &jsonValue,
+    void create(const QString &parentSign, const QString &label, const PhraseContent &content,
                 OperationCallback resultHandler);
     void updateValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
-                     const QString &newJsonValue, OperationCallback resultHandler);
+                     const PhraseContent &newContent, OperationCallback resultHandler);
     void swapPositions(const QString &sign1, const QString &sign2);
     // `delete` is a keyword; remove is the nearest legal name. signOrAll is one sign or "a|b|".
     void remove(const QString &signOrAll);

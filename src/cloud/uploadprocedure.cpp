@@ -1,18 +1,14 @@
 #include "cloud/uploadprocedure.h"
 
 #include "cloud/cloudclient.h"
-#include "model/contentformat.h"
 #include "model/logging.h"
 
 #include <QPointer>
 #include <QTimer>
 #include <optional>
 
-UploadProcedure::UploadProcedure(CloudClient &client, const QString &jsonValue, QObject *parent)
-    : QObject(parent), client_(client) {
-    if (const std::optional<ContentPieces> items = parseContent(jsonValue))
-        filenameArr_ = distinctPictureNames(*items).value_or(QStringList());
-}
+UploadProcedure::UploadProcedure(CloudClient &client, QStringList pictureNames, QObject *parent)
+    : QObject(parent), client_(client), filenameArr_(std::move(pictureNames)) {}
 
 void UploadProcedure::start() {
     if (started_)

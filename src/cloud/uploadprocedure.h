@@ -14,7 +14,8 @@ class CloudClient;
 class UploadProcedure : public QObject {
     Q_OBJECT
 public:
-    UploadProcedure(CloudClient &client, const QString &jsonValue, QObject *parent = nullptr);
+    // Distinct names, in order.
+    UploadProcedure(CloudClient &client, QStringList pictureNames, QObject *parent = nullptr);
 
     const QStringList &filenameArr() const { return filenameArr_; }
 

@@ -47,10 +47,10 @@ DesktopSession::Kind DesktopSession::detect(const QProcessEnvironment &environme
     return Kind::X11;
 }
 
-std::unique_ptr<DesktopBackend> DesktopSession::createBackend() {
+std::unique_ptr<DesktopBackend> DesktopSession::createBackend(Settings &settings) {
     const QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     if (detect(environment) == Kind::Wayland && GnomeBackend::isGnome(environment)) {
-        auto gnome = std::make_unique<GnomeBackend>();
+        auto gnome = std::make_unique<GnomeBackend>(settings);
         if (gnome->available() || environment.value(QStringLiteral("DISPLAY")).isEmpty())
             return gnome;
         qCInfo(lcDesktop,

@@ -5,6 +5,7 @@
 #include <memory>
 
 class DesktopBackend;
+class Settings;
 
 // Which windowing system the desktop session runs, and the back-end for it.
 namespace DesktopSession {
@@ -15,7 +16,8 @@ Kind detect(const QProcessEnvironment &environment);
 // On GNOME's Wayland session the GNOME back-end when its Shell extension answers; in another
 // Wayland session the Wayland back-end when the compositor offers what it needs; else the X11
 // one (which in a Wayland session reaches XWayland windows only).
-std::unique_ptr<DesktopBackend> createBackend();
+// The settings keep what a back-end must remember between runs (the portal's restore token).
+std::unique_ptr<DesktopBackend> createBackend(Settings &settings);
 // In a Wayland session with XWayland, this program's own windows go through XWayland: there
 // the home window can dock at the screen edge and the quick bar can stay out of the keyboard
 // focus. Call before the application object exists.

@@ -1,7 +1,7 @@
 #include "editor/createphrasedialog.h"
 
-#include "editor/phraseeditor.h"
 #include "cloud/phraseoperations.h"
+#include "editor/phraseeditor.h"
 
 #include <QLineEdit>
 #include <QPointer>
@@ -13,7 +13,7 @@ CreatePhraseDialog::CreatePhraseDialog(PhraseOperations &operations, const QStri
 
 void CreatePhraseDialog::create() {
     QPointer<CreatePhraseDialog> self(this);
-    operations_.create(shownClassSign, labelViewBox->text(), jsonValue(), [self](const Result<void> &result) {
+    operations_.create(shownClassSign, labelViewBox->text(), content(), [self](const Result<void> &result) {
         if (self)
             self->savedWith(result);
     });

@@ -1,7 +1,7 @@
 #include "editor/editphrasedialog.h"
 
-#include "editor/phraseeditor.h"
 #include "cloud/phraseoperations.h"
+#include "editor/phraseeditor.h"
 
 #include <QComboBox>
 #include <QFormLayout>
@@ -19,7 +19,7 @@ EditPhraseDialog::EditPhraseDialog(PhraseOperations &operations, const QList<Phr
     }
     fields->addRow(QStringLiteral("分类"), ItemButton);
     labelViewBox->setText(oldData.label);
-    textView->setJsonValue(oldData.jsonValue);
+    textView->setContent(oldData.content);
     textView->moveCursor(QTextCursor::End);
 }
 
@@ -29,7 +29,7 @@ void EditPhraseDialog::save() {
     const QString newParentSign =
         index >= 0 && index < classDataAll.size() ? classDataAll[index].sign : oldData.parentSign;
     QPointer<EditPhraseDialog> self(this);
-    operations_.updateValue(newParentSign, oldData.sign, labelViewBox->text(), jsonValue(),
+    operations_.updateValue(newParentSign, oldData.sign, labelViewBox->text(), content(),
                             [self](const Result<void> &result) {
                                 if (self)
                                     self->savedWith(result);

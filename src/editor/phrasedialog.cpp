@@ -4,7 +4,6 @@
 #include "editor/emojipicker.h"
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
-#include "model/contentformat.h"
 #include "model/result.h"
 #include "ui/messagebox.h"
 
@@ -80,8 +79,8 @@ PhraseDialog::PhraseDialog(CloudClient &cloud, const QString &title, QWidget *pa
     connect(openPictureButton, &QPushButton::clicked, this, &PhraseDialog::openPictureClicked);
 }
 
-QString PhraseDialog::jsonValue() const {
-    return toJsonValue(textView->getValue());
+PhraseContent PhraseDialog::content() const {
+    return textView->getValue().normalized();
 }
 
 void PhraseDialog::saveClicked() {
@@ -89,7 +88,7 @@ void PhraseDialog::saveClicked() {
         return; // a save is already on its way
     saveButton->setEnabled(false);
     upload_ = new PictureUploadDialog(
-        cloud_, jsonValue(), [this](const Result<void> &r) { uploaded(r); }, this);
+        cloud_, content(), [this](const Result<void> &r) { uploaded(r); }, this);
     upload_->setAttribute(Qt::WA_DeleteOnClose);
     upload_->setWindowModality(Qt::WindowModal);
     upload_->open();

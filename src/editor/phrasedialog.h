@@ -36,8 +36,8 @@ public:
     // Puts a picked emoji at the cursor.
     void insertEmoji(const QString &value);
 
-    // The editor content as jsonValue.
-    QString jsonValue() const;
+    // What the editor holds, normalised.
+    PhraseContent content() const;
     // The upload dialog of a save in progress, if any.
     PictureUploadDialog *uploadDialog() const { return upload_; }
     EmojiPicker *emojiPicker() const { return emojis_; }

@@ -3,7 +3,6 @@
 #include "model/logging.h"
 
 #include "cloud/imageutil.h"
-#include "model/contentformat.h"
 #include "model/pathops.h"
 #include "store/localpath.h"
 
@@ -53,25 +52,26 @@ QSize PhraseEditor::displaySize(const QSize &imageSize) {
     return QSize(int(w), int(h));
 }
 
-ContentPieces PhraseEditor::getValue() const {
+PhraseContent PhraseEditor::getValue() const {
     return piecesIn(0, document()->characterCount());
 }
 
-ContentPieces PhraseEditor::getSelectValue() const {
+PhraseContent PhraseEditor::getSelectValue() const {
     const QTextCursor cursor = textCursor();
     if (!cursor.hasSelection())
         return {};
     return piecesIn(cursor.selectionStart(), cursor.selectionEnd());
 }
 
-ContentPieces PhraseEditor::piecesIn(int from, int to) const {
-    ContentPieces pieces;
+PhraseContent PhraseEditor::piecesIn(int from, int to) const {
+    using Kind = PhraseContent::Piece::Kind;
+    QList<PhraseContent::Piece> pieces;
     QString run;
     QTextCharFormat runFormat;
     bool inRun = false;
     const auto flush = [&] {
         if (inRun && !isBlank(run))
-            pieces.append(makeContentPiece(ContentPiece::Text, run));
+            pieces.append({Kind::Text, run});
         run.clear();
         inRun = false;
     };
@@ -103,7 +103,7 @@ ContentPieces PhraseEditor::piecesIn(int from, int to) const {
                 const QString name = format.toImageFormat().name().split(nameSeparator).first();
                 // Equal neighbouring pictures may share one fragment: one piece per object character.
                 for (qsizetype i = 0; i < text.size(); ++i)
-                    pieces.append(makeContentPiece(ContentPiece::Image, name));
+                    pieces.append({Kind::Picture, name});
                 continue;
             }
             QString plain = text;
@@ -115,32 +115,29 @@ ContentPieces PhraseEditor::piecesIn(int from, int to) const {
             extend(QStringLiteral("\n"), inRun ? runFormat : block.charFormat());
     }
     flush();
-    return pieces;
+    return PhraseContent(pieces);
 }
 
-void PhraseEditor::setJsonValue(const QString &jsonString) {
-    insertPieces(jsonString, true);
+void PhraseEditor::setContent(const PhraseContent &content) {
+    insertPieces(content, true);
 }
 
-void PhraseEditor::insertJsonValue(const QString &jsonString) {
-    insertPieces(jsonString, false);
+void PhraseEditor::insertContent(const PhraseContent &content) {
+    insertPieces(content, false);
 }
 
-void PhraseEditor::insertPieces(const QString &jsonString, bool atEnd) {
-    const std::optional<ContentPieces> pieces = parseContent(jsonString);
-    if (!pieces)
-        return;
+void PhraseEditor::insertPieces(const PhraseContent &content, bool atEnd) {
     QTextCursor cursor = atEnd ? QTextCursor(document()) : insertionCursor();
     if (atEnd)
         cursor.movePosition(QTextCursor::End);
     cursor.beginEditBlock();
-    for (const ContentPiecePtr &piece : *pieces) {
-        if (piece->type == ContentPiece::Image) {
+    for (const PhraseContent::Piece &piece : content.pieces()) {
+        if (piece.isPicture()) {
             // A picture that cannot be read is left out; the rest of the phrase still loads.
-            if (const std::optional<QByteArray> data = readImageData(piece->value))
+            if (const std::optional<QByteArray> data = readImageData(piece.value))
                 insertImageAt(cursor, *data);
         } else {
-            insertTextAt(cursor, piece->value);
+            insertTextAt(cursor, piece.value);
         }
     }
     cursor.endEditBlock();
@@ -208,16 +205,13 @@ bool PhraseEditor::insertImageAt(QTextCursor &cursor, const QByteArray &data) {
 }
 
 QMimeData *PhraseEditor::createMimeDataFromSelection() const {
-    const ContentPieces pieces = getSelectValue();
+    const PhraseContent content = getSelectValue();
     auto *mime = new QMimeData;
-    mime->setData(pasteTypeName, toJsonValue(pieces).toUtf8());
-    if (const std::optional<QString> text = getStringValue(pieces)) {
-        const QString flat = removeWhitespace(*text);
-        if (!flat.isEmpty())
-            mime->setText(flat);
-    }
-    if (const std::optional<QStringList> names = distinctPictureNames(pieces)) {
-        if (const std::optional<QByteArray> data = readImageData(names->first())) {
+    mime->setData(pasteTypeName, content.toJson().toUtf8());
+    if (const QString flat = content.compactText(); !flat.isEmpty())
+        mime->setText(flat);
+    if (const QStringList names = content.distinctPictureNames(); !names.isEmpty()) {
+        if (const std::optional<QByteArray> data = readImageData(names.first())) {
             QByteArray png = *data;
             if (ImageUtil::typeOf(png) != ImageUtil::ImageType::Png) {
                 // Programs that read the PNG type expect PNG bytes.
@@ -233,7 +227,7 @@ QMimeData *PhraseEditor::createMimeDataFromSelection() const {
     return mime;
 }
 
-std::optional<QString> PhraseEditor::getClipboardJsonValue(const QMimeData *source) const {
+std::optional<PhraseContent> PhraseEditor::getClipboardContent(const QMimeData *source) const {
     if (!source->hasFormat(pasteTypeName))
         return std::nullopt;
     const QByteArray bytes = source->data(pasteTypeName);
@@ -241,7 +235,10 @@ std::optional<QString> PhraseEditor::getClipboardJsonValue(const QMimeData *sour
     QString text = decoder.decode(bytes);
     if (decoder.hasError() || text.isEmpty())
         return std::nullopt;
-    return text;
+    PhraseContent content = PhraseContent::fromJson(text);
+    if (!content.isValid())
+        return std::nullopt;
+    return content;
 }
 
 std::optional<QByteArray> PhraseEditor::getClipboardImageData(const QMimeData *source) const {
@@ -278,9 +275,9 @@ bool PhraseEditor::canInsertFromMimeData(const QMimeData *source) const {
 void PhraseEditor::insertFromMimeData(const QMimeData *source) {
     // Unlike inserting an emoji or a picture, a paste replaces the selection, and a copy with nothing
     // selected leaves the clipboard as it was: what every Linux text field does.
-    if (const std::optional<QString> json = getClipboardJsonValue(source)) {
+    if (const std::optional<PhraseContent> content = getClipboardContent(source)) {
         textCursor().removeSelectedText();
-        insertJsonValue(*json);
+        insertContent(*content);
     } else if (const std::optional<QByteArray> picture = getClipboardImageData(source)) {
         textCursor().removeSelectedText();
         insertImage(*picture);

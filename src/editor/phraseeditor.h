@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/contentpiece.h"
+#include "model/phrasecontent.h"
 
 #include <QByteArray>
 #include <QSize>
@@ -10,7 +10,7 @@
 
 class QMimeData;
 
-// The phrase editor: text with pictures between the words, read and written as jsonValue pieces.
+// The phrase editor: text with pictures between the words, read and written as phrase content.
 class PhraseEditor : public QTextEdit {
     Q_OBJECT
 public:
@@ -23,10 +23,10 @@ public:
 
     explicit PhraseEditor(QWidget *parent = nullptr);
 
-    ContentPieces getValue() const;
-    ContentPieces getSelectValue() const;
-    void setJsonValue(const QString &jsonString);
-    void insertJsonValue(const QString &jsonString);
+    PhraseContent getValue() const;
+    PhraseContent getSelectValue() const;
+    void setContent(const PhraseContent &content);
+    void insertContent(const PhraseContent &content);
     void insertString(const QString &value);
     void insertImage(const QByteArray &data);
     // Appends at the end.
@@ -43,15 +43,15 @@ protected:
     void insertFromMimeData(const QMimeData *source) override;
 
 private:
-    ContentPieces piecesIn(int from, int to) const;
-    void insertPieces(const QString &jsonString, bool atEnd);
+    PhraseContent piecesIn(int from, int to) const;
+    void insertPieces(const PhraseContent &content, bool atEnd);
     // A cursor at the start of the selection, without the selection.
     QTextCursor insertionCursor() const;
     void resetTypingFormat();
     void insertTextAt(QTextCursor &cursor, const QString &text);
     bool insertImageAt(QTextCursor &cursor, const QByteArray &data);
 
-    std::optional<QString> getClipboardJsonValue(const QMimeData *source) const;
+    std::optional<PhraseContent> getClipboardContent(const QMimeData *source) const;
     std::optional<QByteArray> getClipboardImageData(const QMimeData *source) const;
     QList<QByteArray> getFileImageData(const QMimeData *source) const;
 

@@ -8,10 +8,11 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-PictureUploadDialog::PictureUploadDialog(CloudClient &cloud, const QString &jsonValue,
+PictureUploadDialog::PictureUploadDialog(CloudClient &cloud, const PhraseContent &content,
                                          OperationCallback callback, QWidget *parent)
     : QDialog(parent), progressbar(new QProgressBar(this)), label(new QLabel(this)),
-      procedure_(new UploadProcedure(cloud, jsonValue, this)), callback(std::move(callback)) {
+      procedure_(new UploadProcedure(cloud, content.distinctPictureNames(), this)),
+      callback(std::move(callback)) {
     setWindowTitle(QStringLiteral("上传图片"));
     setModal(true);
     setMinimumWidth(380);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/phrasecontent.h"
 #include "model/result.h"
 
 #include <QDialog>
@@ -15,7 +16,7 @@ class UploadProcedure;
 class PictureUploadDialog : public QDialog {
     Q_OBJECT
 public:
-    PictureUploadDialog(CloudClient &cloud, const QString &jsonValue, OperationCallback callback,
+    PictureUploadDialog(CloudClient &cloud, const PhraseContent &content, OperationCallback callback,
                         QWidget *parent = nullptr);
 
     const QStringList &filenameArr() const;

@@ -191,7 +191,7 @@ void HomeView::followTarget(TargetWindowTracker &tracker, DesktopBackend &deskto
 
 void HomeView::sendThrough(PhraseSender &sender) {
     const auto send = [&sender](const Phrase &phrase, bool pressEnter) {
-        sender.send(phrase.jsonValue, pressEnter);
+        sender.send(phrase.content, pressEnter);
     };
     connect(libraryPanel->phraseList, &PhraseList::sendRequested, &sender, send);
     connect(searchResults, &SearchResultList::sendRequested, &sender, send);

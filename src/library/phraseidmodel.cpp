@@ -36,5 +36,5 @@ QVariant PhraseIdModel::data(const QModelIndex &index, int role) const {
     const std::optional<Phrase> phrase = phraseAt(index.row());
     if (!phrase)
         return {};
-    return role == Qt::DisplayRole ? phrase->label : PhraseRowDelegate::previewOf(phrase->jsonValue);
+    return role == Qt::DisplayRole ? phrase->label : PhraseRowDelegate::previewOf(phrase->content);
 }

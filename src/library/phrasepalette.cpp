@@ -64,7 +64,7 @@ PhrasePalette::PhrasePalette(PhraseStore &store, const QString &username, QWidge
 
 void PhrasePalette::sendThrough(PhraseSender &sender, TargetWindowTracker &tracker, DesktopBackend &desktop) {
     connect(this, &PhrasePalette::sendRequested, &sender,
-            [&sender](const Phrase &phrase, bool pressEnter) { sender.send(phrase.jsonValue, pressEnter); });
+            [&sender](const Phrase &phrase, bool pressEnter) { sender.send(phrase.content, pressEnter); });
     connect(this, &PhrasePalette::dismissed, &tracker, [&tracker, &desktop] {
         if (const std::optional<RunningApplication> target = tracker.lastTarget())
             desktop.activate(*target);

@@ -1,7 +1,6 @@
 #include "library/phraserowdelegate.h"
 
 #include "library/phraseidmodel.h"
-#include "model/contentformat.h"
 #include "ui/sendbutton.h"
 #include "ui/themecolors.h"
 
@@ -125,7 +124,7 @@ void PhraseRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
         p.setFont(bold);
         drawAttributed(p, labelRect, AttributedString{phrase->label, {}}, labelColor, background);
         p.setFont(option.font);
-        drawAttributed(p, valueRect, AttributedString{previewOf(phrase->jsonValue), {}}, valueColor,
+        drawAttributed(p, valueRect, AttributedString{previewOf(phrase->content), {}}, valueColor,
                        background);
     } else {
         const QRect texts = QRect(row.left() + leftMargin, row.top() + 5, 0, row.height() - 8)
@@ -140,19 +139,10 @@ void PhraseRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
     p.restore();
 }
 
-QString PhraseRowDelegate::previewOf(const QString &jsonValue) {
-    const auto items = parseContent(jsonValue);
-    if (!items)
-        return {};
+QString PhraseRowDelegate::previewOf(const PhraseContent &content) {
     QString out;
-    for (const auto &item : *items) {
-        if (!item)
-            continue;
-        if (item->type == ContentPiece::Text)
-            out += item->value;
-        else if (item->type == ContentPiece::Image)
-            out += QString::fromUtf8("[图]");
-    }
+    for (const PhraseContent::Piece &piece : content.pieces())
+        out += piece.isText() ? piece.value : QString::fromUtf8("[图]");
     return out;
 }
 
@@ -161,12 +151,9 @@ AttributedString PhraseRowDelegate::labelText(const Phrase &d, const QString &ke
 }
 
 AttributedString PhraseRowDelegate::valueText(const Phrase &d, const QString &key) {
-    const auto items = parseContent(d.jsonValue);
-    if (!items)
-        return {};
-    if (const auto text = getStringValue(*items))
-        return KeywordColouring::setKeyColor(removeWhitespace(*text), key, valueKeyColor(), false);
-    if (allPictureNames(*items)) {
+    if (d.content.joinedText())
+        return KeywordColouring::setKeyColor(d.content.compactText(), key, valueKeyColor(), false);
+    if (!d.content.allPictureNames().isEmpty()) {
         // Pictures only: the marker in the label colour as a whole.
         const QString marker = QString::fromUtf8("[图]");
         return AttributedString{marker, {{0, marker.size(), labelKeyColor(), false}}};

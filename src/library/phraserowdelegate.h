@@ -27,7 +27,7 @@ public:
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
 
     // The texts a row shows.
-    static QString previewOf(const QString &jsonValue);
+    static QString previewOf(const PhraseContent &content);
     static AttributedString labelText(const Phrase &d, const QString &key);
     static AttributedString valueText(const Phrase &d, const QString &key);
     static QColor labelKeyColor() { return QColor(87, 159, 43); }

@@ -6,8 +6,9 @@ Phrase::Phrase(qint64 id, QString parentSign, QString sign, QString label, QStri
                QString images, qint64 position, QString username, std::optional<QString> keycode,
                std::optional<QString> bgColor)
     : id(id), parentSign(std::move(parentSign)), sign(std::move(sign)), label(std::move(label)),
-      jsonValue(std::move(jsonValue)), texts(std::move(texts)), images(std::move(images)), position(position),
-      username(std::move(username)), keycode(std::move(keycode)), bgColor(std::move(bgColor)) {}
+      jsonValue(std::move(jsonValue)), content(PhraseContent::fromJson(this->jsonValue)),
+      texts(std::move(texts)), images(std::move(images)), position(position), username(std::move(username)),
+      keycode(std::move(keycode)), bgColor(std::move(bgColor)) {}
 
 namespace {
 
@@ -31,13 +32,20 @@ void readOptional(const QJsonObject &o, const char *key, std::optional<QString> 
 
 } // namespace
 
+void Phrase::setJsonValue(QString json) {
+    jsonValue = std::move(json);
+    content = PhraseContent::fromJson(jsonValue);
+}
+
 Phrase Phrase::fromJson(const QJsonObject &object) {
     Phrase d;
     readInteger(object, "id", d.id);
     readString(object, "parentSign", d.parentSign);
     readString(object, "sign", d.sign);
     readString(object, "label", d.label);
-    readString(object, "jsonValue", d.jsonValue);
+    QString json;
+    readString(object, "jsonValue", json);
+    d.setJsonValue(std::move(json));
     readString(object, "texts", d.texts);
     readString(object, "images", d.images);
     readInteger(object, "position", d.position);

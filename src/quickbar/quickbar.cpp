@@ -2,7 +2,6 @@
 
 #include "desktop/desktopsession.h"
 #include "desktop/x11/quickbarshortcuts.h"
-#include "model/contentformat.h"
 #include "model/logging.h"
 #include "model/settings.h"
 #include "quickbar/quickbarslot.h"
@@ -78,10 +77,8 @@ QToolButton *sideButton(QWidget *parent, const QString &tip, int width) {
 // What the slot's tooltip shows of a phrase: its text, or the picture mark when it has none.
 QString preview(const Phrase &word) {
     QString text = word.texts;
-    if (text.isEmpty()) {
-        if (const auto items = parseContent(word.jsonValue))
-            text = getStringValue(*items).value_or(QString());
-    }
+    if (text.isEmpty())
+        text = word.content.joinedText().value_or(QString());
     text = text.simplified();
     if (text.isEmpty())
         return QStringLiteral("[图]");
@@ -340,7 +337,7 @@ void QuickBar::slotTapped(int index) {
         homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, quiet);
     }
     qCInfo(lcQuickBar, "send %s", qUtf8Printable(word->jsonValue));
-    sender_.send(word->jsonValue, true);
+    sender_.send(word->content, true);
     Q_EMIT tapped(index);
 }
 

@@ -1,7 +1,5 @@
 #include "send/pastekeys.h"
 
-#include "model/settings.h"
-
 #include <QHash>
 
 namespace {
@@ -52,7 +50,7 @@ std::optional<DesktopBackend::Stroke> PasteKeys::parse(const QString &text) {
     return std::nullopt;
 }
 
-PasteKeys::Paste PasteKeys::forProgram(const std::optional<QString> &identifier) {
+PasteKeys::Paste PasteKeys::forProgram(const std::optional<QString> &identifier, const QString &configured) {
     Paste paste;
     if (!identifier || identifier->isEmpty())
         return paste;
@@ -62,7 +60,6 @@ PasteKeys::Paste PasteKeys::forProgram(const std::optional<QString> &identifier)
         paste.stroke = *terminal;
         paste.takesPictures = false;
     }
-    const QString configured = Settings().pasteKeys(*identifier);
     if (const auto stroke = parse(configured))
         paste.stroke = *stroke;
     paste.primary = paste.stroke == shiftInsert;

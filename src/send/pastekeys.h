@@ -19,8 +19,9 @@ struct Paste {
     bool takesPictures = true;
 };
 
-// For a program identifier (desktop id or WM_CLASS class); case does not matter.
-Paste forProgram(const std::optional<QString> &identifier);
+// For a program identifier (desktop id or WM_CLASS class); case does not matter. configured is the
+// stroke the settings name for it, if any.
+Paste forProgram(const std::optional<QString> &identifier, const QString &configured = {});
 // "ctrl+v", "ctrl+shift+v", "shift+insert"; absent for anything else.
 std::optional<DesktopBackend::Stroke> parse(const QString &text);
 

@@ -1,15 +1,17 @@
 #include "send/phrasesender.h"
 
-#include "model/contentformat.h"
 #include "model/logging.h"
+#include "model/phrasecontent.h"
+#include "model/settings.h"
 #include "send/sendplan.h"
 #include "send/targetwindowtracker.h"
 
 #include <QDeadlineTimer>
 #include <QThread>
 
-PhraseSender::PhraseSender(DesktopBackend &desktop, TargetWindowTracker &tracker, QObject *parent)
-    : QObject(parent), tracker_(tracker), delivery_(desktop) {}
+PhraseSender::PhraseSender(const Settings &settings, DesktopBackend &desktop, TargetWindowTracker &tracker,
+                           QObject *parent)
+    : QObject(parent), settings_(settings), tracker_(tracker), delivery_(desktop) {}
 
 PhraseSender::~PhraseSender() {
     stop();
@@ -42,12 +44,11 @@ void PhraseSender::report(const DeliveryResult &result) {
     Q_EMIT reported(message);
 }
 
-void PhraseSender::send(const QString &jsonValue, bool isEnter) {
+void PhraseSender::send(const PhraseContent &content, bool isEnter) {
     if (isRunning())
         return;
     // After content that does not parse, nothing more is sent.
-    const auto items = parseContent(jsonValue);
-    if (!items) {
+    if (!content.isValid()) {
         blocked_ = true;
         return;
     }
@@ -57,7 +58,9 @@ void PhraseSender::send(const QString &jsonValue, bool isEnter) {
         report(DeliveryResult::dropped(DeliveryResult::Reason::NoTarget));
         return;
     }
-    SendPlan plan = SendPlan::make(*items, *target, isEnter);
+    SendPlan plan =
+        SendPlan::make(content, *target, isEnter, SendPlan::pauseModeOf(settings_.sendPauseMode()),
+                       target->appId ? settings_.pasteKeys(*target->appId) : QString());
     if (plan.steps.isEmpty())
         return;
     // The previous send's thread has ended (it was no longer sending).

@@ -9,6 +9,8 @@
 #include <thread>
 
 class DesktopBackend;
+class PhraseContent;
+class Settings;
 class TargetWindowTracker;
 
 // The one entry point for sending a phrase to the target window. Lives on the GUI thread; each
@@ -16,15 +18,17 @@ class TargetWindowTracker;
 class PhraseSender : public QObject {
     Q_OBJECT
 public:
-    PhraseSender(DesktopBackend &desktop, TargetWindowTracker &tracker, QObject *parent = nullptr);
+    // The settings give the pause mode and the paste strokes, read at each send.
+    PhraseSender(const Settings &settings, DesktopBackend &desktop, TargetWindowTracker &tracker,
+                 QObject *parent = nullptr);
     // Stops a send in progress, waiting at most quitWaitMs for it.
     ~PhraseSender() override;
 
     // Drops the call while another send runs; otherwise the phrase is planned here and delivered
     // on a thread of its own, followed by Enter when isEnter. A send that cannot start typing
-    // within startWithinMs of the call is dropped. Content that does not parse leaves the sender
+    // within startWithinMs of the call is dropped. Content that did not parse leaves the sender
     // refusing every later send.
-    void send(const QString &jsonValue, bool isEnter);
+    void send(const PhraseContent &content, bool isEnter);
     // Whether a send is in progress (or blocked for good by unparsable content).
     bool isRunning() const { return blocked_ || run_->sending; }
     // Asks a send in progress to stop at its next step and waits at most waitMs for it. False when
@@ -49,6 +53,7 @@ private:
 
     void report(const DeliveryResult &result);
 
+    const Settings &settings_;
     TargetWindowTracker &tracker_;
     PhraseDelivery delivery_;
     // Set for good by content that does not parse.

@@ -1,7 +1,5 @@
 #include "send/sendplan.h"
 
-#include "model/contentformat.h"
-#include "model/settings.h"
 #include "store/appfileutil.h"
 
 const QStringList &SendPlan::specialIdentifiers() {
@@ -29,21 +27,20 @@ void SendPlan::addWait(Step::Kind adaptive, int ms) {
         addStep(adaptive, ms);
 }
 
-SendPlan::PauseMode SendPlan::configuredPauseMode() {
-    return Settings().sendPauseMode().trimmed().toLower() == QLatin1String("fixed") ? PauseMode::Fixed
-                                                                                    : PauseMode::Adaptive;
+SendPlan::PauseMode SendPlan::pauseModeOf(const QString &setting) {
+    return setting.trimmed().toLower() == QLatin1String("fixed") ? PauseMode::Fixed : PauseMode::Adaptive;
 }
 
 // Text and pictures in their order. Fixed: 80 ms after each piece whatever became of it.
 // Adaptive: the next text follows as soon as the target is done with this one, and a piece left
 // out costs nothing (no key went anywhere, so there is nothing to wait for).
-void SendPlan::addPieces(const ContentPieces &items) {
-    for (const ContentPiecePtr &item : normalizePieces(items)) {
+void SendPlan::addPieces(const PhraseContent &content) {
+    for (const PhraseContent::Piece &item : content.normalized().pieces()) {
         Piece piece;
-        if (item->type == ContentPiece::Text) {
-            piece.text = item->value;
-        } else if (item->type == ContentPiece::Image && paste.takesPictures) {
-            const auto bytes = AppFileUtil::readImage(item->value);
+        if (item.isText()) {
+            piece.text = item.value;
+        } else if (paste.takesPictures) {
+            const auto bytes = AppFileUtil::readImage(item.value);
             piece.picture = true;
             piece.bytes = bytes.value_or(QByteArray());
             if (!bytes) {
@@ -51,8 +48,7 @@ void SendPlan::addPieces(const ContentPieces &items) {
                 continue;
             }
         } else {
-            if (item->type == ContentPiece::Image)
-                ++skippedPictures;
+            ++skippedPictures;
             addWait(Step::Kind::Pause, afterPieceMs);
             continue;
         }
@@ -66,17 +62,13 @@ void SendPlan::addPieces(const ContentPieces &items) {
     }
 }
 
-SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &target, bool isEnter) {
-    return make(items, target, isEnter, configuredPauseMode());
-}
-
-SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &target, bool isEnter,
-                        PauseMode mode) {
+SendPlan SendPlan::make(const PhraseContent &content, const RunningApplication &target, bool isEnter,
+                        PauseMode mode, const QString &configuredPaste) {
     SendPlan plan;
     plan.pauseMode = mode;
     plan.target = target;
-    plan.paste = PasteKeys::forProgram(target.appId);
-    const auto text = getStringValue(items);
+    plan.paste = PasteKeys::forProgram(target.appId, configuredPaste);
+    const auto text = content.joinedText();
     if (isSpecialTarget(target.appId)) {
         // The Left and the paste reach the window through its one input queue, in order; what
         // each pause stood for is a window that has the keys, before the Left and after it.
@@ -84,8 +76,8 @@ SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &ta
         plan.addWait(Step::Kind::AwaitFocus, beforeLeftMs);
         plan.addStep(Step::Kind::Left);
         plan.addWait(Step::Kind::AwaitFocus, afterLeftMs);
-        if (distinctPictureNames(items)) {
-            plan.addPieces(items);
+        if (!content.distinctPictureNames().isEmpty()) {
+            plan.addPieces(content);
         } else if (text) {
             plan.pieces.append({false, *text, {}});
             plan.addStep(Step::Kind::Offer, 0, 0);
@@ -94,10 +86,10 @@ SendPlan SendPlan::make(const ContentPieces &items, const RunningApplication &ta
             plan.steps.clear();
             return plan;
         }
-    } else if (allPictureNames(items)) {
+    } else if (!content.allPictureNames().isEmpty()) {
         plan.addStep(Step::Kind::Activate);
         plan.addWait(Step::Kind::AwaitFocus, piecesAfterActivateMs);
-        plan.addPieces(items);
+        plan.addPieces(content);
     } else if (text) {
         plan.addStep(Step::Kind::Activate);
         plan.addWait(Step::Kind::AwaitFocus, textAfterActivateMs);

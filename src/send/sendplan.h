@@ -1,7 +1,7 @@
 #pragma once
 
 #include "desktop/runningapplication.h"
-#include "model/contentpiece.h"
+#include "model/phrasecontent.h"
 #include "send/pastekeys.h"
 
 #include <QByteArray>
@@ -49,13 +49,12 @@ public:
     PauseMode pauseMode = PauseMode::Adaptive;
 
     // An empty plan (no steps) when the phrase holds nothing to send.
-    static SendPlan make(const ContentPieces &items, const RunningApplication &target, bool isEnter,
-                         PauseMode mode);
-    // The same in the mode the settings choose.
-    static SendPlan make(const ContentPieces &items, const RunningApplication &target, bool isEnter);
+    // configuredPaste is the paste stroke the settings name for the target, if any.
+    static SendPlan make(const PhraseContent &content, const RunningApplication &target, bool isEnter,
+                         PauseMode mode, const QString &configuredPaste = {});
 
-    // "sendPauseMode=fixed" in the settings file; anything else is adaptive.
-    static PauseMode configuredPauseMode();
+    // "fixed" (the "sendPauseMode" setting) in any case and spacing; anything else is adaptive.
+    static PauseMode pauseModeOf(const QString &setting);
 
     // Identifiers of the chat program that wants a Left arrow before the paste.
     static const QStringList &specialIdentifiers();
@@ -70,7 +69,7 @@ public:
     static constexpr int afterLeftMs = 100;
 
 private:
-    void addPieces(const ContentPieces &items);
+    void addPieces(const PhraseContent &content);
     void addStep(Step::Kind kind, int ms = 0, int piece = -1);
     // A pause in fixed mode; in adaptive mode the wait it stands for (Pause: nothing at all).
     void addWait(Step::Kind adaptive, int ms);

@@ -1,6 +1,5 @@
 #include "store/phrasestore.h"
 
-#include "model/contentformat.h"
 #include "store/localstore.h"
 #include "store/storechanges.h"
 
@@ -27,9 +26,9 @@ bool PhraseStore::announce(bool ok) {
 }
 
 bool PhraseStore::create(const QString &parentSign, const QString &sign, const QString &label,
-                         const QString &jsonValue, qint64 position, const QString &username) {
+                         const PhraseContent &content, qint64 position, const QString &username) {
     return announce(store_.insertOne(insertSql, sign, [&](SQLite::Statement &insert) {
-        bindRow(insert, parentSign, sign, label, jsonValue, position);
+        bindRow(insert, parentSign, sign, label, content.toJson(), content, position);
         LocalStore::bindText(insert, 8, username);
     }));
 }
@@ -46,7 +45,7 @@ bool PhraseStore::deleteAll(const QString &username) {
 }
 
 bool PhraseStore::setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
-                           const QString &newJsonValue) {
+                           const PhraseContent &newContent) {
     return announce(store_.changesLogged(
         "修改数据List",
         "UPDATE word_list SET parentSign = (?),label = (?),jsonValue = (?),texts = (?),images = "
@@ -54,10 +53,9 @@ bool PhraseStore::setValue(const QString &newParentSign, const QString &sign, co
         [&](SQLite::Statement &s) {
             LocalStore::bindText(s, 1, newParentSign);
             LocalStore::bindText(s, 2, newLabel);
-            LocalStore::bindText(s, 3, newJsonValue);
-            const DerivedColumns derived = jsonStringToColumns(newJsonValue);
-            LocalStore::bindText(s, 4, derived.texts);
-            LocalStore::bindText(s, 5, derived.images);
+            LocalStore::bindText(s, 3, newContent.toJson());
+            LocalStore::bindText(s, 4, newContent.joinedText().value_or(QString()));
+            LocalStore::bindText(s, 5, newContent.imagesColumn());
             LocalStore::bindText(s, 6, sign);
         }));
 }
@@ -177,19 +175,19 @@ bool PhraseStore::replaceAll(const QString &username, const QList<Phrase> &rows)
     return announce(store_.replaceAllOf(
         "word_list", username, insertSql, 8, rows.size(), [&](SQLite::Statement &insert, qsizetype i) {
             const Phrase &row = rows[i];
-            bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.position);
+            bindRow(insert, row.parentSign, row.sign, row.label, row.jsonValue, row.content, row.position);
         }));
 }
 
 void PhraseStore::bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
-                          const QString &label, const QString &jsonValue, qint64 position) {
+                          const QString &label, const QString &jsonValue, const PhraseContent &content,
+                          qint64 position) {
     LocalStore::bindText(insert, 1, parentSign);
     LocalStore::bindText(insert, 2, sign);
     LocalStore::bindText(insert, 3, label);
-    const DerivedColumns derived = jsonStringToColumns(jsonValue);
     LocalStore::bindText(insert, 4, jsonValue);
-    LocalStore::bindText(insert, 5, derived.texts);
-    LocalStore::bindText(insert, 6, derived.images);
+    LocalStore::bindText(insert, 5, content.joinedText().value_or(QString()));
+    LocalStore::bindText(insert, 6, content.imagesColumn());
     insert.bind(7, int64_t(position));
 }
 
@@ -199,7 +197,7 @@ Phrase PhraseStore::fromRow(const SQLite::Statement &row) {
     d.parentSign = LocalStore::textAt(row, 1);
     d.sign = LocalStore::textAt(row, 2);
     d.label = LocalStore::textAt(row, 3);
-    d.jsonValue = LocalStore::textAt(row, 4);
+    d.setJsonValue(LocalStore::textAt(row, 4));
     d.texts = LocalStore::textAt(row, 5);
     d.images = LocalStore::textAt(row, 6);
     d.position = row.getColumn(7).getInt64();

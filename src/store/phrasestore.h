@@ -21,13 +21,14 @@ class PhraseStore : public QObject {
 public:
     explicit PhraseStore(LocalStore &store, QObject *parent = nullptr);
 
+    // The content is stored as its canonical JSON text.
     bool create(const QString &parentSign, const QString &sign, const QString &label,
-                const QString &jsonValue, qint64 position, const QString &username);
+                const PhraseContent &content, qint64 position, const QString &username);
     // `delete` is a keyword; remove is the nearest legal name.
     bool remove(const QString &sign);
     bool deleteAll(const QString &username);
     bool setValue(const QString &newParentSign, const QString &sign, const QString &newLabel,
-                  const QString &newJsonValue);
+                  const PhraseContent &newContent);
     bool setPosition(const QString &sign, qint64 newPosition);
     // Exchanges the positions of two phrases; nothing changes unless both exist.
     bool swapPositions(const QString &sign1, const QString &sign2);
@@ -46,8 +47,8 @@ public:
     QList<qint64> searchIds(const QString &keyText, const QString &username);
     qint64 getMaxPosition(const QString &parentSign);
 
-    // Deletes every phrase of the user and inserts these under that user (texts and images derived
-    // from jsonValue), in one transaction: all or nothing. Ids are assigned anew.
+    // Deletes every phrase of the user and inserts these under that user (jsonValue as it came,
+    // texts and images derived from content), in one transaction: all or nothing. Ids are assigned anew.
     bool replaceAll(const QString &username, const QList<Phrase> &rows);
 
     PhraseSearchIndex &searchIndex() { return index_; }
@@ -60,7 +61,8 @@ private:
     static Phrase fromRow(const SQLite::Statement &row);
     // Columns 1-7 of the insert statement.
     static void bindRow(SQLite::Statement &insert, const QString &parentSign, const QString &sign,
-                        const QString &label, const QString &jsonValue, qint64 position);
+                        const QString &label, const QString &jsonValue, const PhraseContent &content,
+                        qint64 position);
     QList<Phrase> query(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
     QString countOf(const char *sql, const std::function<void(SQLite::Statement &)> &bind);
     // Emits changed() when ok; returns ok.

@@ -9,40 +9,8 @@
 
 namespace {
 
-MessageBox::AnswerProvider &provider() {
-    static MessageBox::AnswerProvider p;
-    return p;
-}
-
-QList<MessageBox::Request> &record() {
-    static QList<MessageBox::Request> r;
-    return r;
-}
-
-} // namespace
-
-void MessageBox::setAnswerProvider(AnswerProvider p) {
-    provider() = std::move(p);
-}
-
-const QList<MessageBox::Request> &MessageBox::shown() {
-    return record();
-}
-
-void MessageBox::clearShown() {
-    record().clear();
-}
-
-bool MessageBox::answered(const Request &request, bool *answer) {
-    if (!provider())
-        return false;
-    record().append(request);
-    *answer = provider()(request);
-    return true;
-}
-
-QMessageBox *MessageBox::make(const QString &title, const QString &value, QWidget *window,
-                              QMessageBox::Icon style, bool twoButtons, QAbstractButton **okButton) {
+QMessageBox *make(const QString &title, const QString &value, QWidget *window, QMessageBox::Icon style,
+                  bool twoButtons, QAbstractButton **okButton) {
     // A sheet belongs to the top-level window, not to the button that asked for it.
     QWidget *parent = window ? window->window() : nullptr;
     auto *box = new QMessageBox(parent);
@@ -71,26 +39,19 @@ QMessageBox *MessageBox::make(const QString &title, const QString &value, QWidge
     return box;
 }
 
+} // namespace
+
 bool MessageBox::showIsOk(const QString &title, const QString &value, QMessageBox::Icon style) {
-    bool answer = false;
-    if (answered({title, value, style, true, false}, &answer))
-        return answer;
     QAbstractButton *ok = nullptr;
     QMessageBox *box = make(title, value, nullptr, style, true, &ok);
     box->exec();
-    answer = box->clickedButton() == ok;
+    const bool answer = box->clickedButton() == ok;
     delete box;
     return answer;
 }
 
 void MessageBox::showIsOk(const QString &title, const QString &value, QWidget *window,
                           QMessageBox::Icon style, std::function<void(bool)> callback) {
-    bool answer = false;
-    if (answered({title, value, style, true, window != nullptr}, &answer)) {
-        if (callback)
-            callback(answer);
-        return;
-    }
     QAbstractButton *ok = nullptr;
     QMessageBox *box = make(title, value, window, style, true, &ok);
     box->setAttribute(Qt::WA_DeleteOnClose);
@@ -106,12 +67,6 @@ void MessageBox::showIsOk(const QString &title, const QString &value, QWidget *w
 
 void MessageBox::show(const QString &title, const QString &value, QWidget *window, QMessageBox::Icon style,
                       std::function<void()> callback) {
-    bool answer = false;
-    if (answered({title, value, style, false, window != nullptr}, &answer)) {
-        if (callback)
-            callback();
-        return;
-    }
     QAbstractButton *ok = nullptr;
     QMessageBox *box = make(title, value, window, style, false, &ok);
     box->setAttribute(Qt::WA_DeleteOnClose);

@@ -26,7 +26,7 @@
 #include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
-#include "ui/messagebox.h"
+#include "ui/messageboxanswerer.h"
 #include "ui/sendbutton.h"
 
 #include "cloudservice.h"
@@ -82,7 +82,7 @@ public Q_SLOTS:
 int gateChild(int argc, char **argv) {
     AppController::prepareProcess();
     QApplication app(argc, argv);
-    MessageBox::setAnswerProvider([](const MessageBox::Request &r) {
+    MessageBoxAnswerer answerer([](const MessageBoxAnswerer::Request &r) {
         std::cout << "box:" << r.title.toStdString() << "|" << r.text.toStdString() << std::endl;
         return true;
     });
@@ -141,6 +141,7 @@ class TestApp : public QObject {
     Q_OBJECT
 
     CloudService cloud_;
+    WebViewModule webView_;
     std::unique_ptr<AppController> app_;
     MainWindow *window_ = nullptr;
     HomeView *home_ = nullptr;
@@ -302,8 +303,9 @@ private Q_SLOTS:
         {
             Settings settings;
             CloudClient client(settings);
-            PictureUploadDialog dialog(client, R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])",
-                                       {});
+            PictureUploadDialog dialog(
+                client, PhraseContent::fromJson(R"([{"type":2,"value":"a.png"},{"type":2,"value":"b.png"}])"),
+                {});
             dialog.show();
             QTRY_COMPARE_WITH_TIMEOUT(responder.requestsTo("/api/word/image/imageNameExist").size(), 1,
                                       20000);
@@ -334,8 +336,8 @@ private Q_SLOTS:
     }
 
     void signInRemembersWhenAsked() {
-        QList<MessageBox::Request> boxes;
-        MessageBox::setAnswerProvider([&](const MessageBox::Request &r) {
+        QList<MessageBoxAnswerer::Request> boxes;
+        MessageBoxAnswerer answerer([&](const MessageBoxAnswerer::Request &r) {
             boxes.append(r);
             return true;
         });
@@ -377,13 +379,12 @@ private Q_SLOTS:
         QVERIFY(login->usernameText->text().isEmpty());
         QVERIFY(login->passwordText->text().isEmpty());
         QVERIFY(!login->checkBox->isChecked());
-        MessageBox::setAnswerProvider({});
     }
 
     // The register link's page, shown by the web view module: an account made there can sign in.
     void registerInTheWebViewThenSignIn() {
         QString error;
-        WebPageOpener *opener = WebViewModule::opener(&error);
+        WebPageOpener *opener = webView_.opener(&error);
         QVERIFY2(opener, qPrintable(error));
         Settings settings;
         const QString registerUrl = CloudClient(settings).registerUrl();
@@ -417,7 +418,7 @@ private Q_SLOTS:
 
     // Each link opens its page in a modal window over the sign-in window.
     void linksOpenTheirPageInAModalWindow() {
-        WebPageOpener *opener = WebViewModule::opener();
+        WebPageOpener *opener = webView_.opener();
         QVERIFY(opener);
         SignInView *login = nullptr;
         auto windowApp = openLogin(&login);
@@ -467,7 +468,7 @@ private Q_SLOTS:
         QCOMPARE(WebViewModule::fileName(), QCoreApplication::applicationDirPath() + "/quillora-webview.so");
         qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
         QString error;
-        QVERIFY2(WebViewModule::opener(&error), qPrintable(error));
+        QVERIFY2(webView_.opener(&error), qPrintable(error));
         qputenv("QUILLORA_WEBVIEW_MODULE", WEBVIEW_MODULE);
     }
 
@@ -482,9 +483,9 @@ private Q_SLOTS:
         file.close();
         UrlRecorder browser;
         QDesktopServices::setUrlHandler("http", &browser, "open");
-        QList<MessageBox::Request> boxes;
+        QList<MessageBoxAnswerer::Request> boxes;
         bool answer = false;
-        MessageBox::setAnswerProvider([&](const MessageBox::Request &r) {
+        MessageBoxAnswerer answerer([&](const MessageBoxAnswerer::Request &r) {
             boxes.append(r);
             return answer;
         });
@@ -493,24 +494,23 @@ private Q_SLOTS:
         for (const QString &module : {missing, broken}) {
             qputenv("QUILLORA_WEBVIEW_MODULE", module.toUtf8());
             QString error;
-            QVERIFY(!WebViewModule::opener(&error));
+            QVERIFY(!webView_.opener(&error));
             QVERIFY2(error.contains(module), qPrintable(error));
             for (bool yes : {false, true}) {
                 boxes.clear();
                 browser.urls.clear();
                 answer = yes;
-                WebViewModule::open(page, nullptr);
-                QCOMPARE(boxes.size(), 1);
+                webView_.open(page, nullptr);
+                QTRY_COMPARE_WITH_TIMEOUT(boxes.size(), 1, 10000);
                 QVERIFY(boxes[0].twoButtons);
                 QVERIFY(boxes[0].text.contains(error));
                 QVERIFY(boxes[0].text.contains(page.toString()));
                 QCOMPARE(browser.urls, yes ? QList<QUrl>{page} : QList<QUrl>{});
             }
         }
-        MessageBox::setAnswerProvider({});
         QDesktopServices::unsetUrlHandler("http");
         qputenv("QUILLORA_WEBVIEW_MODULE", WEBVIEW_MODULE);
-        QVERIFY(WebViewModule::opener());
+        QVERIFY(webView_.opener());
     }
 
     void homeShowsTheSyncedLibrary() {
@@ -529,7 +529,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(phrases->count(), 3, 20000);
         QCOMPARE(word->labelTextView->text(), classes->dataSource[0].label + "(3)");
         QCOMPARE(phrases->phraseAt(0)->label, QString("问候"));
-        QCOMPARE(PhraseRowDelegate::previewOf(phrases->phraseAt(0)->jsonValue),
+        QCOMPARE(PhraseRowDelegate::previewOf(phrases->phraseAt(0)->content),
                  QString("您好，很高兴为您服务！请问有什么可以帮您？"));
 
         // Docked at the right edge, full height, 5 pixels from the edge, in the window manager's own
@@ -555,7 +555,7 @@ private Q_SLOTS:
         classes->setSelectIndex(1);
         QCOMPARE(word->labelTextView->text(), QString("售后服务(2)"));
         QCOMPARE(phrases->count(), 2);
-        QCOMPARE(PhraseRowDelegate::previewOf(phrases->phraseAt(1)->jsonValue),
+        QCOMPARE(PhraseRowDelegate::previewOf(phrases->phraseAt(1)->content),
                  QString("请按下图操作：\n[图]\n如有疑问请随时联系我们。"));
 
         // Appearing again docks again and starts nothing twice.
@@ -568,8 +568,9 @@ private Q_SLOTS:
         classes->setSelectIndex(0);
         QCOMPARE(phrases->count(), 3);
 
-        QCOMPARE(PhraseRowDelegate::previewOf("[{\"type\":2,\"value\":\"a.png\"}]"), QString("[图]"));
-        QCOMPARE(PhraseRowDelegate::previewOf("not json"), QString());
+        QCOMPARE(PhraseRowDelegate::previewOf(PhraseContent::fromJson("[{\"type\":2,\"value\":\"a.png\"}]")),
+                 QString("[图]"));
+        QCOMPARE(PhraseRowDelegate::previewOf(PhraseContent::fromJson("not json")), QString());
     }
 
     void contextMenusFollowTheSelection() {
@@ -805,7 +806,7 @@ private Q_SLOTS:
             applicationOf(own) && desktop.activate(*applicationOf(own)) && frontPid() == own, 10000);
         PhraseList *phrases = home_->phraseList();
         QVERIFY(phrases->count() >= 2);
-        const QString firstText = PhraseRowDelegate::previewOf(phrases->phraseAt(0)->jsonValue);
+        const QString firstText = PhraseRowDelegate::previewOf(phrases->phraseAt(0)->content);
         QWidget *rows = phrases->collectionView->viewport();
         QTest::mouseClick(rows, Qt::LeftButton, {}, rowPoint(phrases->collectionView, 0));
         QTest::mouseClick(rows, Qt::LeftButton, {}, rowPoint(phrases->collectionView, 0));
@@ -816,7 +817,7 @@ private Q_SLOTS:
 
         QTRY_VERIFY_WITH_TIMEOUT(
             applicationOf(own) && desktop.activate(*applicationOf(own)) && frontPid() == own, 10000);
-        const QString secondText = PhraseRowDelegate::previewOf(phrases->phraseAt(1)->jsonValue);
+        const QString secondText = PhraseRowDelegate::previewOf(phrases->phraseAt(1)->content);
         QTest::mouseClick(rows, Qt::LeftButton, {}, rowPoint(phrases->collectionView, 1, true));
         QTRY_VERIFY_WITH_TIMEOUT(lines().join('\n').contains("text=" + secondText), 20000);
         QTRY_VERIFY_WITH_TIMEOUT(lines().last().startsWith("enter"), 20000);

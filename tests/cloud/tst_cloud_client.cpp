@@ -520,7 +520,8 @@ private Q_SLOTS:
         QVERIFY(
             classes.create(QStringLiteral("K"), QStringLiteral("kept"), 0, QStringLiteral("offline-user")));
         QVERIFY(phrases.create(QStringLiteral("K"), QStringLiteral("W"), QStringLiteral("w"),
-                               QStringLiteral("[]"), 0, QStringLiteral("offline-user")));
+                               PhraseContent::fromJson(QStringLiteral("[]")), 0,
+                               QStringLiteral("offline-user")));
         pointAt(deadUrl());
         LibrarySync sync(client_, classes, phrases, QStringLiteral("offline-user"));
         QSignalSpy started(&sync, &LibrarySync::syncStarted);

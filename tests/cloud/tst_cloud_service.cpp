@@ -1,13 +1,13 @@
 // The cloud client against the real quillora-cloud on an ephemeral port: sign-in, version gate,
 // library operations through the controllers, full synchronisation, picture upload, heartbeat.
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
 #include "cloud/imageutil.h"
 #include "cloud/librarysync.h"
+#include "cloud/phraseoperations.h"
 #include "cloud/sessionheartbeat.h"
 #include "cloud/uploadprocedure.h"
 #include "cloud/versiongate.h"
-#include "cloud/classoperations.h"
-#include "cloud/phraseoperations.h"
 #include "model/settings.h"
 #include "store/appfileutil.h"
 #include "store/classstore.h"
@@ -227,17 +227,20 @@ private Q_SLOTS:
         PhraseStore &db = phrases_;
         const QString content = pictureContent({});
         events.clear();
-        Result<void> r = await(
-            [&](OperationCallback cb) { phraseOperations_.create(c1, QStringLiteral("你好"), content, cb); });
+        Result<void> r = await([&](OperationCallback cb) {
+            phraseOperations_.create(c1, QStringLiteral("你好"), PhraseContent::fromJson(content), cb);
+        });
         QVERIFY2(r.isOk(), qPrintable(r.error()));
         QCOMPARE(events, QStringList{QStringLiteral("list-change")});
         for (const char *label : {"再见", "稍等"})
             QVERIFY(await([&](OperationCallback cb) {
-                        phraseOperations_.create(c1, QString::fromUtf8(label), content, cb);
+                        phraseOperations_.create(c1, QString::fromUtf8(label),
+                                                 PhraseContent::fromJson(content), cb);
                     }).isOk());
         // Each class counts positions on its own.
         QVERIFY(await([&](OperationCallback cb) {
-                    phraseOperations_.create(c2, QStringLiteral("别处"), content, cb);
+                    phraseOperations_.create(c2, QStringLiteral("别处"), PhraseContent::fromJson(content),
+                                             cb);
                 }).isOk());
         const QList<Phrase> inC1 = db.getAll(c1, kUser);
         QCOMPARE(inC1.size(), 3);
@@ -247,7 +250,8 @@ private Q_SLOTS:
         // Refused: an unknown class. Nothing stored, the service's text reported.
         const QString before = db.getAllCount(kUser);
         r = await([&](OperationCallback cb) {
-            phraseOperations_.create(QStringLiteral("no-such-class"), QStringLiteral("x"), content, cb);
+            phraseOperations_.create(QStringLiteral("no-such-class"), QStringLiteral("x"),
+                                     PhraseContent::fromJson(content), cb);
         });
         QVERIFY(!r);
         QVERIFY(!r.error().isEmpty());
@@ -257,7 +261,8 @@ private Q_SLOTS:
         const Phrase first = inC1.at(0);
         const QString edited = QStringLiteral("[{\"type\":1,\"value\":\"a+b&c=d 100%\"}]");
         r = await([&](OperationCallback cb) {
-            phraseOperations_.updateValue(c2, first.sign, QStringLiteral("改"), edited, cb);
+            phraseOperations_.updateValue(c2, first.sign, QStringLiteral("改"),
+                                          PhraseContent::fromJson(edited), cb);
         });
         QVERIFY2(r.isOk(), qPrintable(r.error()));
         const Phrase moved = db.getData(first.sign).value();
@@ -285,7 +290,7 @@ private Q_SLOTS:
         QVERIFY(AppFileUtil::saveImage(one, n1));
         QVERIFY(AppFileUtil::saveImage(two, n2));
 
-        UploadProcedure up(client_, pictureContent({n1, n2}));
+        UploadProcedure up(client_, {n1, n2});
         QCOMPARE(up.filenameArr(), (QStringList{n1, n2}));
         QSignalSpy labels(&up, &UploadProcedure::labelChanged);
         QSignalSpy progress(&up, &UploadProcedure::progressChanged);
@@ -300,7 +305,7 @@ private Q_SLOTS:
         QCOMPARE(progress.last().at(0).toInt(), 100);
 
         // Known names are not sent again.
-        UploadProcedure again(client_, pictureContent({n1}));
+        UploadProcedure again(client_, {n1});
         QSignalSpy againProgress(&again, &UploadProcedure::progressChanged);
         result.reset();
         connect(&again, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
@@ -316,8 +321,7 @@ private Q_SLOTS:
         const QString wrongName = QStringLiteral("0123456789abcdef0123456789abcdef.png");
         QVERIFY(AppFileUtil::saveImage(pngBytes('d'), wrongName));
         QVERIFY(AppFileUtil::saveImage(three, n3));
-        UploadProcedure bad(
-            client_, pictureContent({wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")}));
+        UploadProcedure bad(client_, {wrongName, n3, QStringLiteral("ffffffffffffffffffffffffffffffff.png")});
         result.reset();
         connect(&bad, &UploadProcedure::finished, this, [&](const Result<void> &r) { result = r; });
         bad.start();
@@ -341,13 +345,14 @@ private Q_SLOTS:
                 c = k.sign;
         QVERIFY(!c.isEmpty());
         QVERIFY(await([&](OperationCallback cb) {
-                    phraseOperations_.create(c, QStringLiteral("图文"), pictureContent({n1, n2}), cb);
+                    phraseOperations_.create(c, QStringLiteral("图文"),
+                                             PhraseContent::fromJson(pictureContent({n1, n2})), cb);
                 }).isOk());
 
         // Locally: a stray class and phrase the service never had, and the second picture gone.
         QVERIFY(classes_.create(QStringLiteral("stray"), QStringLiteral("stray"), 99, kUser));
-        QVERIFY(phrases_.create(c, QStringLiteral("stray-p"), QStringLiteral("p"), QStringLiteral("[]"), 0,
-                                kUser));
+        QVERIFY(phrases_.create(c, QStringLiteral("stray-p"), QStringLiteral("p"),
+                                PhraseContent::fromJson(QStringLiteral("[]")), 0, kUser));
         QVERIFY(QFile::remove(LocalPath::imageDir() + QLatin1Char('/') + n2));
 
         // Two views follow one synchronisation; the stages run in order: classes, phrases, pictures.

@@ -1,4 +1,6 @@
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
+#include "cloud/phraseoperations.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
@@ -6,15 +8,13 @@
 #include "editor/emojipicker.h"
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
-#include "cloud/classoperations.h"
-#include "cloud/phraseoperations.h"
-#include "model/contentformat.h"
+#include "model/phrasecontent.h"
 #include "model/settings.h"
 #include "store/classstore.h"
 #include "store/localpath.h"
 #include "store/localstore.h"
 #include "store/phrasestore.h"
-#include "ui/messagebox.h"
+#include "ui/messageboxanswerer.h"
 
 #include "cloudservice.h"
 #include "pictures.h"
@@ -45,6 +45,7 @@ class TestEditorDialogs : public QObject {
     Settings settings_;
     CloudClient client_{settings_};
     LocalStore db_;
+    std::unique_ptr<MessageBoxAnswerer> answerer_;
     PhraseStore phrases_{db_};
     ClassStore classes_{db_};
     PhraseOperations phraseOperations_{phrases_, client_, user};
@@ -83,10 +84,11 @@ private Q_SLOTS:
         LocalPath::initDirs();
         QVERIFY(db_.open());
         client_.setUsername(user);
-        MessageBox::setAnswerProvider([](const MessageBox::Request &) { return true; });
+        answerer_ =
+            std::make_unique<MessageBoxAnswerer>([](const MessageBoxAnswerer::Request &) { return true; });
     }
 
-    void init() { MessageBox::clearShown(); }
+    void init() { answerer_->clearShown(); }
 
     void failedUploadKeepsTheDialogOpenAndCreatesNothing() {
         // Not signed in yet: the service refuses the picture.
@@ -99,16 +101,16 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
 
         clickSave(dialog);
-        QTRY_COMPARE_WITH_TIMEOUT(MessageBox::shown().size(), 1, 30000);
-        QCOMPARE(MessageBox::shown()[0].title, QStringLiteral("上传图片失败"));
-        QVERIFY(!MessageBox::shown()[0].text.isEmpty()); // the service's own reason
+        QTRY_COMPARE_WITH_TIMEOUT(answerer_->shown().size(), 1, 30000);
+        QCOMPARE(answerer_->shown()[0].title, QStringLiteral("上传图片失败"));
+        QVERIFY(!answerer_->shown()[0].text.isEmpty()); // the service's own reason
         QVERIFY(dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
         QVERIFY(dialog.saveButton->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(!dialog.uploadDialog(), 5000);
         QVERIFY(phrases_.getAll(QStringLiteral("any-class"), user).isEmpty());
         QCOMPARE(dialog.labelViewBox->text(), QStringLiteral("带图短语")); // nothing the user wrote is lost
-        QCOMPARE(dialog.textView->getValue().size(), 2);
+        QCOMPARE(dialog.textView->getValue().pieces().size(), 2);
     }
 
     void saveUploadsPicturesThenCreatesThePhrase() {
@@ -125,14 +127,14 @@ private Q_SLOTS:
         dialog.textView->insertImage(jpg);
         dialog.textView->insertImage(png);
         dialog.insertEmoji(QStringLiteral("😊"));
-        const QString json = dialog.jsonValue();
+        const QString json = dialog.content().toJson();
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
 
         clickSave(dialog);
         QTRY_VERIFY_WITH_TIMEOUT(!dialog.isVisible(), 30000);
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QVERIFY(MessageBox::shown().isEmpty());
+        QVERIFY(answerer_->shown().isEmpty());
 
         const QList<Phrase> local = phrases_.getAll(classSign, user);
         QCOMPARE(local.size(), 1);
@@ -165,7 +167,7 @@ private Q_SLOTS:
         clickSave(dialog);
         QTRY_VERIFY_WITH_TIMEOUT(dialog.saveButton->isEnabled(), 30000);
         QVERIFY(dialog.isVisible());
-        QVERIFY(MessageBox::shown().isEmpty());
+        QVERIFY(answerer_->shown().isEmpty());
         QVERIFY(phrases_.getAll(QStringLiteral("no-such-class"), user).isEmpty());
     }
 
@@ -192,7 +194,7 @@ private Q_SLOTS:
             QCOMPARE(edit.ItemButton->itemText(i), all[i].label);
         QCOMPARE(all[edit.ItemButton->currentIndex()].sign, first);
         QCOMPARE(edit.labelViewBox->text(), QStringLiteral("发货"));
-        QCOMPARE(edit.jsonValue(), phrase.jsonValue);
+        QCOMPARE(edit.content().toJson(), phrase.jsonValue);
 
         for (int i = 0; i < all.size(); ++i)
             if (all[i].sign == second)
@@ -241,7 +243,7 @@ private Q_SLOTS:
         QVERIFY(!tooLong.saveButton->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(tooLong.saveButton->isEnabled(), 20000);
         QVERIFY(tooLong.isVisible());
-        QVERIFY(MessageBox::shown().isEmpty());
+        QVERIFY(answerer_->shown().isEmpty());
     }
 
     void pictureFilesAndEmojiGoIntoTheEditor() {
@@ -260,13 +262,13 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, 20000));
         dialog.insertImageFile(notPicture);
         dialog.insertImageFile(dir.filePath(QStringLiteral("missing.jpg")));
-        QCOMPARE(MessageBox::shown().size(), 2);
-        QCOMPARE(MessageBox::shown()[0].title, QStringLiteral("图片类型不正确"));
-        QCOMPARE(MessageBox::shown()[0].text, QStringLiteral("上传图片失败"));
+        QTRY_COMPARE_WITH_TIMEOUT(answerer_->shown().size(), 2, 10000);
+        QCOMPARE(answerer_->shown()[0].title, QStringLiteral("图片类型不正确"));
+        QCOMPARE(answerer_->shown()[0].text, QStringLiteral("上传图片失败"));
         QVERIFY(dialog.textView->getValue().isEmpty());
 
         dialog.insertImageFile(realPicture);
-        QCOMPARE(dialog.jsonValue(),
+        QCOMPARE(dialog.content().toJson(),
                  QStringLiteral(R"([{"type":2,"value":"%1"}])").arg(contentName(jpg, ".jpg")));
 
         // The picker opens beside the button; a click inserts at the cursor.
@@ -279,7 +281,7 @@ private Q_SLOTS:
         QVERIFY(picker);
         QTRY_VERIFY_WITH_TIMEOUT(picker->isVisible(), 5000);
         QTest::mouseClick(picker->cells()[38], Qt::LeftButton, {}, QPoint(20, 20));
-        QCOMPARE(dialog.textView->getValue().last()->value, QStringLiteral("a♨️b"));
+        QCOMPARE(dialog.textView->getValue().pieces().last().value, QStringLiteral("a♨️b"));
     }
 
     // An emoji or a picture goes in before the selected text and leaves it there, still selected.
@@ -313,25 +315,25 @@ private Q_SLOTS:
         QCOMPARE(edit->toPlainText(), QStringLiteral("hello 😊😊world"));
 
         dialog.insertImageFile(file);
-        const ContentPieces pieces = edit->getValue();
+        const QList<PhraseContent::Piece> pieces = edit->getValue().pieces();
         QCOMPARE(pieces.size(), 3);
-        QCOMPARE(pieces[0]->value, QStringLiteral("hello 😊😊"));
-        QCOMPARE(pieces[1]->value, contentName(png));
-        QCOMPARE(pieces[2]->value, QStringLiteral("world"));
+        QCOMPARE(pieces[0].value, QStringLiteral("hello 😊😊"));
+        QCOMPARE(pieces[1].value, contentName(png));
+        QCOMPARE(pieces[2].value, QStringLiteral("world"));
         QCOMPARE(edit->textCursor().selectedText(), QStringLiteral("world"));
     }
 
     void uploadDialogTakesEachPictureOnce() {
         const QString json = QStringLiteral(R"([{"type":2,"value":"a.png"},{"type":1,"value":"x"},)"
                                             R"({"type":2,"value":"b.jpg"},{"type":2,"value":"a.png"}])");
-        PictureUploadDialog dialog(client_, json, {});
+        PictureUploadDialog dialog(client_, PhraseContent::fromJson(json), {});
         QCOMPARE(dialog.filenameArr(), (QStringList{"a.png", "b.jpg"}));
         QCOMPARE(dialog.progressbar->minimum(), 0);
         QCOMPARE(dialog.progressbar->maximum(), 100);
 
         // Nothing to upload: it reports success and closes by itself.
         std::optional<Result<void>> outcome;
-        PictureUploadDialog empty(client_, QStringLiteral(R"([{"type":1,"value":"x"}])"),
+        PictureUploadDialog empty(client_, PhraseContent::text(QStringLiteral("x")),
                                   [&](const Result<void> &r) { outcome = r; });
         empty.show();
         QTRY_VERIFY_WITH_TIMEOUT(outcome.has_value(), 10000);

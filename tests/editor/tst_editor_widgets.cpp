@@ -2,6 +2,7 @@
 #include "editor/emojipicker.h"
 #include "ui/hoverview.h"
 #include "ui/messagebox.h"
+#include "ui/messageboxanswerer.h"
 
 #include "xvfbsession.h"
 
@@ -37,17 +38,11 @@ private:
     }
 
 private Q_SLOTS:
-    void cleanup() {
-        MessageBox::setAnswerProvider({});
-        MessageBox::clearShown();
-    }
-
     void modalBoxAnswersWithTheButtonPressed() {
         pressWhenShown(QStringLiteral("取消"));
         QVERIFY(!MessageBox::showIsOk(QStringLiteral("删除分类"), QStringLiteral("确定删除？")));
         pressWhenShown(QStringLiteral("确认"));
         QVERIFY(MessageBox::showIsOk(QStringLiteral("删除分类"), QStringLiteral("确定删除？")));
-        QVERIFY(MessageBox::shown().isEmpty()); // nothing recorded without a provider
     }
 
     void sheetBoxesCallBackOnceClosed() {
@@ -75,22 +70,25 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(closed, 10000);
     }
 
-    void providerAnswersWithoutShowingAndRecords() {
-        MessageBox::setAnswerProvider(
-            [](const MessageBox::Request &r) { return r.title == QLatin1String("yes"); });
+    // Unattended runs answer every box and say what it asked.
+    void answererAnswersAndRecords() {
+        MessageBoxAnswerer answerer(
+            [](const MessageBoxAnswerer::Request &r) { return r.title == QLatin1String("yes"); });
         QVERIFY(MessageBox::showIsOk(QStringLiteral("yes"), QStringLiteral("a")));
-        bool got = true;
+        std::optional<bool> got;
         QWidget window;
+        window.show();
         MessageBox::showIsOk(QStringLiteral("no"), QStringLiteral("b"), &window, QMessageBox::Critical,
                              [&](bool ok) { got = ok; });
-        QVERIFY(!got);
+        QTRY_VERIFY_WITH_TIMEOUT(got.has_value(), 10000);
+        QVERIFY(!*got);
         bool called = false;
         MessageBox::show(QStringLiteral("图片类型不正确"), QStringLiteral("上传图片失败"), nullptr,
                          QMessageBox::Warning, [&] { called = true; });
-        QVERIFY(called);
-        QCOMPARE(QApplication::activeModalWidget(), nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT(called, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeModalWidget(), nullptr, 10000);
 
-        const auto &shown = MessageBox::shown();
+        const auto &shown = answerer.shown();
         QCOMPARE(shown.size(), 3);
         QCOMPARE(shown[1].style, QMessageBox::Critical);
         QVERIFY(shown[1].windowModal && shown[1].twoButtons);

@@ -1,6 +1,6 @@
 #include "cloud/imageutil.h"
 #include "editor/phraseeditor.h"
-#include "model/contentformat.h"
+#include "model/phrasecontent.h"
 #include "store/localpath.h"
 
 #include "pictures.h"
@@ -20,6 +20,8 @@
 #include <QtTest>
 
 namespace {
+
+using Kind = PhraseContent::Piece::Kind;
 
 QList<QTextImageFormat> imagesOf(const QTextEdit &edit) {
     QList<QTextImageFormat> images;
@@ -55,7 +57,7 @@ private Q_SLOTS:
         writer.insertString(QStringLiteral("\n第二行\n"));
         writer.insertImage(blue);
         writer.insertImage(red);
-        const QString json = toJsonValue(writer.getValue());
+        const QString json = writer.getValue().toJson();
 
         const QString redName = contentName(red);
         const QString blueName =
@@ -68,9 +70,9 @@ private Q_SLOTS:
         // A second editor loads it back from the stored files, also when something is already there.
         PhraseEditor reader;
         reader.insertString(QStringLiteral("前"));
-        reader.setJsonValue(json);
-        QCOMPARE(toJsonValue(reader.getValue()), json.left(1) + R"({"type":1,"value":"前您好，请稍等 "},)" +
-                                                     json.mid(json.indexOf(QStringLiteral("{\"type\":2"))));
+        reader.setContent(PhraseContent::fromJson(json));
+        QCOMPARE(reader.getValue().toJson(), json.left(1) + R"({"type":1,"value":"前您好，请稍等 "},)" +
+                                                 json.mid(json.indexOf(QStringLiteral("{\"type\":2"))));
         QCOMPARE(imagesOf(reader).size(), 3);
     }
 
@@ -79,15 +81,15 @@ private Q_SLOTS:
         edit.insertImage(picture(10, 10, Qt::green));
         edit.insertString(QStringLiteral("  \t "));
         edit.insertImage(picture(10, 10, Qt::yellow));
-        const ContentPieces pieces = edit.getValue();
+        const QList<PhraseContent::Piece> pieces = edit.getValue().pieces();
         QCOMPARE(pieces.size(), 2);
-        QCOMPARE(pieces[0]->type, ContentPiece::Image);
-        QCOMPARE(pieces[1]->type, ContentPiece::Image);
+        QCOMPARE(pieces[0].kind, PhraseContent::Piece::Kind::Picture);
+        QCOMPARE(pieces[1].kind, PhraseContent::Piece::Kind::Picture);
 
         // A line break is content, not a blank.
         edit.insertString(QStringLiteral(" \n"));
-        QCOMPARE(edit.getValue().size(), 3);
-        QCOMPARE(edit.getValue()[2]->value, QStringLiteral(" \n"));
+        QCOMPARE(edit.getValue().pieces().size(), 3);
+        QCOMPARE(edit.getValue().pieces()[2].value, QStringLiteral(" \n"));
     }
 
     void samePictureIsStoredOnceAndShownEachTime() {
@@ -107,8 +109,8 @@ private Q_SLOTS:
             names.insert(f.name());
         }
         QVERIFY(names.size() > 1); // three equal draws of 1..9999 would be a one-in-10^8 event
-        for (const ContentPiecePtr &piece : edit.getValue())
-            QCOMPARE(piece->value, contentName(png));
+        for (const PhraseContent::Piece &piece : edit.getValue().pieces())
+            QCOMPARE(piece.value, contentName(png));
     }
 
     void widePicturesAreScaledToTwoHundred() {
@@ -136,10 +138,11 @@ private Q_SLOTS:
         QVERIFY(imagesOf(edit).isEmpty());
         QVERIFY(storedFiles().isEmpty());
 
-        edit.setJsonValue(QStringLiteral(R"([{"type":1,"value":"a"},{"type":2,"value":"gone.png"},)"
-                                         R"({"type":1,"value":"b"}])"));
-        QCOMPARE(toJsonValue(edit.getValue()), QStringLiteral(R"([{"type":1,"value":"ab"}])"));
-        edit.setJsonValue(QStringLiteral("not json"));
+        edit.setContent(
+            PhraseContent::fromJson(QStringLiteral(R"([{"type":1,"value":"a"},{"type":2,"value":"gone.png"},)"
+                                                   R"({"type":1,"value":"b"}])")));
+        QCOMPARE(edit.getValue().toJson(), QStringLiteral(R"([{"type":1,"value":"ab"}])"));
+        edit.setContent(PhraseContent::fromJson(QStringLiteral("not json")));
         QCOMPARE(edit.toPlainText(), QStringLiteral("ab"));
     }
 
@@ -152,11 +155,11 @@ private Q_SLOTS:
         c.setPosition(1);
         c.setPosition(5, QTextCursor::KeepAnchor); // "bc", the picture, "d"
         edit.setTextCursor(c);
-        const ContentPieces pieces = edit.getSelectValue();
+        const QList<PhraseContent::Piece> pieces = edit.getSelectValue().pieces();
         QCOMPARE(pieces.size(), 3);
-        QCOMPARE(pieces[0]->value, QStringLiteral("bc"));
-        QCOMPARE(pieces[1]->type, ContentPiece::Image);
-        QCOMPARE(pieces[2]->value, QStringLiteral("d"));
+        QCOMPARE(pieces[0].value, QStringLiteral("bc"));
+        QCOMPARE(pieces[1].kind, PhraseContent::Piece::Kind::Picture);
+        QCOMPARE(pieces[2].value, QStringLiteral("d"));
     }
 
     void copyAndPasteBetweenEditorsKeepsPictures() {
@@ -172,7 +175,7 @@ private Q_SLOTS:
 
         const QMimeData *mime = QApplication::clipboard()->mimeData();
         QVERIFY(mime);
-        QCOMPARE(QString::fromUtf8(mime->data(PhraseEditor::pasteTypeName)), toJsonValue(source.getValue()));
+        QCOMPARE(QString::fromUtf8(mime->data(PhraseEditor::pasteTypeName)), source.getValue().toJson());
         QCOMPARE(mime->text(), QStringLiteral("第一句话第二句"));
         QCOMPARE(mime->data(QStringLiteral("image/png")), red); // the first picture only
 
@@ -182,18 +185,19 @@ private Q_SLOTS:
         c.setPosition(1);
         target.setTextCursor(c);
         target.paste();
-        QCOMPARE(
-            toJsonValue(target.getValue()),
-            toJsonValue(ContentPieces{makeContentPiece(1, "[第一句 话"),
-                                      makeContentPiece(2, contentName(red)), makeContentPiece(1, "\n第二句"),
-                                      makeContentPiece(2, contentName(blue)), makeContentPiece(1, "]")}));
+        QCOMPARE(target.getValue().toJson(), PhraseContent({{Kind::Text, "[第一句 话"},
+                                                            {Kind::Picture, contentName(red)},
+                                                            {Kind::Text, "\n第二句"},
+                                                            {Kind::Picture, contentName(blue)},
+                                                            {Kind::Text, "]"}})
+                                                 .toJson());
         QCOMPARE(imagesOf(target).size(), 2);
         QCOMPARE(imagesOf(target)[0].width(), 200.0);
 
         // Pasting over a selection replaces it.
         target.selectAll();
         target.paste();
-        QCOMPARE(toJsonValue(target.getValue()), toJsonValue(source.getValue()));
+        QCOMPARE(target.getValue().toJson(), source.getValue().toJson());
 
         // Copying with nothing selected leaves the clipboard alone.
         QApplication::clipboard()->setText(QStringLiteral("kept"));
@@ -212,9 +216,9 @@ private Q_SLOTS:
 
         PhraseEditor edit;
         edit.paste();
-        const ContentPieces pieces = edit.getValue();
+        const QList<PhraseContent::Piece> pieces = edit.getValue().pieces();
         QCOMPARE(pieces.size(), 1);
-        QCOMPARE(pieces[0]->value, contentName(png));
+        QCOMPARE(pieces[0].value, contentName(png));
         QCOMPARE(storedFiles(), QStringList{contentName(png)});
         QFile stored(LocalPath::imageDir() + "/" + contentName(png));
         QVERIFY(stored.open(QIODevice::ReadOnly));
@@ -227,8 +231,8 @@ private Q_SLOTS:
         odd->setText(QStringLiteral("纯文本"));
         QApplication::clipboard()->setMimeData(odd);
         edit.paste();
-        QCOMPARE(edit.getValue().size(), 2);
-        QCOMPARE(edit.getValue()[1]->value, QStringLiteral("纯文本"));
+        QCOMPARE(edit.getValue().pieces().size(), 2);
+        QCOMPARE(edit.getValue().pieces()[1].value, QStringLiteral("纯文本"));
         QCOMPARE(imagesOf(edit).size(), 1);
     }
 
@@ -256,9 +260,9 @@ private Q_SLOTS:
             QApplication::clipboard()->setMimeData(mime);
             PhraseEditor edit;
             edit.paste();
-            const ContentPieces pieces = edit.getValue();
+            const QList<PhraseContent::Piece> pieces = edit.getValue().pieces();
             QCOMPARE(pieces.size(), 1);
-            QCOMPARE(pieces[0]->value, contentName(*png));
+            QCOMPARE(pieces[0].value, contentName(*png));
             QVERIFY(storedFiles().contains(contentName(*png)));
         }
         QVERIFY(!ImageUtil::storable(QByteArray("MM\0* not a picture", 20)));
@@ -270,9 +274,9 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(&edit, 20000));
         edit.insertImage(picture(10, 10, Qt::red));
         QTest::keyClicks(&edit, QStringLiteral("ok"));
-        const ContentPieces pieces = edit.getValue();
+        const QList<PhraseContent::Piece> pieces = edit.getValue().pieces();
         QCOMPARE(pieces.size(), 2);
-        QCOMPARE(pieces[1]->value, QStringLiteral("ok"));
+        QCOMPARE(pieces[1].value, QStringLiteral("ok"));
     }
 };
 

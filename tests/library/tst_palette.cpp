@@ -34,7 +34,7 @@ Phrase phrase(const QString &sign, const QString &label, const QString &text, in
     p.sign = sign;
     p.parentSign = QStringLiteral("class-%1").arg(position % 3);
     p.label = label;
-    p.jsonValue = PhraseJson::phrase({PhraseJson::text(text)});
+    p.setJsonValue(PhraseJson::phrase({PhraseJson::text(text)}));
     p.position = position;
     return p;
 }

@@ -1,8 +1,8 @@
 #include "testenv.h"
 
-#include "model/contentformat.h"
 #include "model/phrase.h"
 #include "model/phraseclass.h"
+#include "model/phrasecontent.h"
 #include "model/phraselistreply.h"
 
 #include <QCoreApplication>
@@ -13,18 +13,20 @@
 
 namespace {
 
-ContentPiecePtr t(const QString &v) {
-    return makeContentPiece(ContentPiece::Text, v);
+using Kind = PhraseContent::Piece::Kind;
+
+PhraseContent::Piece t(const QString &v) {
+    return {Kind::Text, v};
 }
-ContentPiecePtr img(const QString &v) {
-    return makeContentPiece(ContentPiece::Image, v);
+PhraseContent::Piece img(const QString &v) {
+    return {Kind::Picture, v};
 }
 
-// "1:ab 2:x.png" - a readable picture of an item array for comparisons.
-QString describe(const ContentPieces &items) {
+// "1:ab 2:x.png" - a readable picture of the pieces for comparisons.
+QString describe(const PhraseContent &content) {
     QStringList parts;
-    for (const ContentPiecePtr &i : items)
-        parts << QStringLiteral("%1:%2").arg(i->type).arg(i->value);
+    for (const PhraseContent::Piece &piece : content.pieces())
+        parts << QStringLiteral("%1:%2").arg(piece.isText() ? 1 : 2).arg(piece.value);
     return parts.join(QLatin1Char(' '));
 }
 
@@ -42,99 +44,71 @@ class TestModel : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void linktextMergesTextsAndKeepsPictureObjects() {
-        const ContentPiecePtr picture = img(QStringLiteral("x.png"));
-        const ContentPieces items{t(QStringLiteral("a")),
-                                  t(QString()),
-                                  t(QStringLiteral("b")),
-                                  picture,
-                                  makeContentPiece(7, QStringLiteral("odd")),
-                                  nullptr,
-                                  t(QStringLiteral("c"))};
-        const ContentPieces linked = normalizePieces(items);
-        QCOMPARE(describe(linked), QStringLiteral("1:ab 2:x.png 1:c"));
-        QCOMPARE(linked.at(1).get(), picture.get()); // the same object, not a copy
-        QVERIFY(normalizePieces({t(QString())}).isEmpty());
-        QCOMPARE(describe(normalizePieces({img(QStringLiteral("a.png")), img(QStringLiteral("a.png"))})),
-                 QStringLiteral("2:a.png 2:a.png"));
+    void normalisingMergesTexts() {
+        const PhraseContent content({t(QStringLiteral("a")), t(QString()), t(QStringLiteral("b")),
+                                     img(QStringLiteral("x.png")), t(QStringLiteral("c"))});
+        QCOMPARE(describe(content.normalized()), QStringLiteral("1:ab 2:x.png 1:c"));
+        QVERIFY(PhraseContent({t(QString())}).normalized().isEmpty());
+        QCOMPARE(
+            describe(
+                PhraseContent({img(QStringLiteral("a.png")), img(QStringLiteral("a.png"))}).normalized()),
+            QStringLiteral("2:a.png 2:a.png"));
     }
 
-    void jsonValueIsCanonical() {
-        QCOMPARE(toJsonValue({t(QStringLiteral("10/20/30"))}), js("[{'type':1,'value':'30'}]"));
-        QCOMPARE(toJsonValue({img(QStringLiteral("/tmp/dir/x.png"))}), js("[{'type':2,'value':'x.png'}]"));
-        QCOMPARE(toJsonValue({}), QStringLiteral("[]"));
-        QCOMPARE(toJsonValue({t(QStringLiteral("line\n\"q\"")), t(QStringLiteral(" 好")),
-                              img(QStringLiteral("p.png"))}),
+    void jsonIsCanonicalAndRoundTrips() {
+        QCOMPARE(PhraseContent({t(QStringLiteral("10/20/30"))}).toJson(), js("[{'type':1,'value':'30'}]"));
+        QCOMPARE(PhraseContent({img(QStringLiteral("/tmp/dir/x.png"))}).toJson(),
+                 js("[{'type':2,'value':'x.png'}]"));
+        QCOMPARE(PhraseContent().toJson(), QStringLiteral("[]"));
+        QCOMPARE(PhraseContent({t(QStringLiteral("line\n\"q\"")), t(QStringLiteral(" 好")),
+                                img(QStringLiteral("p.png"))})
+                     .toJson(),
                  QString::fromUtf8(
                      "[{\"type\":1,\"value\":\"line\\n\\\"q\\\" 好\"},{\"type\":2,\"value\":\"p.png\"}]"));
 
-        // parse -> write -> parse gives the same canonical items
         const QString json =
-            toJsonValue({t(QStringLiteral("a")), img(QStringLiteral("d/x.png")), t(QStringLiteral("😀"))});
-        const std::optional<ContentPieces> parsed = parseContent(json);
-        QVERIFY(parsed);
-        QCOMPARE(describe(*parsed), QStringLiteral("1:a 2:x.png 1:😀"));
-        QCOMPARE(toJsonValue(*parsed), json);
+            PhraseContent({t(QStringLiteral("a")), img(QStringLiteral("d/x.png")), t(QStringLiteral("😀"))})
+                .toJson();
+        const PhraseContent parsed = PhraseContent::fromJson(json);
+        QVERIFY(parsed.isValid());
+        QCOMPARE(describe(parsed), QStringLiteral("1:a 2:x.png 1:😀"));
+        QCOMPARE(parsed.toJson(), json);
+        // A phrase keeps the text it was stored with, whatever its spelling.
+        const QString spaced = js("[ {'value':'v', 'type':1} ]");
+        Phrase phrase;
+        phrase.setJsonValue(spaced);
+        QCOMPARE(phrase.jsonValue, spaced);
+        QCOMPARE(describe(phrase.content), QStringLiteral("1:v"));
     }
 
     void parsingIsLenient() {
-        const std::optional<ContentPieces> items =
-            parseContent(js(" [ {'value':'v','type':2}, 5, 's', {'type':1}, {'value':'only'}, {} ] "));
-        QVERIFY(items);
-        QCOMPARE(describe(*items), QStringLiteral("2:v 1: 0:only 0:"));
-        QVERIFY(parseContent(QStringLiteral("[]"))->isEmpty());
-        QVERIFY(!parseContent(QStringLiteral("{\"type\":1}")));
-        QVERIFY(!parseContent(QStringLiteral("[{\"type\":1,")));
-        QVERIFY(!parseContent(QString()));
-        QVERIFY(!parseContent(QStringLiteral("plain text")));
-    }
-
-    void textsAndPictureNames() {
-        QVERIFY(!getStringValue({img(QStringLiteral("a.png")), t(QString())}));
-        QCOMPARE(*getStringValue({t(QStringLiteral("a")), img(QStringLiteral("x")), t(QStringLiteral("b"))}),
-                 QStringLiteral("ab"));
-
-        // the repeat test of distinctPictureNames looks for the name inside the earlier names
-        const ContentPieces pictures{img(QStringLiteral("ab.png")), img(QStringLiteral("b.png")),
-                                     img(QString()), img(QStringLiteral("c.png")),
-                                     img(QStringLiteral("ab.png"))};
-        QCOMPARE(*distinctPictureNames(pictures), QStringList({"ab.png", "c.png"}));
-        QCOMPARE(*allPictureNames(pictures), QStringList({"ab.png", "b.png", "c.png", "ab.png"}));
-        QVERIFY(!distinctPictureNames({t(QStringLiteral("a.png")), img(QString())}));
-        QVERIFY(!allPictureNames({t(QStringLiteral("a.png")), img(QString())}));
-    }
-
-    void derivedColumns() {
-        QCOMPARE(jsonStringToString(QStringLiteral("not json")), QString());
-        QCOMPARE(jsonStringToString(QStringLiteral("[]")), QString());
-        QCOMPARE(jsonStringToString(js("[{'type':1,'value':'您好'},{'type':2,'value':'a.png'},"
-                                       "{'type':1,'value':' world'}]")),
-                 QStringLiteral("您好 world"));
-        QCOMPARE(jsonStringToImageString(QStringLiteral("not json")), QString());
-        QCOMPARE(jsonStringToImageString(js("[{'type':1,'value':'t'}]")), QString());
-        QCOMPARE(jsonStringToImageString(
-                     js("[{'type':2,'value':'a.png'},{'type':2,'value':'a.png'},{'type':2,'value':''}]")),
-                 QStringLiteral("a.png|"));
-        QCOMPARE(jsonStringToImageString(js(
-                     "[{'type':2,'value':'ab.png'},{'type':2,'value':'b.png'},{'type':2,'value':'c.jpg'}]")),
-                 QStringLiteral("ab.png|c.jpg|"));
-    }
-
-    void columnsFromOneParse() {
-        for (const char *json : {"not json", "[]",
-                                 "[{'type':1,'value':'a'},{'type':2,'value':'ab.png'},"
-                                 "{'type':2,'value':'b.png'},{'type':1,'value':'c'}]"}) {
-            const DerivedColumns columns = jsonStringToColumns(js(json));
-            QCOMPARE(columns.texts, jsonStringToString(js(json)));
-            QCOMPARE(columns.images, jsonStringToImageString(js(json)));
+        const PhraseContent content = PhraseContent::fromJson(
+            js(" [ {'value':'v','type':2}, 5, 's', {'type':1}, {'value':'only'}, {'type':7} ] "));
+        QVERIFY(content.isValid());
+        QCOMPARE(describe(content), QStringLiteral("2:v 1:"));
+        QVERIFY(PhraseContent::fromJson(QStringLiteral("[]")).isValid());
+        for (const char *bad : {"{\"type\":1}", "[{\"type\":1,", "", "plain text"}) {
+            QVERIFY(!PhraseContent::fromJson(QString::fromUtf8(bad)).isValid());
+            QVERIFY(PhraseContent::fromJson(QString::fromUtf8(bad)).isEmpty());
         }
-        QCOMPARE(jsonStringToColumns(js("[{'type':2,'value':'x.png'},{'type':1,'value':'t'}]")).images,
-                 QStringLiteral("x.png|"));
     }
 
-    void whitespaceIsRemovedForTheOneLineView() {
-        QCOMPARE(removeWhitespace(QStringLiteral("a \n\r \r\nb")), QStringLiteral("ab"));
-        QCOMPARE(removeWhitespace(QStringLiteral("a\tb")), QStringLiteral("a\tb"));
+    void textsPictureNamesAndColumns() {
+        QVERIFY(!PhraseContent({img(QStringLiteral("a.png")), t(QString())}).joinedText());
+        const PhraseContent mixed(
+            {t(QStringLiteral("您好 \n")), img(QStringLiteral("x")), t(QStringLiteral("\r wo\trld"))});
+        QCOMPARE(*mixed.joinedText(), QStringLiteral("您好 \n\r wo\trld"));
+        QCOMPARE(mixed.compactText(), QStringLiteral("您好wo\trld"));
+
+        // The repeat test of distinct names looks for the name inside the earlier names.
+        const PhraseContent pictures({img(QStringLiteral("ab.png")), img(QStringLiteral("b.png")),
+                                      img(QString()), img(QStringLiteral("c.png")),
+                                      img(QStringLiteral("ab.png"))});
+        QCOMPARE(pictures.distinctPictureNames(), QStringList({"ab.png", "c.png"}));
+        QCOMPARE(pictures.allPictureNames(), QStringList({"ab.png", "b.png", "c.png", "ab.png"}));
+        QCOMPARE(pictures.imagesColumn(), QStringLiteral("ab.png|c.png|"));
+        QVERIFY(PhraseContent({t(QStringLiteral("a.png")), img(QString())}).distinctPictureNames().isEmpty());
+        QVERIFY(PhraseContent({t(QStringLiteral("a.png")), img(QString())}).allPictureNames().isEmpty());
     }
 
     void phraseFromJson() {

@@ -37,7 +37,7 @@ Phrase phrase(const QString &sign, const QString &text, int position) {
     word.texts = text;
     word.position = position;
     const QJsonObject piece{{QStringLiteral("type"), 1}, {QStringLiteral("value"), text}};
-    word.jsonValue = QString::fromUtf8(QJsonDocument(QJsonArray{piece}).toJson(QJsonDocument::Compact));
+    word.setJsonValue(QString::fromUtf8(QJsonDocument(QJsonArray{piece}).toJson(QJsonDocument::Compact)));
     return word;
 }
 

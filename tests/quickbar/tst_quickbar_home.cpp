@@ -5,7 +5,7 @@
 #include "cloud/librarysync.h"
 #include "library/homeview.h"
 #include "library/phraselist.h"
-#include "model/contentformat.h"
+#include "model/phrasecontent.h"
 #include "quickbar/quickbar.h"
 #include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
@@ -120,7 +120,7 @@ private Q_SLOTS:
             if (phrases[i].images.isEmpty())
                 row = i;
         QVERIFY(row >= 0);
-        QString expected = getStringValue(*parseContent(phrases[row].jsonValue)).value();
+        QString expected = phrases[row].content.joinedText().value();
         expected.replace(QLatin1Char('\\'), QLatin1String("\\\\"))
             .replace(QLatin1Char('\n'), QLatin1String("\\n"));
 

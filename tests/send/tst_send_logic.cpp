@@ -1,5 +1,5 @@
 #include "desktop/x11/x11backend.h"
-#include "model/contentformat.h"
+#include "model/phrasecontent.h"
 #include "model/settings.h"
 #include "recordingbackend.h"
 #include "send/clipboardutil.h"
@@ -67,7 +67,7 @@ private:
     void waitUntilSent() { QVERIFY(send_->settle()); }
 
     QStringList send(const QString &json, bool isEnter) {
-        send_->sender().send(json, isEnter);
+        send_->sender().send(PhraseContent::fromJson(json), isEnter);
         waitUntilSent();
         return desk_->journal();
     }
@@ -211,7 +211,7 @@ private Q_SLOTS:
     void pauseModeShapesThePlan() {
         using Kind = SendPlan::Step::Kind;
         using Mode = SendPlan::PauseMode;
-        const auto text = *parseContent(phrase({{1, QStringLiteral("hi")}}));
+        const auto text = PhraseContent::fromJson(phrase({{1, QStringLiteral("hi")}}));
         const RunningApplication chat = RecordingBackend::app(chatPid, QStringLiteral("Chat"));
         const auto kinds = [](const SendPlan &plan) {
             QList<Kind> out;
@@ -230,11 +230,7 @@ private Q_SLOTS:
                                           {QStringLiteral("adaptive"), Mode::Adaptive},
                                           {QStringLiteral("fixe"), Mode::Adaptive},
                                           {QString(), Mode::Adaptive}}) {
-            Settings().setSendPauseMode(value);
-            QCOMPARE(SendPlan::configuredPauseMode(), mode);
-            QCOMPARE(SendPlan::make(text, chat, true).pauseMode, mode);
-            QCOMPARE(SendPlan::make(text, chat, true).steps[1].kind,
-                     mode == Mode::Fixed ? Kind::Pause : Kind::AwaitFocus);
+            QCOMPARE(SendPlan::pauseModeOf(value), mode);
         }
     }
 
@@ -333,17 +329,13 @@ private Q_SLOTS:
         const auto xterm = PasteKeys::forProgram(QStringLiteral("XTerm"));
         QCOMPARE(xterm.stroke, (DesktopBackend::Stroke{Key::Insert, false, true}));
         QVERIFY(xterm.primary);
-        Settings().setPasteKeys(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V"));
-        Settings().setPasteKeys(QStringLiteral("Chat"), QStringLiteral("shift+insert"));
-        Settings().setPasteKeys(QStringLiteral("kitty"), QStringLiteral("alt+v"));
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm")).stroke,
+        // A configured stroke wins; one not understood leaves the default.
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V")).stroke,
                  (DesktopBackend::Stroke{Key::V, true, true}));
-        QVERIFY(!PasteKeys::forProgram(QStringLiteral("XTerm")).primary);
-        QVERIFY(PasteKeys::forProgram(QStringLiteral("Chat")).primary);
-        QCOMPARE(PasteKeys::forProgram(QStringLiteral("kitty")).stroke,
+        QVERIFY(!PasteKeys::forProgram(QStringLiteral("XTerm"), QStringLiteral("Ctrl+Shift+V")).primary);
+        QVERIFY(PasteKeys::forProgram(QStringLiteral("Chat"), QStringLiteral("shift+insert")).primary);
+        QCOMPARE(PasteKeys::forProgram(QStringLiteral("kitty"), QStringLiteral("alt+v")).stroke,
                  (DesktopBackend::Stroke{Key::V, true, true}));
-        for (const char *program : {"XTerm", "Chat", "kitty"})
-            Settings().setPasteKeys(QString::fromLatin1(program), QString());
     }
 
     // The first paste into a window waits out a long silence; from what the window did then, a
@@ -388,9 +380,9 @@ private Q_SLOTS:
     // All or nothing: a step that fails drops the rest of the send, its Enter above all.
     void focusTakenByAnotherProgramDropsTheRest() {
         target(chatPid);
-        send_->sender().send(phrase({{1, QStringLiteral("before")},
-                                     {2, QStringLiteral("pic.png")},
-                                     {1, QStringLiteral("after")}}),
+        send_->sender().send(PhraseContent::fromJson(phrase({{1, QStringLiteral("before")},
+                                                             {2, QStringLiteral("pic.png")},
+                                                             {1, QStringLiteral("after")}})),
                              true);
         QTRY_VERIFY_WITH_TIMEOUT(desk_->journal().contains(QStringLiteral("paste before -> 4242")), 10000);
         desk_->activePid = otherPid;
@@ -444,7 +436,7 @@ private Q_SLOTS:
     // delivered late into whatever is in front by then.
     void busyProgramDropsTheSendInsteadOfSendingLate() {
         target(chatPid);
-        send_->sender().send(phrase({{1, QStringLiteral("late")}}), true);
+        send_->sender().send(PhraseContent::fromJson(phrase({{1, QStringLiteral("late")}})), true);
         QThread::msleep(PhraseSender::startWithinMs + 500);
         waitUntilSent();
         const QStringList got = desk_->journal();

@@ -82,7 +82,7 @@ int child(int argc, char **argv, bool stuck) {
             if (!send.sender().isRunning()) {
                 if (send.tracker().lastTarget()) {
                     desk->activePid = own;
-                    send.sender().send(longPhrase(), true);
+                    send.sender().send(PhraseContent::fromJson(longPhrase()), true);
                 }
                 return;
             }

@@ -305,9 +305,11 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         const qsizetype before = t.lines().size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("first"))}), false);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("first"))})), false);
         QVERIFY(send_->sender().isRunning());
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("dropped"))}), true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("dropped"))})), true);
         QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
         QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 1, 10000);
         QTest::qWait(500);
@@ -390,7 +392,7 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         for (int round = 0; round < 2; ++round) {
             const qsizetype before = t.lines().size();
-            send_->sender().send(textPictureText(), true);
+            send_->sender().send(PhraseContent::fromJson(textPictureText()), true);
             QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
             QTRY_COMPARE_WITH_TIMEOUT(t.lines().size(), before + 4, 10000);
             verifyTextPictureTextEnter(t.lines().mid(before));
@@ -408,7 +410,7 @@ private Q_SLOTS:
         QVERIFY(reader.process->waitForStarted());
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size();
-        send_->sender().send(textPictureText(), true);
+        send_->sender().send(PhraseContent::fromJson(textPictureText()), true);
         QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
         ::kill(t.pid, SIGSTOP);
         QTest::qWait(1500);
@@ -454,7 +456,7 @@ private Q_SLOTS:
         makeWindowTargetThenFocusOwn(QStringLiteral("Customer"));
         QTRY_VERIFY_WITH_TIMEOUT(windowTitled(QStringLiteral("Customer 2")).has_value(), 10000);
         const RunningApplication other = *windowTitled(QStringLiteral("Customer 2"));
-        send_->sender().send(textPictureText(), true);
+        send_->sender().send(PhraseContent::fromJson(textPictureText()), true);
         QTRY_VERIFY_WITH_TIMEOUT(!t.lines().isEmpty(), 10000);
         QVERIFY(send_->activate(other));
         QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
@@ -477,7 +479,7 @@ private Q_SLOTS:
     void ownWindowInTheWayStepsAside() {
         Target &t = startTarget({QStringLiteral("--title"), QStringLiteral("Interrupted")});
         makeTargetThenFocusOwn(t);
-        send_->sender().send(textPictureText(), true);
+        send_->sender().send(PhraseContent::fromJson(textPictureText()), true);
         QVERIFY(EventLoopWait::until([&t] { return !t.lines().isEmpty(); }, 10000));
         QVERIFY(send_->activate(*applicationOf(ownPid())));
         QVERIFY(EventLoopWait::until([this] { return !send_->sender().isRunning(); }, 20000));
@@ -527,7 +529,8 @@ private Q_SLOTS:
         for (int round = 0; round < 6; ++round) {
             makeTargetThenFocusOwn(t);
             const qsizetype before = t.lines().size();
-            send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("round%1").arg(round))}),
+            send_->sender().send(PhraseContent::fromJson(PhraseJson::phrase(
+                                     {PhraseJson::text(QStringLiteral("round%1").arg(round))})),
                                  true);
             // Bypasses the window manager, as a program that grabs the focus itself does.
             std::thread jumper([this, targetWindow, bystanderWindow, round] {
@@ -701,9 +704,10 @@ private Q_SLOTS:
         makeTargetThenFocusOwn(t);
         QCOMPARE(targetPid(), t.pid);
         const qsizetype before = t.lines().size();
-        send_->sender().send(QStringLiteral("{not json"), true);
+        send_->sender().send(PhraseContent::fromJson(QStringLiteral("{not json")), true);
         QVERIFY(send_->sender().isRunning());
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("blocked"))}), true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("blocked"))})), true);
         QTest::qWait(1500);
         QVERIFY(send_->sender().isRunning());
         QCOMPARE(t.lines().size(), before);

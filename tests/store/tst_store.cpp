@@ -83,7 +83,7 @@ private Q_SLOTS:
         ClassStore classes(missing);
         QSignalSpy changed(&phrases, &PhraseStore::changed);
         QVERIFY(!phrases.create(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
-                                QStringLiteral("[]"), 0, QStringLiteral("u")));
+                                PhraseContent::fromJson(QStringLiteral("[]")), 0, QStringLiteral("u")));
         QVERIFY(!classes.replaceAll(QStringLiteral("u"), {PhraseClass(0, QStringLiteral("c"))}));
         QVERIFY(!classes.setLabel(QStringLiteral("s"), QStringLiteral("x")));
         QCOMPARE(phrases.getAllCount(QStringLiteral("u")), QStringLiteral("---"));
@@ -123,7 +123,7 @@ private Q_SLOTS:
         QCOMPARE(classes.getMaxPosition(QStringLiteral("u")), 5);
         PhraseStore phrases(store);
         QVERIFY(phrases.create(QStringLiteral("c"), QStringLiteral("s"), QStringLiteral("l"),
-                               QStringLiteral("[]"), 0, QStringLiteral("u")));
+                               PhraseContent::fromJson(QStringLiteral("[]")), 0, QStringLiteral("u")));
         QCOMPARE(phrases.getCount(QStringLiteral("u"), QStringLiteral("c")), QStringLiteral("1"));
     }
 
@@ -146,8 +146,8 @@ private Q_SLOTS:
         QVERIFY(classes_.getAll(QStringLiteral("u")).isEmpty());
 
         QVERIFY(phrases_.replaceAll(QStringLiteral("u"), {}));
-        QVERIFY(phrases_.create(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"), text("t"), 0,
-                                QStringLiteral("u")));
+        QVERIFY(phrases_.create(QStringLiteral("p"), QStringLiteral("s"), QStringLiteral("l"),
+                                PhraseContent::fromJson(text("t")), 0, QStringLiteral("u")));
         QVERIFY(!phrases_.remove(QStringLiteral("nope")));
         QCOMPARE(phraseChanges.count(), 2);
         QCOMPARE(classChanges.count(), 4);
@@ -246,14 +246,14 @@ private Q_SLOTS:
             QStringLiteral("[{\"type\":1,\"value\":\"您好，\"},{\"type\":2,\"value\":\"a1.png\"},{\"type\":1,"
                            "\"value\":\"稍等\"},"
                            "{\"type\":2,\"value\":\"a1.png\"},{\"type\":2,\"value\":\"b2.jpg\"}]");
-        QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s1"), QStringLiteral("问候"), content, 1,
-                             QStringLiteral("u")));
+        QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s1"), QStringLiteral("问候"),
+                             PhraseContent::fromJson(content), 1, QStringLiteral("u")));
         QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s0"), QStringLiteral("first"),
-                             QStringLiteral("bad"), 0, QStringLiteral("u")));
+                             PhraseContent::fromJson(QStringLiteral("bad")), 0, QStringLiteral("u")));
         QVERIFY(store.create(QStringLiteral("q"), QStringLiteral("s2"), QStringLiteral("other class"),
-                             text("x"), 0, QStringLiteral("u")));
+                             PhraseContent::fromJson(text("x")), 0, QStringLiteral("u")));
         QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("s3"), QStringLiteral("other user"),
-                             text("x"), 5, QStringLiteral("v")));
+                             PhraseContent::fromJson(text("x")), 5, QStringLiteral("v")));
 
         const std::optional<Phrase> s1 = store.getData(QStringLiteral("s1"));
         QVERIFY(s1);
@@ -275,9 +275,9 @@ private Q_SLOTS:
         QCOMPARE(store.getMaxPosition(QStringLiteral("p")), 6);
 
         QVERIFY(store.setValue(QStringLiteral("q"), QStringLiteral("s1"), QStringLiteral("新"),
-                               images({"c.gif"})));
-        QVERIFY(
-            !store.setValue(QStringLiteral("q"), QStringLiteral("nope"), QStringLiteral("新"), text("t")));
+                               PhraseContent::fromJson(images({"c.gif"}))));
+        QVERIFY(!store.setValue(QStringLiteral("q"), QStringLiteral("nope"), QStringLiteral("新"),
+                                PhraseContent::fromJson(text("t"))));
         QVERIFY(store.setPosition(QStringLiteral("s1"), 9));
         const Phrase moved = *store.getData(QStringLiteral("s1"));
         QCOMPARE(moved.parentSign, QStringLiteral("q"));
@@ -295,13 +295,13 @@ private Q_SLOTS:
     void phraseSearch() {
         PhraseStore &store = phrases_;
         store.create(QStringLiteral("p"), QStringLiteral("a"), QStringLiteral("Refund"),
-                     text(QStringLiteral("请稍等")), 3, QStringLiteral("u"));
+                     PhraseContent::fromJson(text(QStringLiteral("请稍等"))), 3, QStringLiteral("u"));
         store.create(QStringLiteral("p"), QStringLiteral("b"), QStringLiteral("问候"),
-                     text(QStringLiteral("HELLO 50% off")), 2, QStringLiteral("u"));
+                     PhraseContent::fromJson(text(QStringLiteral("HELLO 50% off"))), 2, QStringLiteral("u"));
         store.create(QStringLiteral("p"), QStringLiteral("c"), QStringLiteral("Ärger"),
-                     images({"refund.png"}), 1, QStringLiteral("u"));
-        store.create(QStringLiteral("p"), QStringLiteral("d"), QStringLiteral("refund"), text(QString()), 0,
-                     QStringLiteral("v"));
+                     PhraseContent::fromJson(images({"refund.png"})), 1, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("d"), QStringLiteral("refund"),
+                     PhraseContent::fromJson(text(QString())), 0, QStringLiteral("v"));
         auto like = [&](const QString &key) { return signsOf(store.getLikeAll(key, QStringLiteral("u"))); };
         QCOMPARE(like(QStringLiteral("REFUND")), QStringList({"a"})); // picture names are not searched
         QCOMPARE(like(QStringLiteral("hello")), QStringList({"b"}));
@@ -343,12 +343,14 @@ private Q_SLOTS:
         };
         for (int i = 0; i < 120; ++i) {
             const auto [label, content] = phrase();
-            store.create(QStringLiteral("p"), QStringLiteral("s%1").arg(i), label, content, i, users[i % 2]);
+            store.create(QStringLiteral("p"), QStringLiteral("s%1").arg(i), label,
+                         PhraseContent::fromJson(content), i, users[i % 2]);
         }
         agree("created");
         for (int i = 0; i < 120; i += 7) {
             const auto [label, content] = phrase();
-            store.setValue(QStringLiteral("p"), QStringLiteral("s%1").arg(i), label, content);
+            store.setValue(QStringLiteral("p"), QStringLiteral("s%1").arg(i), label,
+                           PhraseContent::fromJson(content));
             store.remove(QStringLiteral("s%1").arg(i + 3));
         }
         agree("edited and removed");
@@ -361,7 +363,9 @@ private Q_SLOTS:
             Phrase row;
             row.parentSign = QStringLiteral("p");
             row.sign = QStringLiteral("r%1").arg(i);
-            std::tie(row.label, row.jsonValue) = phrase();
+            const auto [label, json] = phrase();
+            row.label = label;
+            row.setJsonValue(json);
             rows << row;
         }
         QVERIFY(store.replaceAll(QStringLiteral("u"), rows));
@@ -381,13 +385,13 @@ private Q_SLOTS:
     void imageNames() {
         PhraseStore &store = phrases_;
         store.create(QStringLiteral("p"), QStringLiteral("1"), QStringLiteral("l"),
-                     images({"a1.png", "b2.png"}), 0, QStringLiteral("u"));
-        store.create(QStringLiteral("p"), QStringLiteral("2"), QStringLiteral("l"), text(QStringLiteral("t")),
-                     1, QStringLiteral("u"));
+                     PhraseContent::fromJson(images({"a1.png", "b2.png"})), 0, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("2"), QStringLiteral("l"),
+                     PhraseContent::fromJson(text(QStringLiteral("t"))), 1, QStringLiteral("u"));
         store.create(QStringLiteral("p"), QStringLiteral("3"), QStringLiteral("l"),
-                     images({"ab", "b2.png", "c3.png"}), 2, QStringLiteral("u"));
-        store.create(QStringLiteral("p"), QStringLiteral("4"), QStringLiteral("l"), images({"z9.png"}), 3,
-                     QStringLiteral("v"));
+                     PhraseContent::fromJson(images({"ab", "b2.png", "c3.png"})), 2, QStringLiteral("u"));
+        store.create(QStringLiteral("p"), QStringLiteral("4"), QStringLiteral("l"),
+                     PhraseContent::fromJson(images({"z9.png"})), 3, QStringLiteral("v"));
         QCOMPARE(store.allPictureNames(QStringLiteral("u")), QStringList({"a1.png", "b2.png", "c3.png"}));
         QCOMPARE(store.allPictureNames(QStringLiteral("w")), QStringList());
     }
@@ -395,12 +399,12 @@ private Q_SLOTS:
     void replaceAllIsAtomic() {
         PhraseStore &phrases = phrases_;
         ClassStore &classes = classes_;
-        phrases.create(QStringLiteral("p"), QStringLiteral("old1"), QStringLiteral("l"), text("a"), 0,
-                       QStringLiteral("u"));
-        phrases.create(QStringLiteral("p"), QStringLiteral("old2"), QStringLiteral("l"), text("b"), 1,
-                       QStringLiteral("u"));
-        phrases.create(QStringLiteral("p"), QStringLiteral("keep"), QStringLiteral("l"), text("c"), 0,
-                       QStringLiteral("v"));
+        phrases.create(QStringLiteral("p"), QStringLiteral("old1"), QStringLiteral("l"),
+                       PhraseContent::fromJson(text("a")), 0, QStringLiteral("u"));
+        phrases.create(QStringLiteral("p"), QStringLiteral("old2"), QStringLiteral("l"),
+                       PhraseContent::fromJson(text("b")), 1, QStringLiteral("u"));
+        phrases.create(QStringLiteral("p"), QStringLiteral("keep"), QStringLiteral("l"),
+                       PhraseContent::fromJson(text("c")), 0, QStringLiteral("v"));
         classes.create(QStringLiteral("oldc"), QStringLiteral("l"), 0, QStringLiteral("u"));
         classes.create(QStringLiteral("keepc"), QStringLiteral("l"), 0, QStringLiteral("v"));
 
@@ -411,8 +415,8 @@ private Q_SLOTS:
             row.parentSign = QStringLiteral("p");
             row.sign = i == 25 ? QStringLiteral("bad") : QStringLiteral("new%1").arg(i);
             row.label = QStringLiteral("L%1").arg(i);
-            row.jsonValue =
-                QStringLiteral("[{\"type\":1,\"value\":\"t%1\"},{\"type\":2,\"value\":\"i%1.png\"}]").arg(i);
+            row.setJsonValue(
+                QStringLiteral("[{\"type\":1,\"value\":\"t%1\"},{\"type\":2,\"value\":\"i%1.png\"}]").arg(i));
             row.texts = QStringLiteral("ignored");
             row.position = 49 - i;
             row.username = QStringLiteral("someone else");
@@ -462,7 +466,8 @@ private Q_SLOTS:
         PhraseStore &store = phrases_;
         const QString label = QStringLiteral("emoji 😀 \"quote\" 'single' \\ 中文");
         QVERIFY(store.create(QStringLiteral("p"), QStringLiteral("r"), label,
-                             text(QStringLiteral("line\\nnext")), 0, QStringLiteral("u")));
+                             PhraseContent::fromJson(text(QStringLiteral("line\\nnext"))), 0,
+                             QStringLiteral("u")));
         const Phrase r = *store.getData(QStringLiteral("r"));
         QCOMPARE(r.label, label);
         QCOMPARE(r.texts, QStringLiteral("line\nnext"));

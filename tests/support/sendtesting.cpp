@@ -10,11 +10,10 @@
 #include <QImage>
 #include <QProcess>
 
-SendTesting::SendTesting() : SendTesting(DesktopSession::createBackend()) {}
-
 SendTesting::SendTesting(std::unique_ptr<DesktopBackend> desktop)
-    : desktop_(std::move(desktop)), tracker_(std::make_unique<TargetWindowTracker>(*desktop_)),
-      sender_(std::make_unique<PhraseSender>(*desktop_, *tracker_)) {
+    : desktop_(desktop ? std::move(desktop) : DesktopSession::createBackend(settings_)),
+      tracker_(std::make_unique<TargetWindowTracker>(*desktop_)),
+      sender_(std::make_unique<PhraseSender>(settings_, *desktop_, *tracker_)) {
     connect(sender_.get(), &PhraseSender::reported, this,
             [this](const QString &message) { reports_ << message; });
 }
@@ -76,7 +75,7 @@ QString SendTesting::targetAppId() const {
 }
 
 bool SendTesting::sendAndSettle(const QString &json, bool isEnter) {
-    sender_->send(json, isEnter);
+    sender_->send(PhraseContent::fromJson(json), isEnter);
     return settle();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop/desktopbackend.h"
+#include "model/settings.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
 
@@ -22,10 +23,9 @@ class QProcess;
 class SendTesting : public QObject {
     Q_OBJECT
 public:
-    // Over the back-end this session would get.
-    SendTesting();
-    // Over the given one (a recording back-end, or one for a particular desktop).
-    explicit SendTesting(std::unique_ptr<DesktopBackend> desktop);
+    // Over the given back-end (a recording one, or one for a particular desktop), else over the one
+    // this session would get.
+    explicit SendTesting(std::unique_ptr<DesktopBackend> desktop = {});
     ~SendTesting() override;
 
     DesktopBackend &desktop() const { return *desktop_; }
@@ -74,7 +74,10 @@ public:
     static QByteArray writePicture(const QString &name = QStringLiteral("pic.png"), QSize size = {7, 5},
                                    QColor color = Qt::darkCyan);
 
+    Settings &settings() { return settings_; }
+
 private:
+    Settings settings_;
     std::unique_ptr<DesktopBackend> desktop_;
     std::unique_ptr<TargetWindowTracker> tracker_;
     std::unique_ptr<PhraseSender> sender_;

@@ -42,7 +42,8 @@ private Q_SLOTS:
         const QByteArray display = qgetenv("DISPLAY");
         qunsetenv("DISPLAY");
         StandardOutput out;
-        std::unique_ptr<DesktopBackend> chosen = DesktopSession::createBackend();
+        Settings settings;
+        std::unique_ptr<DesktopBackend> chosen = DesktopSession::createBackend(settings);
         qputenv("DISPLAY", display);
         auto *backend = dynamic_cast<WaylandBackend *>(chosen.get());
         QVERIFY(backend);
@@ -62,7 +63,8 @@ private Q_SLOTS:
 
     void xwaylandWindowsStillGetPhrases() {
         StandardOutput out;
-        std::unique_ptr<DesktopBackend> chosen = DesktopSession::createBackend();
+        Settings settings;
+        std::unique_ptr<DesktopBackend> chosen = DesktopSession::createBackend(settings);
         const QString said = out.text();
         QVERIFY(dynamic_cast<X11Backend *>(chosen.get()));
         QVERIFY2(said.contains(QStringLiteral("only XWayland windows can receive phrases")),

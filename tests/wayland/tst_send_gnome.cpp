@@ -36,6 +36,7 @@ private:
     QString log_;
     QProcess standin_;
     QByteArray png_;
+    Settings settings_;
     std::unique_ptr<SendTesting> send_;
 
     QStringList lines() const { return SendTesting::logLines(log_); }
@@ -128,7 +129,7 @@ private Q_SLOTS:
         QCOMPARE(standin_.readLine().trimmed(), QByteArray("ready"));
 
         Settings().setRestoreToken(QString());
-        send_ = std::make_unique<SendTesting>(std::make_unique<GnomeBackend>());
+        send_ = std::make_unique<SendTesting>(std::make_unique<GnomeBackend>(settings_));
         QVERIFY(backend().available());
         QTRY_VERIFY_WITH_TIMEOUT(backend().canType(), 10000);
         // Asked once, for keys only, to be kept until the user revokes it.
@@ -249,7 +250,7 @@ private Q_SLOTS:
         const QString saved = Settings().restoreToken();
         QVERIFY(!saved.isEmpty());
         {
-            GnomeBackend again;
+            GnomeBackend again(settings_);
             QTRY_VERIFY_WITH_TIMEOUT(again.canType(), 10000);
         }
         QStringList got = lines().mid(before);
@@ -261,7 +262,7 @@ private Q_SLOTS:
 
         // A third start with the newest token asks nothing either.
         {
-            GnomeBackend third;
+            GnomeBackend third(settings_);
             QTRY_VERIFY_WITH_TIMEOUT(third.canType(), 10000);
         }
         got = lines().mid(before);
@@ -274,7 +275,7 @@ private Q_SLOTS:
         tell(QStringLiteral("refuse"));
         Settings().setRestoreToken(QString());
         StandardOutput output;
-        GnomeBackend refused;
+        GnomeBackend refused(settings_);
         QVERIFY(refused.available());
         QTRY_COMPARE_WITH_TIMEOUT(output.soFar().count(QStringLiteral("此桌面不允许模拟按键：")), 1, 10000);
         QCOMPARE(output.soFar().count(QStringLiteral("此桌面不允许模拟按键：用户拒绝了远程控制请求")), 1);
@@ -297,7 +298,7 @@ private Q_SLOTS:
     void missingPortalSaidOnce() {
         tell(QStringLiteral("portal off"));
         StandardOutput output;
-        GnomeBackend without;
+        GnomeBackend without(settings_);
         QVERIFY(without.available());
         QTRY_COMPARE_WITH_TIMEOUT(
             output.soFar().count(QStringLiteral("此桌面不允许模拟按键：缺少桌面门户的远程桌面接口")), 1,

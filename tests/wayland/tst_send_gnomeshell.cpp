@@ -183,7 +183,9 @@ private Q_SLOTS:
         QCOMPARE(listed(QStringLiteral("chat.gnome"))->pid, qint32(readers_.at(1)->processId()));
         QCOMPARE(listed(QStringLiteral("chat.gnome"))->title, QStringLiteral("Chat GNOME"));
         const qsizetype before = lines(chat_).filter(QStringLiteral("paste")).size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 GNOME"))}), true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 GNOME"))})),
+            true);
         QVERIFY(send_->settle());
         const QStringList expected{QStringLiteral("paste text=你好 GNOME"), QStringLiteral("enter keypad")};
         QTRY_COMPARE_WITH_TIMEOUT(
@@ -196,10 +198,11 @@ private Q_SLOTS:
         bringForward(QStringLiteral("chat.other"));
         bringForward(QStringLiteral("chat.gnome"));
         const qsizetype before = lines(chat_).size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
-                                                 PhraseJson::picture(QStringLiteral("pic.png")),
-                                                 PhraseJson::text(QStringLiteral("after"))}),
-                             true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                                        PhraseJson::picture(QStringLiteral("pic.png")),
+                                                        PhraseJson::text(QStringLiteral("after"))})),
+            true);
         QVERIFY(send_->settle());
         const QStringList expected{QStringLiteral("paste text=before"), QStringLiteral("paste image=9x6"),
                                    QStringLiteral("paste text=after"), QStringLiteral("enter keypad")};
@@ -244,7 +247,9 @@ private Q_SLOTS:
                      {QStringLiteral("--entry"), QStringLiteral("--title"), QStringLiteral("Zenity reply"),
                       QStringLiteral("--text"), QStringLiteral("reply")});
         bringForward(QStringLiteral("zenity"));
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("回复 zenity"))}), true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("回复 zenity"))})),
+            true);
         QVERIFY(send_->settle());
         const bool finished = zenity.waitForFinished(20000);
         if (!finished)

@@ -113,7 +113,9 @@ private Q_SLOTS:
     void textWithAndWithoutEnter() {
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
         const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))}), false);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 world"))})),
+            false);
         QVERIFY(send_->settle());
         QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=你好 world")});
         QCOMPARE(kwin_.keyEvents().mid(keysBefore),
@@ -121,7 +123,8 @@ private Q_SLOTS:
                               QStringLiteral("29 up")}));
 
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))}), true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("second"))})), true);
         QVERIFY(send_->settle());
         QCOMPARE(landedSince(before + 1, 2), (QStringList{QStringLiteral("chat.alpha paste text=second"),
                                                           QStringLiteral("chat.alpha enter keypad")}));
@@ -134,10 +137,11 @@ private Q_SLOTS:
     void textPictureTextInOrder() {
         targetThenOwn(beta_, QStringLiteral("chat.beta"));
         const qsizetype before = kwin_.landed().size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
-                                                 PhraseJson::picture(QStringLiteral("pic.png")),
-                                                 PhraseJson::text(QStringLiteral("after"))}),
-                             true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("before")),
+                                                        PhraseJson::picture(QStringLiteral("pic.png")),
+                                                        PhraseJson::text(QStringLiteral("after"))})),
+            true);
         QVERIFY(send_->settle());
         QCOMPARE(landedSince(before, 4),
                  (QStringList{QStringLiteral("chat.beta paste text=before"),
@@ -151,12 +155,12 @@ private Q_SLOTS:
     void focusTakenAwayMidSend() {
         targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
         const qsizetype before = kwin_.landed().size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
-                                                 PhraseJson::picture(QStringLiteral("pic.png")),
-                                                 PhraseJson::text(QStringLiteral("two")),
-                                                 PhraseJson::picture(QStringLiteral("pic.png")),
-                                                 PhraseJson::text(QStringLiteral("three"))}),
-                             true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase(
+                {PhraseJson::text(QStringLiteral("one")), PhraseJson::picture(QStringLiteral("pic.png")),
+                 PhraseJson::text(QStringLiteral("two")), PhraseJson::picture(QStringLiteral("pic.png")),
+                 PhraseJson::text(QStringLiteral("three"))})),
+            true);
         QTRY_VERIFY_WITH_TIMEOUT(kwin_.landed().size() > before, 10000);
         kwin_.activate(beta_);
         QVERIFY(send_->settle());
@@ -201,7 +205,8 @@ private Q_SLOTS:
                             layout.active);
             targetThenOwn(alpha_, QStringLiteral("chat.alpha"));
             const qsizetype before = kwin_.landed().size(), keysBefore = kwin_.keyEvents().size();
-            send_->sender().send(PhraseJson::phrase({PhraseJson::text(name)}), false);
+            send_->sender().send(PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(name)})),
+                                 false);
             QVERIFY(send_->settle());
             QCOMPARE(landedSince(before, 1), QStringList{QStringLiteral("chat.alpha paste text=") + name});
             QCOMPARE(

@@ -217,7 +217,9 @@ private Q_SLOTS:
         QVERIFY(send_->activate(chat));
         QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), chat.window, 10000);
 
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 KWin"))}), true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(QStringLiteral("你好 KWin"))})),
+            true);
         QVERIFY(send_->settle());
         QTRY_COMPARE_WITH_TIMEOUT(lines().size(), 2, 10000);
         QVERIFY2(lines()[0].endsWith(QStringLiteral(" text=你好 KWin")), qPrintable(lines()[0]));
@@ -257,7 +259,8 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(targetWindow(), chat.window, 10000);
             const QString text = layout.layouts + QLatin1Char(' ') + layout.variants;
             const qsizetype before = lines().size();
-            send_->sender().send(PhraseJson::phrase({PhraseJson::text(text)}), false);
+            send_->sender().send(PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text(text)})),
+                                 false);
             QVERIFY(send_->settle());
             QTRY_COMPARE_WITH_TIMEOUT(lines().size(), before + 1, 10000);
             QVERIFY2(lines().constLast().endsWith(QStringLiteral(" text=") + text),

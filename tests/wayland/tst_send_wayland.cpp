@@ -388,12 +388,12 @@ private Q_SLOTS:
         Target &other = *targets_[1];
         makeTargetThenFocusOwn(t);
         const qsizetype before = t.lines().size(), otherBefore = other.lines().size();
-        send_->sender().send(PhraseJson::phrase({PhraseJson::text(QStringLiteral("one")),
-                                                 PhraseJson::picture(QStringLiteral("pic.png")),
-                                                 PhraseJson::text(QStringLiteral("two")),
-                                                 PhraseJson::picture(QStringLiteral("pic.png")),
-                                                 PhraseJson::text(QStringLiteral("three"))}),
-                             true);
+        send_->sender().send(
+            PhraseContent::fromJson(PhraseJson::phrase(
+                {PhraseJson::text(QStringLiteral("one")), PhraseJson::picture(QStringLiteral("pic.png")),
+                 PhraseJson::text(QStringLiteral("two")), PhraseJson::picture(QStringLiteral("pic.png")),
+                 PhraseJson::text(QStringLiteral("three"))})),
+            true);
         QTRY_VERIFY_WITH_TIMEOUT(t.lines().size() > before, 10000);
         QVERIFY(sway_.command(other.criteria() + QStringLiteral(" focus")));
         QVERIFY(send_->settle());

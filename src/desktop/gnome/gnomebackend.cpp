@@ -9,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QPointer>
 #include <QThread>
 #include <atomic>
 
@@ -125,7 +126,7 @@ bool GnomeBackend::isGnome(const QProcessEnvironment &environment) {
     return desktops.contains(QStringLiteral("GNOME"), Qt::CaseInsensitive);
 }
 
-GnomeBackend::GnomeBackend() : d(std::make_unique<Impl>()) {
+GnomeBackend::GnomeBackend(Settings &settings) : d(std::make_unique<Impl>()) {
     // A connection of our own: its unique name is the sender the portal's requests are named after.
     d->connectionName = QStringLiteral("quillora-gnome-%1").arg(++connections);
     d->connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, d->connectionName);
@@ -138,8 +139,16 @@ GnomeBackend::GnomeBackend() : d(std::make_unique<Impl>()) {
     d->extension = front.has_value();
     if (!d->extension)
         return;
-    d->portal = new RemoteDesktopPortal(d->connection, Settings().restoreToken(),
-                                        [](const QString &token) { Settings().setRestoreToken(token); });
+    // The portal thread hands a new token over; the settings are written on their own thread.
+    QPointer<Settings> keeper(&settings);
+    d->portal =
+        new RemoteDesktopPortal(d->connection, settings.restoreToken(), [keeper](const QString &token) {
+            if (keeper)
+                QMetaObject::invokeMethod(keeper, [keeper, token] {
+                    if (keeper)
+                        keeper->setRestoreToken(token);
+                });
+        });
     d->shell->moveToThread(&d->thread);
     d->portal->moveToThread(&d->thread);
     d->shell->watch(front->window);

@@ -5,6 +5,8 @@
 #include <QProcessEnvironment>
 #include <memory>
 
+class Settings;
+
 // The desktop on GNOME's Wayland session, where the compositor offers other programs neither
 // their windows nor synthesised keys through any Wayland protocol:
 // - windows (the one in front and its changes, app ids, pids, titles, activation) come from
@@ -28,7 +30,7 @@ public:
     static bool isGnome(const QProcessEnvironment &environment);
 
     // Asks the extension for the windows; opens the portal session only when the extension answers.
-    GnomeBackend();
+    explicit GnomeBackend(Settings &settings);
     ~GnomeBackend() override;
     GnomeBackend(const GnomeBackend &) = delete;
     GnomeBackend &operator=(const GnomeBackend &) = delete;

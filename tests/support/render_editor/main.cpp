@@ -1,16 +1,16 @@
 // Shows each dialog of the phrase editor on a private X display and saves what it looks like.
 // Usage: render_editor <output folder>
 
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
+#include "cloud/phraseoperations.h"
 #include "editor/classdialog.h"
 #include "editor/createphrasedialog.h"
 #include "editor/editphrasedialog.h"
 #include "editor/emojipicker.h"
 #include "editor/phraseeditor.h"
 #include "editor/pictureuploaddialog.h"
-#include "cloud/classoperations.h"
-#include "cloud/phraseoperations.h"
-#include "model/contentformat.h"
+#include "model/phrasecontent.h"
 #include "model/settings.h"
 #include "store/classstore.h"
 #include "store/localpath.h"
@@ -163,7 +163,7 @@ int main(int argc, char **argv) {
         scratch.insertImage(parcel);
         scratch.insertString(
             QStringLiteral("\n物流单号稍后同步，有问题随时联系我们 ❤️"));
-        phrase.jsonValue = toJsonValue(scratch.getValue());
+        phrase.setJsonValue(scratch.getValue().toJson());
         EditPhraseDialog dialog(phraseOperations, classes.getAll(user), phrase);
         showAndWait(&dialog);
         failures += !save(&dialog, QStringLiteral("editor-edit-phrase.png"));
@@ -176,7 +176,7 @@ int main(int argc, char **argv) {
     }
     {
         // Rendered without being shown: showing starts the uploads.
-        PictureUploadDialog dialog(cloud, QStringLiteral("[]"), {});
+        PictureUploadDialog dialog(cloud, PhraseContent(), {});
         dialog.label->setText(QStringLiteral("正在上传图片 3f2a9c…e81b.png"));
         dialog.progressbar->setValue(64);
         dialog.adjustSize();
