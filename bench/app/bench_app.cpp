@@ -2,13 +2,15 @@
 // the resident memory of the home window with the demo library and with 10,000 phrases, and what
 // the home window costs while nobody uses it (share of a core, wake-ups per second).
 // `bench_app idle` measures only the idle figures on X11 (Xvfb and openbox), `bench_app idle-sway`
-// the same under a headless sway session with the Wayland back-end.
+// the same under a headless sway session with the Wayland back-end, `bench_app palette` only the time
+// the keyboard palette takes to open over 10,000 phrases.
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
 #include "app/session.h"
 #include "app/signinview.h"
 #include "cloud/cloudclient.h"
 #include "library/homeview.h"
+#include "library/phrasepalette.h"
 #include "library/searchresultlist.h"
 #include "model/settings.h"
 #include "store/localpath.h"
@@ -29,6 +31,7 @@
 #include <QLineEdit>
 #include <QProcess>
 #include <QTimer>
+#include <QWidget>
 #include <algorithm>
 #include <functional>
 #include <iostream>
@@ -127,9 +130,10 @@ int child(int argc, char **argv) {
     return app.exec();
 }
 
-// Child: a search result list over a local library of `count` realistic phrases written straight into
-// the store (no service), and the keystrokes over it: query, list reset, paint.
-int localSearchChild(int argc, char **argv, int count) {
+// A child's local library of `count` realistic phrases written straight into the store (no service),
+// handed to `run` with its user; 2 when it cannot be made.
+int withLocalLibrary(int argc, char **argv, int count,
+                     const std::function<int(PhraseStore &, const QString &)> &run) {
     QApplication app(argc, argv);
     const QString user = QStringLiteral("bench");
     LocalPath::initDirs();
@@ -139,15 +143,93 @@ int localSearchChild(int argc, char **argv, int count) {
     PhraseStore store(db);
     if (!store.replaceAll(user, RealisticLibrary::phrases(count, user)))
         return 2;
-    SearchResultList list(store);
-    list.resize(300, 800);
-    list.show();
-    QCoreApplication::processEvents();
-    printKeystrokes({"退款", "顺丰"}, {"sorry顺丰", "申通物流"}, [&](const QString &key) {
-        list.setData(store.searchIds(key, user), key);
-        list.repaint();
+    return run(store, user);
+}
+
+// Child: a search result list over a local library, and the keystrokes over it: query, list reset,
+// paint.
+int localSearchChild(int argc, char **argv, int count) {
+    return withLocalLibrary(argc, argv, count, [](PhraseStore &store, const QString &user) {
+        SearchResultList list(store);
+        list.resize(300, 800);
+        list.show();
+        QCoreApplication::processEvents();
+        printKeystrokes({"退款", "顺丰"}, {"sorry顺丰", "申通物流"}, [&](const QString &key) {
+            list.setData(store.searchIds(key, user), key);
+            list.repaint();
+        });
+        return 0;
     });
-    return 0;
+}
+
+// Child: the keyboard palette over a local library of `count` phrases, made as the session makes it.
+// Prints the median time of 21 openings from the request to a shown palette with the keyboard in its
+// field, and of a search keystroke in it.
+int paletteChild(int argc, char **argv, int count) {
+    return withLocalLibrary(argc, argv, count, [](PhraseStore &store, const QString &user) {
+        PhrasePalette palette(store, user);
+        // The window the agent types in, which has the keyboard before each opening.
+        QWidget chat;
+        chat.setWindowTitle(QStringLiteral("chat"));
+        chat.resize(400, 300);
+        chat.show();
+        QList<qint64> opens;
+        for (int i = 0; i < 21; ++i) {
+            QElapsedTimer clock;
+            clock.start();
+            palette.present();
+            while (!palette.isActiveWindow() || QApplication::focusWidget() != palette.field()) {
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+                if (clock.elapsed() > 10000)
+                    return 3;
+            }
+            palette.repaint();
+            opens << clock.nsecsElapsed() / 1000;
+            palette.hide();
+            chat.activateWindow();
+            QElapsedTimer back;
+            back.start();
+            while (!chat.isActiveWindow() && back.elapsed() < 10000)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        }
+        std::cout << "palette_open_first_us " << opens.first() << std::endl;
+        std::sort(opens.begin(), opens.end());
+        std::cout << "palette_open_us " << opens[opens.size() / 2] << std::endl;
+        palette.present();
+        QList<qint64> keys;
+        for (int i = 0; i < 21; ++i) {
+            QElapsedTimer clock;
+            clock.start();
+            palette.field()->setText(i % 2 ? QStringLiteral("退款") : QStringLiteral("顺丰"));
+            palette.repaint();
+            keys << clock.nsecsElapsed() / 1000;
+        }
+        std::sort(keys.begin(), keys.end());
+        std::cout << "palette_keystroke_us " << keys[keys.size() / 2] << std::endl;
+        return 0;
+    });
+}
+
+// Runs the palette child and prints its figures.
+void printPalette(int count) {
+    QProcess p;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("BENCH_APP_PALETTE"), QString::number(count));
+    p.setProcessEnvironment(env);
+    p.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    p.start(QCoreApplication::applicationFilePath(), {});
+    p.waitForFinished(300000);
+    QHash<QByteArray, double> figures;
+    for (const QByteArray &line : p.readAllStandardOutput().split('\n')) {
+        const QList<QByteArray> parts = line.trimmed().split(' ');
+        if (parts.size() == 2)
+            figures.insert(parts[0], parts[1].toDouble() / 1000.0);
+    }
+    std::cout << "keyboard palette over " << count << " phrases, from the request to the shown box with the "
+              << "keyboard in it: median " << figures.value("palette_open_us", -1) << " ms of 21 (the first "
+              << figures.value("palette_open_first_us", -1)
+              << " ms); one search keystroke in it: " << figures.value("palette_keystroke_us", -1)
+              << " ms; target < 50 ms to open" << std::endl;
 }
 
 struct ChildResult {
@@ -366,6 +448,8 @@ void printIdle(const QString &account, const char *desktop, bool focus = false) 
 int main(int argc, char **argv) {
     if (qEnvironmentVariableIsSet("BENCH_APP_LOCAL"))
         return localSearchChild(argc, argv, qEnvironmentVariableIntValue("BENCH_APP_LOCAL"));
+    if (qEnvironmentVariableIsSet("BENCH_APP_PALETTE"))
+        return paletteChild(argc, argv, qEnvironmentVariableIntValue("BENCH_APP_PALETTE"));
     if (qEnvironmentVariableIsSet("BENCH_APP_CHILD"))
         return child(argc, argv);
     const QByteArray mode = argc > 1 ? QByteArray(argv[1]) : QByteArray();
@@ -377,6 +461,10 @@ int main(int argc, char **argv) {
         return 1;
     }
     QCoreApplication app(argc, argv);
+    if (mode == "palette") {
+        printPalette(10000);
+        return 0;
+    }
     CloudService cloud;
     if (!cloud.start() || cloud.run({"demo"}) != 0 || !cloud.addUser("bulk", "bulk-password")) {
         std::cerr << "bench_app: quillora-cloud did not start" << std::endl;
@@ -430,6 +518,7 @@ int main(int argc, char **argv) {
            "common key "
         << local.keystrokeCommonUs / 1000.0 << " ms (~38,500 matches), rare key "
         << local.keystrokeRareUs / 1000.0 << " ms (medians of 21); target < 16 ms" << std::endl;
+    printPalette(10000);
     printIdle(QStringLiteral("bulk:bulk-password"), "X11 (openbox)");
     printIdle(QStringLiteral("bulk:bulk-password"), "X11 (openbox)", true);
     return 0;

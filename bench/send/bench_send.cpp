@@ -220,13 +220,6 @@ std::unique_ptr<QProcess> startChromium(SendTesting &send, const ChatPageServer 
     return nullptr;
 }
 
-void stop(QProcess &process) {
-    process.terminate();
-    if (!process.waitForFinished(5000))
-        process.kill();
-    process.waitForFinished(2000);
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
@@ -306,7 +299,7 @@ int main(int argc, char **argv) {
         printArrival(where, "text-picture-text", mode, pieces, pausesOf(textPictureText, *window, mode));
         lost = lost || !text.complete() || !pieces.complete();
     }
-    stop(target);
+    SendTesting::stopProcess(target);
 
     if (!onSway) {
         ChatPageServer chat;
@@ -328,7 +321,7 @@ int main(int argc, char **argv) {
             lost = lost || !text.complete() || !pieces.complete();
         }
         if (browser)
-            stop(*browser);
+            SendTesting::stopProcess(*browser);
 
         // A page whose paste handler takes 150 ms: each piece waits for Chromium's second read.
         ChatPageServer slowChat;
@@ -347,7 +340,7 @@ int main(int argc, char **argv) {
             lost = lost || !pieces.complete();
         }
         if (slow)
-            stop(*slow);
+            SendTesting::stopProcess(*slow);
     }
     std::printf("idle CPU over %d s: tracker off %.3f%%, on %.3f%%; the tracker costs %.3f%% of one core "
                 "(target: under 0.5%%)\n",

@@ -13,6 +13,7 @@
 #include "model/logging.h"
 #include "model/settings.h"
 #include "quickbar/quickbar.h"
+#include "ui/appearance.h"
 
 #include <QAction>
 #include <QApplication>
@@ -22,7 +23,7 @@
 #include <unistd.h>
 
 AppController::AppController(QObject *parent)
-    : QObject(parent), settings_(std::make_unique<Settings>()),
+    : QObject(parent), settings_(std::make_unique<Settings>()), appearance_(std::make_unique<Appearance>()),
       cloud_(std::make_unique<CloudClient>(*settings_)), webView_(std::make_unique<WebViewModule>()) {}
 
 AppController::~AppController() {
@@ -142,6 +143,12 @@ void AppController::handleRequest(const QByteArray &request) {
     qCInfo(lcApp, "request from another start: %s", request.constData());
     if (request == "quit") {
         quit();
+    } else if (request == "palette") {
+        // Before sign-in there is nothing to search: the window is the way on.
+        if (session_ && session_->palette())
+            session_->showPalette();
+        else
+            showWindow();
     } else if (request == "quickbar") {
         // Before sign-in there is no quick bar yet: the window is the way on.
         if (session_ && session_->quickBar())

@@ -12,6 +12,7 @@ class MainWindow;
 class Session;
 class Settings;
 class TrayIcon;
+class Appearance;
 
 // The application object: lives for the process, owns the tray icon and the one window, and while
 // someone is signed in, the Session. It alone decides that the program ends.
@@ -28,6 +29,7 @@ public:
     TrayIcon *trayIcon() const { return tray_; }
     Settings &settings() { return *settings_; }
     CloudClient &cloud() { return *cloud_; }
+    Appearance &appearance() { return *appearance_; }
     // The signed-in user's session; null before sign-in.
     Session *session() const { return session_.get(); }
 
@@ -38,7 +40,8 @@ public:
     void toggleFromTray();
     // Shows the window again when none is visible.
     void reopen(bool hasVisibleWindows);
-    // A later start's request: "show" (reopen and raise), "quickbar" (toggle it), "quit".
+    // A later start's request: "show" (reopen and raise), "quickbar" (toggle it), "palette" (open the
+    // keyboard palette), "quit".
     void handleRequest(const QByteArray &request);
     // Ends the event loop whatever the windows say (a busy dialog refuses to close).
     void quit(int status = 0);
@@ -60,6 +63,7 @@ private:
 
     // Needed before anyone signs in: the sign-in view reads and writes both.
     std::unique_ptr<Settings> settings_;
+    std::unique_ptr<Appearance> appearance_;
     std::unique_ptr<CloudClient> cloud_;
     std::unique_ptr<WebViewModule> webView_;
     std::unique_ptr<MainWindow> window_;

@@ -10,7 +10,8 @@
 class QLocalServer;
 
 // One running program per user and display. The first start listens on a local socket in the
-// runtime folder; a later start hands its request ("show", "quickbar", "quit") to it and ends.
+// runtime folder; a later start hands its request ("show", "quickbar", "palette", "quit") to it and
+// ends.
 class InstanceChannel : public QObject {
     Q_OBJECT
 public:

@@ -77,13 +77,18 @@ QByteArray parseCommandLine(const QCoreApplication &app) {
     const QCommandLineOption show(QStringLiteral("show"), QStringLiteral("Show the window (the default)."));
     const QCommandLineOption quickBar(QStringLiteral("quickbar"),
                                       QStringLiteral("Show or hide the quick bar."));
+    const QCommandLineOption palette(
+        QStringLiteral("palette"),
+        QStringLiteral("Open the search box that sends a phrase from the keyboard."));
     const QCommandLineOption quit(QStringLiteral("quit"), QStringLiteral("End the running program."));
-    parser.addOptions({show, quickBar, quit});
+    parser.addOptions({show, quickBar, palette, quit});
     parser.process(app);
     if (parser.isSet(quit))
         return QByteArrayLiteral("quit");
     if (parser.isSet(quickBar))
         return QByteArrayLiteral("quickbar");
+    if (parser.isSet(palette))
+        return QByteArrayLiteral("palette");
     return QByteArrayLiteral("show");
 }
 

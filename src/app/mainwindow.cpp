@@ -1,19 +1,25 @@
 #include "app/mainwindow.h"
 
-#include <QCloseEvent>
+#include <QVBoxLayout>
 
-MainWindow::MainWindow(QWidget *parent) : FramedWindow(parent) {
-    setWindowTitle("Quillora");
-    windowDidLoad();
+MainWindow::MainWindow(QWidget *parent) : QWidget(parent, Qt::Window) {
+    setWindowTitle(QStringLiteral("Quillora"));
+    layout_ = new QVBoxLayout(this);
+    layout_->setContentsMargins(0, 0, 0, 0);
+    layout_->setSpacing(0);
 }
 
-void MainWindow::windowDidLoad() {
-    FramedWindow::windowDidLoad();
-    isShow = true;
-}
-
-void MainWindow::closeEvent(QCloseEvent *event) {
-    // The same value as on load, kept as it always was.
-    isShow = true;
-    FramedWindow::closeEvent(event);
+void MainWindow::setContentView(QWidget *view) {
+    if (content_ == view)
+        return;
+    if (content_) {
+        layout_->removeWidget(content_);
+        content_->deleteLater();
+    }
+    content_ = view;
+    if (view) {
+        view->setParent(this);
+        layout_->addWidget(view, 1);
+        view->show();
+    }
 }

@@ -1,16 +1,22 @@
 #pragma once
 
-#include "ui/framedwindow.h"
+#include <QPointer>
+#include <QWidget>
 
-// The application's one window: the sign-in view first, then the home view in its place.
-class MainWindow : public FramedWindow {
+class QVBoxLayout;
+
+// The application's one window: the sign-in view first, then the home view in its place. Its title
+// bar and buttons are the desktop's own.
+class MainWindow : public QWidget {
     Q_OBJECT
 public:
     explicit MainWindow(QWidget *parent = nullptr);
 
-    bool isShow = false;
+    // The old content view is deleted; the window keeps its size.
+    void setContentView(QWidget *view);
+    QWidget *contentView() const { return content_; }
 
-protected:
-    void windowDidLoad() override;
-    void closeEvent(QCloseEvent *event) override;
+private:
+    QVBoxLayout *layout_ = nullptr;
+    QPointer<QWidget> content_;
 };

@@ -13,7 +13,9 @@
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
+#include "library/phrasepalette.h"
 #include "library/searchresultlist.h"
+#include "model/settings.h"
 #include "quickbar/quickbar.h"
 #include "send/phrasesender.h"
 #include "send/targetwindowtracker.h"
@@ -23,6 +25,7 @@
 #include "store/phrasestore.h"
 #include "store/teamstore.h"
 
+#include <QGuiApplication>
 #include <QLineEdit>
 
 namespace {
@@ -91,6 +94,11 @@ void Session::start(HomeView &home) {
         if (const std::optional<Phrase> phrase = list ? list->phraseAt(row) : std::nullopt)
             countSend(*phrase);
     });
+    // Made now, so that opening it later costs only showing it.
+    palette_ = std::make_unique<PhrasePalette>(*phrases_, username_);
+    palette_->sendThrough(*sender_, *tracker_, *desktop_);
+    if (QGuiApplication::platformName() == QLatin1String("xcb"))
+        palette_->setShortcut(settings_.paletteShortcut());
 
     sync_->syncAll();
     stream_->start();
@@ -109,6 +117,11 @@ void Session::countSend(const Phrase &phrase) {
 
 bool Session::stopSending() {
     return sender_->stop();
+}
+
+void Session::showPalette() {
+    if (palette_)
+        palette_->present();
 }
 
 void Session::toggleQuickBar() {

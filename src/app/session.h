@@ -16,6 +16,7 @@ class HomeView;
 class LibrarySync;
 class LocalStore;
 class PhraseOperations;
+class PhrasePalette;
 class PhraseStore;
 class QuickBar;
 class SessionHeartbeat;
@@ -31,9 +32,9 @@ class TargetWindowTracker;
 
 // Everything that lives while one user is signed in: the database and its stores, the operations
 // that change the library, its synchronisation, the team libraries with their change stream and
-// usage report, the heartbeat, the desktop back-end, the window
-// tracker, the sender and the quick bar. The application object makes one at sign-in and destroys
-// it at sign-out or quit; nothing here outlives it, and every part gets what it needs from here
+// usage report, the heartbeat, the desktop back-end, the window tracker, the sender, the quick bar
+// and the keyboard palette. The application object makes one at sign-in and destroys it at
+// sign-out or quit; nothing here outlives it, and every part gets what it needs from here
 // through its constructor.
 class Session : public QObject {
     Q_OBJECT
@@ -56,6 +57,8 @@ public:
     Settings &settings() { return settings_; }
     CloudClient &cloud() { return cloud_; }
     QuickBar *quickBar() const { return quickBar_.get(); }
+    // The keyboard palette; null until the session has started.
+    PhrasePalette *palette() const { return palette_.get(); }
     DesktopBackend &desktop() const { return *desktop_; }
     TargetWindowTracker &tracker() const { return *tracker_; }
     PhraseSender &sender() const { return *sender_; }
@@ -68,6 +71,8 @@ public:
 
     // Shows the quick bar when hidden, hides it when shown.
     void toggleQuickBar();
+    // Opens the keyboard palette.
+    void showPalette();
     // Stops a send in progress, waiting a moment for it. False when it is stuck inside the
     // desktop: then the session must not be destroyed before the process ends.
     bool stopSending();
@@ -103,5 +108,6 @@ private:
     std::unique_ptr<TargetWindowTracker> tracker_;
     std::unique_ptr<PhraseSender> sender_;
     std::unique_ptr<QuickBar> quickBar_;
+    std::unique_ptr<PhrasePalette> palette_;
     bool started_ = false;
 };

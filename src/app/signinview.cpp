@@ -6,8 +6,9 @@
 #include "desktop/windowutils.h"
 #include "model/logging.h"
 #include "model/settings.h"
-#include "ui/framedwindow.h"
 #include "ui/messagebox.h"
+#include "ui/palettestylesheet.h"
+#include "ui/themecolors.h"
 
 #include <QCheckBox>
 #include <QDesktopServices>
@@ -29,20 +30,25 @@ SignInView::SignInView(Settings &settings, CloudClient &cloud, WebViewModule &we
     : QWidget(parent), settings_(settings), cloud_(cloud), webView_(webView) {
     initLoginResources();
     setAutoFillBackground(true);
-    QPalette pal = palette();
-    pal.setColor(QPalette::Window, Qt::white);
-    setPalette(pal);
-    setStyleSheet(
-        "QLineEdit{border:1px solid #dfe3e8;border-radius:8px;padding:0 12px;min-height:38px;"
-        "background:#f6f7f9;color:#1f2328;font-size:14px;}"
-        "QLineEdit:focus{border-color:#2e9a6e;background:#ffffff;}"
-        "QPushButton#login{background:#2e9a6e;color:white;border:0;border-radius:8px;min-height:40px;"
-        "font-size:15px;font-weight:600;}"
-        "QPushButton#login:hover{background:#288a62;}"
-        "QPushButton#login:disabled{background:#a9d5c2;}"
-        "QPushButton[link=\"true\"]{border:0;background:transparent;color:#2e7fd6;font-size:13px;}"
-        "QPushButton[link=\"true\"]:hover{color:#1c5fa8;text-decoration:underline;}"
-        "QCheckBox{color:#4a5560;font-size:13px;}");
+    PaletteStyleSheet::apply(this, [](const QPalette &p) {
+        using namespace ThemeColors;
+        const QColor accent = ThemeColors::accent();
+        return QStringLiteral(
+                   "QLineEdit{border:1px solid %1;border-radius:8px;padding:0 12px;min-height:38px;"
+                   "background:%2;color:%3;font-size:14px;}"
+                   "QLineEdit:focus{border-color:%4;background:%5;}"
+                   "QPushButton#login{background:%4;color:white;border:0;border-radius:8px;min-height:40px;"
+                   "font-size:15px;font-weight:600;}"
+                   "QPushButton#login:hover{background:%6;}"
+                   "QPushButton#login:disabled{background:%7;}"
+                   "QPushButton[link=\"true\"]{border:0;background:transparent;color:%8;font-size:13px;}"
+                   "QPushButton[link=\"true\"]:hover{text-decoration:underline;}"
+                   "QCheckBox{color:%9;font-size:13px;}")
+            .arg(css(separator(p)), css(subtleFill(p)), css(text(p)), css(accent),
+                 css(p.color(QPalette::Base)), css(accent.darker(112)),
+                 css(mix(accent, p.color(QPalette::Window), 0.55)), css(p.color(QPalette::Link)),
+                 css(mix(text(p), p.color(QPalette::Window), 0.2)));
+    });
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(36, 18, 36, 22);
@@ -53,10 +59,12 @@ SignInView::SignInView(Settings &settings, CloudClient &cloud, WebViewModule &we
     logo->setPixmap(QIcon(":/icon.svg").pixmap(64, 64));
     auto *title = new QLabel("Quillora", this);
     title->setAlignment(Qt::AlignHCenter);
-    title->setStyleSheet("color:#1f2328;font-size:22px;font-weight:700;");
+    title->setStyleSheet("font-size:22px;font-weight:700;");
     auto *subtitle = new QLabel(QString::fromUtf8("常用回复，一键发送"), this);
     subtitle->setAlignment(Qt::AlignHCenter);
-    subtitle->setStyleSheet("color:#8a9199;font-size:13px;");
+    PaletteStyleSheet::apply(subtitle, [](const QPalette &p) {
+        return QStringLiteral("color:%1;font-size:13px;").arg(ThemeColors::css(ThemeColors::mutedText(p)));
+    });
     layout->addWidget(logo, 0, Qt::AlignHCenter);
     layout->addSpacing(10);
     layout->addWidget(title);
@@ -87,7 +95,9 @@ SignInView::SignInView(Settings &settings, CloudClient &cloud, WebViewModule &we
 
     status_ = new QLabel(this);
     status_->setAlignment(Qt::AlignHCenter);
-    status_->setStyleSheet("color:#8a9199;font-size:12px;");
+    PaletteStyleSheet::apply(status_, [](const QPalette &p) {
+        return QStringLiteral("color:%1;font-size:12px;").arg(ThemeColors::css(ThemeColors::mutedText(p)));
+    });
     status_->setFixedHeight(18);
     layout->addWidget(status_);
     layout->addStretch(1);
@@ -97,7 +107,9 @@ SignInView::SignInView(Settings &settings, CloudClient &cloud, WebViewModule &we
     registerLink = new QPushButton(QString::fromUtf8("注册账号"), this);
     resetLink = new QPushButton(QString::fromUtf8("忘记密码"), this);
     auto *bar = new QLabel("|", this);
-    bar->setStyleSheet("color:#c4c9cf;");
+    PaletteStyleSheet::apply(bar, [](const QPalette &p) {
+        return QStringLiteral("color:%1;").arg(ThemeColors::css(ThemeColors::separator(p)));
+    });
     for (QPushButton *b : {registerLink, resetLink}) {
         b->setProperty("link", true);
         b->setCursor(Qt::PointingHandCursor);

@@ -18,30 +18,30 @@ constexpr int placeWithinMs = 15000;
 constexpr int placeRetryMs = 50;
 constexpr int placeAgainMs = 300;
 
-void askSwayToPlace(quint64 x11Window, const QRect &geometry, QDeadlineTimer deadline, bool again = true) {
-    const QString command =
-        QStringLiteral("[id=%1] floating enable, resize set %2 px %3 px, move absolute position %4 px %5 px")
-            .arg(x11Window)
-            .arg(geometry.width())
-            .arg(geometry.height())
-            .arg(geometry.x())
-            .arg(geometry.y());
-    SwayCommand::run(command, [=](const QString &error) {
+// Runs a command for one of our XWayland windows ("[id=N] " goes before it), again while sway does
+// not know the window yet; `what` says what it was for when it fails. With `again`, the command is
+// given once more after it took: a window sway has just mapped may still draw at the size sway gave
+// it first, and sway then takes that size for the floating window.
+void askSway(quint64 x11Window, const QString &command, const char *what, QDeadlineTimer deadline,
+             bool again = false) {
+    SwayCommand::run(QStringLiteral("[id=%1] ").arg(x11Window) + command, [=](const QString &error) {
         if (error.isEmpty()) {
-            // A window sway has just mapped may still draw at the size sway gave it first, and
-            // sway then takes that size for the floating window: asked once more, it keeps ours.
             if (again)
                 QTimer::singleShot(placeAgainMs, qApp,
-                                   [=] { askSwayToPlace(x11Window, geometry, deadline, false); });
+                                   [=] { askSway(x11Window, command, what, deadline, false); });
             return;
         }
         if (!deadline.hasExpired() && error.contains(QLatin1String("No matching"))) {
             QTimer::singleShot(placeRetryMs, qApp,
-                               [=] { askSwayToPlace(x11Window, geometry, deadline, again); });
+                               [=] { askSway(x11Window, command, what, deadline, again); });
             return;
         }
-        qCInfo(lcDesktop, "sway did not place the window: %s", qUtf8Printable(error));
+        qCInfo(lcDesktop, "sway did not %s the window: %s", what, qUtf8Printable(error));
     });
+}
+
+bool throughSway() {
+    return SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb");
 }
 
 } // namespace
@@ -88,6 +88,17 @@ void DesktopSession::prepareOwnWindows() {
 
 void DesktopSession::placeOwnWindow(quint64 x11Window, const QRect &geometry) {
     // Only our windows through XWayland have an X11 id sway knows.
-    if (SwayCommand::available() && QGuiApplication::platformName() == QLatin1String("xcb"))
-        askSwayToPlace(x11Window, geometry, QDeadlineTimer(placeWithinMs));
+    if (throughSway())
+        askSway(x11Window,
+                QStringLiteral("floating enable, resize set %1 px %2 px, move absolute position %3 px %4 px")
+                    .arg(geometry.width())
+                    .arg(geometry.height())
+                    .arg(geometry.x())
+                    .arg(geometry.y()),
+                "place", QDeadlineTimer(placeWithinMs), true);
+}
+
+void DesktopSession::focusOwnWindow(quint64 x11Window) {
+    if (throughSway())
+        askSway(x11Window, QStringLiteral("focus"), "focus", QDeadlineTimer(placeWithinMs));
 }

@@ -25,5 +25,8 @@ void prepareOwnWindows();
 // Where the window manager overrides where our window wants to be (sway tiles it, or centres it
 // when floating), asks it to put the window there; elsewhere the window's own geometry does.
 void placeOwnWindow(quint64 x11Window, const QRect &geometry);
+// Where the window manager does not give the keyboard to a window our program shows (sway, to an
+// XWayland window that was not clicked), asks it to; elsewhere activating the window does.
+void focusOwnWindow(quint64 x11Window);
 
 } // namespace DesktopSession

@@ -1,6 +1,7 @@
 #include "library/classcell.h"
 
 #include "ui/elidedlabel.h"
+#include "ui/themecolors.h"
 
 #include <QFontMetrics>
 #include <QHBoxLayout>
@@ -45,7 +46,8 @@ void ClassCell::setData(int row, const QString &text, const QString &team) {
 
 void ClassCell::setSelect(bool select) {
     isSelect_ = select;
-    label->setStyleSheet(select ? "color:#ffffff;font-weight:600;" : "color:#3c4043;");
+    // The selected chip is the program's green in both schemes, white on it; the others follow the palette.
+    label->setStyleSheet(select ? "color:#ffffff;font-weight:600;" : "");
     update();
 }
 
@@ -65,7 +67,8 @@ void ClassCell::paintEvent(QPaintEvent *) {
     QPainterPath path;
     path.addRoundedRect(QRectF(rect()).adjusted(2, 3, -2, -3), 10, 10);
     if (isSelect_)
-        p.fillPath(path, QColor(46, 154, 110));
+        p.fillPath(path, ThemeColors::accent());
     else
-        p.fillPath(path, isMouseOver() ? QColor(232, 236, 240) : QColor(242, 244, 246));
+        p.fillPath(path,
+                   isMouseOver() ? ThemeColors::hoverFill(palette()) : ThemeColors::subtleFill(palette()));
 }

@@ -15,6 +15,8 @@
 #include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/messagebox.h"
+#include "ui/palettestylesheet.h"
+#include "ui/themecolors.h"
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -37,9 +39,6 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
     : QWidget(parent), library_(library) {
     initResources();
     setAutoFillBackground(true);
-    QPalette pal = palette();
-    pal.setColor(QPalette::Window, Qt::white);
-    setPalette(pal);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -52,12 +51,13 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
     targetRow->setContentsMargins(12, 0, 12, 0);
     targetRow->setSpacing(6);
     auto *caption = new QLabel(QString::fromUtf8("发送到"), target);
-    caption->setStyleSheet("color:#8a9199;");
+    PaletteStyleSheet::apply(caption, [](const QPalette &p) {
+        return QStringLiteral("color:%1;").arg(ThemeColors::css(ThemeColors::mutedText(p)));
+    });
     targetIcon = new QLabel(target);
     targetIcon->setFixedSize(20, 20);
     targetIcon->setScaledContents(true);
     targetName = new ElidedLabel(target);
-    targetName->setStyleSheet("color:#1f2328;");
     targetRow->addWidget(caption);
     targetRow->addWidget(targetIcon);
     targetRow->addWidget(targetName, 1);
@@ -73,7 +73,9 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
     layout->addWidget(target);
     // What became of a send that did not go out whole: a line under the target, never a dialog.
     sendStatus_ = new QLabel(this);
-    sendStatus_->setStyleSheet("color:#c0392b;");
+    PaletteStyleSheet::apply(sendStatus_, [](const QPalette &p) {
+        return QStringLiteral("color:%1;").arg(ThemeColors::css(ThemeColors::error(p)));
+    });
     sendStatus_->setWordWrap(true);
     sendStatus_->hide();
     layout->addWidget(sendStatus_);
@@ -81,11 +83,17 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
     searchTextView = new QLineEdit(this);
     searchTextView->setPlaceholderText(QString::fromUtf8("搜索全部短语"));
     searchTextView->setClearButtonEnabled(true);
-    searchTextView->addAction(QIcon(":/search.svg"), QLineEdit::LeadingPosition);
+    searchTextView->addAction(QIcon::fromTheme(QStringLiteral("edit-find"), QIcon(":/search.svg")),
+                              QLineEdit::LeadingPosition);
     searchTextView->setFixedHeight(30);
-    searchTextView->setStyleSheet("QLineEdit{border:1px solid #dfe3e8;border-radius:15px;padding:0 8px;"
-                                  "background:#f6f7f9;color:#1f2328;}"
-                                  "QLineEdit:focus{border-color:#2e9a6e;background:#ffffff;}");
+    PaletteStyleSheet::apply(searchTextView, [](const QPalette &p) {
+        using namespace ThemeColors;
+        return QStringLiteral("QLineEdit{border:1px solid %1;border-radius:15px;padding:0 8px;"
+                              "background:%2;color:%3;}"
+                              "QLineEdit:focus{border-color:%4;background:%5;}")
+            .arg(css(separator(p)), css(subtleFill(p)), css(text(p)), css(accent()),
+                 css(p.color(QPalette::Base)));
+    });
     auto *searchRow = new QHBoxLayout;
     searchRow->setContentsMargins(10, 2, 10, 6);
     searchRow->addWidget(searchTextView);
@@ -93,7 +101,9 @@ HomeView::HomeView(LibraryContext &library, const Result<void> &openResult, QWid
 
     auto *rule = new QWidget(this);
     rule->setFixedHeight(1);
-    rule->setStyleSheet("background:#eceef1;");
+    PaletteStyleSheet::apply(rule, [](const QPalette &p) {
+        return QStringLiteral("background:%1;").arg(ThemeColors::css(ThemeColors::separator(p)));
+    });
     layout->addWidget(rule);
 
     wordBlock = new QWidget(this);
@@ -153,16 +163,28 @@ void HomeView::showView() {
 
 void HomeView::moveWindowToRight() {
     QPointer<QWidget> w = window();
-    QTimer::singleShot(dockDelayMs, this, [w] {
-        QScreen *screen = QGuiApplication::primaryScreen();
-        if (!screen || !w)
-            return;
-        // The screen's origin is not added: the main screen is taken to start at (0, 0).
-        const QRect frame = screen->geometry();
-        const QRect dock(frame.width() - dockWidth - dockRightGap, 0, dockWidth, frame.height());
-        w->setGeometry(dock);
-        DesktopSession::placeOwnWindow(w->winId(), dock);
-    });
+    QTimer::singleShot(dockDelayMs, this, [w] { dock(w, 3); });
+}
+
+void HomeView::dock(QPointer<QWidget> w, int attempts) {
+    QScreen *screen = QGuiApplication::primaryScreen();
+    if (!screen || !w || !w->isVisible())
+        return;
+    // The frame (the window manager's title bar and borders included) fills the strip.
+    const QRect area = screen->availableGeometry();
+    const QRect dock(area.right() + 1 - dockWidth - dockRightGap, area.top(), dockWidth, area.height());
+    const QMargins frame(w->geometry().left() - w->frameGeometry().left(),
+                         w->geometry().top() - w->frameGeometry().top(),
+                         w->frameGeometry().right() - w->geometry().right(),
+                         w->frameGeometry().bottom() - w->geometry().bottom());
+    w->setGeometry(dock - frame);
+    DesktopSession::placeOwnWindow(w->winId(), dock);
+    // The manager tells the size of its frame only once it has framed the window.
+    if (attempts > 1)
+        QTimer::singleShot(dockDelayMs, w, [w, dock, attempts] {
+            if (w && w->frameGeometry() != dock)
+                HomeView::dock(w, attempts - 1);
+        });
 }
 
 void HomeView::followTarget(TargetWindowTracker &tracker, DesktopBackend &desktop) {

@@ -66,6 +66,8 @@ private:
     QList<qint64> searchIds(const QString &text) const;
     // Shows the target's name, and its icon when asked or when the target is another window.
     void refreshTarget(bool rereadIcon);
+    // Puts the window's frame at the right edge of the main screen, full height.
+    static void dock(QPointer<QWidget> window, int attempts);
 
     LibraryContext &library_;
     QLabel *sendStatus_ = nullptr;

@@ -8,6 +8,8 @@
 #include "store/phrasestore.h"
 #include "ui/elidedlabel.h"
 #include "ui/imagebutton.h"
+#include "ui/palettestylesheet.h"
+#include "ui/themecolors.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -27,7 +29,7 @@ LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(p
     row->setContentsMargins(12, 0, 8, 0);
     row->setSpacing(6);
     labelTextView = new ElidedLabel(header);
-    labelTextView->setStyleSheet("color:#1f2328;font-size:14px;font-weight:600;");
+    labelTextView->setStyleSheet("font-size:14px;font-weight:600;");
     readOnlyNote = new QLabel(QString::fromUtf8("只读"), header);
     readOnlyNote->setObjectName(QStringLiteral("readOnlyNote"));
     readOnlyNote->setToolTip(TeamLibraries::readOnlyReason());
@@ -37,8 +39,12 @@ LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(p
     loadingBar->setRange(0, 1);
     loadingBar->setTextVisible(false);
     loadingBar->setFixedSize(64, 6);
-    loadingBar->setStyleSheet("QProgressBar{background:#e6e9ed;border:0;border-radius:3px;}"
-                              "QProgressBar::chunk{background:#2e9a6e;border-radius:3px;}");
+    PaletteStyleSheet::apply(loadingBar, [](const QPalette &p) {
+        using namespace ThemeColors;
+        return QStringLiteral("QProgressBar{background:%1;border:0;border-radius:3px;}"
+                              "QProgressBar::chunk{background:%2;border-radius:3px;}")
+            .arg(css(hoverFill(p)), css(accent()));
+    });
     loadingBar->hide();
     cloudButton = new ImageButton(QIcon(":/cloud.svg"), header);
     cloudButton->setToolTip(QString::fromUtf8("从云端同步"));
@@ -51,7 +57,10 @@ LibraryPanel::LibraryPanel(LibraryContext &library, QWidget *parent) : QWidget(p
     splitView = new QSplitter(Qt::Vertical, this);
     splitView->setChildrenCollapsible(false);
     splitView->setHandleWidth(5);
-    splitView->setStyleSheet("QSplitter::handle{background:transparent;border-bottom:1px solid #eceef1;}");
+    PaletteStyleSheet::apply(splitView, [](const QPalette &p) {
+        return QStringLiteral("QSplitter::handle{background:transparent;border-bottom:1px solid %1;}")
+            .arg(ThemeColors::css(ThemeColors::separator(p)));
+    });
     topView = new QWidget(splitView);
     bottomView = new QWidget(splitView);
     topView->setMinimumHeight(classStripHeight);

@@ -2,6 +2,7 @@
 
 #include "library/phraseidmodel.h"
 #include "ui/sendbutton.h"
+#include "ui/themecolors.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -18,11 +19,10 @@ constexpr int rightMargin = 2;
 constexpr int leftMargin = 8;
 constexpr int oneLineLabelWidth = 72;
 
-const QColor labelColor(0x1f, 0x23, 0x28);
-const QColor valueColor(0x64, 0x6a, 0x73);
-
-// Draws text in one line at the baseline of rect, its runs coloured, cut with "…" to the width.
-void drawAttributed(QPainter &p, const QRect &rect, const AttributedString &s, const QColor &plain) {
+// Draws text in one line at the baseline of rect, its runs coloured (made legible on the background),
+// cut with "…" to the width.
+void drawAttributed(QPainter &p, const QRect &rect, const AttributedString &s, const QColor &plain,
+                    const QColor &background) {
     const QFontMetrics metrics(p.font());
     QString oneLine = s.text;
     oneLine.replace(QLatin1Char('\n'), QLatin1Char(' ')).replace(QLatin1Char('\r'), QLatin1Char(' '));
@@ -45,7 +45,7 @@ void drawAttributed(QPainter &p, const QRect &rect, const AttributedString &s, c
         if (r.location < pos || r.location >= fits)
             continue;
         draw(pos, r.location - pos, plain);
-        draw(r.location, qMin(r.length, fits - r.location), r.color);
+        draw(r.location, qMin(r.length, fits - r.location), ThemeColors::legibleOn(r.color, background));
         pos = r.location + r.length;
     }
     if (pos < fits)
@@ -91,36 +91,42 @@ void PhraseRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
     p.setRenderHint(QPainter::Antialiasing);
     const QRect row = option.rect.adjusted(0, 0, 0, -gap);
 
+    // The list's own palette has the transparent background of its style sheet.
+    const QPalette &palette = option.widget ? option.widget->window()->palette() : option.palette;
     const bool selected = option.state & QStyle::State_Selected;
     const bool hovered = hovered_.isValid() && hovered_ == index;
     if (selected || hovered) {
         QPainterPath shape;
         shape.addRoundedRect(QRectF(row).adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);
-        p.fillPath(shape, selected ? QColor(222, 236, 252) : QColor(243, 245, 248));
+        p.fillPath(shape, selected ? ThemeColors::selectionFill(palette) : ThemeColors::subtleFill(palette));
         if (selected) {
-            p.setPen(QColor(120, 170, 230));
+            p.setPen(ThemeColors::selectionOutline(palette));
             p.drawPath(shape);
         }
     }
 
     const QRect button = sendButtonRect(option.rect);
     if (hovered && hoverOnButton_)
-        p.fillRect(button, SendButton::highlightColor());
-    p.setPen(option.palette.color(QPalette::ButtonText));
+        p.fillRect(button, SendButton::highlightColor(palette));
+    p.setPen(palette.color(QPalette::ButtonText));
     p.drawText(button, Qt::AlignCenter, QStringLiteral("Send"));
 
     QFont bold = option.font;
     bold.setWeight(QFont::DemiBold);
     const QString key = model->keyword();
+    const QColor labelColor = ThemeColors::text(palette);
+    const QColor valueColor = ThemeColors::mutedText(palette);
+    const QColor background = palette.color(QPalette::Window);
     if (layout_ == Layout::OneLine) {
         const int textRight = button.left() - 8;
         const QRect labelRect(row.left() + leftMargin, row.top(), oneLineLabelWidth, row.height());
         const QRect valueRect(labelRect.right() + 1 + 8, row.top(),
                               qMax(0, textRight - labelRect.right() - 8), row.height());
         p.setFont(bold);
-        drawAttributed(p, labelRect, AttributedString{phrase->label, {}}, labelColor);
+        drawAttributed(p, labelRect, AttributedString{phrase->label, {}}, labelColor, background);
         p.setFont(option.font);
-        drawAttributed(p, valueRect, AttributedString{previewOf(phrase->content), {}}, valueColor);
+        drawAttributed(p, valueRect, AttributedString{previewOf(phrase->content), {}}, valueColor,
+                       background);
     } else {
         const QRect texts = QRect(row.left() + leftMargin, row.top() + 5, 0, row.height() - 8)
                                 .adjusted(0, 0, button.left() - 6 - row.left() - leftMargin, 0);
@@ -141,9 +147,9 @@ void PhraseRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &opt
             labelRect.setLeft(badgeRect.right() + 6);
         }
         p.setFont(bold);
-        drawAttributed(p, labelRect, labelText(*phrase, key), labelColor);
+        drawAttributed(p, labelRect, labelText(*phrase, key), labelColor, background);
         p.setFont(option.font);
-        drawAttributed(p, valueRect, valueText(*phrase, key), valueColor);
+        drawAttributed(p, valueRect, valueText(*phrase, key), valueColor, background);
     }
     p.restore();
 }

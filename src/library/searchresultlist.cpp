@@ -3,6 +3,8 @@
 #include "library/listselection.h"
 #include "library/phraseidmodel.h"
 #include "library/phraselistview.h"
+#include "ui/palettestylesheet.h"
+#include "ui/themecolors.h"
 
 #include <QItemSelectionModel>
 #include <QLabel>
@@ -18,7 +20,9 @@ SearchResultList::SearchResultList(PhraseStore &store, QWidget *parent) : QWidge
     layout->addWidget(collectionView);
     emptyLabel_ = new QLabel(QString::fromUtf8("没有找到匹配的短语"), this);
     emptyLabel_->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
-    emptyLabel_->setStyleSheet("color:#9aa0a6;padding-top:24px;");
+    PaletteStyleSheet::apply(emptyLabel_, [](const QPalette &p) {
+        return QStringLiteral("color:%1;padding-top:24px;").arg(ThemeColors::css(ThemeColors::mutedText(p)));
+    });
     emptyLabel_->hide();
     layout->addWidget(emptyLabel_, 1);
     connect(collectionView->selectionModel(), &QItemSelectionModel::selectionChanged, this,

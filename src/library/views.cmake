@@ -7,6 +7,7 @@ target_sources(quillora-ui PRIVATE
   ${CMAKE_CURRENT_LIST_DIR}/librarypanel.cpp ${CMAKE_CURRENT_LIST_DIR}/librarypanel.h
   ${CMAKE_CURRENT_LIST_DIR}/classlist.cpp ${CMAKE_CURRENT_LIST_DIR}/classlist.h
   ${CMAKE_CURRENT_LIST_DIR}/phraselist.cpp ${CMAKE_CURRENT_LIST_DIR}/phraselist.h
+  ${CMAKE_CURRENT_LIST_DIR}/phrasepalette.cpp ${CMAKE_CURRENT_LIST_DIR}/phrasepalette.h
   ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.cpp ${CMAKE_CURRENT_LIST_DIR}/keywordcolouring.h
   ${CMAKE_CURRENT_LIST_DIR}/homeview.cpp ${CMAKE_CURRENT_LIST_DIR}/homeview.h
   ${CMAKE_CURRENT_LIST_DIR}/listselection.cpp ${CMAKE_CURRENT_LIST_DIR}/listselection.h)

@@ -30,6 +30,7 @@ public:
     static inline const QString serviceUrlKey = QStringLiteral("serviceUrl");
     static inline const QString quickBarShortcutsKey = QStringLiteral("quickBarShortcuts");
     static inline const QString quickBarPositionKey = QStringLiteral("quickBarPosition");
+    static inline const QString paletteShortcutKey = QStringLiteral("paletteShortcut");
     static inline const QString sendPauseModeKey = QStringLiteral("sendPauseMode");
     static inline const QString restoreClipboardKey = QStringLiteral("restoreClipboard");
     static inline const QString pasteKeysGroup = QStringLiteral("pasteKeys");
@@ -63,6 +64,10 @@ public:
     void setQuickBarShortcuts(const QString &value) { setText(quickBarShortcutsKey, value); }
     QString quickBarPosition() const { return text(quickBarPositionKey); }
     void setQuickBarPosition(const QString &value) { setText(quickBarPositionKey, value); }
+    // The keyboard palette's global shortcut on X11 ("Ctrl+Shift+Space" style); empty, the default,
+    // for none.
+    QString paletteShortcut() const { return text(paletteShortcutKey); }
+    void setPaletteShortcut(const QString &value) { setText(paletteShortcutKey, value); }
 
     // "fixed" for fixed pauses between the pieces of a send; anything else adapts to the target.
     QString sendPauseMode() const { return text(sendPauseModeKey); }

@@ -6,6 +6,8 @@
 #include "model/settings.h"
 #include "quickbar/quickbarslot.h"
 #include "send/phrasesender.h"
+#include "ui/palettestylesheet.h"
+#include "ui/themecolors.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -15,7 +17,9 @@
 #include <QScreen>
 #include <QToolButton>
 
+#include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <algorithm>
 
 namespace {
 
@@ -34,43 +38,39 @@ QIcon drawnIcon(const std::function<void(QPainter &)> &draw) {
     return QIcon(pixmap);
 }
 
-QIcon searchIcon() {
-    return drawnIcon([](QPainter &p) {
-        p.setPen(QPen(QColor(255, 255, 255, 235), 1.8, Qt::SolidLine, Qt::RoundCap));
+QIcon searchIcon(const QColor &color) {
+    return drawnIcon([color](QPainter &p) {
+        p.setPen(QPen(color, 1.8, Qt::SolidLine, Qt::RoundCap));
         p.drawEllipse(QRectF(3, 3, 9, 9));
         p.drawLine(QPointF(10.8, 10.8), QPointF(15, 15));
     });
 }
 
-QIcon closeIcon() {
-    return drawnIcon([](QPainter &p) {
-        p.setPen(QPen(QColor(255, 255, 255, 200), 1.6, Qt::SolidLine, Qt::RoundCap));
+QIcon closeIcon(const QColor &color) {
+    return drawnIcon([color](QPainter &p) {
+        p.setPen(QPen(color, 1.6, Qt::SolidLine, Qt::RoundCap));
         p.drawLine(QPointF(5.5, 5.5), QPointF(12.5, 12.5));
         p.drawLine(QPointF(12.5, 5.5), QPointF(5.5, 12.5));
     });
 }
 
-QToolButton *sideButton(QWidget *parent, const QIcon &icon, const QString &tip, int width) {
+QToolButton *sideButton(QWidget *parent, const QString &tip, int width) {
     auto *button = new QToolButton(parent);
-    button->setIcon(icon);
     button->setIconSize(QSize(18, 18));
     button->setFixedSize(width, QuickBarSlot::itemHeight);
     button->setFocusPolicy(Qt::NoFocus);
     button->setCursor(Qt::PointingHandCursor);
     button->setToolTip(tip);
     button->setAccessibleName(tip);
-    const QColor bg = QuickBarSlot::background();
-    const QColor down = QuickBarSlot::pressedBackground();
-    button->setStyleSheet(
-        QStringLiteral("QToolButton { background: rgba(%1,%2,%3,%4); border: none; border-radius: "
-                       "%5px; } QToolButton:hover { border: 1px solid rgba(255,255,255,150); } "
-                       "QToolButton:pressed { background: rgba(%1,%2,%3,%6); }")
-            .arg(bg.red())
-            .arg(bg.green())
-            .arg(bg.blue())
-            .arg(bg.alphaF(), 0, 'f', 3)
+    PaletteStyleSheet::apply(button, [](const QPalette &p) {
+        using ThemeColors::css;
+        return QStringLiteral(
+                   "QToolButton { background: %1; border: none; border-radius: %2px; } "
+                   "QToolButton:hover { border: 1px solid %3; } QToolButton:pressed { background: %4; }")
+            .arg(css(QuickBarSlot::background(p)))
             .arg(QuickBarSlot::cornerRadius)
-            .arg(down.alphaF(), 0, 'f', 3));
+            .arg(css(QuickBarSlot::outline(p, false)), css(QuickBarSlot::pressedBackground(p)));
+    });
     return button;
 }
 
@@ -117,6 +117,42 @@ void askForDockLikeState(WId window) {
     XCloseDisplay(display);
 }
 
+// Puts a window above the others through the window manager, as a pager would; nothing where the
+// manager does not offer that.
+void raiseWithoutFocus(WId window) {
+    Display *display = XOpenDisplay(nullptr);
+    if (!display)
+        return;
+    const Window root = DefaultRootWindow(display);
+    const Atom restack = XInternAtom(display, "_NET_RESTACK_WINDOW", False);
+    Atom type = 0;
+    int format = 0;
+    unsigned long count = 0, after = 0;
+    unsigned char *data = nullptr;
+    bool offered = false;
+    if (XGetWindowProperty(display, root, XInternAtom(display, "_NET_SUPPORTED", False), 0, 4096, False,
+                           XA_ATOM, &type, &format, &count, &after, &data) == Success &&
+        data && format == 32) {
+        const auto *atoms = reinterpret_cast<const Atom *>(data);
+        offered = std::find(atoms, atoms + count, restack) != atoms + count;
+    }
+    if (data)
+        XFree(data);
+    if (offered) {
+        XEvent event{};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = Window(window);
+        event.xclient.message_type = restack;
+        event.xclient.format = 32;
+        event.xclient.data.l[0] = 2; // from a pager
+        event.xclient.data.l[1] = None;
+        event.xclient.data.l[2] = Above;
+        XSendEvent(display, root, False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+        XSync(display, False);
+    }
+    XCloseDisplay(display);
+}
+
 } // namespace
 
 QuickBar::QuickBar(Settings &settings, PhraseSender &sender, QWidget *parent)
@@ -139,7 +175,7 @@ QuickBar::QuickBar(Settings &settings, PhraseSender &sender, QWidget *parent)
     row->setContentsMargins(margin, margin, margin, margin);
     row->setSpacing(itemSpacing);
 
-    close_ = sideButton(this, closeIcon(), QStringLiteral("关闭"), 26);
+    close_ = sideButton(this, QStringLiteral("关闭"), 26);
     connect(close_, &QToolButton::clicked, this, &QWidget::hide);
     row->addWidget(close_);
     row->addSpacing(6);
@@ -153,11 +189,24 @@ QuickBar::QuickBar(Settings &settings, PhraseSender &sender, QWidget *parent)
     }
 
     row->addSpacing(6);
-    search_ = sideButton(this, searchIcon(), QStringLiteral("搜索"), sideButtonWidth);
+    search_ = sideButton(this, QStringLiteral("搜索"), sideButtonWidth);
     connect(search_, &QToolButton::clicked, this, &QuickBar::searchClicked);
     row->addWidget(search_);
 
+    paintIcons();
     setFixedSize(sizeHint());
+}
+
+void QuickBar::paintIcons() {
+    const QColor color = palette().color(QPalette::WindowText);
+    close_->setIcon(closeIcon(color));
+    search_->setIcon(QIcon::fromTheme(QStringLiteral("edit-find"), searchIcon(color)));
+}
+
+void QuickBar::changeEvent(QEvent *event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange)
+        paintIcons();
 }
 
 QuickBar::~QuickBar() = default;
@@ -282,7 +331,12 @@ void QuickBar::slotTapped(int index) {
         if (homeWindow_->isMinimized())
             homeWindow_->showNormal();
         homeWindow_->show();
-        homeWindow_->raise();
+        // On X11 only through the manager, or not at all: xfwm4 takes a plain raise for a request to
+        // focus, even of a window that is shown without activation.
+        if (QGuiApplication::platformName() == QLatin1String("xcb"))
+            raiseWithoutFocus(homeWindow_->winId());
+        else
+            homeWindow_->raise();
         homeWindow_->setAttribute(Qt::WA_ShowWithoutActivating, quiet);
     }
     qCInfo(lcQuickBar, "send %s", qUtf8Printable(word->jsonValue));
@@ -299,8 +353,8 @@ int QuickBar::selectedIndex() const {
 
 void QuickBar::paintEvent(QPaintEvent *) {
     QPainter p(this);
-    p.fillRect(rect(), QColor(22, 23, 25));
-    p.setPen(QColor(255, 255, 255, 28));
+    p.fillRect(rect(), palette().color(QPalette::Window));
+    p.setPen(ThemeColors::separator(palette()));
     p.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 

@@ -69,12 +69,15 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void changeEvent(QEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
     std::optional<Phrase> phraseAt(int index) const;
+    // The close and search icons in the palette's text colour.
+    void paintIcons();
     void placeOnScreen();
 
     Settings &settings_;

@@ -1,5 +1,7 @@
 #include "quickbar/quickbarslot.h"
 
+#include "ui/themecolors.h"
+
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -13,12 +15,18 @@ QuickBarSlot::QuickBarSlot(int index, const QString &text, QWidget *parent)
     setAccessibleName(text);
 }
 
-QColor QuickBarSlot::background() {
-    return QColor(65, 70, 77, qRound(0.6 * 255));
+QColor QuickBarSlot::background(const QPalette &palette) {
+    return ThemeColors::mix(palette.color(QPalette::Window), palette.color(QPalette::WindowText), 0.16);
 }
 
-QColor QuickBarSlot::pressedBackground() {
-    return QColor(65, 70, 77, qRound(0.39089256 * 255));
+QColor QuickBarSlot::pressedBackground(const QPalette &palette) {
+    return ThemeColors::mix(palette.color(QPalette::Window), palette.color(QPalette::WindowText), 0.08);
+}
+
+QColor QuickBarSlot::outline(const QPalette &palette, bool pressed) {
+    QColor c = palette.color(QPalette::WindowText);
+    c.setAlpha(pressed ? 230 : 150);
+    return c;
 }
 
 void QuickBarSlot::setSelected(bool selected) {
@@ -34,17 +42,17 @@ void QuickBarSlot::paintEvent(QPaintEvent *) {
     const QRectF tile = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     QPainterPath path;
     path.addRoundedRect(tile, cornerRadius, cornerRadius);
-    p.fillPath(path, selected_ ? pressedBackground() : background());
+    p.fillPath(path, selected_ ? pressedBackground(palette()) : background(palette()));
     if (hovered_ || selected_) {
         // The outline overlay marks the slot that a tap would send.
-        p.setPen(QPen(QColor(255, 255, 255, selected_ ? 230 : 150), 1.5));
+        p.setPen(QPen(outline(palette(), selected_), 1.5));
         p.drawRoundedRect(tile.adjusted(0.75, 0.75, -0.75, -0.75), cornerRadius, cornerRadius);
     }
     QFont f = font();
     f.setPixelSize(13);
     f.setWeight(QFont::Medium);
     p.setFont(f);
-    p.setPen(QColor(255, 255, 255, 235));
+    p.setPen(palette().color(QPalette::WindowText));
     p.drawText(rect(), Qt::AlignCenter, text_);
 }
 

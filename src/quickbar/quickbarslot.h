@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QPalette>
 #include <QWidget>
 
 // One slot of the quick bar ("F1" .. "F12"): a rounded tile that lights up under the pointer and while
@@ -20,9 +21,11 @@ public:
     bool isSelected() const { return selected_; }
     void setSelected(bool selected);
 
-    // The tile colours: the resting slot and the pressed one (the lighter look of a selected item).
-    static QColor background();
-    static QColor pressedBackground();
+    // The tile colours from the bar's palette: the resting slot, the pressed one, the outline of the
+    // slot under the pointer or pressed, and the key's name.
+    static QColor background(const QPalette &palette);
+    static QColor pressedBackground(const QPalette &palette);
+    static QColor outline(const QPalette &palette, bool pressed);
 
     QSize sizeHint() const override { return {itemWidth, itemHeight}; }
 

@@ -18,7 +18,10 @@ void ImageButton::paintEvent(QPaintEvent *) {
     if (isMouseOver() || isDown()) {
         QPainterPath path;
         path.addRoundedRect(QRectF(rect()), 6, 6);
-        p.fillPath(path, QColor(0, 0, 0, isDown() ? 40 : 20));
+        // A shade of the text colour: darker on a light window, lighter on a dark one.
+        QColor shade = palette().color(QPalette::WindowText);
+        shade.setAlpha(isDown() ? 50 : 26);
+        p.fillPath(path, shade);
     }
     const QSize s = iconSize();
     const QRect r((width() - s.width()) / 2, (height() - s.height()) / 2, s.width(), s.height());

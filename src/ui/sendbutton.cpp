@@ -1,4 +1,5 @@
 #include "ui/sendbutton.h"
+#include "ui/themecolors.h"
 
 #include <QEnterEvent>
 #include <QMouseEvent>
@@ -11,8 +12,8 @@ SendButton::SendButton(QWidget *parent) : QPushButton(parent) {
     setCursor(Qt::PointingHandCursor);
 }
 
-QColor SendButton::highlightColor() {
-    return QColor::fromRgbF(0.698556f, 0.6944055f, 0.70174783f, 0.81014556f);
+QColor SendButton::highlightColor(const QPalette &palette) {
+    return ThemeColors::mix(palette.color(QPalette::Base), palette.color(QPalette::Text), 0.22);
 }
 
 void SendButton::setHighlighted(bool on) {
@@ -40,7 +41,7 @@ void SendButton::mouseMoveEvent(QMouseEvent *event) {
 void SendButton::paintEvent(QPaintEvent *event) {
     if (highlighted_) {
         QPainter painter(this);
-        painter.fillRect(rect(), highlightColor());
+        painter.fillRect(rect(), highlightColor(palette()));
     }
     QPushButton::paintEvent(event);
 }

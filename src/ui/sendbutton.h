@@ -11,7 +11,7 @@ public:
     explicit SendButton(QWidget *parent = nullptr);
 
     bool isHighlighted() const { return highlighted_; }
-    static QColor highlightColor();
+    static QColor highlightColor(const QPalette &palette);
     static constexpr int trackedHeight = 30;
 
 protected:

@@ -1,10 +1,11 @@
+#include "app/mainwindow.h"
 #include "app/session.h"
+#include "cloud/classoperations.h"
 #include "cloud/cloudclient.h"
 #include "cloud/librarysync.h"
 #include "desktop/desktopbackend.h"
 #include "library/classcell.h"
 #include "library/classlist.h"
-#include "cloud/classoperations.h"
 #include "library/homeview.h"
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
@@ -13,7 +14,6 @@
 #include "send/targetwindowtracker.h"
 #include "store/classstore.h"
 #include "ui/elidedlabel.h"
-#include "ui/framedwindow.h"
 
 #include "cloudservice.h"
 #include "xvfbsession.h"
@@ -60,7 +60,7 @@ class TestHomeList : public QObject {
 
     CloudService cloud_;
     QTemporaryDir systemData_;
-    FramedWindow *window_ = nullptr;
+    MainWindow *window_ = nullptr;
     Settings settings_;
     CloudClient client_{settings_};
     std::unique_ptr<Session> session_;
@@ -127,7 +127,7 @@ private Q_SLOTS:
         QVERIFY(login->isOk());
 
         session_ = std::make_unique<Session>(settings_, client_, login->value());
-        window_ = new FramedWindow;
+        window_ = new MainWindow;
         home_ = new HomeView(session_->library(), session_->storeOpened());
         window_->setContentView(home_);
         window_->show();

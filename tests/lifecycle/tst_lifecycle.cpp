@@ -418,8 +418,9 @@ private Q_SLOTS:
         QVERIFY(quitThroughHandOver(user, stayed));
     }
 
-    // Without a tray, the command line is the way to the quick bar; it toggles.
-    void quickBarFromTheCommandLine() {
+    // Without a tray, the command line is the way to the quick bar (it toggles) and to the keyboard
+    // palette, which takes the keyboard until Escape.
+    void quickBarAndPaletteFromTheCommandLine() {
         UserDirs user;
         QProcessEnvironment env = user.environment(cloud_.baseUrl(), "demo:demo123456");
         AppRun app(env);
@@ -428,6 +429,11 @@ private Q_SLOTS:
         QCOMPARE(handOver(user, {"--quickbar"}), 0);
         QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 2, waitMs);
         QCOMPARE(handOver(user, {"--quickbar"}), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 1, waitMs);
+        QCOMPARE(handOver(user, {"--palette"}), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 2, waitMs);
+        QTRY_COMPARE_WITH_TIMEOUT(desktop::windowPid(desktop::activeWindow()), app.pid(), waitMs);
+        desktop::pressWith({}, XK_Escape);
         QTRY_COMPARE_WITH_TIMEOUT(viewableWindowsOf(app.pid()).size(), 1, waitMs);
         QVERIFY(quitThroughHandOver(user, app));
     }

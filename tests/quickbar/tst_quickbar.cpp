@@ -6,6 +6,7 @@
 #include "xvfbsession.h"
 
 #include "desktop.h"
+#include "focuswatch.h"
 #include "pastetargetprocess.h"
 
 #include <QApplication>
@@ -112,14 +113,24 @@ private Q_SLOTS:
     }
 
     void slotTwoSendsTheSecondPhraseWithEnter() {
+        // Not even for a moment does the focus leave the chat program: a blink would drop what an
+        // input method is composing there.
+        FocusWatch watch(target_.window());
         const int before = pasted().size();
-        click(centreOf(bar_->item(1)));
-        QTRY_COMPARE_WITH_TIMEOUT(pasted().size(), before + 1, 10000);
-        QCOMPARE(pasted().last(), greetings_[1].texts);
-        QTRY_COMPARE_WITH_TIMEOUT(enters(), 1, 10000);
-        // The home window came forward to show what went out, and the chat program kept the focus.
-        QVERIFY(home_->isVisible());
-        QTRY_COMPARE(activeWindow(), target_.window());
+        for (int tap = 1; tap <= 2; ++tap) {
+            click(centreOf(bar_->item(1)));
+            QTRY_COMPARE_WITH_TIMEOUT(pasted().size(), before + tap, 10000);
+            QCOMPARE(pasted().last(), greetings_[1].texts);
+            QTRY_COMPARE_WITH_TIMEOUT(enters(), tap, 10000);
+            settle();
+            // The home window came forward to show what went out, without the focus.
+            QVERIFY(home_->isVisible());
+        }
+        QTest::qWait(300);
+        for (quint64 active : watch.activeWindows())
+            QCOMPARE(active, target_.window());
+        QCOMPARE(watch.focusLosses(), 0);
+        QCOMPARE(activeWindow(), target_.window());
         QCOMPARE(bar_->selectedIndex(), -1);
     }
 

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QImage>
+#include <QProcess>
 #include <QRegularExpression>
 
 SendTesting::SendTesting(std::unique_ptr<DesktopBackend> desktop)
@@ -120,6 +121,13 @@ QStringList SendTesting::landed(const QStringList &lines) {
             result << line;
     }
     return result;
+}
+
+void SendTesting::stopProcess(QProcess &process) {
+    process.terminate();
+    if (!process.waitForFinished(5000))
+        process.kill();
+    process.waitForFinished(2000);
 }
 
 QStringList SendTesting::logLines(const QString &path) {

@@ -18,6 +18,8 @@
 // What every desktop's send suite needs: a back-end with the tracker and sender over it, as the
 // session makes them, the windows on that desktop, a send waited out, what the sender reported
 // and what a paste target logged.
+class QProcess;
+
 class SendTesting : public QObject {
     Q_OBJECT
 public:
@@ -68,6 +70,8 @@ public:
     // paste it declined, and the keys it saw ("enter keypad", "left", …); focus lines left out.
     static QStringList landed(const QStringList &lines);
 
+    // Ends a program the test started: asked first, then killed.
+    static void stopProcess(QProcess &process);
     // The lines a paste target (tests/support/pastetarget) logged so far; none before it starts.
     static QStringList logLines(const QString &path);
     // What a file holds now (a document a real program saved); empty when it cannot be read.

@@ -2,13 +2,17 @@
 
 #include <QProcess>
 #include <QString>
+#include <memory>
 
+#include "sessionbus.h"
 #include "testenv.h"
 
 // Tests using QUILLORA_X11_TEST_MAIN include <QApplication> and <QtTest>.
 
-// A private X display (Xvfb) with the openbox window manager, for tests that need a desktop.
-// Start it before the QApplication: it sets DISPLAY and QT_QPA_PLATFORM=xcb for this process.
+// A private X display (Xvfb) with a window manager, for tests that need a desktop. Start it before the
+// QApplication: it sets DISPLAY and QT_QPA_PLATFORM=xcb for this process.
+// QUILLORA_TEST_WM picks the manager: openbox (the default), xfwm4 or mutter (these two get a private
+// session bus of their own). QUILLORA_TEST_SCREEN sets the screen's size (1280x800 by default).
 class XvfbSession {
 public:
     XvfbSession() = default;
@@ -17,11 +21,15 @@ public:
     bool start(bool withWindowManager = true);
     void stop();
     QString display() const { return display_; }
+    // The manager's program name; empty without one.
+    QString windowManager() const { return windowManager_; }
 
 private:
     QProcess xvfb_;
     QProcess wm_;
+    std::unique_ptr<SessionBus> bus_;
     QString display_;
+    QString windowManager_;
 };
 
 // main() for a Qt Test class that needs an X display: isolates user data, starts Xvfb and openbox,

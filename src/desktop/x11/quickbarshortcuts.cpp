@@ -35,10 +35,46 @@ struct QuickBarShortcuts::Private {
     DisplayPtr display;
     std::unique_ptr<QSocketNotifier> notifier;
     unsigned modifiers = 0;
-    std::array<int, 12> keycodes{}; // 0: not grabbed
+    QList<unsigned long> keys;
+    QList<int> keycodes; // 0: not grabbed
+    QString what;
 };
 
-QuickBarShortcuts::QuickBarShortcuts(QObject *parent) : QObject(parent), d(std::make_unique<Private>()) {}
+namespace {
+
+QList<unsigned long> functionKeys() {
+    QList<unsigned long> keys;
+    for (unsigned long i = 0; i < 12; ++i)
+        keys << XK_F1 + i;
+    return keys;
+}
+
+} // namespace
+
+QuickBarShortcuts::QuickBarShortcuts(QObject *parent)
+    : QuickBarShortcuts(functionKeys(), QStringLiteral("quick bar shortcuts"), parent) {}
+
+QuickBarShortcuts::QuickBarShortcuts(const QList<unsigned long> &keys, const QString &what, QObject *parent)
+    : QObject(parent), d(std::make_unique<Private>()) {
+    d->keys = keys;
+    d->keycodes = QList<int>(keys.size(), 0);
+    d->what = what;
+}
+
+std::optional<std::pair<QString, unsigned long>> QuickBarShortcuts::parseShortcut(const QString &text) {
+    const qsizetype plus = text.lastIndexOf(QLatin1Char('+'));
+    const QString modifiers = plus < 0 ? QStringLiteral("None") : text.left(plus);
+    const QString name = text.mid(plus + 1).trimmed();
+    if (name.isEmpty() || !parseModifiers(modifiers))
+        return std::nullopt;
+    // Key names as X spells them ("space", "F13"), whatever the case the user wrote.
+    for (const QString &candidate : {name, name.toLower(), name.left(1).toUpper() + name.mid(1).toLower()}) {
+        const KeySym key = XStringToKeysym(candidate.toLatin1().constData());
+        if (key != NoSymbol)
+            return std::make_pair(modifiers, static_cast<unsigned long>(key));
+    }
+    return std::nullopt;
+}
 
 QuickBarShortcuts::~QuickBarShortcuts() {
     setModifiers(QString());
@@ -98,16 +134,16 @@ bool QuickBarShortcuts::setModifiers(const QString &text) {
     const std::optional<unsigned> modifiers = parseModifiers(text);
     if (!modifiers) {
         qCInfo(lcDesktop,
-               "quick bar shortcuts: cannot read the modifiers \"%s\" (use names such as Ctrl+Shift, "
+               "%s: cannot read the modifiers \"%s\" (use names such as Ctrl+Shift, "
                "Shift+Super or None; Ctrl+Alt with a function key switches the console)",
-               qUtf8Printable(text));
+               qUtf8Printable(d->what), qUtf8Printable(text));
         return false;
     }
     if (!display) {
         d->display.reset(XOpenDisplay(nullptr));
         display = d->display.get();
         if (!display) {
-            qCInfo(lcDesktop, "quick bar shortcuts: no X display, shortcuts are off");
+            qCInfo(lcDesktop, "%s: no X display, shortcuts are off", qUtf8Printable(d->what));
             return false;
         }
         // Without detectable auto-repeat a held key would also deliver a release before each repeat.
@@ -120,7 +156,7 @@ bool QuickBarShortcuts::setModifiers(const QString &text) {
     const Window root = DefaultRootWindow(display);
     QStringList taken;
     for (int i = 0; i < int(d->keycodes.size()); ++i) {
-        const int code = XKeysymToKeycode(display, XK_F1 + i);
+        const int code = XKeysymToKeycode(display, KeySym(d->keys[i]));
         if (code == 0)
             continue;
         grabFailed = false;
@@ -132,7 +168,7 @@ bool QuickBarShortcuts::setModifiers(const QString &text) {
         if (grabFailed) {
             for (unsigned lock : lockVariants)
                 XUngrabKey(display, code, d->modifiers | lock, root);
-            taken << QStringLiteral("F%1").arg(i + 1);
+            taken << QString::fromLatin1(XKeysymToString(KeySym(d->keys[i])));
             continue;
         }
         d->keycodes[i] = code;
@@ -141,7 +177,7 @@ bool QuickBarShortcuts::setModifiers(const QString &text) {
     // The syncs may have queued events that the socket will not announce again.
     QMetaObject::invokeMethod(this, &QuickBarShortcuts::readEvents, Qt::QueuedConnection);
     if (!taken.isEmpty()) {
-        qCInfo(lcDesktop, "quick bar shortcuts: %s with %s already taken by another program",
+        qCInfo(lcDesktop, "%s: %s with %s already taken by another program", qUtf8Printable(d->what),
                qUtf8Printable(text), qUtf8Printable(taken.join(QStringLiteral(", "))));
         return false;
     }

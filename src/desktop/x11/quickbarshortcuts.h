@@ -1,17 +1,27 @@
 #pragma once
 
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <memory>
 #include <optional>
+#include <utility>
 
 // Global shortcuts for the quick bar's slots: a set of modifiers with F1 .. F12, grabbed on the root
 // window of the X display, so the agent can send a phrase without leaving the keyboard or the chat
 // program. Key presses arrive on a connection of its own, watched by the GUI thread's event loop.
+// The keyboard palette's one shortcut is the same with a single key of its own.
 class QuickBarShortcuts : public QObject {
     Q_OBJECT
 public:
+    // F1 .. F12, for the quick bar.
     explicit QuickBarShortcuts(QObject *parent = nullptr);
+    // Other keys (X keysyms); `what` names them in the lines logged.
+    QuickBarShortcuts(const QList<unsigned long> &keys, const QString &what, QObject *parent = nullptr);
+
+    // A whole shortcut such as "Ctrl+Shift+Space" or "Super+P": its modifiers ("None" for none) and
+    // its key; absent when either part is not understood.
+    static std::optional<std::pair<QString, unsigned long>> parseShortcut(const QString &text);
     ~QuickBarShortcuts() override;
 
     // X modifier mask of a text such as "Ctrl+Shift", "Shift+Super" or "None" (bare function keys);
@@ -22,11 +32,11 @@ public:
     // False, with the reason on standard output, when there is no X display, the text is not
     // understood, or another program already holds one of the keys (the others stay grabbed).
     bool setModifiers(const QString &text);
-    // The slots whose keys are grabbed now.
+    // The keys grabbed now.
     int grabbedCount() const;
 
 Q_SIGNALS:
-    // The key of slot n (0 for F1) went down.
+    // Key n (0 for F1) went down.
     void pressed(int index);
 
 private:

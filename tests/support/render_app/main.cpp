@@ -1,5 +1,7 @@
-// render_app OUTDIR: the sign-in window, the home window with the demo library and a search, as
-// app-signin.png, app-home.png and app-search.png, on a private X display against a private service.
+// render_app OUTDIR [SUFFIX]: the sign-in window, the home window with the demo library, a search and
+// the quick bar, light and dark, as app-signin.png, app-signin-dark.png, app-home.png, app-home-dark.png,
+// app-search*.png and quickbar*.png (each name ending in SUFFIX), on a private X display against a
+// private service. Run it with QT_SCALE_FACTOR=2 for the pictures at 200 %.
 #include "app/appcontroller.h"
 #include "app/mainwindow.h"
 #include "app/session.h"
@@ -9,7 +11,9 @@
 #include "library/librarypanel.h"
 #include "library/phraselist.h"
 #include "library/searchresultlist.h"
+#include "quickbar/quickbar.h"
 #include "send/targetwindowtracker.h"
+#include "ui/appearance.h"
 
 #include "cloudservice.h"
 #include "xvfbsession.h"
@@ -43,8 +47,10 @@ void settle(int ms) {
     waitFor([] { return false; }, ms);
 }
 
+QString suffix;
+
 bool save(QWidget *w, const QString &dir, const QString &name) {
-    const QString path = QDir(dir).filePath(name);
+    const QString path = QDir(dir).filePath(name + suffix + QStringLiteral(".png"));
     if (!w->grab().save(path)) {
         std::cerr << "render_app: cannot write " << path.toStdString() << std::endl;
         return false;
@@ -57,6 +63,7 @@ bool save(QWidget *w, const QString &dir, const QString &name) {
 
 int main(int argc, char **argv) {
     const QString out = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral(".");
+    suffix = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
     QDir().mkpath(out);
     TestEnv env;
     XvfbSession x11;
@@ -81,6 +88,19 @@ int main(int argc, char **argv) {
 
     AppController controller;
     controller.start();
+    // Each picture in the light scheme, then in the dark one.
+    const auto both = [&controller, &out](QWidget *w, const QString &name) {
+        bool saved = true;
+        for (const auto scheme : {ColorSchemePortal::Scheme::Light, ColorSchemePortal::Scheme::Dark}) {
+            controller.appearance().apply(scheme);
+            settle(300);
+            saved = saved &&
+                    save(w, out,
+                         scheme == ColorSchemePortal::Scheme::Dark ? name + QStringLiteral("-dark") : name);
+        }
+        controller.appearance().apply(ColorSchemePortal::Scheme::Light);
+        return saved;
+    };
     MainWindow &window = *controller.window();
     auto *login = qobject_cast<SignInView *>(window.contentView());
     bool ready = false;
@@ -93,7 +113,7 @@ int main(int argc, char **argv) {
     login->passwordText->setText("demo123456");
     login->checkBox->setChecked(true);
     settle(300);
-    if (!save(&window, out, "app-signin.png"))
+    if (!both(&window, "app-signin"))
         return 1;
 
     HomeView *home = nullptr;
@@ -117,12 +137,17 @@ int main(int argc, char **argv) {
     window.activateWindow();
     home->phraseList()->selectRow(1);
     settle(800);
-    if (!save(&window, out, "app-home.png"))
+    if (!both(&window, "app-home"))
         return 1;
 
     home->searchField()->setText("请");
     settle(500);
-    if (!save(&window, out, "app-search.png"))
+    if (!both(&window, "app-search"))
+        return 1;
+    home->searchField()->clear();
+    session->quickBar()->present();
+    settle(500);
+    if (!both(session->quickBar(), "quickbar"))
         return 1;
     chat.terminate();
     chat.waitForFinished(3000);
