@@ -230,19 +230,6 @@ private Q_SLOTS:
                  qPrintable(send_->reports()[0]));
     }
 
-    // A program that never reads the picture: the rest and the Enter stay back, and the agent
-    // hears which piece did not arrive.
-    void pictureNeverReadDropsTheRest() {
-        desk_->textOnly = true;
-        target(chatPid);
-        const QStringList got = textPictureText(true);
-        desk_->textOnly = false;
-        QCOMPARE(got, (QStringList{QStringLiteral("activate 4242"), QStringLiteral("paste before -> 4242"),
-                                   QStringLiteral("paste nothing -> 4242")}));
-        QCOMPARE(send_->reports(), QStringList{QString::fromUtf8(
-                                       "未发送：目标程序没有取走第 2 段（图片），其后的内容和回车已取消")});
-    }
-
     // The agent's clipboard comes back in every format after a send; not when the agent copied
     // something during the send, nor when the setting is off; a huge one is left alone.
     void clipboardComesBack() {

@@ -3,6 +3,7 @@
 // editor is this program started again as a second process that changes the team library through
 // the same operations the editor's dialogs use. On PostgreSQL the editor talks to a second instance
 // of the service, so every change reaches the agent across instances.
+#include "app/mainwindow.h"
 #include "app/session.h"
 #include "cloud/changestream.h"
 #include "cloud/classoperations.h"
@@ -27,7 +28,6 @@
 #include "store/classstore.h"
 #include "store/localpath.h"
 #include "store/phrasestore.h"
-#include "ui/framedwindow.h"
 
 #include "cloudservice.h"
 #include "phrasejson.h"
@@ -111,7 +111,8 @@ int runEditor(int argc, char **argv) {
             }
             finish(
                 [&](OperationCallback done) {
-                    auto *upload = new UploadProcedure(client, content, team, &app);
+                    auto *upload = new UploadProcedure(
+                        client, PhraseContent::fromJson(content).distinctPictureNames(), team, &app);
                     QObject::connect(
                         upload, &UploadProcedure::finished, &app, [&, upload, done](const Result<void> &r) {
                             upload->deleteLater();
@@ -119,10 +120,11 @@ int runEditor(int argc, char **argv) {
                                 done(r);
                             else if (op == "add")
                                 phrases.create(command["class"].toString(), command["label"].toString(),
-                                               content, done);
+                                               PhraseContent::fromJson(content), done);
                             else
                                 phrases.updateValue(command["class"].toString(), command["sign"].toString(),
-                                                    command["label"].toString(), content, done);
+                                                    command["label"].toString(),
+                                                    PhraseContent::fromJson(content), done);
                         });
                     upload->start();
                 },
@@ -170,7 +172,7 @@ class TeamTest : public QObject {
     Settings settings_;
     CloudClient client_{settings_};
     std::unique_ptr<Session> session_;
-    FramedWindow *window_ = nullptr;
+    MainWindow *window_ = nullptr;
     HomeView *home_ = nullptr;
     QProcess editor_;
     QString teamClass_;
@@ -254,7 +256,7 @@ private Q_SLOTS:
 
         QVERIFY(signIn(client_, "agent"));
         session_ = std::make_unique<Session>(settings_, client_, QStringLiteral("agent"));
-        window_ = new FramedWindow;
+        window_ = new MainWindow;
         home_ = new HomeView(session_->library(), session_->storeOpened());
         window_->setContentView(home_);
         window_->show();
@@ -346,9 +348,9 @@ private Q_SLOTS:
             QCOMPARE(action->toolTip(), TeamLibraries::readOnlyReason());
         }
         std::optional<Result<void>> forced;
-        session_->teams().phraseOperations(team).create(teamClass_, "forged",
-                                                        PhraseJson::phrase({PhraseJson::text("x")}),
-                                                        [&](const Result<void> &r) { forced = r; });
+        session_->teams().phraseOperations(team).create(
+            teamClass_, "forged", PhraseContent::fromJson(PhraseJson::phrase({PhraseJson::text("x")})),
+            [&](const Result<void> &r) { forced = r; });
         QTRY_VERIFY_WITH_TIMEOUT(forced.has_value(), 10000);
         QVERIFY(!*forced);
         QVERIFY(!forced->error().isEmpty());
