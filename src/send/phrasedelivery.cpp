@@ -121,7 +121,9 @@ DeliveryResult PhraseDelivery::run(const SendPlan &plan, QDeadlineTimer startBy,
     bool saved = false;
     const DeliveryResult result = runSteps(plan, startBy, cancel, saved);
     // After the last piece has landed, or the send ended early: the agent's clipboard comes back.
-    if (saved)
+    // Not when the program is quitting: the restore needs the GUI thread, which is then waiting
+    // for this one.
+    if (saved && !cancel)
         clipboard_.restore();
     return result;
 }
