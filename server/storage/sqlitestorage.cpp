@@ -183,6 +183,11 @@ std::optional<StorageError> SqliteStorage::commitTogether(const Change &change) 
         groupDone_.notify_all();
         lock.unlock();
         const bool synced = !committed || syncLog();
+        // Fast writers can fill the log between two rounds of the checkpoint thread.
+        if (committed && walBytes() > walTruncateBytes) {
+            checkpointDue_ = true;
+            checkpointWake_.notify_all();
+        }
         lock.lock();
         for (auto *w : group) {
             if (!synced && !w->error)
@@ -337,7 +342,8 @@ void SqliteStorage::checkpointLoop(std::stop_token stop) {
     while (!stop.stop_requested()) {
         {
             std::unique_lock lock(checkpointMutex_);
-            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(200), [] { return false; });
+            checkpointWake_.wait_for(lock, stop, std::chrono::milliseconds(200),
+                                     [this] { return checkpointDue_.exchange(false); });
         }
         if (stop.stop_requested())
             break;

@@ -2,6 +2,7 @@
 
 #include "storage/storage.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -142,6 +143,8 @@ private:
     bool syncing_ = false;
     std::mutex checkpointMutex_;
     std::condition_variable_any checkpointWake_;
+    // Set by a writer that saw the log past walTruncateBytes: the checkpoint runs at once.
+    std::atomic<bool> checkpointDue_{false};
     std::jthread checkpointer_; // stops before the members it uses go
     std::jthread watcher_;      // reads notices left by membership changes
 };
